@@ -1,0 +1,37 @@
+# How everything of this project is compiled: language level, warnings, visibility, sanitizers, ccache.
+
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_CXX_VISIBILITY_PRESET hidden)
+set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+set(CMAKE_CXX_FLAGS_RELEASE "-O2 -DNDEBUG")
+
+if(NOT CMAKE_BUILD_TYPE)
+  set(CMAKE_BUILD_TYPE Release CACHE STRING "Release or Debug" FORCE)
+endif()
+
+find_program(ZT_CCACHE ccache)
+if(ZT_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
+  set(CMAKE_CXX_COMPILER_LAUNCHER ${ZT_CCACHE})
+endif()
+
+# Every target of the project links this; it is not part of what hosts see.
+add_library(ZtBuildOptions INTERFACE)
+target_compile_options(ZtBuildOptions INTERFACE
+  -Wall -Wextra -Wpedantic -Werror
+  -Wshadow -Wconversion -Wsign-conversion -Wold-style-cast
+  -Wnon-virtual-dtor -Woverloaded-virtual -Wformat=2 -Wno-format-nonliteral -Wundef
+)
+target_compile_definitions(ZtBuildOptions INTERFACE _FILE_OFFSET_BITS=64 _TIME_BITS=64)
+
+if(ZT_SANITIZE)
+  target_compile_options(ZtBuildOptions INTERFACE
+    -fsanitize=${ZT_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  target_link_options(ZtBuildOptions INTERFACE -fsanitize=${ZT_SANITIZE})
+endif()
+if(ZT_LIBFUZZER)
+  target_compile_options(ZtBuildOptions INTERFACE -fsanitize=fuzzer-no-link)
+  target_link_options(ZtBuildOptions INTERFACE -fsanitize=fuzzer-no-link)
+endif()

@@ -1,0 +1,119 @@
+# The targets of src/, examples/ and tools/. Sources are found by folder, so a new file needs no edit here.
+
+set(ZT_MODULE_FOLDERS src/platform/unicode src/platform/desktop src/platform/mounts)
+
+# The sources of a folder and everything below it, without those of the optional modules.
+function(zt_sources result folder)
+  file(GLOB_RECURSE found CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/${folder}/*.cpp)
+  foreach(module IN LISTS ZT_MODULE_FOLDERS)
+    if(NOT folder STREQUAL module)
+      list(FILTER found EXCLUDE REGEX "/${module}/")
+    endif()
+  endforeach()
+  set(${result} ${found} PARENT_SCOPE)
+endfunction()
+
+# libZtFoundation.so, made of objects that white-box tests can also link directly.
+function(zt_add_library)
+  zt_sources(sources src)
+  if(NOT sources)
+    message(FATAL_ERROR "There are no sources under src/")
+  endif()
+
+  add_library(ZtFoundationObjects OBJECT ${sources})
+  target_include_directories(ZtFoundationObjects
+    PUBLIC $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>
+    PRIVATE ${PROJECT_SOURCE_DIR}/src)
+  set_target_properties(ZtFoundationObjects PROPERTIES POSITION_INDEPENDENT_CODE ON)
+  target_link_libraries(ZtFoundationObjects PRIVATE ZtBuildOptions PUBLIC ${CMAKE_DL_LIBS})
+
+  add_library(ZtFoundation SHARED $<TARGET_OBJECTS:ZtFoundationObjects>)
+  target_include_directories(ZtFoundation PUBLIC
+    $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include> $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
+  target_compile_features(ZtFoundation PUBLIC cxx_std_20)
+  target_link_libraries(ZtFoundation PRIVATE $<BUILD_INTERFACE:ZtBuildOptions> ${CMAKE_DL_LIBS})
+  zt_link_as_shared_object(ZtFoundation)
+  set_target_properties(ZtFoundation PROPERTIES
+    LINKER_LANGUAGE CXX VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR})
+  add_library(ZtFoundation::ZtFoundation ALIAS ZtFoundation)
+endfunction()
+
+# The linker options that keep a shared object quick to load and its interface to what is marked for export.
+function(zt_link_as_shared_object target)
+  target_link_options(${target} PRIVATE
+    -Wl,-O1 -Wl,--as-needed -Wl,--hash-style=gnu -Wl,-z,relro -Wl,-Bsymbolic-functions)
+  if(NOT ZT_SANITIZE AND NOT ZT_LIBFUZZER)
+    target_link_options(${target} PRIVATE -Wl,-z,defs)
+  endif()
+endfunction()
+
+# A part of the platform that carries a heavy dependency: libZtFoundation<name>.so, which the library opens on
+# first use. The other arguments are pkg-config packages. Made only if the folder has sources.
+function(zt_add_module name folder)
+  zt_sources(sources ${folder})
+  if(NOT sources)
+    return()
+  endif()
+  find_package(PkgConfig REQUIRED)
+  pkg_check_modules(ZT_${name} REQUIRED IMPORTED_TARGET ${ARGN})
+
+  set(target ZtFoundation${name})
+  add_library(${target} MODULE ${sources})
+  target_include_directories(${target} PRIVATE ${PROJECT_SOURCE_DIR}/src)
+  target_link_libraries(${target} PRIVATE ZtBuildOptions ZtFoundation PkgConfig::ZT_${name})
+  zt_link_as_shared_object(${target})
+  set_target_properties(${target} PROPERTIES BUILD_RPATH "$ORIGIN" INSTALL_RPATH "$ORIGIN")
+  set_property(GLOBAL APPEND PROPERTY ZT_MODULES ${target})
+endfunction()
+
+# Whoever runs with the library also needs its modules built, though it does not link them.
+function(zt_use_library target)
+  target_link_libraries(${target} PRIVATE ZtBuildOptions ZtFoundation)
+  zt_need_modules(${target})
+endfunction()
+
+function(zt_need_modules target)
+  get_property(modules GLOBAL PROPERTY ZT_MODULES)
+  if(modules)
+    add_dependencies(${target} ${modules})
+  endif()
+endfunction()
+
+# examples/<name>.cpp and examples/<name>/*.cpp each become build/.../examples/<name>.
+function(zt_add_examples)
+  file(GLOB entries CONFIGURE_DEPENDS RELATIVE ${PROJECT_SOURCE_DIR}/examples ${PROJECT_SOURCE_DIR}/examples/*)
+  foreach(entry IN LISTS entries)
+    if(IS_DIRECTORY ${PROJECT_SOURCE_DIR}/examples/${entry})
+      zt_sources(sources examples/${entry})
+    elseif(entry MATCHES "\\.cpp$")
+      set(sources ${PROJECT_SOURCE_DIR}/examples/${entry})
+    else()
+      set(sources)
+    endif()
+    if(sources)
+      string(REGEX REPLACE "\\.cpp$" "" name ${entry})
+      zt_add_program(example-${name} ${name} examples ${sources})
+    endif()
+  endforeach()
+endfunction()
+
+# tools/<name>/*.cpp becomes build/.../bin/<name>.
+function(zt_add_tools)
+  file(GLOB entries CONFIGURE_DEPENDS RELATIVE ${PROJECT_SOURCE_DIR}/tools ${PROJECT_SOURCE_DIR}/tools/*)
+  foreach(entry IN LISTS entries)
+    zt_sources(sources tools/${entry})
+    if(sources)
+      zt_add_program(${entry} ${entry} bin ${sources})
+      install(TARGETS ${entry} RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+    endif()
+  endforeach()
+endfunction()
+
+function(zt_add_program target output folder)
+  add_executable(${target} ${ARGN})
+  zt_use_library(${target})
+  set_target_properties(${target} PROPERTIES
+    OUTPUT_NAME ${output}
+    RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/${folder}
+    INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
+endfunction()

@@ -1,0 +1,1 @@
+// Holds the precompiled header of the test framework that every test program shares.
