@@ -1,0 +1,42 @@
+/// \file Exception.h
+/// `NSException`: what the library raises when a host breaks a rule of the interface.
+#pragma once
+
+#include <exception>
+#include <string>
+
+#include <ZtFoundation/platform/Object.h>
+
+namespace ZtFoundation {
+
+/// Raised by value; carries a name that programs test and a reason for people.
+class ZT_EXPORT NSException : public std::exception {
+ public:
+  NSException(Ref<NSString> name, Ref<NSString> reason);
+  NSException(const NSException&);
+  NSException(NSException&&) noexcept;
+  NSException& operator=(const NSException&) = delete;
+  ~NSException() override;
+
+  const Ref<NSString>& name() const noexcept { return name_; }
+  const Ref<NSString>& reason() const noexcept { return reason_; }
+  /// "name: reason" as UTF-8.
+  const char* what() const noexcept override { return what_.c_str(); }
+
+ private:
+  Ref<NSString> name_;
+  Ref<NSString> reason_;
+  std::string what_;
+};
+
+/// The name of the exception for an argument that is not allowed.
+ZT_EXPORT const Ref<NSString>& NSInvalidArgumentException();
+/// The name of the exception for an index or range outside of its sequence.
+ZT_EXPORT const Ref<NSString>& NSRangeException();
+
+namespace detail {
+[[noreturn]] ZT_EXPORT void raiseInvalidArgument(const char* reason);
+[[noreturn]] ZT_EXPORT void raiseRange(const char* reason);
+}  // namespace detail
+
+}  // namespace ZtFoundation

@@ -1,0 +1,76 @@
+/// \file Number.h
+/// `NSNumber`: a boxed boolean, signed or unsigned 64-bit integer, or floating value. Immutable.
+///
+/// Numbers are equal by value (1 equals 1.0; 2^53 + 1 does not equal 2^53 as a double; NaN equals NaN); a boolean equals only
+/// a boolean.
+#pragma once
+
+#include <cstdint>
+
+#include <ZtFoundation/platform/Object.h>
+
+namespace ZtFoundation {
+
+/// What a number holds.
+enum class NumberType : std::uint8_t { Boolean, Signed, Unsigned, Double, Float };
+
+class ZT_EXPORT NSNumber : public NSObject {
+  ZT_OBJECT(NSNumber, NSObject)
+ public:
+  static constexpr ObjectKind kKind = ObjectKind::Number;
+
+  /// The one object for true or for false.
+  static Ref<NSNumber> numberWithBool(bool value);
+  static Ref<NSNumber> numberWithInt(int value);
+  static Ref<NSNumber> numberWithUnsignedInt(unsigned value);
+  static Ref<NSNumber> numberWithLong(long value);
+  static Ref<NSNumber> numberWithUnsignedLong(unsigned long value);
+  static Ref<NSNumber> numberWithLongLong(long long value);
+  /// A value that fits a signed 64-bit integer is kept as one.
+  static Ref<NSNumber> numberWithUnsignedLongLong(unsigned long long value);
+  static Ref<NSNumber> numberWithDouble(double value);
+  /// Described with the digits that tell a 32-bit float.
+  static Ref<NSNumber> numberWithFloat(float value);
+
+  NumberType type() const noexcept { return static_cast<NumberType>(flags()); }
+  bool isBoolean() const noexcept { return type() == NumberType::Boolean; }
+  bool isInteger() const noexcept { return type() == NumberType::Signed || type() == NumberType::Unsigned; }
+  bool isReal() const noexcept { return type() == NumberType::Double || type() == NumberType::Float; }
+
+  // Reading as a type that does not hold the value: integers keep their low bits, floating values are cut toward zero and
+  // saturate at the ends of the type, NaN reads as 0.
+  bool boolValue() const noexcept;
+  int intValue() const noexcept;
+  unsigned unsignedIntValue() const noexcept;
+  long longValue() const noexcept;
+  unsigned long unsignedLongValue() const noexcept;
+  long long longLongValue() const noexcept;
+  unsigned long long unsignedLongLongValue() const noexcept;
+  double doubleValue() const noexcept;
+  float floatValue() const noexcept;
+
+  bool isEqual(const NSObject* other) const override;
+  using NSObject::isEqual;
+  NSUInteger hash() const override;
+  /// Decimal text: integers plain, booleans 1 and 0, floating values with the fewest digits that read back the same.
+  Ref<NSString> description() const override;
+  /// By value; a NaN is below every other number and the same as itself.
+  NSComparisonResult compare(const Ref<NSNumber>& other) const;
+
+ private:
+  friend NSObject* detail::newNumber(bool);
+  friend NSObject* detail::newNumber(long long);
+  friend NSObject* detail::newNumber(unsigned long long);
+  friend NSObject* detail::newNumber(double);
+
+  NSNumber(NumberType type, std::uint64_t bits) noexcept
+      : NSObject(ObjectKind::Number, static_cast<std::uint8_t>(type)), bits_(bits) {}
+  static NSNumber* boolean(bool value);
+
+  std::int64_t signedBits() const noexcept { return static_cast<std::int64_t>(bits_); }
+  double realBits() const noexcept;
+
+  std::uint64_t bits_;
+};
+
+}  // namespace ZtFoundation

@@ -1,0 +1,276 @@
+/// \file String.h
+/// `NSString` and `NSMutableString`: sequences of UTF-16 code units.
+///
+/// Lengths, indexes and ranges count UTF-16 units; unpaired surrogates are kept as they are. How the units are
+/// stored is private: text whose units all fit one byte takes one byte each.
+/// \code
+///   Ref<NSString> greeting = "Grüße";                    // from UTF-8
+///   greeting->length();                                  // 5
+///   std::string bytes = greeting->utf8();                // back to UTF-8
+///   Ref<NSString> path = "/tmp/a.txt";
+///   path->stringByDeletingLastPathComponent();           // "/tmp"
+/// \endcode
+///
+/// Indexes and ranges outside of a string raise NSRangeException. No operation depends on the process's locale.
+#pragma once
+
+#include <compare>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include <ZtFoundation/platform/Object.h>
+
+namespace ZtFoundation {
+
+class NSArray;
+class NSCharacterSet;
+class NSData;
+class NSMutableString;
+
+/// Bits that say how strings are searched and compared.
+enum NSStringCompareOptions : NSUInteger {
+  NSCaseInsensitiveSearch = 1,
+  NSLiteralSearch = 2,             ///< unit by unit, without canonical equivalence
+  NSBackwardsSearch = 4,           ///< the last occurrence
+  NSAnchoredSearch = 8,            ///< only at the start (with NSBackwardsSearch: the end)
+  NSNumericSearch = 64,            ///< comparisons only: runs of digits by value
+  NSDiacriticInsensitiveSearch = 128,
+  NSWidthInsensitiveSearch = 256,
+};
+
+/// Numbers of the byte encodings that strings convert from and to.
+using NSStringEncoding = NSUInteger;
+inline constexpr NSStringEncoding NSASCIIStringEncoding = 1;
+inline constexpr NSStringEncoding NSJapaneseEUCStringEncoding = 3;
+inline constexpr NSStringEncoding NSUTF8StringEncoding = 4;
+inline constexpr NSStringEncoding NSISOLatin1StringEncoding = 5;
+inline constexpr NSStringEncoding NSShiftJISStringEncoding = 8;
+inline constexpr NSStringEncoding NSISOLatin2StringEncoding = 9;
+inline constexpr NSStringEncoding NSUnicodeStringEncoding = 10;  ///< UTF-16, big-endian without a mark
+inline constexpr NSStringEncoding NSWindowsCP1251StringEncoding = 11;
+inline constexpr NSStringEncoding NSWindowsCP1252StringEncoding = 12;
+inline constexpr NSStringEncoding NSWindowsCP1253StringEncoding = 13;
+inline constexpr NSStringEncoding NSWindowsCP1254StringEncoding = 14;
+inline constexpr NSStringEncoding NSWindowsCP1250StringEncoding = 15;
+inline constexpr NSStringEncoding NSISO2022JPStringEncoding = 21;
+inline constexpr NSStringEncoding NSMacOSRomanStringEncoding = 30;
+inline constexpr NSStringEncoding NSUTF16BigEndianStringEncoding = 0x90000100;
+inline constexpr NSStringEncoding NSUTF16LittleEndianStringEncoding = 0x94000100;
+inline constexpr NSStringEncoding NSUTF32StringEncoding = 0x8c000100;
+inline constexpr NSStringEncoding NSUTF32BigEndianStringEncoding = 0x98000100;
+inline constexpr NSStringEncoding NSUTF32LittleEndianStringEncoding = 0x9c000100;
+/// What an unknown charset name gives; decoding with it gives none.
+inline constexpr NSStringEncoding kInvalidStringEncoding = 0xFFFFFFFF;
+
+/// The units of a string where they lie; valid as long as the string lives and is not changed.
+class UnitView {
+ public:
+  constexpr UnitView() noexcept = default;
+  constexpr UnitView(const char* narrow, NSUInteger length) noexcept : units_(narrow), length_(length) {}
+  constexpr UnitView(const char16_t* wide, NSUInteger length) noexcept : units_(wide), length_(length), wide_(true) {}
+
+  constexpr NSUInteger size() const noexcept { return length_; }
+  constexpr bool empty() const noexcept { return length_ == 0; }
+  /// True when each unit takes two bytes; otherwise each is one byte with the value of the unit (0 to 255).
+  constexpr bool isWide() const noexcept { return wide_; }
+  std::string_view narrow() const noexcept { return {static_cast<const char*>(units_), length_}; }
+  std::u16string_view wide() const noexcept { return {static_cast<const char16_t*>(units_), length_}; }
+  /// Unchecked.
+  unichar operator[](NSUInteger index) const noexcept {
+    return wide_ ? static_cast<const char16_t*>(units_)[index]
+                 : static_cast<unichar>(static_cast<const unsigned char*>(units_)[index]);
+  }
+  /// The units of `range`, which must lie inside.
+  UnitView slice(NSRange range) const noexcept {
+    return wide_ ? UnitView(static_cast<const char16_t*>(units_) + range.location, range.length)
+                 : UnitView(static_cast<const char*>(units_) + range.location, range.length);
+  }
+
+ private:
+  const void* units_ = nullptr;
+  NSUInteger length_ = 0;
+  bool wide_ = false;
+};
+
+class ZT_EXPORT NSString : public NSObject {
+  ZT_OBJECT(NSString, NSObject)
+ public:
+  static constexpr ObjectKind kKind = ObjectKind::String;
+
+  // --- Making
+
+  /// The empty string.
+  static Ref<NSString> string();
+  /// An immutable string with the contents of `other`; `other` itself when it is immutable, none for none.
+  static Ref<NSString> stringWithString(const Ref<NSString>& other);
+  static Ref<NSString> stringWithCharacters_length(const unichar* characters, NSUInteger length);
+  static Ref<NSString> stringWithUnits(UnitView units);
+  /// Strict UTF-8: none when the bytes are not valid. No byte-order mark handling.
+  static Ref<NSString> stringWithValidUTF8(std::string_view bytes);
+  /// Bytes that the caller knows to be ASCII (0 to 127).
+  static Ref<NSString> stringWithASCII(std::string_view bytes);
+  /// A file name or path as the system gives it; a byte that is not valid UTF-8 becomes the unpaired surrogate
+  /// U+DC80 + (byte - 0x80), which `fileSystemRepresentation` turns back into the same byte.
+  static Ref<NSString> stringWithFileSystemRepresentation(std::string_view bytes);
+  /// Text made by `format` and its arguments; see Format.h for the format language.
+  template <class... Arguments>
+  static Ref<NSString> stringWithFormat(const Ref<NSString>& format, const Arguments&... arguments);
+
+  // --- Units
+
+  NSUInteger length() const noexcept { return length_; }
+  /// Raises NSRangeException past the end.
+  unichar characterAtIndex(NSUInteger index) const;
+  /// Copies the units of `range` to `buffer`, which holds at least that many.
+  void getCharacters_range(unichar* buffer, NSRange range) const;
+  UnitView units() const noexcept;
+  /// True when every unit is below 0x80.
+  bool isASCII() const noexcept { return (flags() & kASCIIFlag) != 0; }
+
+  // --- To the host's types
+
+  /// UTF-8; an unpaired surrogate becomes U+FFFD.
+  std::string utf8() const;
+  /// UTF-8, none when there is an unpaired surrogate.
+  std::optional<std::string> strictUTF8() const;
+  std::u16string utf16() const;
+  /// The bytes that name a file: UTF-8, with U+DC80..U+DCFF that stand alone as the bytes they carry.
+  std::string fileSystemRepresentation() const;
+
+  // --- Comparing
+
+  bool isEqual(const NSObject* other) const override;
+  using NSObject::isEqual;
+  NSUInteger hash() const override;
+  Ref<NSString> description() const override;
+  bool isEqualToString(const Ref<NSString>& other) const { return isEqual(other.get()); }
+  /// By UTF-16 unit value.
+  NSComparisonResult compare(const Ref<NSString>& other) const;
+  NSComparisonResult compare_options(const Ref<NSString>& other, NSUInteger options) const;
+  bool hasPrefix(const Ref<NSString>& prefix) const;
+  bool hasSuffix(const Ref<NSString>& suffix) const;
+
+  // --- Searching: a search that finds nothing answers kNotFoundRange; an empty or absent target is never found
+
+  NSRange rangeOfString(const Ref<NSString>& target) const;
+  NSRange rangeOfString_options(const Ref<NSString>& target, NSUInteger options) const;
+  NSRange rangeOfString_options_range(const Ref<NSString>& target, NSUInteger options, NSRange range) const;
+  NSRange rangeOfCharacterFromSet(const Ref<NSCharacterSet>& set) const;
+  NSRange rangeOfCharacterFromSet_options(const Ref<NSCharacterSet>& set, NSUInteger options) const;
+  NSRange rangeOfCharacterFromSet_options_range(const Ref<NSCharacterSet>& set, NSUInteger options, NSRange range) const;
+
+  // --- Parts and joins; each answers a new immutable string
+
+  Ref<NSString> substringFromIndex(NSUInteger index) const;
+  Ref<NSString> substringToIndex(NSUInteger index) const;
+  Ref<NSString> substringWithRange(NSRange range) const;
+  Ref<NSString> stringByAppendingString(const Ref<NSString>& other) const;
+  /// The pieces between occurrences of `separator` (literal search), empty ones included; never an empty array.
+  Ref<NSArray> componentsSeparatedByString(const Ref<NSString>& separator) const;
+  Ref<NSString> lowercaseString() const;
+  Ref<NSString> uppercaseString() const;
+  Ref<NSString> stringByTrimmingCharactersInSet(const Ref<NSCharacterSet>& set) const;
+  Ref<NSMutableString> mutableCopy() const;
+  /// An immutable string with the same contents: the receiver itself when it is immutable.
+  Ref<NSString> copy() const;
+
+  // --- Lines
+
+  /// Finds the whole lines that `range` touches. Any pointer may be null. Terminators: LF, CR, CR LF, U+0085, U+2028, U+2029.
+  void getLineStart_end_contentsEnd_forRange(NSUInteger* start, NSUInteger* end, NSUInteger* contentsEnd,
+                                             NSRange range) const;
+
+  // --- Numbers in text: leading white space skipped, 0 when there is none
+
+  int intValue() const;
+  long long longLongValue() const;
+  double doubleValue() const;
+  /// True for text that begins with Y, y, T, t or a number other than 0.
+  bool boolValue() const;
+
+  // --- Paths: see the class comment of each rule in docs/
+
+  bool isAbsolutePath() const;
+  Ref<NSArray> pathComponents() const;
+  Ref<NSString> lastPathComponent() const;
+  Ref<NSString> pathExtension() const;
+  Ref<NSString> stringByDeletingLastPathComponent() const;
+  Ref<NSString> stringByDeletingPathExtension() const;
+  Ref<NSString> stringByAppendingPathComponent(const Ref<NSString>& component) const;
+  Ref<NSString> stringByAppendingPathExtension(const Ref<NSString>& extension) const;
+
+  // --- Bytes
+
+  /// The bytes decoded; a leading byte-order mark is dropped (UTF-8, UTF-16, UTF-32). None when the bytes are not valid in `encoding`
+  /// or the encoding is unknown.
+  static Ref<NSString> stringWithData_encoding(const Ref<NSData>& data, NSStringEncoding encoding);
+  static Ref<NSString> stringWithBytes_length_encoding(const void* bytes, NSUInteger length, NSStringEncoding encoding);
+  /// The text encoded, none when a character has no form in `encoding` and loss is not allowed; with loss each becomes one "?".
+  Ref<NSData> dataUsingEncoding_allowLossyConversion(NSStringEncoding encoding, bool allowLossyConversion) const;
+  Ref<NSData> dataUsingEncoding(NSStringEncoding encoding) const;
+
+ protected:
+  static constexpr std::uint8_t kWideFlag = 2;
+  static constexpr std::uint8_t kASCIIFlag = 4;
+  friend class NSMutableString;
+  friend NSString* detail::newString(std::string_view);
+  friend NSString* detail::newString(std::u16string_view);
+
+  NSString(const void* units, NSUInteger length, std::uint8_t flags) noexcept
+      : NSObject(ObjectKind::String, flags), units_(units), length_(length) {}
+
+  // Contents of an immutable string follow the object in its block.
+  static NSString* newNarrow(const char* units, NSUInteger length, bool ascii);
+  static NSString* newWide(const char16_t* units, NSUInteger length);
+  static NSString* newFromUnits(const char16_t* units, NSUInteger length);
+
+  const void* units_;
+  NSUInteger length_;
+};
+
+/// A string that can be changed in place.
+class ZT_EXPORT NSMutableString : public NSString {
+  ZT_OBJECT(NSMutableString, NSString)
+ public:
+  static constexpr bool kIsMutable = true;
+
+  ~NSMutableString() override;
+
+  static Ref<NSMutableString> string();
+  static Ref<NSMutableString> stringWithCapacity(NSUInteger units);
+  static Ref<NSMutableString> stringWithString(const Ref<NSString>& other);
+  static Ref<NSMutableString> stringWithUnits(UnitView units);
+
+  void appendString(const Ref<NSString>& other);
+  void appendUnits(UnitView units);
+  void appendCharacter(unichar unit);
+  /// Appends UTF-8; bytes that are not valid become U+FFFD, one each.
+  void appendUTF8(std::string_view bytes);
+  template <class... Arguments>
+  void appendFormat(const Ref<NSString>& format, const Arguments&... arguments);
+  void insertString_atIndex(const Ref<NSString>& other, NSUInteger index);
+  void deleteCharactersInRange(NSRange range);
+  /// Raises NSRangeException when `range` does not lie inside, NSInvalidArgumentException when `replacement` is none.
+  void replaceCharactersInRange_withString(NSRange range, const Ref<NSString>& replacement);
+  /// Answers how many occurrences were replaced.
+  NSUInteger replaceOccurrencesOfString_withString_options_range(const Ref<NSString>& target, const Ref<NSString>& replacement,
+                                                                 NSUInteger options, NSRange range);
+  void setString(const Ref<NSString>& other);
+
+ private:
+  NSMutableString() noexcept : NSString(nullptr, 0, kMutableFlag | kASCIIFlag) {}
+
+  bool isWide() const noexcept { return (flags() & kWideFlag) != 0; }
+  /// Makes room for `inserted` units in place of `range`, of the width that `incoming` needs.
+  void replaceRange(NSRange range, UnitView incoming);
+  void reserve(NSUInteger units, bool wide);
+
+  NSUInteger capacity_ = 0;  // in units of the present width
+};
+
+/// True when the text of both is the same, unit by unit.
+ZT_EXPORT bool equalUnits(UnitView a, UnitView b) noexcept;
+
+}  // namespace ZtFoundation

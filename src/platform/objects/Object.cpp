@@ -1,0 +1,75 @@
+#include <ZtFoundation/platform/Object.h>
+
+#include <cstdio>
+#include <ostream>
+
+#include <ZtFoundation/platform/Collection.h>
+#include <ZtFoundation/platform/Exception.h>
+#include <ZtFoundation/platform/Runtime.h>
+#include <ZtFoundation/platform/String.h>
+
+namespace ZtFoundation {
+
+namespace detail {
+
+void throwMessageToNone() { raiseInvalidArgument("message sent to none"); }
+
+// Collections that die while another is being torn down queue up here, so that depth costs no stack.
+class Graveyard {
+ public:
+  void bury(NSCollection* collection) noexcept {
+    collection->nextDead_ = head_;
+    head_ = collection;
+    if (!digging_) dig();
+  }
+
+ private:
+  void dig() noexcept {
+    digging_ = true;
+    while (head_ != nullptr) {
+      NSCollection* collection = head_;
+      head_ = collection->nextDead_;
+      delete collection;
+    }
+    digging_ = false;
+  }
+
+  NSCollection* head_ = nullptr;
+  bool digging_ = false;
+};
+
+namespace {
+
+constinit thread_local Graveyard graveyard;
+
+bool isCollection(ObjectKind kind) noexcept { return kind >= ObjectKind::Array; }
+
+}  // namespace
+
+}  // namespace detail
+
+void NSObject::destroy() const noexcept {
+  NSObject* self = const_cast<NSObject*>(this);
+  if (detail::isCollection(kind_)) {
+    detail::graveyard.bury(static_cast<NSCollection*>(self));
+  } else {
+    delete self;
+  }
+}
+
+NSUInteger NSObject::hash() const {
+  // Blocks are aligned to 16 bytes, so the low bits tell nothing.
+  return reinterpret_cast<NSUInteger>(this) >> 4;
+}
+
+Ref<NSString> NSObject::description() const {
+  char address[2 + 2 * sizeof(void*) + 1];
+  std::snprintf(address, sizeof address, "%p", static_cast<const void*>(this));
+  return "<" + NSStringFromClass(isa())->utf8() + ": " + address + ">";
+}
+
+std::ostream& operator<<(std::ostream& stream, const NSObject* object) {
+  return object != nullptr ? stream << object->description()->utf8() : stream << "(null)";
+}
+
+}  // namespace ZtFoundation
