@@ -1,0 +1,61 @@
+/// \file Runtime.h
+/// Run-time classes: names, superclasses and making instances by name.
+///
+/// A class of the library implements its run-time class with `ZT_IMPLEMENT_CLASS(Name)` in its source. A host writes
+/// `ZT_REGISTER_CLASS(Name)` instead, which also lets the class be found by name.
+#pragma once
+
+#include <type_traits>
+
+#include <ZtFoundation/platform/Object.h>
+
+namespace ZtFoundation {
+
+/// A run-time class. All of them are constants of the code that declares them and live as long as the process.
+class ZT_EXPORT RuntimeClass {
+ public:
+  using Factory = NSObject* (*)();
+
+  constexpr RuntimeClass(const char* name, Class (*superclass)(), Factory factory) noexcept
+      : name_(name), superclass_(superclass), factory_(factory) {}
+  RuntimeClass(const RuntimeClass&) = delete;
+  RuntimeClass& operator=(const RuntimeClass&) = delete;
+
+  const char* name() const noexcept { return name_; }
+  Class superclass() const { return superclass_ == nullptr ? nullptr : superclass_(); }
+  /// True for `ancestor` itself and every class below it; false for null.
+  bool isSubclassOfClass(Class ancestor) const;
+
+ private:
+  const char* name_;
+  Class (*superclass_)();
+  Factory factory_;
+};
+
+namespace detail {
+
+template <class T>
+NSObject* makeInstance() {
+  return new T();
+}
+
+template <class T>
+constexpr RuntimeClass::Factory factoryOf() {
+  if constexpr (std::is_default_constructible_v<T>) {
+    return &makeInstance<T>;
+  } else {
+    return nullptr;
+  }
+}
+
+}  // namespace detail
+
+}  // namespace ZtFoundation
+
+#define ZT_IMPLEMENT_CLASS(Name, ...)                                                                   \
+  ::ZtFoundation::Class Name::classObject() {                                                           \
+    static constinit ::ZtFoundation::RuntimeClass shared(#Name, &Name::Superclass::classObject,         \
+                                                         ::ZtFoundation::detail::factoryOf<Name>());    \
+    return &shared;                                                                                     \
+  }                                                                                                     \
+  static_assert(true)
