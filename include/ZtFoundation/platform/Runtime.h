@@ -16,19 +16,21 @@ class ZT_EXPORT RuntimeClass {
  public:
   using Factory = NSObject* (*)();
 
-  constexpr RuntimeClass(const char* name, Class (*superclass)(), Factory factory) noexcept
-      : name_(name), superclass_(superclass), factory_(factory) {}
+  constexpr RuntimeClass(const char* className, Class (*parent)(), Factory maker) noexcept
+      : name_(className), parent_(parent), factory_(maker) {}
   RuntimeClass(const RuntimeClass&) = delete;
   RuntimeClass& operator=(const RuntimeClass&) = delete;
 
   const char* name() const noexcept { return name_; }
-  Class superclass() const { return superclass_ == nullptr ? nullptr : superclass_(); }
+  Class superclass() const { return parent_ == nullptr ? nullptr : parent_(); }
+  /// A new instance made by the default constructor; none when there is no such constructor.
+  Ref<NSObject> createInstance() const;
   /// True for `ancestor` itself and every class below it; false for null.
   bool isSubclassOfClass(Class ancestor) const;
 
  private:
   const char* name_;
-  Class (*superclass_)();
+  Class (*parent_)();
   Factory factory_;
 };
 

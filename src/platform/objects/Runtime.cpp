@@ -9,6 +9,10 @@ Class NSObject::classObject() {
 
 bool NSObject::isKindOfClass(Class wanted) const { return isa()->isSubclassOfClass(wanted); }
 
+Ref<NSObject> RuntimeClass::createInstance() const {
+  return Ref<NSObject>::adopt(factory_ == nullptr ? nullptr : factory_());
+}
+
 bool RuntimeClass::isSubclassOfClass(Class ancestor) const {
   if (ancestor == nullptr) return false;
   for (const RuntimeClass* one = this; one != nullptr; one = one->superclass()) {
