@@ -14,7 +14,8 @@ endif()
 
 find_program(ZT_CCACHE ccache)
 if(ZT_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
-  set(CMAKE_CXX_COMPILER_LAUNCHER ${ZT_CCACHE})
+  # Without this leave it would compile everything that uses a precompiled header again.
+  set(CMAKE_CXX_COMPILER_LAUNCHER env CCACHE_SLOPPINESS=pch_defines,time_macros ${ZT_CCACHE})
 endif()
 
 # Every target of the project links this; it is not part of what hosts see.
