@@ -69,6 +69,8 @@ class ZT_EXPORT NSNumber : public NSObject {
 
   std::int64_t signedBits() const noexcept { return static_cast<std::int64_t>(bits_); }
   double realBits() const noexcept;
+  NSComparisonResult compareValues(const NSNumber& other) const noexcept;
+  NSComparisonResult compareWithReal(double real) const noexcept;
 
   std::uint64_t bits_;
 };
