@@ -126,7 +126,7 @@ class ZT_EXPORT NSString : public NSObject {
   /// Copies the units of `range` to `buffer`, which holds at least that many.
   void getCharacters_range(unichar* buffer, NSRange range) const;
   UnitView units() const noexcept;
-  /// True when every unit is below 0x80.
+  /// True when every unit is known to be below 0x80; a mutable string that lost its other units may still say no.
   bool isASCII() const noexcept { return (flags() & kASCIIFlag) != 0; }
 
   // --- To the host's types
@@ -222,6 +222,7 @@ class ZT_EXPORT NSString : public NSObject {
       : NSObject(ObjectKind::String, flags), units_(units), length_(length) {}
 
   // Contents of an immutable string follow the object in its block.
+  static NSString* newUninitialised(NSUInteger length, NSUInteger unitSize, std::uint8_t flags, void** contents);
   static NSString* newNarrow(const char* units, NSUInteger length, bool ascii);
   static NSString* newWide(const char16_t* units, NSUInteger length);
   static NSString* newFromUnits(const char16_t* units, NSUInteger length);
