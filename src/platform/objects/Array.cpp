@@ -11,8 +11,8 @@
 
 namespace ZtFoundation {
 
-ZT_IMPLEMENT_CLASS(NSArray)
-ZT_IMPLEMENT_CLASS(NSMutableArray)
+ZT_IMPLEMENT_CLASS(NSArray);
+ZT_IMPLEMENT_CLASS(NSMutableArray);
 
 namespace {
 

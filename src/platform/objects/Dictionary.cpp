@@ -12,8 +12,8 @@
 
 namespace ZtFoundation {
 
-ZT_IMPLEMENT_CLASS(NSDictionary)
-ZT_IMPLEMENT_CLASS(NSMutableDictionary)
+ZT_IMPLEMENT_CLASS(NSDictionary);
+ZT_IMPLEMENT_CLASS(NSMutableDictionary);
 
 namespace {
 
@@ -54,7 +54,8 @@ std::uint32_t NSDictionary::hashOfKey(const NSObject& key) {
 void NSDictionary::allocate(NSUInteger capacity) {
   if (capacity > kMaximumCount) throw std::bad_alloc();
   const NSUInteger indexed = indexSize(capacity);
-  const std::size_t bytes = capacity * (sizeof(DictionaryEntry) + sizeof(std::uint32_t)) + indexed * sizeof(std::uint32_t);
+  const std::size_t bytes =
+      capacity * (sizeof(DictionaryEntry) + sizeof(std::uint32_t)) + indexed * sizeof(std::uint32_t);
   entries_ = static_cast<DictionaryEntry*>(::operator new(bytes));
   hashes_ = reinterpret_cast<std::uint32_t*>(entries_ + capacity);
   index_ = indexed != 0 ? hashes_ + capacity : nullptr;
@@ -91,7 +92,7 @@ NSUInteger NSDictionary::findSlot(const NSObject& key, std::uint32_t hash) const
 void NSDictionary::insert(Ref<NSObject>&& key, std::uint32_t hash, Ref<NSObject>&& value) {
   const NSUInteger known = findSlot(*key, hash);
   if (known != kNoSlot) {
-    entries_[known].value = std::move(value);
+    std::swap(entries_[known].value, value);
     return;
   }
   if (used_ == capacity_) rebuild(std::max<NSUInteger>(4, count_ + count_ / 2 + 1));

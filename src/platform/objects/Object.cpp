@@ -65,7 +65,7 @@ NSUInteger NSObject::hash() const {
 Ref<NSString> NSObject::description() const {
   char address[2 + 2 * sizeof(void*) + 1];
   std::snprintf(address, sizeof address, "%p", static_cast<const void*>(this));
-  return "<" + NSStringFromClass(isa())->utf8() + ": " + address + ">";
+  return "<" + std::string(isa()->name()) + ": " + address + ">";
 }
 
 std::ostream& operator<<(std::ostream& stream, const NSObject* object) {
