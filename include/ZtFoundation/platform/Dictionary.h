@@ -43,8 +43,10 @@ class ZT_EXPORT NSDictionary : public NSCollection {
   /// An immutable dictionary with the same entries; `other` itself when it is immutable, none for none.
   static Ref<NSDictionary> dictionaryWithDictionary(const Ref<NSDictionary>& other);
   /// Takes keys and values out of `entries`, which are left empty; keys must be immutable strings. `hashes` gives `hashOfKey` of each
-  /// key, or is empty. Of equal keys the later value stands in the earlier place.
-  static Ref<NSDictionary> dictionaryByTaking(std::span<DictionaryEntry> entries, std::span<const std::uint32_t> hashes = {});
+  /// key, or is empty. Of equal keys the later value stands in the earlier place; the value that gave way and the later
+  /// key stay behind in `entries`, so that a producer which remembers them can keep them alive.
+  static Ref<NSDictionary> dictionaryByTaking(std::span<DictionaryEntry> entries,
+                                              std::span<const std::uint32_t> hashes = {});
 
   /// The hash under which a dictionary files `key`.
   static std::uint32_t hashOfKey(const NSObject& key);

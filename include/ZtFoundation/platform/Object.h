@@ -112,7 +112,9 @@ inline void releaseObject(const NSObject* object) noexcept {
 template <class T>
 concept HasKind = T::kKind != ObjectKind::Other;
 template <class T>
-concept MutableFlavour = requires { requires T::kIsMutable; };
+concept MutableFlavour = requires {
+  requires T::kIsMutable;
+};
 
 }  // namespace detail
 
@@ -152,10 +154,10 @@ std::ostream& operator<<(std::ostream& stream, const Ref<T>& object) {
 }  // namespace ZtFoundation
 
 /// Stands first in the body of a class that derives from NSObject, directly or not.
-#define ZT_OBJECT(Name, Super)                                             \
- public:                                                                   \
-  using Superclass = Super;                                                \
-  static ::ZtFoundation::Class classObject();                              \
-  ::ZtFoundation::Class isa() const override { return classObject(); }     \
-                                                                           \
+#define ZT_OBJECT(Name, Super)                                         \
+ public:                                                               \
+  using Superclass = Super;                                            \
+  static ::ZtFoundation::Class classObject();                          \
+  ::ZtFoundation::Class isa() const override { return classObject(); } \
+                                                                       \
  private:

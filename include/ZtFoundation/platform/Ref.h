@@ -48,7 +48,8 @@ ZT_EXPORT NSObject* newNumber(unsigned long long value);
 ZT_EXPORT NSObject* newNumber(double value);
 
 template <class Text>
-concept Utf8Text = std::convertible_to<const Text&, std::string_view> && !std::same_as<std::decay_t<Text>, std::nullptr_t>;
+concept Utf8Text =
+    std::convertible_to<const Text&, std::string_view> && !std::same_as<std::decay_t<Text>, std::nullptr_t>;
 template <class Text>
 concept Utf16Text = std::convertible_to<const Text&, std::u16string_view>;
 template <class Scalar>
@@ -93,19 +94,16 @@ class Ref {
   Ref(const Ref& other) noexcept : object_(other.object_) { retain(); }
   Ref(Ref&& other) noexcept : object_(std::exchange(other.object_, nullptr)) {}
   template <class U>
-    requires std::convertible_to<U*, T*>
-  Ref(const Ref<U>& other) noexcept : object_(other.get()) {
-    retain();
-  }
+  requires std::convertible_to<U*, T*> Ref(const Ref<U>& other)
+  noexcept : object_(other.get()) { retain(); }
   template <class U>
-    requires std::convertible_to<U*, T*>
-  Ref(Ref<U>&& other) noexcept : object_(other.leak()) {}
+  requires std::convertible_to<U*, T*> Ref(Ref<U>&& other)
+  noexcept : object_(other.leak()) {}
 
   /// A new string with the text, which is UTF-8; bytes that are not valid become U+FFFD, one each.
   /// A null `const char*` gives none.
   template <detail::Utf8Text Text>
-    requires detail::HoldsString<T>
-  Ref(const Text& text) {
+  requires detail::HoldsString<T> Ref(const Text& text) {
     if constexpr (std::is_pointer_v<Text>) {
       if (text == nullptr) return;
     }
@@ -113,12 +111,10 @@ class Ref {
   }
   /// A new string with the UTF-16 units as they are.
   template <detail::Utf16Text Text>
-    requires detail::HoldsString<T>
-  Ref(const Text& units) : object_(detail::newText<T>(std::u16string_view(units))) {}
+  requires detail::HoldsString<T> Ref(const Text& units) : object_(detail::newText<T>(std::u16string_view(units))) {}
   /// A new number; `bool` gives a boolean.
   template <detail::Boxable Scalar>
-    requires std::same_as<T, NSObject>
-  Ref(Scalar value) : object_(detail::box(value)) {}
+  requires std::same_as<T, NSObject> Ref(Scalar value) : object_(detail::box(value)) {}
 
   ~Ref() { reset(); }
 
@@ -165,8 +161,8 @@ class Ref {
 
 /// Identity of objects held by differently typed `Ref`s.
 template <class T, class U>
-  requires(!std::same_as<T, U> && (std::convertible_to<T*, U*> || std::convertible_to<U*, T*>))
-bool operator==(const Ref<T>& a, const Ref<U>& b) noexcept {
+requires(!std::same_as<T, U> && (std::convertible_to<T*, U*> || std::convertible_to<U*, T*>)) bool operator==(
+    const Ref<T>& a, const Ref<U>& b) noexcept {
   return static_cast<const void*>(a.get()) == static_cast<const void*>(b.get());
 }
 

@@ -37,7 +37,8 @@ auto readValue(NSObject* object) {
     const NSString* text = as<NSString>(object);
     return text != nullptr ? std::optional<std::string>(text->utf8()) : std::nullopt;
   } else {
-    static_assert(std::is_arithmetic_v<T>, "read as std::string, bool, an integer, a floating type or a class of objects");
+    static_assert(std::is_arithmetic_v<T>,
+                  "read as std::string, bool, an integer, a floating type or a class of objects");
     const NSNumber* number = as<NSNumber>(object);
     if (number == nullptr) return std::optional<T>();
     if constexpr (std::same_as<T, bool>) {

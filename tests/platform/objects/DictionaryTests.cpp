@@ -128,9 +128,13 @@ TEST(DictionaryTests, EqualityIgnoresOrder) {
 }
 
 TEST(DictionaryTests, ReadsAsTheHostsTypes) {
-  const Ref<NSDictionary> dictionary = NSDictionary::dictionaryWithEntries(
-      {{"text", "abc"}, {"int", 300}, {"real", 1.5}, {"whole", 2.0}, {"flag", true}, {"list", NSArray::of(1)},
-       {"big", 18446744073709551615ULL}});
+  const Ref<NSDictionary> dictionary = NSDictionary::dictionaryWithEntries({{"text", "abc"},
+                                                                            {"int", 300},
+                                                                            {"real", 1.5},
+                                                                            {"whole", 2.0},
+                                                                            {"flag", true},
+                                                                            {"list", NSArray::of(1)},
+                                                                            {"big", 18446744073709551615ULL}});
   EXPECT_EQ(dictionary->get<std::string>("text"), "abc");
   EXPECT_EQ(dictionary->get<int>("int"), 300);
   EXPECT_EQ(dictionary->get<std::int8_t>("int"), std::nullopt);
