@@ -47,26 +47,6 @@ char16_t substitute(InvalidBytes policy, unsigned char byte) noexcept {
   return policy == InvalidBytes::Replace ? kReplacementCharacter : static_cast<char16_t>(0xDC00 + byte);
 }
 
-char* putUTF8(char* out, char32_t codePoint) noexcept {
-  const auto put = [&out](char32_t byte) { *out++ = static_cast<char>(byte); };
-  if (codePoint < 0x80) {
-    put(codePoint);
-  } else if (codePoint < 0x800) {
-    put(0xC0 | (codePoint >> 6));
-    put(0x80 | (codePoint & 0x3F));
-  } else if (codePoint < 0x10000) {
-    put(0xE0 | (codePoint >> 12));
-    put(0x80 | ((codePoint >> 6) & 0x3F));
-    put(0x80 | (codePoint & 0x3F));
-  } else {
-    put(0xF0 | (codePoint >> 18));
-    put(0x80 | ((codePoint >> 12) & 0x3F));
-    put(0x80 | ((codePoint >> 6) & 0x3F));
-    put(0x80 | (codePoint & 0x3F));
-  }
-  return out;
-}
-
 std::size_t sizeInUTF8(char32_t codePoint) noexcept {
   return codePoint < 0x80 ? 1 : codePoint < 0x800 ? 2 : codePoint < 0x10000 ? 3 : 4;
 }

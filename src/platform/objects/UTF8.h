@@ -47,6 +47,28 @@ inline char16_t* putCodePoint(char16_t* out, char32_t codePoint) noexcept {
   return out;
 }
 
+/// Writes one code point in one to four bytes and answers where the next goes.
+inline char* putUTF8(char* out, char32_t codePoint) noexcept {
+  const auto put = [&out](char32_t byte) { *out++ = static_cast<char>(byte); };
+  if (codePoint < 0x80) {
+    put(codePoint);
+    return out;
+  }
+  if (codePoint < 0x800) {
+    put(0xC0 | (codePoint >> 6));
+  } else {
+    if (codePoint < 0x10000) {
+      put(0xE0 | (codePoint >> 12));
+    } else {
+      put(0xF0 | (codePoint >> 18));
+      put(0x80 | ((codePoint >> 12) & 0x3F));
+    }
+    put(0x80 | ((codePoint >> 6) & 0x3F));
+  }
+  put(0x80 | (codePoint & 0x3F));
+  return out;
+}
+
 /// How many bytes at the start are below 0x80.
 std::size_t asciiPrefix(std::string_view bytes) noexcept;
 inline bool isASCII(std::string_view bytes) noexcept { return asciiPrefix(bytes) == bytes.size(); }
