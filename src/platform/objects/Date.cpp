@@ -88,9 +88,16 @@ std::int64_t secondsFromCalendar(const CalendarDate& date) noexcept {
   const std::int64_t days = year * 365 + leapDays + daysBeforeMonth(month) + date.day - 1 - kDaysFromCycleStartTo2001;
   const std::int64_t time = date.hour * 3600 + date.minute * 60 + date.second;
 
+  // Whole cycles are counted towards 2001, so that the parts overflow only if the sum does.
+  std::int64_t cycles = cycle - 5;
+  std::int64_t rest = days * kSecondsPerDay + time;
+  if (cycles < 0) {
+    ++cycles;
+    rest -= kDaysPerCycle * kSecondsPerDay;
+  }
   std::int64_t seconds;
-  if (__builtin_mul_overflow(cycle - 5, kDaysPerCycle * kSecondsPerDay, &seconds) ||
-      __builtin_add_overflow(seconds, days * kSecondsPerDay + time, &seconds)) {
+  if (__builtin_mul_overflow(cycles, kDaysPerCycle * kSecondsPerDay, &seconds) ||
+      __builtin_add_overflow(seconds, rest, &seconds)) {
     return saturated(date.year < 0);
   }
   return seconds;

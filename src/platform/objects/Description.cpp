@@ -14,7 +14,7 @@ namespace ZtFoundation {
 namespace {
 
 // Indentation stops growing here, so that the text of deep values stays in proportion to their size.
-constexpr std::size_t kMaximumIndentation = 64;
+constexpr std::size_t kMaximumIndentation = 32;
 // Beyond this much text a container that several places share is shown as three dots: few objects
 // that share each other, or a cycle, could otherwise make any amount of text.
 constexpr std::size_t kMaximumTextOfShared = std::size_t{16} << 20;

@@ -1,0 +1,104 @@
+#include <ZtFoundation/platform/Set.h>
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include <ZtFoundation/platform/Array.h>
+#include <ZtFoundation/platform/Exception.h>
+#include <ZtFoundation/platform/String.h>
+
+namespace ZtFoundation {
+namespace {
+
+std::string membersOf(const Ref<NSSet>& set) { return set->allObjects()->componentsJoinedByString(",")->utf8(); }
+
+TEST(Set, HoldsEachMemberOnceInOrder) {
+  Ref<NSSet> set = NSSet::setWithObjects({"b", "a", "b", 1, 1.0});
+  EXPECT_EQ(set->count(), 3U);
+  EXPECT_EQ(membersOf(set), "b,a,1");
+  std::string walked;
+  for (const auto& [member, same] : *set) walked += member->description()->utf8();
+  EXPECT_EQ(walked, "ba1");
+}
+
+TEST(Set, FindsEqualMembers) {
+  const Ref<NSString> text = "a";
+  Ref<NSSet> set = NSSet::setWithObjects({text});
+  EXPECT_TRUE(set->containsObject("a"));
+  EXPECT_FALSE(set->containsObject("b"));
+  EXPECT_FALSE(set->containsObject(nullptr));
+  EXPECT_EQ(set->member("a"), text);
+  EXPECT_EQ(set->member("b"), nullptr);
+}
+
+TEST(Set, AddingAnEqualObjectKeepsTheOldMember) {
+  const Ref<NSString> first = "a";
+  const Ref<NSString> second = "a";
+  Ref<NSMutableSet> set = NSMutableSet::set();
+  set->addObject(first);
+  set->addObject(second);
+  EXPECT_EQ(set->count(), 1U);
+  EXPECT_EQ(set->anyObject(), first);
+}
+
+TEST(Set, AnyObjectOfAnEmptySetIsNone) { EXPECT_EQ(NSSet::set()->anyObject(), nullptr); }
+
+TEST(Set, ComesFromArraysAndSets) {
+  Ref<NSSet> set = NSSet::setWithArray(NSArray::of("a", "b", "a"));
+  EXPECT_EQ(membersOf(set), "a,b");
+  EXPECT_EQ(NSSet::setWithSet(set), set);
+  EXPECT_EQ(set->copy(), set);
+  EXPECT_EQ(NSSet::setWithArray(nullptr), nullptr);
+  EXPECT_EQ(NSSet::setWithSet(nullptr), nullptr);
+  EXPECT_EQ(NSMutableSet::setWithSet(nullptr), nullptr);
+}
+
+TEST(Set, CopiesAreIndependent) {
+  Ref<NSMutableSet> set = NSMutableSet::setWithSet(NSSet::setWithObjects({"a"}));
+  Ref<NSSet> copy = set->copy();
+  Ref<NSMutableSet> mutableCopy = set->mutableCopy();
+  set->addObject("b");
+  EXPECT_EQ(copy->count(), 1U);
+  EXPECT_EQ(mutableCopy->count(), 1U);
+  EXPECT_FALSE(copy->isMutable());
+  EXPECT_TRUE(mutableCopy->isMutable());
+}
+
+TEST(Set, EqualsByMembersInAnyOrder) {
+  Ref<NSSet> set = NSSet::setWithObjects({"a", 1});
+  Ref<NSSet> other = NSSet::setWithObjects({1.0, "a"})->mutableCopy();
+  EXPECT_TRUE(isEqual(set, other));
+  EXPECT_EQ(set->hash(), other->hash());
+  EXPECT_FALSE(isEqual(set, NSSet::setWithObjects({"a"})));
+  EXPECT_FALSE(isEqual(set, NSSet::setWithObjects({"a", 2})));
+  EXPECT_FALSE(set->isEqual(nullptr));
+  EXPECT_FALSE(isEqual(set, NSArray::of("a", 1)));
+}
+
+TEST(Set, Subsets) {
+  Ref<NSSet> small = NSSet::setWithObjects({"a"});
+  Ref<NSSet> large = NSSet::setWithObjects({"a", "b"});
+  EXPECT_TRUE(small->isSubsetOfSet(large));
+  EXPECT_FALSE(large->isSubsetOfSet(small));
+  EXPECT_TRUE(NSSet::set()->isSubsetOfSet(small));
+  EXPECT_FALSE(small->isSubsetOfSet(nullptr));
+}
+
+TEST(Set, HoldsNoNone) {
+  EXPECT_THROW(NSMutableSet::set()->addObject(nullptr), NSException);
+  EXPECT_THROW(NSSet::setWithObjects({nullptr}), NSException);
+}
+
+TEST(MutableSet, RemovesMembers) {
+  Ref<NSMutableSet> set = NSSet::setWithObjects({"a", "b", "c"})->mutableCopy();
+  set->removeObject("b");
+  set->removeObject("x");
+  set->removeObject(nullptr);
+  EXPECT_EQ(membersOf(set), "a,c");
+  set->removeAllObjects();
+  EXPECT_EQ(set->count(), 0U);
+}
+
+}  // namespace
+}  // namespace ZtFoundation
