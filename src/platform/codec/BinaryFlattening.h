@@ -1,0 +1,111 @@
+/// \file BinaryFlattening.h
+/// A property list as the sequence of different objects that a binary file holds.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+#include <ZtFoundation/platform/Dictionary.h>
+
+#include "platform/codec/Codec.h"
+
+namespace ZtFoundation::codec::binary {
+
+/// The number of a UID that `object` stands for, when it is a dictionary with nothing but the key "CF$UID" and an integer not
+/// below zero.
+std::optional<std::uint64_t> uidOf(const NSObject& object);
+
+/// Numbers by content, in expected constant time each.
+class LeafTable {
+ public:
+  /// The number of the first leaf with the same content; `number`, which is filed then, when there is none.
+  std::uint32_t findOrAdd(const std::vector<const NSObject*>& objects, const NSObject& leaf, std::uint32_t number);
+
+ private:
+  struct Entry {
+    std::uint32_t hash;
+    std::uint32_t number;
+  };
+  static constexpr std::uint32_t kFree = 0xFFFFFFFF;
+
+  void grow();
+  Entry& freeEntryFor(std::uint32_t hash);
+
+  std::vector<Entry> entries_;
+  std::size_t used_ = 0;
+};
+
+/// Numbers the objects of a tree in the order in which a walk from the root meets them. Equal leaves, and containers that are
+/// the same object, are numbered once; the work is linear in what the tree holds before sharing is expanded.
+class Flattening {
+ public:
+  /// False, with the reason and the path of keys in `error`, when a binary file cannot hold `root`: none, an object of a kind that is no
+  /// property list, a key that is no string, a date that is no number, containers too deep or inside themselves.
+  bool run(const NSObject* root, CodecError& error);
+
+  const std::vector<const NSObject*>& objects() const { return objects_; }
+  /// The numbers of the contents of all containers, in the order of the containers: of an array the elements, of a
+  /// dictionary the keys and then the values. A UID has none.
+  const std::vector<std::uint32_t>& references() const { return references_; }
+  /// What all places count together; see `largestExpansion`.
+  std::uint64_t cost() const { return cost_; }
+
+ private:
+  static constexpr std::uint32_t kUnshared = 0xFFFFFFFF;
+
+  /// A container that several owners hold, so that it may stand in several places.
+  struct Shared {
+    std::uint32_t number;
+    std::uint16_t height = 0;  // 0 as long as it is open
+    std::uint64_t cost = 0;
+  };
+  struct Frame {
+    const NSObject* container;
+    const Ref<NSObject>* element;  // of an array, the next one
+    NSDictionary::Iterator entry;  // of a dictionary, the next one
+    std::size_t references;        // where the numbers of its contents begin
+    std::size_t next = 0;
+    std::size_t count;
+    std::uint32_t shared = kUnshared;
+    std::uint16_t height = 1;
+    std::uint64_t costBefore;
+  };
+  struct Recent {
+    const NSObject* object = nullptr;
+    std::uint32_t number = 0;
+  };
+
+  void walk(const NSObject* root);
+  void advance();
+  const NSObject& nextValue(Frame& frame);
+  void placeKey(Frame& frame, const NSObject& key);
+  void place(const NSObject& object);
+  void placeUID(const NSObject& dictionary);
+  void placeContainer(const NSObject& container);
+  void placeAgain(const Shared& shared);
+  void open(const NSObject& container, std::uint32_t shared);
+  void close();
+  void deliver(std::uint32_t number, std::uint16_t height);
+  std::uint32_t leafNumber(const NSObject& leaf);
+  std::uint32_t newNumber(const NSObject& object);
+  void checkLeaf(const NSObject& leaf) const;
+  void requireDepth(std::size_t depth) const;
+  [[noreturn]] void fail(const std::string& what) const;
+  std::string path() const;
+
+  std::vector<const NSObject*> objects_;
+  std::vector<std::uint32_t> references_;
+  std::vector<Frame> frames_;
+  std::vector<Shared> shared_;
+  std::unordered_map<const NSObject*, std::uint32_t> sharedIndex_;  // into `shared_`
+  LeafTable leaves_;
+  std::array<Recent, 1024> recent_;  // the same few keys come again and again
+  std::uint64_t cost_ = 0;
+};
+
+}  // namespace ZtFoundation::codec::binary
