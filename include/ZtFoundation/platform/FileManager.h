@@ -1,0 +1,75 @@
+/// \file FileManager.h
+/// `NSFileManager`: the plain operations on files and folders that are named by a path.
+/// \code
+///   Ref<NSFileManager> files = NSFileManager::defaultManager();
+///   if (!files->fileExistsAtPath(folder)) files->createDirectoryAtPath_attributes(folder, nullptr);
+///   Ref<NSData> contents = files->contentsAtPath("/etc/hostname");
+/// \endcode
+/// A path goes to the system as it stands; relative ones count from the process's current folder. A path that is none or
+/// holds U+0000 makes every operation fail. Operations block until the system has answered.
+///
+/// A host may derive from the class; the library calls its operations on the manager that it was given.
+///
+/// Saving atomically, as `NSData::writeToFile_atomically` does with true, means:
+/// - The new contents are written to a temporary file beside the target, flushed to the device, renamed over the
+///   target, and the folder is flushed. Readers see the old file or the new one, also after a crash.
+/// - A failure anywhere leaves the old contents in place and no temporary file. A process that is killed meanwhile may leave a
+///   temporary file (".ztsave-" and 32 digits); the next save into that folder removes it.
+/// - A path that is a symbolic link stays one: the file at the end of the chain is replaced, or made if it is missing.
+/// - Of an existing file, permissions, extended attributes and access control list are kept, owner and group too where the process
+///   may give them; where it may not, nobody gains a right that way. It is a new file nevertheless: other hard links to the old
+///   one keep the old contents.
+/// - A new file is readable and writable by its owner only, or less if the process's umask says so.
+/// - An existing target must be a regular file that the process may read and write, in a folder that it may write.
+///
+/// Threads: operations may be called by any thread.
+#pragma once
+
+#include <string_view>
+
+#include <ZtFoundation/platform/Object.h>
+
+namespace ZtFoundation {
+
+class NSData;
+class NSDictionary;
+
+// Keys of the attributes for new items. Others, and values of another kind than told here, are ignored.
+
+/// A number: the permission bits, independent of the umask.
+ZT_EXPORT extern const std::string_view NSFilePosixPermissions;
+/// A date.
+ZT_EXPORT extern const std::string_view NSFileModificationDate;
+/// Numbers: the user and the group that own the item, set where the process may. An identifier goes before a name.
+ZT_EXPORT extern const std::string_view NSFileOwnerAccountID;
+ZT_EXPORT extern const std::string_view NSFileGroupOwnerAccountID;
+/// Strings: the same by name.
+ZT_EXPORT extern const std::string_view NSFileOwnerAccountName;
+ZT_EXPORT extern const std::string_view NSFileGroupOwnerAccountName;
+
+class ZT_EXPORT NSFileManager : public NSObject {
+  ZT_OBJECT(NSFileManager, NSObject)
+ public:
+  /// The one manager that the library itself uses; the same object at every call.
+  static Ref<NSFileManager> defaultManager();
+
+  /// True when something exists at `path`; links are followed, so a link that leads nowhere does not exist. False too when the
+  /// process may not look.
+  virtual bool fileExistsAtPath(const Ref<NSString>& path);
+  /// The same; `isDirectory` may be null and tells afterwards whether it is a folder. Untouched when nothing exists.
+  virtual bool fileExistsAtPath_isDirectory(const Ref<NSString>& path, bool* isDirectory);
+
+  /// Makes one folder whose parent exists, with the permissions that the umask leaves unless `attributes` (may be none) has its
+  /// own. False when anything exists there already, which is left as it is, or the folder cannot be made.
+  virtual bool createDirectoryAtPath_attributes(const Ref<NSString>& path, const Ref<NSDictionary>& attributes);
+
+  /// The whole file, following links; none when it cannot be read or is a folder.
+  virtual Ref<NSData> contentsAtPath(const Ref<NSString>& path);
+  /// Makes a file, or empties the one that exists, and writes `contents` (none: nothing) into it, not atomically. A new file gets the
+  /// permissions that the umask leaves unless `attributes` (may be none) has its own; of an existing file they are changed
+  /// only if `attributes` has them. False when it cannot be made or written; what was written so far stays.
+  virtual bool createFileAtPath_contents_attributes(const Ref<NSString>& path, const Ref<NSData>& contents,
+                                                    const Ref<NSDictionary>& attributes);
+};
+
+}  // namespace ZtFoundation

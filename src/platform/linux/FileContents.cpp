@@ -1,0 +1,98 @@
+#include "platform/linux/FileContents.h"
+
+#include <ZtFoundation/platform/Data.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <new>
+#include <stdexcept>
+
+#include "platform/linux/AtomicFile.h"
+#include "platform/linux/FileDescriptor.h"
+
+namespace ZtFoundation {
+
+namespace detail {
+
+namespace {
+
+constexpr std::size_t kSmallestRead = 4096;
+
+// One byte more than the file has, so that the end shows without another round.
+std::size_t sizeHint(int file) {
+  struct stat status;
+  if (::fstat(file, &status) != 0 || status.st_size <= 0) return kSmallestRead;
+  return static_cast<std::size_t>(status.st_size) + 1;
+}
+
+// Fills `bytes` up to its size; answers how far it got before the end, none on an error.
+std::optional<std::size_t> readInto(int file, std::string& bytes, std::size_t filled) {
+  while (filled < bytes.size()) {
+    const ssize_t got = retryInterrupted([&] { return ::read(file, &bytes[filled], bytes.size() - filled); });
+    if (got < 0) return std::nullopt;
+    if (got == 0) break;
+    filled += static_cast<std::size_t>(got);
+  }
+  return filled;
+}
+
+std::optional<std::string> readGrowing(int file) {
+  std::string bytes(sizeHint(file), '\0');
+  std::size_t filled = 0;
+  for (;;) {
+    const auto reached = readInto(file, bytes, filled);
+    if (!reached) return std::nullopt;
+    filled = *reached;
+    if (filled < bytes.size()) break;
+    bytes.resize(bytes.size() * 2);
+  }
+  bytes.resize(filled);
+  return bytes;
+}
+
+bool writeInPlace(const std::string& path, std::string_view bytes) {
+  constexpr int flags = O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NOCTTY;
+  const FileDescriptor file(retryInterrupted([&] { return ::open(path.c_str(), flags, 0600); }));
+  return file && writeAll(file.get(), bytes);
+}
+
+}  // namespace
+
+std::optional<std::string> readToEnd(int file) {
+  try {
+    return readGrowing(file);
+  } catch (const std::bad_alloc&) {
+    return std::nullopt;
+  } catch (const std::length_error&) {
+    return std::nullopt;
+  }
+}
+
+bool writeAll(int file, std::string_view bytes) {
+  while (!bytes.empty()) {
+    const ssize_t written = retryInterrupted([&] { return ::write(file, bytes.data(), bytes.size()); });
+    if (written <= 0) return false;
+    bytes.remove_prefix(static_cast<std::size_t>(written));
+  }
+  return true;
+}
+
+}  // namespace detail
+
+Ref<NSData> NSData::dataWithContentsOfFile(const Ref<NSString>& path) {
+  const auto name = detail::systemPath(path);
+  if (!name) return nullptr;
+  constexpr int flags = O_RDONLY | O_CLOEXEC | O_NOCTTY;
+  const detail::FileDescriptor file(detail::retryInterrupted([&] { return ::open(name->c_str(), flags); }));
+  auto bytes = file ? detail::readToEnd(file.get()) : std::nullopt;
+  return bytes ? NSData::dataWithString(std::move(*bytes)) : nullptr;
+}
+
+bool NSData::writeToFile_atomically(const Ref<NSString>& path, bool atomically) const {
+  const auto name = detail::systemPath(path);
+  if (!name) return false;
+  return atomically ? detail::replaceFile(*name, view()) : detail::writeInPlace(*name, view());
+}
+
+}  // namespace ZtFoundation

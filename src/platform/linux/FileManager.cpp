@@ -1,0 +1,60 @@
+#include <ZtFoundation/platform/Data.h>
+#include <ZtFoundation/platform/Dictionary.h>
+#include <ZtFoundation/platform/FileManager.h>
+#include <ZtFoundation/platform/Runtime.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "platform/linux/FileAttributes.h"
+#include "platform/linux/FileContents.h"
+#include "platform/linux/FileDescriptor.h"
+
+namespace ZtFoundation {
+
+ZT_IMPLEMENT_CLASS(NSFileManager);
+
+using detail::FileDescriptor;
+using detail::systemPath;
+
+Ref<NSFileManager> NSFileManager::defaultManager() {
+  static NSFileManager* const shared = new NSFileManager;  // never destroyed, so it serves during exit too
+  return Ref<NSFileManager>(shared);
+}
+
+bool NSFileManager::fileExistsAtPath(const Ref<NSString>& path) {
+  const auto name = systemPath(path);
+  struct stat status;
+  return name && ::stat(name->c_str(), &status) == 0;
+}
+
+bool NSFileManager::fileExistsAtPath_isDirectory(const Ref<NSString>& path, bool* isDirectory) {
+  const auto name = systemPath(path);
+  struct stat status;
+  if (!name || ::stat(name->c_str(), &status) != 0) return false;
+  if (isDirectory != nullptr) *isDirectory = S_ISDIR(status.st_mode);
+  return true;
+}
+
+bool NSFileManager::createDirectoryAtPath_attributes(const Ref<NSString>& path, const Ref<NSDictionary>& attributes) {
+  const auto name = systemPath(path);
+  if (!name || ::mkdir(name->c_str(), detail::permissionsIn(attributes, 0777)) != 0) return false;
+  detail::applyAttributes(attributes, *name);
+  return true;
+}
+
+Ref<NSData> NSFileManager::contentsAtPath(const Ref<NSString>& path) { return NSData::dataWithContentsOfFile(path); }
+
+bool NSFileManager::createFileAtPath_contents_attributes(const Ref<NSString>& path, const Ref<NSData>& contents,
+                                                         const Ref<NSDictionary>& attributes) {
+  const auto name = systemPath(path);
+  if (!name) return false;
+  constexpr int flags = O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NOCTTY;
+  const mode_t mode = detail::permissionsIn(attributes, 0666);
+  const FileDescriptor file(detail::retryInterrupted([&] { return ::open(name->c_str(), flags, mode); }));
+  if (!file || (contents && !detail::writeAll(file.get(), contents->view()))) return false;
+  detail::applyAttributes(attributes, *name);
+  return true;
+}
+
+}  // namespace ZtFoundation
