@@ -66,20 +66,31 @@ struct EncodingWriter {
 };
 
 template <class T>
-constexpr std::string_view typeName() {
-  const std::string_view function = __PRETTY_FUNCTION__;
-  const std::size_t start = function.find("T = ") + 4;
-  return function.substr(start, function.find_first_of(";]", start) - start);
+constexpr const char* functionName() {
+  return __PRETTY_FUNCTION__;
 }
 
+/// The name of T as the compiler spells it. Specialised for a type that compilers spell differently.
+template <class T>
+struct TypeName {
+  static constexpr std::string_view text() {
+    const std::string_view function = functionName<T>();  // "... [with T = name]"
+    const std::size_t start = function.find("T = ") + 4;
+    return function.substr(start, function.size() - 1 - start);
+  }
+};
+
 // Two types without linkage may bear one name and must not pass for each other.
-constexpr bool isNameUnique(std::string_view name) { return name.find("anonymous") == std::string_view::npos; }
+constexpr bool isUnique(std::string_view name) {
+  return name.find_first_of("({") == std::string_view::npos && name.find("<unnamed") == std::string_view::npos;
+}
 
 template <class T>
 constexpr void putName(EncodingWriter& writer) {
-  static_assert(isNameUnique(typeName<T>()), "a type that travels in a message cannot be of an anonymous namespace");
+  constexpr std::string_view name = TypeName<T>::text();
+  static_assert(isUnique(name), "types of anonymous namespaces and of functions cannot travel in a message");
   writer.put('{');
-  writer.put(typeName<T>());
+  writer.put(name);
   writer.put('}');
 }
 
