@@ -1,0 +1,214 @@
+#include "platform/codec/TextInput.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdint>
+#include <optional>
+
+#include <ZtFoundation/platform/String.h>
+
+#include "platform/objects/UTF8.h"
+
+namespace ZtFoundation::codec {
+
+namespace {
+
+using namespace std::literals;
+
+struct Mark {
+  std::string_view bytes;
+  UnitForm form;
+};
+
+// The longer marks come first, because one of them begins with a shorter one.
+constexpr Mark kMarks[] = {
+    {"\x00\x00\xFE\xFF"sv, UnitForm::UTF32Big}, {"\xFF\xFE\x00\x00"sv, UnitForm::UTF32Little},
+    {"\xEF\xBB\xBF"sv, UnitForm::Bytes},        {"\xFE\xFF"sv, UnitForm::UTF16Big},
+    {"\xFF\xFE"sv, UnitForm::UTF16Little},
+};
+
+// Where the zeros lie in the first four bytes of ASCII text.
+UnitForm formByZeros(std::string_view bytes) {
+  const auto isZero = [&](std::size_t at) { return at < bytes.size() && bytes[at] == '\0'; };
+  const auto isByte = [&](std::size_t at) { return at < bytes.size() && bytes[at] != '\0'; };
+  if (isZero(0) && isZero(1) && isZero(2) && isByte(3)) return UnitForm::UTF32Big;
+  if (isByte(0) && isZero(1) && isZero(2) && isZero(3)) return UnitForm::UTF32Little;
+  if (isZero(0) && isByte(1)) return UnitForm::UTF16Big;
+  if (isByte(0) && isZero(1)) return UnitForm::UTF16Little;
+  return UnitForm::Bytes;
+}
+
+// The numbers that lie in bytes, `size` bytes each.
+class UnitReader {
+ public:
+  UnitReader(std::string_view bytes, std::size_t size, bool isBig) : bytes_(bytes), size_(size), isBig_(isBig) {}
+
+  bool isAtEnd() const { return at_ == bytes_.size(); }
+  bool hasUnit() const { return bytes_.size() - at_ >= size_; }
+  std::size_t offset() const { return at_; }
+
+  char32_t peek() const {
+    char32_t unit = 0;
+    for (std::size_t i = 0; i < size_; ++i) {
+      const std::size_t place = isBig_ ? i : size_ - 1 - i;
+      unit = unit << 8 | static_cast<unsigned char>(bytes_[at_ + place]);
+    }
+    return unit;
+  }
+  void skip() { at_ += size_; }
+
+ private:
+  std::string_view bytes_;
+  std::size_t size_;
+  std::size_t at_ = 0;
+  bool isBig_;
+};
+
+// The next character; empty when what lies there is none.
+std::optional<char32_t> takeCharacter(UnitReader& reader, bool joinsSurrogates) {
+  if (!reader.hasUnit()) return std::nullopt;
+  const char32_t unit = reader.peek();
+  if (unit > 0x10FFFF || detail::isLowSurrogate(unit)) return std::nullopt;
+  if (!detail::isHighSurrogate(unit)) {
+    reader.skip();
+    return unit;
+  }
+  UnitReader next = reader;
+  next.skip();
+  if (!joinsSurrogates || !next.hasUnit() || !detail::isLowSurrogate(next.peek())) return std::nullopt;
+  const char32_t joined = detail::joinSurrogates(unit, next.peek());
+  next.skip();
+  reader = next;
+  return joined;
+}
+
+// Three bytes for two, and one for each byte that may be left over.
+std::size_t utf8Room(std::size_t bytes) { return bytes + bytes / 2 + 4; }
+
+bool recodeUnits(UnitReader reader, std::size_t offset, bool isUTF16, std::string& out, CodecError& error) {
+  char* at = out.data();
+  while (!reader.isAtEnd()) {
+    const std::optional<char32_t> character = takeCharacter(reader, isUTF16);
+    if (!character) {
+      error.text = "The text is not valid "s + (isUTF16 ? "UTF-16" : "UTF-32") + " at byte offset " +
+                   std::to_string(offset + reader.offset()) + ".";
+      return false;
+    }
+    at = detail::putUTF8(at, *character);
+  }
+  out.resize(static_cast<std::size_t>(at - out.data()));
+  return true;
+}
+
+bool readUnits(std::string_view bytes, TextForm form, TextInput& input, CodecError& error) {
+  const bool isUTF16 = form.form == UnitForm::UTF16Big || form.form == UnitForm::UTF16Little;
+  const bool isBig = form.form == UnitForm::UTF16Big || form.form == UnitForm::UTF32Big;
+  const std::string_view units = bytes.substr(form.markLength);
+  input.storage.resize(utf8Room(units.size()));
+  if (!recodeUnits({units, isUTF16 ? 2U : 4U, isBig}, form.markLength, isUTF16, input.storage, error)) return false;
+  input.text = input.storage;
+  return true;
+}
+
+bool isSpace(char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r'; }
+
+std::string_view trimmedFront(std::string_view text) {
+  const auto first = std::ranges::find_if_not(text, isSpace);
+  return text.substr(static_cast<std::size_t>(first - text.begin()));
+}
+
+// The XML declaration without its brackets, empty when there is none.
+std::string_view declarationOf(std::string_view text) {
+  text = trimmedFront(text);
+  if (!text.starts_with("<?xml") || text.size() == 5 || !isSpace(text[5])) return {};
+  const std::size_t end = text.find("?>");
+  return end != std::string_view::npos ? text.substr(5, end - 5) : std::string_view();
+}
+
+// The value of the pseudo attribute `name`, empty when the declaration has none.
+std::string_view attributeOf(std::string_view declaration, std::string_view name) {
+  const std::size_t found = declaration.find(name);
+  if (found == std::string_view::npos) return {};
+  std::string_view rest = trimmedFront(declaration.substr(found + name.size()));
+  if (!rest.starts_with('=')) return {};
+  rest = trimmedFront(rest.substr(1));
+  if (!rest.starts_with('"') && !rest.starts_with('\'')) return {};
+  const std::size_t end = rest.find(rest.front(), 1);
+  return end != std::string_view::npos ? rest.substr(1, end - 1) : std::string_view();
+}
+
+std::string uppercase(std::string_view name) {
+  std::string result(name);
+  for (char& c : result) c = c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c;
+  return result;
+}
+
+// A declaration that could be read byte by byte is no UTF-16, whatever it says; such files come from programs that recode the
+// text and leave its declaration alone.
+bool isReadAsUTF8(const std::string& encoding) {
+  static constexpr std::string_view kNames[] = {"",         "UTF-8",    "UTF8",   "US-ASCII", "ASCII",   "UTF-16",
+                                                "UTF-16LE", "UTF-16BE", "UTF-32", "UTF-32LE", "UTF-32BE"};
+  return std::ranges::find(kNames, encoding) != std::end(kNames);
+}
+
+struct NamedEncoding {
+  std::string_view name;
+  NSStringEncoding encoding;
+};
+
+NSStringEncoding encodingNamed(const std::string& name) {
+  static constexpr NamedEncoding kEncodings[] = {
+      {"ISO-8859-1", NSISOLatin1StringEncoding},       {"ISO-8859-2", NSISOLatin2StringEncoding},
+      {"WINDOWS-1250", NSWindowsCP1250StringEncoding}, {"WINDOWS-1251", NSWindowsCP1251StringEncoding},
+      {"WINDOWS-1252", NSWindowsCP1252StringEncoding}, {"WINDOWS-1253", NSWindowsCP1253StringEncoding},
+      {"WINDOWS-1254", NSWindowsCP1254StringEncoding}, {"SHIFT_JIS", NSShiftJISStringEncoding},
+      {"EUC-JP", NSJapaneseEUCStringEncoding},         {"ISO-2022-JP", NSISO2022JPStringEncoding},
+      {"MACINTOSH", NSMacOSRomanStringEncoding},
+  };
+  const auto found = std::ranges::find(kEncodings, name, &NamedEncoding::name);
+  return found != std::end(kEncodings) ? found->encoding : kInvalidStringEncoding;
+}
+
+bool readEncoded(std::string_view bytes, std::string_view encoding, TextInput& input, CodecError& error) {
+  const NSStringEncoding number = encodingNamed(uppercase(encoding));
+  if (number == kInvalidStringEncoding) {
+    error.text = "The XML declaration names the encoding \"" + std::string(encoding) + "\", which is not known.";
+    return false;
+  }
+  const Ref<NSString> decoded = NSString::stringWithBytes_length_encoding(bytes.data(), bytes.size(), number);
+  if (!decoded) {
+    error.text =
+        "The bytes are not valid in the encoding \"" + std::string(encoding) + "\" that the XML declaration names.";
+    return false;
+  }
+  input.storage = decoded->utf8();
+  input.text = input.storage;
+  return true;
+}
+
+}  // namespace
+
+TextForm formOfText(std::string_view bytes) {
+  for (const Mark& mark : kMarks) {
+    if (bytes.starts_with(mark.bytes)) return {mark.form, mark.bytes.size()};
+  }
+  return {formByZeros(bytes), 0};
+}
+
+bool readUnicodeText(std::string_view bytes, TextInput& input, CodecError& error) {
+  const TextForm form = formOfText(bytes);
+  if (form.form != UnitForm::Bytes) return readUnits(bytes, form, input, error);
+  input.text = bytes.substr(form.markLength);
+  return true;
+}
+
+bool readXMLText(std::string_view bytes, TextInput& input, CodecError& error) {
+  const TextForm form = formOfText(bytes);
+  if (form.form == UnitForm::Bytes && form.markLength == 0) {
+    const std::string_view encoding = attributeOf(declarationOf(bytes), "encoding");
+    if (!isReadAsUTF8(uppercase(encoding))) return readEncoded(bytes, encoding, input, error);
+  }
+  return readUnicodeText(bytes, input, error);
+}
+
+}  // namespace ZtFoundation::codec

@@ -1,0 +1,42 @@
+/// \file TextInput.h
+/// Text of whatever Unicode form as UTF-8, which is what the readers work on.
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+
+#include "platform/codec/Codec.h"
+
+namespace ZtFoundation::codec {
+
+/// How the units of a text lie in its bytes.
+enum class UnitForm { Bytes, UTF16Big, UTF16Little, UTF32Big, UTF32Little };
+
+/// The form that a text begins with, told by its byte-order mark or, without one, by where the zeros of its first
+/// character lie, which must be ASCII then.
+struct TextForm {
+  UnitForm form = UnitForm::Bytes;
+  std::size_t markLength = 0;  ///< bytes of the byte-order mark; with UnitForm::Bytes and a mark the text is UTF-8
+};
+TextForm formOfText(std::string_view bytes);
+
+/// Text as UTF-8: either the given bytes themselves or `storage`. Not to be copied or moved.
+struct TextInput {
+  TextInput() = default;
+  TextInput(const TextInput&) = delete;
+  TextInput& operator=(const TextInput&) = delete;
+
+  std::string_view text;
+  std::string storage;
+};
+
+/// Drops a byte-order mark and turns UTF-16 and UTF-32 into UTF-8; anything else is taken to be UTF-8 and not checked here. False, with an
+/// error text that names the byte offset, for an incomplete unit, an unpaired surrogate or a number that is no character.
+bool readUnicodeText(std::string_view bytes, TextInput& input, CodecError& error);
+
+/// The same for XML, where bytes without a mark are in the encoding that the XML declaration names. False as well for an unknown encoding and
+/// bytes that are not valid in it.
+bool readXMLText(std::string_view bytes, TextInput& input, CodecError& error);
+
+}  // namespace ZtFoundation::codec
