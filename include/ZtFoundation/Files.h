@@ -18,7 +18,7 @@ namespace QvFoundationExtensions {
 
 /// Makes the folder at `path` and, with `recursively`, every missing folder above it; each gets `attributes`, which may be none.
 /// With `recursively` a folder that exists is a success, and so is a path without components; without, the answer is that of
-/// `self->createDirectoryAtPath_attributes`. False on failure, which leaves the folders made so far. Links to folders count as folders.
+/// `createDirectoryAtPath_attributes`. False on failure, which leaves the folders made so far. Links to folders count as folders.
 ZT_EXPORT bool createDirectoryAtPath_attributes_recursively(const Ref<NSFileManager>& self, const Ref<NSString>& path,
                                                             const Ref<NSDictionary>& attributes, bool recursively);
 

@@ -1,15 +1,21 @@
 #include <ZtFoundation/Files.h>
 #include <ZtFoundation/platform/Array.h>
+#include <ZtFoundation/platform/Runtime.h>
 
 namespace ZtFoundation::QvFoundationExtensions {
 
 namespace {
 
+bool makeOneFolder(const Ref<NSFileManager>& maker, const Ref<NSString>& path, const Ref<NSDictionary>& attributes) {
+  return send<bool>(maker, ZT_SELECTOR("createDirectoryAtPath:attributes:"), path, attributes);
+}
+
 // Whether a folder stands at `path` afterwards.
 bool makeFolder(const Ref<NSFileManager>& maker, const Ref<NSString>& path, const Ref<NSDictionary>& attributes) {
   bool isFolder = false;
-  if (NSFileManager::defaultManager()->fileExistsAtPath_isDirectory(path, &isFolder)) return isFolder;
-  return maker->createDirectoryAtPath_attributes(path, attributes);
+  const bool exists =
+      send<bool>(NSFileManager::defaultManager(), ZT_SELECTOR("fileExistsAtPath:isDirectory:"), path, &isFolder);
+  return exists ? isFolder : makeOneFolder(maker, path, attributes);
 }
 
 }  // namespace
@@ -17,7 +23,7 @@ bool makeFolder(const Ref<NSFileManager>& maker, const Ref<NSString>& path, cons
 bool createDirectoryAtPath_attributes_recursively(const Ref<NSFileManager>& self, const Ref<NSString>& path,
                                                   const Ref<NSDictionary>& attributes, bool recursively) {
   if (!self || !path) return false;
-  if (!recursively) return self->createDirectoryAtPath_attributes(path, attributes);
+  if (!recursively) return makeOneFolder(self, path, attributes);
   Ref<NSString> reached = NSString::string();
   const Ref<NSArray> components = path->pathComponents();
   for (const Ref<NSObject>& component : *components) {

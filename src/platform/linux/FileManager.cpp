@@ -12,7 +12,14 @@
 
 namespace ZtFoundation {
 
-ZT_IMPLEMENT_CLASS(NSFileManager);
+ZT_REGISTER_CLASS(NSFileManager,  //
+                  ZT_CLASS_METHOD("defaultManager", &NSFileManager::defaultManager),
+                  ZT_METHOD("fileExistsAtPath:", &NSFileManager::fileExistsAtPath),
+                  ZT_METHOD("fileExistsAtPath:isDirectory:", &NSFileManager::fileExistsAtPath_isDirectory),
+                  ZT_METHOD("createDirectoryAtPath:attributes:", &NSFileManager::createDirectoryAtPath_attributes),
+                  ZT_METHOD("contentsAtPath:", &NSFileManager::contentsAtPath),
+                  ZT_METHOD("createFileAtPath:contents:attributes:",
+                            &NSFileManager::createFileAtPath_contents_attributes));
 
 using detail::FileDescriptor;
 using detail::systemPath;

@@ -1,0 +1,206 @@
+/// \file PropertyLists.h
+/// Property lists: settings kept as trees of dictionaries, arrays, strings, numbers, booleans, dates and data, in the formats
+/// XML, binary, OpenStep text (read only) and INI text, and a store that binds such a tree to a file.
+/// \code
+///   Ref<QvPropertyList> settings = QvPropertyList::initWithPath_format(path, QvPropertyListINIFormat);
+///   Ref<NSMutableDictionary> sections = as<NSMutableDictionary>(settings->values());
+///   ...                                             // change what is in there
+///   if (settings->hasUnsavedChanges() && !settings->saveChanges()) { ... }
+/// \endcode
+/// The INI text format holds a dictionary of sections, each a dictionary of entries:
+/// \code
+///   [Main]
+///   Name=Alice
+///   Motto="to be or not to be"
+///   Count="5"
+///
+/// \endcode
+/// It is deliberately minimal. What is written is not escaped, strings with a space and everything that is no string go between
+/// double quotes, and reading gives all that follows the first "=" as a string, quotes included. So only strings without a space
+/// come back as they were.
+///
+/// Threads: everything here may be used by any thread; a store and the values in it by one at a time.
+#pragma once
+
+#include <cstdint>
+#include <string_view>
+
+#include <ZtFoundation/platform/Data.h>
+#include <ZtFoundation/platform/Dictionary.h>
+#include <ZtFoundation/platform/Object.h>
+#include <ZtFoundation/platform/PropertyListSerialization.h>
+#include <ZtFoundation/platform/String.h>
+
+namespace ZtFoundation {
+
+/// The format of a property list: 1 OpenStep text, 100 XML, 200 binary, 65535 INI text. Values that name no format
+/// are refused by the platform's codec.
+using QvPropertyListFormat = std::int32_t;
+inline constexpr QvPropertyListFormat QvPropertyListINIFormat = 0xFFFF;
+
+/// Reads and writes property lists in all formats. There is no need for instances.
+///
+/// A host may derive from the class and answer an operation differently. Writing INI text then asks the class that it was sent to whether
+/// the value is valid:
+/// \code
+///   class Anything : public QvPropertyListSerialization {
+///     ZT_OBJECT(Anything, QvPropertyListSerialization)
+///    public:
+///     static bool propertyList_isValidForFormat(const Ref<NSObject>&, QvPropertyListFormat) { return true; }
+///   };
+///   Anything::dataFromPropertyList_format_errorDescription<Anything>(value, QvPropertyListINIFormat, nullptr);
+/// \endcode
+/// A class that is only known at run time is given as the first argument; what its method table has for the selector is in force then,
+/// for the class itself as well.
+class ZT_EXPORT QvPropertyListSerialization : public NSObject {
+  ZT_OBJECT(QvPropertyListSerialization, NSObject)
+ public:
+  /// Whether the value can be written in `format`. INI text takes a dictionary of dictionaries of strings, numbers, booleans, dates and
+  /// data, whatever the keys; for other formats the platform's codec answers.
+  static bool propertyList_isValidForFormat(const Ref<NSObject>& propertyList, QvPropertyListFormat format);
+  static bool propertyList_isValidForFormat(Class receiver, const Ref<NSObject>& propertyList,
+                                            QvPropertyListFormat format);
+
+  /// The bytes, none when the value cannot be written. For INI text the receiving class is asked whether the value is valid;
+  /// keys and values that are no strings are written as their descriptions, and text with an unpaired surrogate is refused.
+  /// `errorDescription` may be null; INI text never touches it.
+  static Ref<NSData> dataFromPropertyList_format_errorDescription(const Ref<NSObject>& propertyList,
+                                                                  QvPropertyListFormat format,
+                                                                  Ref<NSString>* errorDescription) {
+    return dataFromPropertyList_format_errorDescription(classObject(), propertyList, format, errorDescription);
+  }
+  static Ref<NSData> dataFromPropertyList_format_errorDescription(Class receiver, const Ref<NSObject>& propertyList,
+                                                                  QvPropertyListFormat format,
+                                                                  Ref<NSString>* errorDescription);
+  template <class Receiver>
+  static Ref<NSData> dataFromPropertyList_format_errorDescription(const Ref<NSObject>& propertyList,
+                                                                  QvPropertyListFormat format,
+                                                                  Ref<NSString>* errorDescription) {
+    const ValidityTest test = &Receiver::propertyList_isValidForFormat;
+    return dataFromTested(test, Receiver::classObject(), propertyList, format, errorDescription);
+  }
+
+  /// The value that the bytes hold. When `*format` is INI text on entry they are read as that, which never fails: bytes that are
+  /// not UTF-8 and lines that say nothing give nothing. Else the format is detected and, on success, stored in `*format`;
+  /// none on failure, with a text in `errorDescription`, which may be null. `mutabilityOption` is 0 for an immutable
+  /// result, 1 for mutable containers, 2 for mutable containers and strings (keys stay immutable).
+  /// Raises NSInvalidArgumentException when `format` is null.
+  static Ref<NSObject> propertyListFromData_mutabilityOption_format_errorDescription(const Ref<NSData>& data,
+                                                                                     std::int32_t mutabilityOption,
+                                                                                     QvPropertyListFormat* format,
+                                                                                     Ref<NSString>* errorDescription) {
+    return propertyListFromData_mutabilityOption_format_errorDescription(classObject(), data, mutabilityOption, format,
+                                                                         errorDescription);
+  }
+  static Ref<NSObject> propertyListFromData_mutabilityOption_format_errorDescription(Class receiver,
+                                                                                     const Ref<NSData>& data,
+                                                                                     std::int32_t mutabilityOption,
+                                                                                     QvPropertyListFormat* format,
+                                                                                     Ref<NSString>* errorDescription);
+
+ private:
+  using ValidityTest = bool (*)(const Ref<NSObject>&, QvPropertyListFormat);
+
+  /// Writes INI text if `test` says so; sends all else, and a test that is only this class's own, to `receiver`.
+  static Ref<NSData> dataFromTested(ValidityTest test, Class receiver, const Ref<NSObject>& propertyList,
+                                    QvPropertyListFormat format, Ref<NSString>* errorDescription);
+  static Ref<NSData> write(Class receiver, const Ref<NSObject>& propertyList, QvPropertyListFormat format,
+                           Ref<NSString>* errorDescription);
+  static Ref<NSObject> read(const Ref<NSData>& data, std::int32_t mutabilityOption, QvPropertyListFormat* format,
+                            Ref<NSString>* errorDescription);
+};
+
+// --- Copies through the binary format
+
+/// Operations on the platform's property-list codec.
+namespace QvFoundationExtensions {
+
+/// A deep copy of `propertyList` in which every container is new, made by writing it as binary and reading that again.
+/// `mutabilityOption` decides the flavours as it does for NSPropertyListSerialization.
+/// \returns none when the value cannot be written as binary; the reason is in `errorDescription` then, which may be null
+/// and is set to none on success.
+ZT_EXPORT Ref<NSObject> propertyListFromPropertyList_mutabilityOption_errorDescription(
+    const Ref<NSObject>& propertyList, NSUInteger mutabilityOption, Ref<NSString>* errorDescription);
+
+}  // namespace QvFoundationExtensions
+
+/// The name of the notification that a store posts after each successful save, with itself as the object.
+ZT_EXPORT extern const std::string_view QvPropertyListDidSaveValuesNotification;
+
+/// One property list bound to one file.
+///
+/// The file is read when the store is made and never again; it is written when asked for, atomically (FileManager.h says what that
+/// means). In between the store knows its working value and a snapshot of the file.
+///
+/// A host may derive from the class. The library's own calls on a store are messages, so that methods replaced at run time count.
+class ZT_EXPORT QvPropertyList : public NSObject {
+  ZT_OBJECT(QvPropertyList, NSObject)
+ public:
+  /// A store on no file yet, which `initWithPath_format` or a message with that selector loads.
+  QvPropertyList() noexcept = default;
+
+  /// The same with XML as the format.
+  template <class Store = QvPropertyList>
+  static Ref<Store> initWithPath(const Ref<NSString>& path) {
+    return as<Store>(initialise(make<Store>(), path));
+  }
+  /// A new store on the file at `path`, loaded. Without a file, or with one that cannot be read or parsed, it starts with an empty
+  /// mutable dictionary and without a snapshot; parse errors go to the log, one for each of the two values. A file in
+  /// another of the platform's formats keeps it: `format` then tells the one found. Never none.
+  template <class Store = QvPropertyList>
+  static Ref<Store> initWithPath_format(const Ref<NSString>& path, QvPropertyListFormat format) {
+    return as<Store>(initialise(make<Store>(), path, format));
+  }
+
+  /// The file's path.
+  Ref<NSString> path() const { return path_; }
+  /// The format of the next save.
+  QvPropertyListFormat format() const { return format_; }
+  /// Converts nothing until the next save.
+  void setFormat(QvPropertyListFormat format) { format_ = format; }
+
+  /// The working value itself; what is changed in it is changed in the store.
+  Ref<NSObject> values() const { return currentValues_; }
+  /// Keeps `values` itself, neither copied nor examined.
+  void setValues(const Ref<NSObject>& values) { currentValues_ = values; }
+
+  /// True when the working value differs from the snapshot, or there is no snapshot.
+  virtual bool hasUnsavedChanges();
+  /// Writes the working value to the file, making the folders on the way to it, renews the snapshot and posts
+  /// QvPropertyListDidSaveValuesNotification before it returns. False on failure, which leaves file, snapshot and working
+  /// value as they were; an error text of the writer goes to the log. Blocks until the file is on the device.
+  ///
+  /// The snapshot is what the platform's codec reads back. It reads no INI text, so a store of that format has no snapshot after
+  /// a save: it logs an error text, keeps telling that there are unsaved changes, and `discardChanges` empties it.
+  virtual bool saveChanges();
+  /// Makes the working value a mutable copy of the snapshot, or an empty mutable dictionary if there is none.
+  virtual void discardChanges();
+  /// The same as `saveChanges`.
+  virtual bool synchronize();
+
+  // --- Group QvPrivate
+
+  /// The snapshot of the file, none if there is none.
+  Ref<NSObject> _serializedValues() const { return serializedValues_; }
+  /// The working value.
+  Ref<NSObject> _currentValues() const { return currentValues_; }
+
+ protected:
+  /// Reads the file; called once, when the store is made.
+  virtual void _init();
+
+ private:
+  static Ref<NSObject> initialise(const Ref<QvPropertyList>& store, const Ref<NSString>& path);
+  static Ref<NSObject> initialise(const Ref<QvPropertyList>& store, const Ref<NSString>& path,
+                                  QvPropertyListFormat format);
+  Ref<QvPropertyList> initialiseAsXML(const Ref<NSString>& path);
+  Ref<QvPropertyList> initialiseInFormat(const Ref<NSString>& path, QvPropertyListFormat format);
+  Ref<NSObject> readValues(const Ref<NSData>& bytes, std::int32_t mutabilityOption);
+
+  Ref<NSString> path_;
+  QvPropertyListFormat format_ = NSPropertyListXMLFormat_v1_0;
+  Ref<NSObject> serializedValues_;
+  Ref<NSObject> currentValues_;
+};
+
+}  // namespace ZtFoundation

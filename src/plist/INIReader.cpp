@@ -1,0 +1,239 @@
+#include <ZtFoundation/PropertyLists.h>
+#include <ZtFoundation/platform/Exception.h>
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+#include <string_view>
+#include <vector>
+
+namespace ZtFoundation {
+
+namespace {
+
+// The text is read as UTF-8 just as it lies in the data. That gives what reading its UTF-16 units would give, because everything looked for
+// is ASCII, or a terminator whose bytes stand for nothing else in valid UTF-8. Whether the text is valid shows when its pieces become strings.
+
+// --- Lines
+
+// Where one kind of line terminator comes next. Each looks at every byte once, however many lines there are.
+class TerminatorSearch {
+ public:
+  TerminatorSearch(std::string_view text, char first, std::string_view second, std::string_view third) noexcept
+      : text_(text), first_(first), second_(second), third_(third), next_(find(0)) {}
+
+  std::size_t next(std::size_t position) noexcept {
+    if (next_ < position) next_ = find(position);
+    return next_;
+  }
+
+ private:
+  std::size_t find(std::size_t position) const noexcept {
+    while (position < text_.size()) {
+      const void* const hit = std::memchr(text_.data() + position, first_, text_.size() - position);
+      if (hit == nullptr) break;
+      position = static_cast<std::size_t>(static_cast<const char*>(hit) - text_.data());
+      if (matches(position)) return position;
+      ++position;
+    }
+    return text_.size();
+  }
+
+  bool matches(std::size_t position) const noexcept {
+    return isOneOf(second_, position + 1) && isOneOf(third_, position + 2);
+  }
+  bool isOneOf(std::string_view allowed, std::size_t position) const noexcept {
+    return allowed.empty() || (position < text_.size() && allowed.find(text_[position]) != std::string_view::npos);
+  }
+
+  std::string_view text_;
+  char first_;
+  std::string_view second_;  // empty: any byte, or none at all
+  std::string_view third_;
+  std::size_t next_;
+};
+
+class Lines {
+ public:
+  explicit Lines(std::string_view text) noexcept : text_(text) {}
+
+  bool atEnd() const noexcept { return position_ >= text_.size(); }
+
+  // Without its terminator, which ends up in front of the next line if it is a pair; an empty line more does no harm.
+  std::string_view take() noexcept {
+    const std::size_t end = std::min({lineFeed_.next(position_), carriageReturn_.next(position_),
+                                      nextLine_.next(position_), separator_.next(position_)});
+    const std::string_view line = text_.substr(position_, end - position_);
+    position_ = end + terminatorLength(end);
+    return line;
+  }
+
+ private:
+  std::size_t terminatorLength(std::size_t end) const noexcept {
+    if (end == text_.size()) return 0;
+    switch (text_[end]) {
+      case '\xC2':
+        return 2;
+      case '\xE2':
+        return 3;
+      default:
+        return 1;
+    }
+  }
+
+  std::string_view text_;
+  std::size_t position_ = 0;
+  TerminatorSearch lineFeed_{text_, '\n', "", ""};
+  TerminatorSearch carriageReturn_{text_, '\r', "", ""};
+  TerminatorSearch nextLine_{text_, '\xC2', "\x85", ""};
+  TerminatorSearch separator_{text_, '\xE2', "\x80", "\xA8\xA9"};
+};
+
+std::size_t unitsOf(char byte) noexcept {
+  const auto value = static_cast<unsigned char>(byte);
+  if ((value & 0xC0) == 0x80) return 0;
+  return value < 0xF0 ? 1 : 2;
+}
+
+bool hasThreeUnits(std::string_view line) noexcept {
+  constexpr std::size_t kMostBytesOfUnit = 3;
+  if (line.size() >= 3 * kMostBytesOfUnit) return true;
+  std::size_t units = 0;
+  for (const char byte : line) units += unitsOf(byte);
+  return units >= 3;
+}
+
+// --- Keys
+
+struct Key {
+  std::string_view bytes;
+  Ref<NSString> string;
+  std::uint32_t hash = 0;
+};
+
+// Remembers keys seen lately, so that the same key in many sections is one string. A key that is pushed out is made anew.
+class KeyCache {
+ public:
+  // The string is none when the bytes are not valid.
+  const Key& find(std::string_view bytes) {
+    Key& slot = slots_[slotOf(bytes)];
+    if (slot.bytes != bytes || !slot.string) {
+      slot.string = NSString::stringWithValidUTF8(bytes);
+      slot.hash = slot.string ? NSDictionary::hashOfKey(*slot.string) : 0;
+      slot.bytes = bytes;
+    }
+    return slot;
+  }
+
+ private:
+  static constexpr unsigned kSlotBits = 9;
+
+  static std::size_t slotOf(std::string_view bytes) noexcept {
+    std::uint64_t head = 0;
+    std::uint64_t tail = 0;
+    const std::size_t used = std::min(bytes.size(), sizeof head);
+    std::memcpy(&head, bytes.data(), used);
+    std::memcpy(&tail, bytes.data() + bytes.size() - used, used);
+    const std::uint64_t mixed = (head * 0x9E3779B97F4A7C15U) ^ (tail * 0xC2B2AE3D27D4EB4FU) ^ bytes.size();
+    return static_cast<std::size_t>((mixed * 0x9E3779B97F4A7C15U) >> (64 - kSlotBits));
+  }
+
+  std::array<Key, std::size_t{1} << kSlotBits> slots_;
+};
+
+// --- The reader
+
+class INIReader {
+ public:
+  explicit INIReader(std::int32_t mutabilityOption) noexcept
+      : isImmutable_(mutabilityOption == 0), hasMutableLeaves_(mutabilityOption == 2) {}
+
+  Ref<NSDictionary> read(std::string_view text) {
+    for (Lines lines(text); isValid_ && !lines.atEnd();) readLine(lines.take());
+    storeSection();
+    if (!isValid_) sections_.clear();
+    return dictionaryOf(sections_, {});
+  }
+
+ private:
+  void readLine(std::string_view line) {
+    if (line.empty()) return;
+    if (line.front() == ';' || !hasThreeUnits(line)) return drop(line);
+    if (line.front() == '[' && line.back() == ']') return openSection(line.substr(1, line.size() - 2));
+    const void* const equals = std::memchr(line.data(), '=', line.size());
+    if (equals == nullptr || !name_) return drop(line);
+    const auto at = static_cast<std::size_t>(static_cast<const char*>(equals) - line.data());
+    addEntry(line.substr(0, at), line.substr(at + 1));
+  }
+
+  void openSection(std::string_view name) {
+    storeSection();
+    name_ = decode(name);
+  }
+
+  void addEntry(std::string_view keyBytes, std::string_view valueBytes) {
+    const Key& key = keys_.find(keyBytes);
+    Ref<NSString> value = decode(valueBytes);
+    if (!key.string || !value) {
+      isValid_ = false;
+      return;
+    }
+    if (hasMutableLeaves_) value = NSMutableString::stringWithString(value);
+    entries_.push_back({key.string, std::move(value)});
+    hashes_.push_back(key.hash);
+  }
+
+  void storeSection() {
+    if (name_) sections_.push_back({std::move(name_), dictionaryOf(entries_, hashes_)});
+    entries_.clear();
+    hashes_.clear();
+  }
+
+  // A line that says nothing must be valid all the same.
+  void drop(std::string_view line) { decode(line); }
+
+  Ref<NSString> decode(std::string_view bytes) {
+    Ref<NSString> string = NSString::stringWithValidUTF8(bytes);
+    if (!string) isValid_ = false;
+    return string;
+  }
+
+  Ref<NSDictionary> dictionaryOf(std::vector<DictionaryEntry>& entries, std::span<const std::uint32_t> hashes) const {
+    if (isImmutable_) return NSDictionary::dictionaryByTaking(entries, hashes);
+    return NSMutableDictionary::dictionaryByTaking(entries, hashes);
+  }
+
+  bool isImmutable_;
+  bool hasMutableLeaves_;
+  bool isValid_ = true;
+  KeyCache keys_;
+  Ref<NSString> name_;  // of the section being filled, none before the first
+  std::vector<DictionaryEntry> entries_;
+  std::vector<std::uint32_t> hashes_;
+  std::vector<DictionaryEntry> sections_;
+};
+
+std::string_view withoutMark(std::string_view bytes) noexcept {
+  constexpr std::string_view kMark = "\xEF\xBB\xBF";
+  return bytes.starts_with(kMark) ? bytes.substr(kMark.size()) : bytes;
+}
+
+Ref<NSObject> readOther(const Ref<NSData>& data, std::int32_t mutabilityOption, QvPropertyListFormat* format,
+                        Ref<NSString>* errorDescription) {
+  auto detected = static_cast<NSUInteger>(*format);
+  Ref<NSObject> result = NSPropertyListSerialization::propertyListFromData_mutabilityOption_format_errorDescription(
+      data, static_cast<NSUInteger>(mutabilityOption), &detected, errorDescription);
+  *format = static_cast<QvPropertyListFormat>(detected);
+  return result;
+}
+
+}  // namespace
+
+Ref<NSObject> QvPropertyListSerialization::read(const Ref<NSData>& data, std::int32_t mutabilityOption,
+                                                QvPropertyListFormat* format, Ref<NSString>* errorDescription) {
+  if (format == nullptr) detail::raiseInvalidArgument("the format of a property list to be read must be given");
+  if (*format != QvPropertyListINIFormat) return readOther(data, mutabilityOption, format, errorDescription);
+  return INIReader(mutabilityOption).read(data ? withoutMark(data->view()) : std::string_view());
+}
+
+}  // namespace ZtFoundation
