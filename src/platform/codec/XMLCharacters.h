@@ -83,7 +83,7 @@ TextRun scanText(const char* at, const char* end) noexcept {
       at += found;
       if (found != ByteBlock::kSize) break;
     }
-    while (at != end && !isStop(*at)) isASCII = isASCII && static_cast<unsigned char>(*at++) < 0x80;
+    for (; at != end && !isStop(*at); ++at) isASCII = isASCII && static_cast<unsigned char>(*at) < 0x80;
     if (at == end || (*at != '\n' && *at != '\t')) return {at, isASCII};
     ++at;
   }
