@@ -1,0 +1,131 @@
+#include "platform/services/LogSink.h"
+
+#include <errno.h>
+#include <poll.h>
+#include <pthread.h>
+#include <time.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <cstring>
+#include <memory>
+#include <mutex>
+#include <new>
+
+namespace ZtFoundation {
+
+namespace {
+
+// Plain data, so that a thread may still log while its other thread-local objects are being destroyed.
+struct LineContext {
+  time_t second = -1;
+  std::array<char, 40> date{};  // of `second`, without the fraction
+  std::size_t dateLength = 0;
+  std::array<char, 96> origin{};  // " name[process:thread] "
+  std::size_t originLength = 0;
+};
+constinit thread_local LineContext context;
+
+std::mutex& writing() {
+  static std::mutex& mutex = *new std::mutex;  // Objects that are destroyed at exit may log.
+  return mutex;
+}
+
+// A child goes on with the parent's thread, under another number, and must not find the mutex held by a thread that it lacks.
+void watchForks() {
+  pthread_atfork([] { writing().lock(); }, [] { writing().unlock(); },
+                 [] {
+                   writing().unlock();
+                   context.originLength = 0;
+                 });
+}
+
+void refreshDate(time_t second) {
+  tm fields{};
+  localtime_r(&second, &fields);
+  context.second = second;
+  context.dateLength = strftime(context.date.data(), context.date.size(), "%Y-%m-%d %H:%M:%S", &fields);
+}
+
+void refreshOrigin() {
+  static const bool watched = (watchForks(), true);
+  static_cast<void>(watched);
+  const int length =
+      std::snprintf(context.origin.data(), context.origin.size(), " %.32s[%ld:%ld] ", program_invocation_short_name,
+                    static_cast<long>(getpid()), static_cast<long>(gettid()));
+  context.originLength = static_cast<std::size_t>(length);
+  // The name is whatever the program was started as.
+  std::replace_if(
+      context.origin.begin(), context.origin.begin() + length,
+      [](char character) { return static_cast<unsigned char>(character) < 0x20 || character == 0x7F; }, '?');
+}
+
+std::size_t prefixSize() { return context.dateLength + 4 + context.originLength; }
+
+char* copy(char* out, const char* bytes, std::size_t length) {
+  std::memcpy(out, bytes, length);
+  return out + length;
+}
+
+char* putPrefix(char* out, long milliseconds) {
+  out = copy(out, context.date.data(), context.dateLength);
+  *out++ = '.';
+  for (const long unit : {100L, 10L, 1L}) *out++ = static_cast<char>('0' + milliseconds / unit % 10);
+  return copy(out, context.origin.data(), context.originLength);
+}
+
+// False when nothing more can be written.
+bool waitUntilWritable() {
+  pollfd stream{STDERR_FILENO, POLLOUT, 0};
+  const int ready = poll(&stream, 1, -1);
+  return ready > 0 ? (stream.revents & (POLLERR | POLLNVAL)) == 0 : errno == EINTR;
+}
+
+void writeAll(const char* bytes, std::size_t length) {
+  while (length != 0) {
+    const ssize_t written = ::write(STDERR_FILENO, bytes, length);
+    if (written > 0) {
+      bytes += written;
+      length -= static_cast<std::size_t>(written);
+    } else if (written == 0) {
+      return;
+    } else if (errno == EAGAIN ? !waitUntilWritable() : errno != EINTR) {
+      return;
+    }
+  }
+}
+
+class StandardError final : public LogSink {
+ public:
+  void write(std::string_view text) noexcept override {
+    timespec now{};
+    clock_gettime(CLOCK_REALTIME, &now);
+    if (now.tv_sec != context.second) refreshDate(now.tv_sec);
+    if (context.originLength == 0) refreshOrigin();
+
+    std::array<char, 512> small;
+    std::unique_ptr<char[]> large;
+    char* line = small.data();
+    const std::size_t length = prefixSize() + text.size() + 1;
+    if (length > small.size()) {
+      large.reset(new (std::nothrow) char[length]);
+      if (!large) return;
+      line = large.get();
+    }
+    char* const end = copy(putPrefix(line, now.tv_nsec / 1'000'000), text.data(), text.size());
+    *end = '\n';
+    const std::lock_guard lock(writing());
+    writeAll(line, length);
+  }
+};
+
+}  // namespace
+
+LogSink& LogSink::production() {
+  static LogSink& sink = *new StandardError;
+  return sink;
+}
+
+}  // namespace ZtFoundation

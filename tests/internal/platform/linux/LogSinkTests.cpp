@@ -1,0 +1,193 @@
+#include "platform/services/LogSink.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <pthread.h>
+#include <signal.h>
+#include <sys/wait.h>
+#include <time.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <atomic>
+#include <regex>
+#include <set>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace ZtFoundation {
+namespace {
+
+// Standard error goes into a pipe as long as this lives.
+class CapturedStandardError {
+ public:
+  explicit CapturedStandardError(int flags = 0) : saved_(dup(STDERR_FILENO)) {
+    int ends[2];
+    EXPECT_EQ(pipe2(ends, O_CLOEXEC), 0);
+    reading_ = ends[0];
+    EXPECT_EQ(dup2(ends[1], STDERR_FILENO), STDERR_FILENO);
+    EXPECT_EQ(fcntl(STDERR_FILENO, F_SETFL, flags), 0);
+    close(ends[1]);
+    reader_ = std::thread([this] { readAll(); });
+  }
+  ~CapturedStandardError() { finish(); }
+
+  void restore() {
+    if (saved_ < 0) return;
+    dup2(saved_, STDERR_FILENO);
+    close(saved_);
+    saved_ = -1;
+  }
+
+  std::string finish() {
+    restore();
+    if (reader_.joinable()) reader_.join();
+    if (reading_ >= 0) close(reading_);
+    reading_ = -1;
+    return text_;
+  }
+
+ private:
+  // Small bites keep the pipe full, so that writers have to wait.
+  void readAll() {
+    char bytes[1000];
+    ssize_t length;
+    while ((length = read(reading_, bytes, sizeof bytes)) != 0) {
+      if (length > 0) text_.append(bytes, static_cast<std::size_t>(length));
+    }
+  }
+
+  int saved_;
+  int reading_ = -1;
+  std::thread reader_;
+  std::string text_;
+};
+
+std::vector<std::string> linesOf(const std::string& text) {
+  std::vector<std::string> lines;
+  for (std::size_t start = 0; start < text.size();) {
+    const std::size_t end = std::min(text.find('\n', start), text.size());
+    lines.push_back(text.substr(start, end - start));
+    start = end + 1;
+  }
+  return lines;
+}
+
+std::string logged(std::string_view text) {
+  CapturedStandardError capture;
+  LogSink::production().write(text);
+  return capture.finish();
+}
+
+TEST(LogSink, WritesTimeProcessThreadAndText) {
+  const std::string line = logged("the text");
+  const std::regex shape(R"(\d{4}-\d\d-\d\d \d\d:\d\d:\d\d\.\d{3} (\S+)\[(\d+):(\d+)\] the text\n)");
+  std::smatch parts;
+  ASSERT_TRUE(std::regex_match(line, parts, shape)) << line;
+  EXPECT_EQ(parts[1], std::string(program_invocation_short_name).substr(0, 32));
+  EXPECT_EQ(parts[2], std::to_string(getpid()));
+  EXPECT_EQ(parts[3], std::to_string(gettid()));
+}
+
+TEST(LogSink, TellsLocalTime) {
+  const time_t before = time(nullptr);
+  const std::string line = logged("x");
+  tm fields{};
+  ASSERT_NE(strptime(line.c_str(), "%Y-%m-%d %H:%M:%S", &fields), nullptr);
+  fields.tm_isdst = -1;
+  EXPECT_GE(mktime(&fields), before);
+  EXPECT_LE(mktime(&fields), time(nullptr));
+}
+
+TEST(LogSink, WritesLongLinesWhole) {
+  const std::string text(300'000, 'x');
+  EXPECT_NE(logged(text).find("] " + text + "\n"), std::string::npos);
+}
+
+TEST(LogSink, EmptyTextEndsInABlank) { EXPECT_TRUE(logged("").ends_with("] \n")); }
+
+void expectWholeLines(const std::string& text, std::size_t count) {
+  const std::regex shape(R"(.*\] (a+|b+|c+|d+))");
+  const std::vector<std::string> lines = linesOf(text);
+  EXPECT_EQ(lines.size(), count);
+  for (const std::string& line : lines) {
+    const std::size_t start = line.find("] ");
+    ASSERT_NE(start, std::string::npos);
+    const std::string_view rest = std::string_view(line).substr(start + 2);
+    EXPECT_EQ(rest.find_first_not_of(rest[0]), std::string_view::npos) << "a torn line";
+  }
+}
+
+void logFromManyThreads(int rounds, std::size_t length) {
+  std::vector<std::thread> threads;
+  for (const char letter : {'a', 'b', 'c', 'd'}) {
+    threads.emplace_back([=] {
+      const std::string text(length, letter);
+      for (int round = 0; round < rounds; ++round) LogSink::production().write(text);
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+}
+
+TEST(LogSink, ConcurrentLinesStayWhole) {
+  CapturedStandardError capture;
+  logFromManyThreads(200, 100);
+  expectWholeLines(capture.finish(), 800);
+}
+
+TEST(LogSink, LinesStayWholeOverShortWrites) {
+  CapturedStandardError capture;
+  logFromManyThreads(5, 200'000);  // more than a pipe takes at once
+  expectWholeLines(capture.finish(), 20);
+}
+
+TEST(LogSink, LinesStayWholeOnAStreamThatDoesNotBlock) {
+  CapturedStandardError capture(O_NONBLOCK);
+  logFromManyThreads(5, 200'000);
+  expectWholeLines(capture.finish(), 20);
+}
+
+TEST(LogSink, LinesStayWholeOverInterruptions) {
+  struct sigaction action {};
+  action.sa_handler = [](int) {};
+  struct sigaction previous {};
+  ASSERT_EQ(sigaction(SIGUSR1, &action, &previous), 0);
+  CapturedStandardError capture;
+  std::atomic<bool> done = false;
+  const pthread_t writer = pthread_self();
+  std::thread interrupter([&] {
+    while (!done) {
+      pthread_kill(writer, SIGUSR1);
+      usleep(100);
+    }
+  });
+  for (int round = 0; round < 5; ++round) LogSink::production().write(std::string(300'000, 'a'));
+  done = true;
+  interrupter.join();
+  expectWholeLines(capture.finish(), 5);
+  sigaction(SIGUSR1, &previous, nullptr);
+}
+
+TEST(LogSink, AChildHasItsOwnNumbers) {
+  CapturedStandardError capture;
+  LogSink::production().write("parent");
+  const pid_t child = fork();
+  if (child == 0) {
+    LogSink::production().write("child");
+    _exit(0);
+  }
+  ASSERT_EQ(waitpid(child, nullptr, 0), child);
+  const std::string numbers = "[" + std::to_string(child) + ":" + std::to_string(child) + "] child\n";
+  EXPECT_NE(capture.finish().find(numbers), std::string::npos);
+}
+
+TEST(LogSink, AStreamThatIsClosedSwallowsLines) {
+  CapturedStandardError capture;
+  close(STDERR_FILENO);
+  LogSink::production().write("nobody reads this");
+  EXPECT_EQ(capture.finish(), "");
+}
+
+}  // namespace
+}  // namespace ZtFoundation
