@@ -1,0 +1,192 @@
+#include "platform/unicode/Charsets.h"
+
+#include <unicode/ucnv.h>
+#include <unicode/ucnv_cb.h>
+#include <unicode/ucnv_err.h>
+
+#include <algorithm>
+#include <limits>
+#include <memory>
+#include <vector>
+
+namespace ZtFoundation::charsets {
+
+namespace {
+
+constexpr char kRegistry[] = "IANA";
+constexpr char kShiftJIS[] = "Shift_JIS";
+constexpr std::size_t kChunk = 4096;
+
+struct CloseConverter {
+  void operator()(UConverter* converter) const { ucnv_close(converter); }
+};
+using Converter = std::unique_ptr<UConverter, CloseConverter>;
+
+struct CloseNames {
+  void operator()(UEnumeration* names) const { uenum_close(names); }
+};
+
+char lowercase(char character) {
+  return character >= 'A' && character <= 'Z' ? static_cast<char>(character + 0x20) : character;
+}
+
+bool equalIgnoringCase(std::string_view a, std::string_view b) {
+  return std::equal(a.begin(), a.end(), b.begin(), b.end(),
+                    [](char x, char y) { return lowercase(x) == lowercase(y); });
+}
+
+// The converter library also takes names that are nearly right; the registry does not.
+bool isRegisteredFor(const char* converterName, std::string_view name) {
+  UErrorCode status = U_ZERO_ERROR;
+  std::unique_ptr<UEnumeration, CloseNames> names(ucnv_openStandardNames(converterName, kRegistry, &status));
+  if (U_FAILURE(status)) return false;
+  while (const char* registered = uenum_next(names.get(), nullptr, &status)) {
+    if (equalIgnoringCase(registered, name)) return true;
+  }
+  return false;
+}
+
+const char* preferredName(const char* converterName) {
+  UErrorCode status = U_ZERO_ERROR;
+  const char* const name = ucnv_getStandardName(converterName, kRegistry, &status);
+  return U_SUCCESS(status) ? name : nullptr;
+}
+
+// By the registry first: without it a name that two vendors read differently may find the other one.
+const char* converterNamed(const char* name) {
+  UErrorCode status = U_ZERO_ERROR;
+  const char* const converter = ucnv_getCanonicalName(name, kRegistry, &status);
+  return U_SUCCESS(status) ? converter : nullptr;
+}
+
+Converter open(const std::string& charset) {
+  const char* const name = converterNamed(charset.c_str());
+  if (name == nullptr) return nullptr;
+  UErrorCode status = U_ZERO_ERROR;
+  Converter converter(ucnv_open(name, &status));
+  if (U_FAILURE(status)) return nullptr;
+  return converter;
+}
+
+bool isCodePage932(const std::string& charset) { return equalIgnoringCase(charset, kShiftJIS); }
+
+// Bytes that code page 932 leaves undefined come out of the converter as these.
+bool isUndefinedIn932(char16_t unit) { return unit == 0x80 || unit == 0xA0 || (unit >= 0xF8F0 && unit <= 0xF8F3); }
+
+// Characters that other flavours of Shift-JIS give for a code of this one; people type both.
+char16_t codePage932Form(char16_t unit) {
+  switch (unit) {
+    case 0x2014:
+      return 0x2015;
+    case 0x2016:
+      return 0x2225;
+    case 0x2212:
+      return 0xFF0D;
+    case 0x301C:
+      return 0xFF5E;
+    default:
+      return unit;
+  }
+}
+
+// Unlike the callbacks that come with the library, these two also see characters that are ignored by default.
+void stopAtMissing(const void*, UConverterFromUnicodeArgs*, const UChar*, int32_t, UChar32, UConverterCallbackReason,
+                   UErrorCode*) {}
+
+void replaceMissing(const void*, UConverterFromUnicodeArgs* arguments, const UChar*, int32_t, UChar32,
+                    UConverterCallbackReason reason, UErrorCode* status) {
+  if (reason > UCNV_IRREGULAR) return;
+  *status = U_ZERO_ERROR;
+  static const UChar mark[] = u"?";
+  const UChar* from = mark;
+  ucnv_cbFromUWriteUChars(arguments, &from, mark + 1, 0, status);
+}
+
+bool setCallbacks(UConverter* converter, bool lossy) {
+  UErrorCode status = U_ZERO_ERROR;
+  ucnv_setToUCallBack(converter, UCNV_TO_U_CALLBACK_STOP, nullptr, nullptr, nullptr, &status);
+  ucnv_setFromUCallBack(converter, lossy ? replaceMissing : stopAtMissing, nullptr, nullptr, nullptr, &status);
+  return U_SUCCESS(status);
+}
+
+// Runs `convert(&to, end, &status)` until it has nothing more to write.
+template <class Unit, class Convert>
+std::optional<std::basic_string<Unit>> collect(Convert convert) {
+  std::basic_string<Unit> result;
+  UErrorCode status;
+  do {
+    Unit chunk[kChunk];
+    Unit* to = chunk;
+    status = U_ZERO_ERROR;
+    convert(&to, chunk + kChunk, &status);
+    result.append(chunk, to);
+  } while (status == U_BUFFER_OVERFLOW_ERROR);
+  if (U_FAILURE(status)) return std::nullopt;
+  return result;
+}
+
+std::u16string inCodePage932(std::u16string_view units, bool lossy, bool& complete) {
+  std::u16string result(units);
+  for (char16_t& unit : result) {
+    unit = codePage932Form(unit);
+    if (!isUndefinedIn932(unit)) continue;
+    complete = lossy;
+    unit = u'?';
+  }
+  return result;
+}
+
+}  // namespace
+
+std::optional<std::string> registeredName(std::string_view name) {
+  const std::string text(name);
+  if (text.empty() || text.find_first_of(std::string_view(",\0", 2)) != std::string::npos) return std::nullopt;
+  const char* const converter = converterNamed(text.c_str());
+  if (converter == nullptr || !isRegisteredFor(converter, name)) return std::nullopt;
+  const char* const preferred = preferredName(converter);
+  return preferred != nullptr ? std::optional<std::string>(preferred) : std::nullopt;
+}
+
+std::optional<std::uint32_t> index(const std::string& registeredName) {
+  for (int32_t i = 0; i < ucnv_countAvailable(); ++i) {
+    const char* const preferred = preferredName(ucnv_getAvailableName(i));
+    if (preferred != nullptr && registeredName == preferred) return static_cast<std::uint32_t>(i);
+  }
+  return std::nullopt;
+}
+
+std::optional<std::string> atIndex(std::uint32_t index) {
+  if (index >= static_cast<std::uint32_t>(ucnv_countAvailable())) return std::nullopt;
+  const char* const preferred = preferredName(ucnv_getAvailableName(static_cast<int32_t>(index)));
+  return preferred != nullptr ? std::optional<std::string>(preferred) : std::nullopt;
+}
+
+std::optional<std::u16string> decode(const std::string& charset, std::string_view bytes) {
+  const Converter converter = open(charset);
+  if (!converter || !setCallbacks(converter.get(), false)) return std::nullopt;
+  const char* from = bytes.data();
+  const char* const end = from + bytes.size();
+  auto result = collect<char16_t>([&](char16_t** to, char16_t* limit, UErrorCode* status) {
+    ucnv_toUnicode(converter.get(), to, limit, &from, end, nullptr, 1, status);
+  });
+  if (result && isCodePage932(charset) && std::any_of(result->begin(), result->end(), isUndefinedIn932)) {
+    return std::nullopt;
+  }
+  return result;
+}
+
+std::optional<std::string> encode(const std::string& charset, std::u16string_view units, bool lossy) {
+  const Converter converter = open(charset);
+  if (!converter || !setCallbacks(converter.get(), lossy)) return std::nullopt;
+  bool complete = true;
+  std::u16string prepared;
+  if (isCodePage932(charset)) units = prepared = inCodePage932(units, lossy, complete);
+  if (!complete) return std::nullopt;
+  const char16_t* from = units.data();
+  const char16_t* const end = from + units.size();
+  return collect<char>([&](char** to, char* limit, UErrorCode* status) {
+    ucnv_fromUnicode(converter.get(), to, limit, &from, end, nullptr, 1, status);
+  });
+}
+
+}  // namespace ZtFoundation::charsets
