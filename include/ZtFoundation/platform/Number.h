@@ -32,7 +32,7 @@ class ZT_EXPORT NSNumber : public NSObject {
   /// Described with the digits that tell a 32-bit float.
   static Ref<NSNumber> numberWithFloat(float value);
 
-  NumberType type() const noexcept { return static_cast<NumberType>(flags()); }
+  NumberType type() const noexcept { return static_cast<NumberType>(flags() >> 1); }
   bool isBoolean() const noexcept { return type() == NumberType::Boolean; }
   bool isInteger() const noexcept { return type() == NumberType::Signed || type() == NumberType::Unsigned; }
   bool isReal() const noexcept { return type() == NumberType::Double || type() == NumberType::Float; }
@@ -63,8 +63,9 @@ class ZT_EXPORT NSNumber : public NSObject {
   friend NSObject* detail::newNumber(unsigned long long);
   friend NSObject* detail::newNumber(double);
 
+  // The lowest flag says whether an object is mutable.
   NSNumber(NumberType type, std::uint64_t bits) noexcept
-      : NSObject(ObjectKind::Number, static_cast<std::uint8_t>(type)), bits_(bits) {}
+      : NSObject(ObjectKind::Number, static_cast<std::uint8_t>(static_cast<unsigned>(type) << 1)), bits_(bits) {}
   static NSNumber* boolean(bool value);
 
   std::int64_t signedBits() const noexcept { return static_cast<std::int64_t>(bits_); }

@@ -87,7 +87,7 @@ class XMLWriter {
   void stepDictionary(const Frame& frame);
   void openArray(const NSArray& array);
   void openDictionary(const NSDictionary& dictionary);
-  void push(const Frame& frame);
+  void requireRoom() const;
   void close(std::string_view endTag);
   void moveOn();
 
@@ -141,22 +141,24 @@ void XMLWriter::stepDictionary(const Frame& frame) {
 }
 
 void XMLWriter::openArray(const NSArray& array) {
+  requireRoom();
   if (array.count() == 0) return writeScalar("<array/>\n");
   writeLine("<array>\n");
-  push({&array, array.begin(), {}});
+  frames_.push_back({&array, array.begin(), {}});
 }
 
 void XMLWriter::openDictionary(const NSDictionary& dictionary) {
+  requireRoom();
   if (dictionary.count() == 0) return writeScalar("<dict/>\n");
   writeLine("<dict>\n");
-  push({&dictionary, nullptr, dictionary.begin()});
+  frames_.push_back({&dictionary, nullptr, dictionary.begin()});
 }
 
-void XMLWriter::push(const Frame& frame) {
+// An empty container counts as one, as it does for the reader.
+void XMLWriter::requireRoom() const {
   if (frames_.size() == kMaximumNestingDepth) {
     fail("Containers lie more than " + std::to_string(kMaximumNestingDepth) + " deep inside each other");
   }
-  frames_.push_back(frame);
 }
 
 void XMLWriter::close(std::string_view endTag) {

@@ -1,0 +1,60 @@
+#include <gtest/gtest.h>
+
+#include <ZtFoundation/PropertyLists.h>
+#include <ZtFoundation/platform/Array.h>
+#include <ZtFoundation/platform/Date.h>
+#include <ZtFoundation/platform/Number.h>
+
+namespace ZtFoundation {
+namespace {
+
+Ref<NSObject> copyOf(const Ref<NSObject>& value, NSUInteger option, Ref<NSString>* error) {
+  return QvFoundationExtensions::propertyListFromPropertyList_mutabilityOption_errorDescription(value, option, error);
+}
+
+Ref<NSObject> sample() {
+  return NSDictionary::dictionaryWithEntries({{"list", NSArray::of("text", 1, true, 1.5)}, {"date", NSDate::date()}});
+}
+
+TEST(RoundTripCopy, IsEqualAndNewThroughout) {
+  const Ref<NSObject> value = sample();
+  Ref<NSString> error = "old";
+  const Ref<NSObject> copy = copyOf(value, 0, &error);
+  ASSERT_TRUE(isEqual(copy, value));
+  EXPECT_FALSE(error);
+  EXPECT_NE(copy, value);
+  EXPECT_NE(as<NSDictionary>(copy)->lookUp("list"), as<NSDictionary>(value)->lookUp("list"));
+  EXPECT_NE(as<NSDictionary>(copy)->lookUp("date"), as<NSDictionary>(value)->lookUp("date"));
+}
+
+TEST(RoundTripCopy, TheOptionDecidesTheFlavours) {
+  for (const NSUInteger option : {0U, 1U, 2U, 3U}) {
+    const Ref<NSDictionary> copy = as<NSDictionary>(copyOf(sample(), option, nullptr));
+    ASSERT_TRUE(copy);
+    const NSArray* list = as<NSArray>(copy->lookUp("list"));
+    EXPECT_EQ(copy->isMutable(), option != 0);
+    EXPECT_EQ(list->isMutable(), option != 0);
+    EXPECT_EQ(list->objectAtIndex(0)->isMutable(), option == 2);
+  }
+}
+
+TEST(RoundTripCopy, WhatBinaryCannotHoldGivesNothingAndAText) {
+  for (const Ref<NSObject>& value : {Ref<NSObject>(), Ref<NSObject>(NSArray::of(make<NSObject>())),
+                                     Ref<NSObject>(NSDictionary::dictionaryWithEntries({{1, 2}}))}) {
+    Ref<NSString> error;
+    EXPECT_FALSE(copyOf(value, 1, &error));
+    ASSERT_TRUE(error);
+    EXPECT_GT(error->length(), 0U);
+    EXPECT_FALSE(copyOf(value, 1, nullptr));
+  }
+}
+
+TEST(RoundTripCopy, AContainerInTwoPlacesBecomesTwoMutableOnes) {
+  const Ref<NSArray> shared = NSArray::of("a");
+  const Ref<NSArray> copy = as<NSArray>(copyOf(NSArray::of(shared, shared), 1, nullptr));
+  ASSERT_TRUE(copy);
+  EXPECT_NE((*copy)[0], (*copy)[1]);
+}
+
+}  // namespace
+}  // namespace ZtFoundation
