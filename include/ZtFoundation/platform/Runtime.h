@@ -535,10 +535,11 @@ bool class_addMethod(Class one, SEL selector) {
       ::ZtFoundation::detail::classMethodOf<(__VA_ARGS__), ::ZtFoundation::detail::Name(selector).argumentCount()>(), \
       true)
 
-/// Defines the run-time class of `Name`, which bears ZT_OBJECT, with a list of its methods. For classes that nobody needs to
-/// find by name; at namespace scope in one source.
+/// Defines the run-time class of `Name`, which bears ZT_OBJECT, with a list of its methods; at namespace scope in one source. Only the library's own
+/// classes are found by name this way.
 #define ZT_IMPLEMENT_CLASS(Name, ...)                                                                               \
   ::ZtFoundation::Class Name::classObject() {                                                                       \
+    ZT_LIST_CLASS(Name);                                                                                            \
     static constexpr auto methods = ::ZtFoundation::detail::methodList(__VA_ARGS__);                                \
     static constinit ::ZtFoundation::detail::ClassPair pair(#Name, &Name::Superclass::classObject,                  \
                                                             &::ZtFoundation::detail::metaclassOf<Name::Superclass>, \
@@ -546,6 +547,10 @@ bool class_addMethod(Class one, SEL selector) {
     return &pair.own;                                                                                               \
   }                                                                                                                 \
   static_assert(true)
+
+// The linker gathers these into one array, so that the library finds its classes by name without running anything at start-up.
+#define ZT_LIST_CLASS(Name) \
+  [[gnu::used, gnu::section("zt_classes")]] static ::ZtFoundation::RuntimeClass::Parent listed = &Name::classObject
 
 /// The same, and the class can be found by its name as soon as the code that holds it is loaded. A name that is taken already stays with
 /// the class that had it first.

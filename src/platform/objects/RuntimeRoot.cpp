@@ -14,6 +14,7 @@ bool isSubclass(Class self, Class ancestor) { return self->isSubclassOfClass(anc
 }  // namespace
 
 Class NSObject::classObject() {
+  ZT_LIST_CLASS(NSObject);
   static constexpr auto methods = detail::methodList(
       ZT_METHOD("isEqual:", static_cast<bool (NSObject::*)(const NSObject*) const>(&NSObject::isEqual)),
       ZT_METHOD("hash", &NSObject::hash), ZT_METHOD("description", &NSObject::description),

@@ -1,0 +1,89 @@
+#include <ZtFoundation/Logging.h>
+#include <ZtFoundation/platform/Bundle.h>
+#include <ZtFoundation/platform/FileManager.h>
+
+namespace ZtFoundation {
+
+namespace {
+
+void appendMessage(const Ref<ZtLoggingManager>& self, const Ref<NSObject>& logger, std::int32_t level,
+                   const Ref<NSString>& message) {
+  self->appendToLogger_level_message(logger, level, message);
+}
+
+}  // namespace
+
+ZT_IMPLEMENT_CLASS(ZtLoggingManager, ZT_METHOD("configureWithPath:watch:", &ZtLoggingManager::configureWithPath_watch),
+                   ZT_METHOD("appendToLogger:level:message:", &appendMessage),
+                   ZT_METHOD("appendToLogger:level:format:arguments:",
+                             &ZtLoggingManager::appendToLogger_level_format_arguments),
+                   ZT_CLASS_METHOD("sharedLoggingManager", &ZtLoggingManager::sharedLoggingManager),
+                   ZT_CLASS_METHOD("setSharedLoggingManager:", &ZtLoggingManager::setSharedLoggingManager),
+                   ZT_CLASS_METHOD("loggingManagerWithBundlePath:", &ZtLoggingManager::loggingManagerWithBundlePath));
+
+namespace {
+
+/// The line of a level, which takes the logger and the message; null for silent levels.
+const char* lineFormat(std::int32_t level) {
+  static constexpr const char* kFormats[] = {"FATAL %@ - %@", nullptr, nullptr,         "ERROR %@ - %@",
+                                             "WARN  %@ - %@", nullptr, "INFO  %@ - %@", "DEBUG %@ - %@"};
+  const auto number = static_cast<std::uint32_t>(level);
+  return number < std::size(kFormats) ? kFormats[number] : nullptr;
+}
+
+constinit thread_local int nesting = 0;
+
+/// One message on its way to a manager, on this thread. What managers and descriptions log meanwhile nests; without a limit
+/// a manager that always logs would never end.
+class MessageInProgress {
+ public:
+  MessageInProgress() noexcept { ++nesting; }
+  MessageInProgress(const MessageInProgress&) = delete;
+  MessageInProgress& operator=(const MessageInProgress&) = delete;
+  ~MessageInProgress() { --nesting; }
+
+  bool isTooDeep() const noexcept { return nesting > 8; }
+};
+
+/// A new instance, none when its constructor throws.
+Ref<NSObject> instanceOf(Class one) noexcept {
+  try {
+    return class_createInstance(one);
+  } catch (...) {
+    return nullptr;
+  }
+}
+
+}  // namespace
+
+void ZtLoggingManager::configureWithPath_watch(const Ref<NSString>&, bool) {}
+
+void ZtLoggingManager::appendToLogger_level_format_arguments(const Ref<NSObject>& logger, std::int32_t level,
+                                                             const Ref<NSString>& format, FormatArguments arguments) {
+  const Ref<NSString> message = formatText(format, arguments);
+  if (const char* line = lineFormat(level)) NSLog(line, logger, message);
+}
+
+void detail::appendToManager(ZtLoggingManager* manager, const Ref<NSObject>& logger, std::int32_t level,
+                             const Ref<NSString>& format, FormatArguments arguments) {
+  const MessageInProgress message;
+  if (message.isTooDeep()) return;
+  send(manager, ZT_SELECTOR("appendToLogger:level:format:arguments:"), logger, level, format, arguments);
+}
+
+void detail::appendToSharedManager(const Ref<NSObject>& logger, std::int32_t level, const Ref<NSString>& format,
+                                   FormatArguments arguments) {
+  const Ref<ZtLoggingManager> manager = ZtLoggingManager::sharedLoggingManager();
+  if (manager) appendToManager(manager.get(), logger, level, format, arguments);
+}
+
+Ref<ZtLoggingManager> ZtLoggingManager::loggingManagerWithBundlePath(const Ref<NSString>& path) {
+  if (!path || !NSFileManager::defaultManager()->fileExistsAtPath(path)) return nullptr;
+  const Ref<NSBundle> bundle = NSBundle::bundleWithPath(path);
+  if (!bundle || !bundle->load()) return nullptr;
+  Class principal = bundle->principalClass();
+  if (principal == nullptr || !principal->isSubclassOfClass(classObject())) return nullptr;
+  return as<ZtLoggingManager>(instanceOf(principal));
+}
+
+}  // namespace ZtFoundation
