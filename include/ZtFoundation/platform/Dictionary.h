@@ -40,6 +40,8 @@ class ZT_EXPORT NSDictionary : public NSCollection {
   static Ref<NSDictionary> dictionaryWithObject_forKey(const Ref<NSObject>& object, const Ref<NSObject>& key);
   /// Of two entries with equal keys the later value stands in the earlier place.
   static Ref<NSDictionary> dictionaryWithEntries(std::initializer_list<DictionaryEntry> entries);
+  /// The same, for literals: `NSDictionary::of({{"Name", "Alice"}, {"Age", 42}})`.
+  static Ref<NSDictionary> of(std::initializer_list<DictionaryEntry> entries) { return dictionaryWithEntries(entries); }
   /// An immutable dictionary with the same entries; `other` itself when it is immutable, none for none.
   static Ref<NSDictionary> dictionaryWithDictionary(const Ref<NSDictionary>& other);
   /// Takes keys and values out of `entries`, which are left empty; keys must be immutable strings. `hashes` gives `hashOfKey` of each
@@ -138,6 +140,9 @@ class ZT_EXPORT NSMutableDictionary : public NSDictionary {
   static Ref<NSMutableDictionary> dictionary();
   static Ref<NSMutableDictionary> dictionaryWithCapacity(NSUInteger capacity);
   static Ref<NSMutableDictionary> dictionaryWithDictionary(const Ref<NSDictionary>& other);
+  static Ref<NSMutableDictionary> of(std::initializer_list<DictionaryEntry> entries) {
+    return dictionaryWithDictionary(dictionaryWithEntries(entries));
+  }
   static Ref<NSMutableDictionary> dictionaryByTaking(std::span<DictionaryEntry> entries,
                                                      std::span<const std::uint32_t> hashes = {});
 

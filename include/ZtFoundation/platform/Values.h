@@ -1,5 +1,9 @@
 /// \file Values.h
 /// Reading objects as the host's own types.
+/// \code
+///   int port = valueAt<int>(settings, "Servers", 0, "Port").value_or(8080);
+///   for (const Ref<NSDictionary>& server : each<NSDictionary>(settings->get<NSArray>("Servers"))) { ... }
+/// \endcode
 #pragma once
 
 #include <concepts>
@@ -8,6 +12,7 @@
 #include <type_traits>
 #include <utility>
 
+#include <ZtFoundation/platform/Array.h>
 #include <ZtFoundation/platform/Dictionary.h>
 #include <ZtFoundation/platform/Number.h>
 #include <ZtFoundation/platform/String.h>
@@ -51,12 +56,71 @@ auto readValue(NSObject* object) {
   }
 }
 
+template <std::integral Index>
+NSObject* childAt(const NSObject* parent, Index index) {
+  const NSArray* array = as<NSArray>(parent);
+  return array != nullptr && std::cmp_greater_equal(index, 0) && std::cmp_less(index, array->count())
+             ? (*array)[static_cast<NSUInteger>(index)].get()
+             : nullptr;
+}
+
+inline NSObject* childAt(const NSObject* parent, const Ref<NSString>& key) {
+  const NSDictionary* dictionary = as<NSDictionary>(parent);
+  return dictionary != nullptr ? dictionary->lookUp(key.get()) : nullptr;
+}
+
 }  // namespace detail
 
 /// `object` as a T: std::string, bool, an integer or floating type (a std::optional), or a class of objects (a `Ref`).
 template <class T, class U>
 auto valueAs(const Ref<U>& object) {
   return detail::readValue<T>(object.get());
+}
+
+/// The value that `steps` lead to from `root`, as `valueAs` gives it: text is a key of a dictionary, an integer an index of an
+/// array. Empty when a step leads nowhere.
+template <class T, class U, class... Steps>
+auto valueAt(const Ref<U>& root, const Steps&... steps) {
+  NSObject* at = root.get();
+  ((at = detail::childAt(at, steps)), ...);
+  return detail::readValue<T>(at);
+}
+
+/// The elements of an array that are of class T, in order; see `each`.
+template <std::derived_from<NSObject> T>
+class ElementsOf {
+ public:
+  explicit ElementsOf(const Ref<NSArray>& array) : array_(array) {}
+
+  class Iterator {
+   public:
+    Iterator(const Ref<NSObject>* at, const Ref<NSObject>* end) : at_(at), end_(end) { skipOthers(); }
+    Ref<T> operator*() const { return as<T>(*at_); }
+    Iterator& operator++() {
+      ++at_;
+      skipOthers();
+      return *this;
+    }
+    friend bool operator==(const Iterator& a, const Iterator& b) noexcept { return a.at_ == b.at_; }
+
+   private:
+    void skipOthers() {
+      while (at_ != end_ && as<T>(at_->get()) == nullptr) ++at_;
+    }
+    const Ref<NSObject>* at_;
+    const Ref<NSObject>* end_;
+  };
+  Iterator begin() const { return array_ ? Iterator(array_->begin(), array_->end()) : end(); }
+  Iterator end() const { return array_ ? Iterator(array_->end(), array_->end()) : Iterator(nullptr, nullptr); }
+
+ private:
+  Ref<NSArray> array_;
+};
+
+/// Walks the elements of `array` that are of class T and passes over others; walks nothing when there is no array.
+template <std::derived_from<NSObject> T>
+ElementsOf<T> each(const Ref<NSArray>& array) {
+  return ElementsOf<T>(array);
 }
 
 template <class T>
