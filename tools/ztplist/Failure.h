@@ -1,0 +1,38 @@
+/// \file Failure.h
+/// How a run of ztplist ends.
+#pragma once
+
+#include <stdexcept>
+#include <string>
+
+namespace ztplist {
+
+/// The exit codes; scripts rely on them.
+enum class Exit : int {
+  Success = 0,
+  No = 1,           ///< the answer is no: files differ, a file is not sound, nothing is at the key path
+  Usage = 2,        ///< the command line is wrong
+  InputOutput = 3,  ///< something could not be read or written
+  Invalid = 4,      ///< the input is no property list, or the value has no form in the wanted format
+};
+
+/// Ends the run with an exit code and a message for standard error.
+class Failure : public std::runtime_error {
+ public:
+  Failure(Exit code, const std::string& text) : std::runtime_error(text), code_(code) {}
+  Exit code() const noexcept { return code_; }
+
+ private:
+  Exit code_;
+};
+
+/// Standard output takes no more.
+class OutputFailure : public Failure {
+ public:
+  explicit OutputFailure(const std::string& reason) : Failure(Exit::InputOutput, "standard output: " + reason) {}
+};
+
+/// Writes "ztplist: text" as a line to standard error, with control characters made visible.
+void complain(const std::string& text);
+
+}  // namespace ztplist
