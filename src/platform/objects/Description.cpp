@@ -6,6 +6,7 @@
 
 #include <ZtFoundation/platform/Array.h>
 #include <ZtFoundation/platform/Dictionary.h>
+#include <ZtFoundation/platform/Runtime.h>
 #include <ZtFoundation/platform/Set.h>
 #include <ZtFoundation/platform/String.h>
 
@@ -165,7 +166,7 @@ class Describer {
   }
 
   void leaf(const NSObject& value) {
-    const Ref<NSString> description = value.description();
+    const Ref<NSString> description = detail::describe(&value);
     const UnitView units = description ? description->units() : UnitView();
     if (value.kind() != ObjectKind::Data && !isPlain(units)) return appendQuoted(text_, units);
     for (NSUInteger index = 0; index < units.size(); ++index) text_ += static_cast<char>(units[index]);

@@ -3,6 +3,7 @@
 
 #include <ZtFoundation/platform/Array.h>
 #include <ZtFoundation/platform/Dictionary.h>
+#include <ZtFoundation/platform/Runtime.h>
 
 namespace ZtFoundation::detail {
 
@@ -29,7 +30,7 @@ class DeepComparison {
   bool compare(const NSObject* a, const NSObject* b) {
     if (a == b) return a != nullptr;
     if (a == nullptr || b == nullptr) return false;
-    if (a->kind() != ObjectKind::Array && a->kind() != ObjectKind::Dictionary) return a->isEqual(b);
+    if (a->kind() != ObjectKind::Array && a->kind() != ObjectKind::Dictionary) return areEqual(a, b);
     if (a->kind() != b->kind()) return false;
     const bool shared = a->retainCount() > 1 || b->retainCount() > 1;
     if (!shared || join(a, b)) waiting_.emplace_back(a, b);

@@ -7,7 +7,7 @@
 #include <optional>
 #include <string>
 
-#include <ZtFoundation/platform/Number.h>
+#include <ZtFoundation/platform/Runtime.h>
 
 #include "platform/objects/FormatParser.h"
 #include "platform/objects/NumberText.h"
@@ -49,7 +49,7 @@ Ref<NSString> characterText(const FormatArgument& argument) {
 }
 
 Ref<NSString> descriptionOf(const NSObject* object) {
-  const Ref<NSString> description = object != nullptr ? object->description() : nullptr;
+  const Ref<NSString> description = object != nullptr ? detail::describe(object) : nullptr;
   return description ? description : Ref<NSString>(kNull);
 }
 

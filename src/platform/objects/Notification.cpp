@@ -1,0 +1,114 @@
+#include <ZtFoundation/platform/Notification.h>
+
+#include <algorithm>
+#include <atomic>
+#include <mutex>
+#include <utility>
+#include <vector>
+
+#include <ZtFoundation/platform/Dictionary.h>
+#include <ZtFoundation/platform/Runtime.h>
+#include <ZtFoundation/platform/String.h>
+
+namespace ZtFoundation {
+
+ZT_IMPLEMENT_CLASS(NSNotification);
+ZT_IMPLEMENT_CLASS(NSNotificationCenter);
+
+namespace {
+
+class Observer final : public NSObject {
+ public:
+  Observer(const Ref<NSString>& name, const NSObject* sender, NSNotificationCenter::Block block)
+      : name_(NSString::stringWithString(name)), sender_(sender), block_(std::move(block)) {}
+
+  bool wants(const NSNotification& notification) const {
+    return (!name_ || name_->isEqual(notification.name())) &&
+           (sender_ == nullptr || sender_ == notification.object().get());
+  }
+  void tell(const Ref<NSNotification>& notification) const {
+    if (!removed_) block_(notification);
+  }
+  void remove() { removed_ = true; }
+
+ private:
+  Ref<NSString> name_;
+  const NSObject* sender_;
+  NSNotificationCenter::Block block_;
+  std::atomic<bool> removed_ = false;
+};
+
+}  // namespace
+
+struct NSNotificationCenter::State {
+  std::mutex mutex;
+  std::vector<Ref<Observer>> observers;
+
+  std::vector<Ref<Observer>> observersOf(const NSNotification& notification) {
+    std::vector<Ref<Observer>> wanted;
+    const std::lock_guard lock(mutex);
+    std::copy_if(observers.begin(), observers.end(), std::back_inserter(wanted),
+                 [&](const Ref<Observer>& observer) { return observer->wants(notification); });
+    return wanted;
+  }
+
+  // Answers the observer, so that its block is destroyed when nothing is locked.
+  Ref<Observer> take(const Ref<NSObject>& token) {
+    const std::lock_guard lock(mutex);
+    const auto found = std::find(observers.begin(), observers.end(), token);
+    if (found == observers.end()) return nullptr;
+    Ref<Observer> observer = std::move(*found);
+    observers.erase(found);
+    return observer;
+  }
+};
+
+NSNotification::NSNotification(const Ref<NSString>& name, const Ref<NSObject>& object,
+                               const Ref<NSDictionary>& userInfo)
+    : name_(NSString::stringWithString(name)), object_(object), userInfo_(userInfo) {}
+
+NSNotification::~NSNotification() = default;
+
+Ref<NSNotification> NSNotification::notificationWithName_object_userInfo(const Ref<NSString>& name,
+                                                                         const Ref<NSObject>& object,
+                                                                         const Ref<NSDictionary>& userInfo) {
+  return Ref<NSNotification>::adopt(new NSNotification(name, object, userInfo));
+}
+
+NSNotificationCenter::NSNotificationCenter() : state_(std::make_unique<State>()) {}
+NSNotificationCenter::~NSNotificationCenter() = default;
+
+NSNotificationCenter* NSNotificationCenter::defaultCenter() {
+  static NSNotificationCenter* const center = new NSNotificationCenter;  // Objects that are destroyed at exit may post.
+  return center;
+}
+
+Ref<NSObject> NSNotificationCenter::addObserverForName_object_usingBlock(const Ref<NSString>& name,
+                                                                         const Ref<NSObject>& object, Block block) {
+  if (!block) return nullptr;
+  Ref<Observer> observer = make<Observer>(name, object.get(), std::move(block));
+  const std::lock_guard lock(state_->mutex);
+  state_->observers.push_back(observer);
+  return observer;
+}
+
+void NSNotificationCenter::removeObserver(const Ref<NSObject>& token) {
+  if (const Ref<Observer> observer = state_->take(token)) observer->remove();
+}
+
+void NSNotificationCenter::postNotification(const Ref<NSNotification>& notification) {
+  if (!notification || !notification->name()) return;
+  const Ref<NSNotification> kept = notification;
+  for (const Ref<Observer>& observer : state_->observersOf(*kept)) observer->tell(kept);
+}
+
+void NSNotificationCenter::postNotificationName_object(const Ref<NSString>& name, const Ref<NSObject>& object) {
+  postNotificationName_object_userInfo(name, object, nullptr);
+}
+
+void NSNotificationCenter::postNotificationName_object_userInfo(const Ref<NSString>& name, const Ref<NSObject>& object,
+                                                                const Ref<NSDictionary>& userInfo) {
+  postNotification(NSNotification::notificationWithName_object_userInfo(name, object, userInfo));
+}
+
+}  // namespace ZtFoundation
