@@ -20,6 +20,7 @@ enum Folding : unsigned {
   kFoldCase = 1,        ///< full case folding
   kFoldDiacritics = 2,  ///< nonspacing marks left out
   kFoldWidth = 4,       ///< full-width and half-width forms as the ordinary ones
+  kFoldLiterally = 8,   ///< no decomposition
 };
 
 enum class CharacterClass { Letter, DecimalDigit, Alphanumeric };

@@ -170,9 +170,11 @@ class ICUUnicode final : public Unicode {
   }
 
   void fold(std::u16string_view units, unsigned foldings, std::u16string& out) override {
+    const bool decompose = (foldings & kFoldLiterally) == 0;
     std::u16string text((foldings & kFoldWidth) != 0 ? withOrdinaryWidth(units) : std::u16string(units));
-    text = normalized(decomposer(), text);
-    if ((foldings & kFoldCase) != 0) text = normalized(decomposer(), withFoldedCase(text));
+    if (decompose) text = normalized(decomposer(), text);
+    if ((foldings & kFoldCase) != 0) text = withFoldedCase(text);
+    if (decompose && (foldings & kFoldCase) != 0) text = normalized(decomposer(), text);
     out += (foldings & kFoldDiacritics) != 0 ? withoutMarks(text) : text;
   }
 

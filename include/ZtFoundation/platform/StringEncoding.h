@@ -1,0 +1,28 @@
+/// \file StringEncoding.h
+/// Byte encodings by their registered names.
+/// \code
+///   NSStringEncoding encoding = CFStringConvertEncodingToNSStringEncoding(CFStringConvertIANACharSetNameToEncoding("shift_jis"));
+///   Ref<NSString> text = NSString::stringWithData_encoding(data, encoding);
+/// \endcode
+#pragma once
+
+#include <cstdint>
+
+#include <ZtFoundation/platform/String.h>
+
+namespace ZtFoundation {
+
+/// 32-bit number of a byte encoding.
+using CFStringEncoding = std::uint32_t;
+inline constexpr CFStringEncoding kCFStringEncodingInvalidId = 0xFFFFFFFF;
+
+/// The encoding whose name or alias in the IANA registry is `name`, in any case; kCFStringEncodingInvalidId for a name that is not
+/// registered, for the empty name and none. Names of ASCII, Latin-1 and the UTFs need no Unicode module; without the module
+/// no other name is known. The number of an encoding without a number of its own is valid in this process only.
+ZT_EXPORT CFStringEncoding CFStringConvertIANACharSetNameToEncoding(const Ref<NSString>& name);
+
+/// The number under which strings know the encoding: a small one for the well-known encodings, 0x80000000 | `encoding` for the
+/// others, kInvalidStringEncoding for kCFStringEncodingInvalidId.
+ZT_EXPORT NSStringEncoding CFStringConvertEncodingToNSStringEncoding(CFStringEncoding encoding);
+
+}  // namespace ZtFoundation

@@ -1,0 +1,110 @@
+#include "platform/objects/FoldedText.h"
+
+#include <algorithm>
+
+#include "platform/objects/UTF8.h"
+#include "platform/services/Service.h"
+#include "platform/services/Unicode.h"
+
+namespace ZtFoundation::detail {
+
+namespace {
+
+constexpr char32_t kFirstMark = 0x300;
+// A character with more marks than this is cut, which keeps the time that putting marks in order takes within bounds.
+constexpr NSUInteger kLongestCharacter = 256;
+
+// Nothing joins a control character or the end of a line.
+bool isControl(char32_t codePoint) noexcept {
+  return codePoint < 0x20 || (codePoint >= 0x7F && codePoint < 0xA0) || codePoint == 0x2028 || codePoint == 0x2029;
+}
+
+bool isPartOfPair(UnitView text, NSUInteger place) noexcept {
+  return isLowSurrogate(text[place]) && isHighSurrogate(text[place - 1]);
+}
+
+NSUInteger endOfCodePoint(UnitView text, NSUInteger start) noexcept {
+  return start + unitsOf(codePointAt(text, start));
+}
+
+NSUInteger endOfCharacter(UnitView text, NSUInteger start) {
+  NSUInteger end = endOfCodePoint(text, start);
+  while (end < text.size() && end - start < kLongestCharacter && !isCharacterBoundary(text, end)) {
+    end = endOfCodePoint(text, end);
+  }
+  return end;
+}
+
+char16_t foldASCII(char16_t unit, unsigned foldings) noexcept {
+  const bool isCapital = unit >= 'A' && unit <= 'Z';
+  return isCapital && (foldings & kFoldCase) != 0 ? static_cast<char16_t>(unit + 0x20) : unit;
+}
+
+}  // namespace
+
+bool isCharacterBoundary(UnitView text, NSUInteger place) {
+  if (place == 0 || place >= text.size() || text[place] < kFirstMark) return true;
+  if (isPartOfPair(text, place)) return false;
+  return isControl(text[place - 1]) || !service<Unicode>().extends(codePointAt(text, place));
+}
+
+FoldedText::FoldedText(UnitView source, unsigned foldings) {
+  text_.reserve(source.size());
+  for (NSUInteger start = 0; start < source.size();) {
+    const NSUInteger end =
+        (foldings & kFoldLiterally) != 0 ? endOfCodePoint(source, start) : endOfCharacter(source, start);
+    foldedStarts_.push_back(text_.size());
+    sourceStarts_.push_back(start);
+    append(source, start, end, foldings);
+    start = end;
+  }
+  foldedStarts_.push_back(text_.size());
+  sourceStarts_.push_back(source.size());
+}
+
+void FoldedText::append(UnitView source, NSUInteger start, NSUInteger end, unsigned foldings) {
+  if (end - start == 1 && source[start] < 0x80) {
+    text_ += foldASCII(source[start], foldings);
+    return;
+  }
+  UnitBuffer units(source.slice({start, end - start}));
+  service<Unicode>().fold({units.data(), end - start}, foldings, text_);
+}
+
+// Characters that folded to nothing are left out at both ends.
+NSRange FoldedText::sourceOf(std::size_t place, std::size_t length) const {
+  const auto begin = foldedStarts_.begin();
+  const auto first = std::upper_bound(begin, foldedStarts_.end(), place) - 1;
+  const auto end = std::lower_bound(begin, foldedStarts_.end(), place + length);
+  if (*first != place || *end != place + length) return kNotFoundRange;
+  const NSUInteger start = sourceStarts_[static_cast<std::size_t>(first - begin)];
+  return {start, sourceStarts_[static_cast<std::size_t>(end - begin)] - start};
+}
+
+NSRange FoldedText::find(std::u16string_view target, NSUInteger from) const {
+  const auto start = std::lower_bound(sourceStarts_.begin(), sourceStarts_.end(), from) - sourceStarts_.begin();
+  std::size_t place = text_.find(target, foldedStarts_[static_cast<std::size_t>(start)]);
+  for (; place != std::u16string::npos; place = text_.find(target, place + 1)) {
+    if (const NSRange range = sourceOf(place, target.size()); range.length != 0) return range;
+  }
+  return kNotFoundRange;
+}
+
+NSRange FoldedText::findLast(std::u16string_view target) const {
+  std::size_t place = text_.rfind(target);
+  for (; place != std::u16string::npos; place = text_.rfind(target, place - 1)) {
+    if (const NSRange range = sourceOf(place, target.size()); range.length != 0) return range;
+    if (place == 0) break;
+  }
+  return kNotFoundRange;
+}
+
+NSRange FoldedText::findAtStart(std::u16string_view target) const {
+  return text_.starts_with(target) ? sourceOf(0, target.size()) : kNotFoundRange;
+}
+
+NSRange FoldedText::findAtEnd(std::u16string_view target) const {
+  return text_.ends_with(target) ? sourceOf(text_.size() - target.size(), target.size()) : kNotFoundRange;
+}
+
+}  // namespace ZtFoundation::detail
