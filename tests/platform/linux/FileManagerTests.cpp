@@ -1,0 +1,217 @@
+#include <ZtFoundation/platform/Data.h>
+#include <ZtFoundation/platform/Date.h>
+#include <ZtFoundation/platform/Dictionary.h>
+#include <ZtFoundation/platform/FileManager.h>
+#include <ZtFoundation/platform/Number.h>
+#include <ZtFoundation/platform/Runtime.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cmath>
+#include <filesystem>
+#include <limits>
+
+#include "support/ChildProcess.h"
+#include "support/ScratchFolder.h"
+
+namespace ZtFoundation::test {
+namespace {
+
+class FileManagerTests : public testing::Test {
+ protected:
+  FileManagerTests() {
+    ::umask(022);
+    writeFile(folder / "file", "text");
+    std::filesystem::create_directory(folder / "folder");
+    std::filesystem::create_symlink("file", folder / "link");
+    std::filesystem::create_symlink("folder", folder / "folder link");
+    std::filesystem::create_symlink("nowhere", folder / "broken");
+  }
+
+  struct stat statusOf(const std::string& name) const {
+    struct stat status {};
+    EXPECT_EQ(::lstat((folder / name).c_str(), &status), 0) << name;
+    return status;
+  }
+  unsigned modeOf(const std::string& name) const { return statusOf(name).st_mode & 07777U; }
+
+  bool makeFolder(const std::string& name, const Ref<NSDictionary>& attributes = nullptr) const {
+    return manager->createDirectoryAtPath_attributes(folder.string(name), attributes);
+  }
+
+  ScratchFolder folder;
+  Ref<NSFileManager> manager = NSFileManager::defaultManager();
+};
+
+TEST_F(FileManagerTests, ThereIsOneDefaultManager) {
+  ASSERT_TRUE(manager);
+  EXPECT_EQ(manager, NSFileManager::defaultManager());
+  EXPECT_EQ(NSClassFromString("NSFileManager"), NSFileManager::classObject());
+  EXPECT_EQ(send<Ref<NSFileManager>>(NSFileManager::classObject(), ZT_SELECTOR("defaultManager")), manager);
+}
+
+// --- Existence
+
+TEST_F(FileManagerTests, ExistenceFollowsLinks) {
+  struct Case {
+    std::string name;
+    bool exists;
+    bool isFolder;
+  };
+  const Case cases[] = {{"file", true, false},       {"folder", true, true},   {"link", true, false},
+                        {"folder link", true, true}, {"broken", false, false}, {"missing", false, false},
+                        {"file/", false, false},     {"folder/", true, true},  {".", true, true},
+                        {"missing/..", false, false}};
+  for (const auto& [name, exists, isFolder] : cases) {
+    EXPECT_EQ(manager->fileExistsAtPath(folder.string(name)), exists) << name;
+    for (const bool before : {false, true}) {
+      bool told = before;
+      EXPECT_EQ(manager->fileExistsAtPath_isDirectory(folder.string(name), &told), exists) << name;
+      EXPECT_EQ(told, exists ? isFolder : before) << name;
+    }
+    EXPECT_EQ(manager->fileExistsAtPath_isDirectory(folder.string(name), nullptr), exists) << name;
+  }
+}
+
+TEST_F(FileManagerTests, PathsThatNameNothingDoNotExist) {
+  const std::string zero("fi\0le", 5);
+  for (const Ref<NSString>& path : {Ref<NSString>(), Ref<NSString>(""), folder.string(zero), folder.string("file\0")}) {
+    if (path && path->isEqualToString(folder.string("file"))) continue;
+    EXPECT_FALSE(manager->fileExistsAtPath(path));
+    EXPECT_FALSE(manager->fileExistsAtPath_isDirectory(path, nullptr));
+    EXPECT_FALSE(manager->contentsAtPath(path));
+    EXPECT_FALSE(manager->createDirectoryAtPath_attributes(path, nullptr));
+    EXPECT_FALSE(manager->createFileAtPath_contents_attributes(path, nullptr, nullptr));
+  }
+}
+
+TEST_F(FileManagerTests, NamesThatAreNoTextAreFound) {
+  ASSERT_TRUE(makeFolder("\xFE\xFFx"));
+  EXPECT_TRUE(std::filesystem::is_directory(folder / "\xFE\xFFx"));
+  EXPECT_TRUE(manager->fileExistsAtPath(folder.string("\xFE\xFFx")));
+  EXPECT_TRUE(manager->fileExistsAtPath(folder.string("")->stringByAppendingString(u"\xDCFE\xDCFFx")));
+}
+
+// --- Folders
+
+TEST_F(FileManagerTests, AFolderGetsWhatTheUmaskLeaves) {
+  EXPECT_TRUE(makeFolder("new"));
+  EXPECT_EQ(modeOf("new"), 0755U);
+  ::umask(027);
+  EXPECT_TRUE(makeFolder("narrow"));
+  EXPECT_EQ(modeOf("narrow"), 0750U);
+  ::umask(022);
+}
+
+TEST_F(FileManagerTests, WhatExistsIsNotTouched) {
+  const Ref<NSDictionary> attributes = NSDictionary::dictionaryWithEntries(
+      {{NSFilePosixPermissions, 0700}, {NSFileModificationDate, NSDate::dateWithTimeIntervalSince1970(1000)}});
+  for (const char* name : {"file", "folder", "link", "folder link", "broken"}) {
+    const struct stat before = statusOf(name);
+    EXPECT_FALSE(makeFolder(name, attributes)) << name;
+    EXPECT_EQ(statusOf(name).st_mode, before.st_mode) << name;
+    EXPECT_EQ(statusOf(name).st_mtim.tv_nsec, before.st_mtim.tv_nsec) << name;
+  }
+}
+
+TEST_F(FileManagerTests, AFolderNeedsItsParent) {
+  EXPECT_FALSE(makeFolder("missing/new"));
+  EXPECT_FALSE(makeFolder("file/new"));
+  EXPECT_TRUE(makeFolder("folder link/new"));
+  ::chmod(folder.path().c_str(), 0755);
+  EXPECT_EQ(asOrdinaryUser([&] { return ::geteuid() == kOrdinaryUser && makeFolder("new"); }), 0);
+}
+
+TEST_F(FileManagerTests, PermissionsAreIndependentOfTheUmask) {
+  for (const int mode : {0777, 0700, 0111, 0, 01777, 02770}) {
+    const std::string name = std::to_string(mode);
+    EXPECT_TRUE(makeFolder(name, NSDictionary::dictionaryWithObject_forKey(mode, NSFilePosixPermissions)));
+    EXPECT_EQ(modeOf(name), static_cast<unsigned>(mode));
+  }
+}
+
+TEST_F(FileManagerTests, TheModificationDateIsSetToTheNanosecondThatADateHas) {
+  struct Case {
+    double since1970;
+    time_t seconds;
+    long nanoseconds;
+  };
+  for (const auto& [since1970, seconds, nanoseconds] :
+       {Case{1e9, 1000000000, 0}, Case{1e9 + 0.5, 1000000000, 500000000}, Case{-0.25, -1, 750000000}}) {
+    const std::string name = std::to_string(since1970);
+    const Ref<NSDate> date = NSDate::dateWithTimeIntervalSince1970(since1970);
+    ASSERT_TRUE(makeFolder(name, NSDictionary::dictionaryWithObject_forKey(date, NSFileModificationDate)));
+    EXPECT_EQ(statusOf(name).st_mtim.tv_sec, seconds);
+    EXPECT_EQ(statusOf(name).st_mtim.tv_nsec, nanoseconds);
+  }
+}
+
+TEST_F(FileManagerTests, AttributesThatSayNothingAreIgnored) {
+  const double infinity = std::numeric_limits<double>::infinity();
+  const Ref<NSDictionary> attributes = NSDictionary::dictionaryWithEntries({
+      {NSFilePosixPermissions, "0700"},
+      {NSFileModificationDate, 12},
+      {NSFileOwnerAccountID, "root"},
+      {NSFileOwnerAccountName, "no such user"},
+      {NSFileGroupOwnerAccountName, 5},
+      {"unknown", NSDate::dateWithTimeIntervalSince1970(infinity)},
+  });
+  EXPECT_TRUE(makeFolder("new", attributes));
+  EXPECT_EQ(modeOf("new"), 0755U);
+  EXPECT_EQ(statusOf("new").st_uid, ::geteuid());
+  int count = 0;
+  for (const double seconds : {infinity, -infinity, std::nan(""), 1e300}) {
+    const Ref<NSDate> date = NSDate::dateWithTimeIntervalSince1970(seconds);
+    const auto at = NSDictionary::dictionaryWithObject_forKey(date, NSFileModificationDate);
+    EXPECT_TRUE(makeFolder(std::to_string(++count), at)) << seconds;
+  }
+}
+
+TEST_F(FileManagerTests, RootGivesFoldersAway) {
+  if (::geteuid() != 0) GTEST_SKIP() << "only root may give files away";
+  const Ref<NSDictionary> byNumber =
+      NSDictionary::dictionaryWithEntries({{NSFileOwnerAccountID, 1234}, {NSFileGroupOwnerAccountID, 2345}});
+  ASSERT_TRUE(makeFolder("by number", byNumber));
+  EXPECT_EQ(statusOf("by number").st_uid, 1234U);
+  EXPECT_EQ(statusOf("by number").st_gid, 2345U);
+  const Ref<NSDictionary> byName = NSDictionary::dictionaryWithEntries({{NSFileOwnerAccountName, "daemon"}});
+  ASSERT_TRUE(makeFolder("by name", byName));
+  EXPECT_EQ(statusOf("by name").st_uid, 1U);
+  EXPECT_EQ(statusOf("by name").st_gid, 0U);
+}
+
+TEST_F(FileManagerTests, WhoMayNotGiveFoldersAwayMakesThemAllTheSame) {
+  ::chmod(folder.path().c_str(), 0777);
+  const Ref<NSDictionary> attributes =
+      NSDictionary::dictionaryWithEntries({{NSFileOwnerAccountID, 1234}, {NSFilePosixPermissions, 0701}});
+  EXPECT_EQ(asOrdinaryUser([&] { return makeFolder("new", attributes); }), 1);
+  EXPECT_EQ(modeOf("new"), 0701U);
+}
+
+// --- Files
+
+TEST_F(FileManagerTests, ContentsAreTheWholeFile) {
+  EXPECT_EQ(manager->contentsAtPath(folder.string("link"))->view(), "text");
+  EXPECT_FALSE(manager->contentsAtPath(folder.string("folder")));
+  EXPECT_FALSE(manager->contentsAtPath(folder.string("missing")));
+}
+
+TEST_F(FileManagerTests, FilesAreMadeOrRewritten) {
+  const Ref<NSData> data = NSData::dataWithBytes("new");
+  EXPECT_TRUE(manager->createFileAtPath_contents_attributes(folder.string("new"), data, nullptr));
+  EXPECT_EQ(contentsOf(folder / "new"), "new");
+  EXPECT_EQ(modeOf("new"), 0644U);
+  EXPECT_TRUE(manager->createFileAtPath_contents_attributes(folder.string("link"), data, nullptr));
+  EXPECT_EQ(contentsOf(folder / "file"), "new");
+  EXPECT_TRUE(manager->createFileAtPath_contents_attributes(folder.string("file"), nullptr, nullptr));
+  EXPECT_EQ(contentsOf(folder / "file"), "");
+  const Ref<NSDictionary> narrow = NSDictionary::dictionaryWithObject_forKey(0600, NSFilePosixPermissions);
+  EXPECT_TRUE(manager->createFileAtPath_contents_attributes(folder.string("file"), data, narrow));
+  EXPECT_EQ(modeOf("file"), 0600U);
+  EXPECT_FALSE(manager->createFileAtPath_contents_attributes(folder.string("folder"), data, nullptr));
+  EXPECT_FALSE(manager->createFileAtPath_contents_attributes(folder.string("missing/new"), data, nullptr));
+}
+
+}  // namespace
+}  // namespace ZtFoundation::test

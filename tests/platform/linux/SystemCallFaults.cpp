@@ -1,0 +1,138 @@
+#include "SystemCallFaults.h"
+
+#include <dirent.h>
+#include <dlfcn.h>
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <sys/xattr.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdarg>
+#include <utility>
+
+namespace ZtFoundation::test {
+
+namespace {
+
+FaultScript* current = nullptr;
+
+bool fails(const char* name) { return current != nullptr && current->fails(name); }
+
+template <class Function>
+Function next(const char* symbol) {
+  return reinterpret_cast<Function>(::dlsym(RTLD_NEXT, symbol));
+}
+
+constexpr bool kIsWide = sizeof(void*) == 8;
+
+}  // namespace
+
+FaultScript::FaultScript(Fault fault) : fault_(fault) { current = this; }
+FaultScript::~FaultScript() { current = nullptr; }
+
+void FaultScript::before(std::string name, std::function<void()> action) {
+  actionName_ = std::move(name);
+  action_ = std::move(action);
+}
+
+std::string FaultScript::faulted() const {
+  return fault_.at >= 0 && wasReached() ? calls_[static_cast<std::size_t>(fault_.at)] : "";
+}
+
+bool FaultScript::fails(const char* name) {
+  if (action_ && actionName_ == name) {
+    current = nullptr;
+    std::exchange(action_, nullptr)();
+    current = this;
+  }
+  calls_.emplace_back(name);
+  const bool isChosen = static_cast<int>(calls_.size()) - 1 == fault_.at;
+  if (!isChosen || fault_.error == 0) return false;
+  errno = fault_.error;
+  return true;
+}
+
+}  // namespace ZtFoundation::test
+
+using ZtFoundation::test::fails;
+using ZtFoundation::test::kIsWide;
+using ZtFoundation::test::next;
+
+#define ZT_STAND_IN extern "C" __attribute__((visibility("default")))
+
+#define ZT_INTERCEPT(result, name, symbol, failure, parameters, arguments, specifier) \
+  ZT_STAND_IN result name parameters specifier {                                      \
+    static const auto original = next<result(*) parameters>(symbol);                  \
+    return fails(#name) ? failure : original arguments;                               \
+  }
+
+// The headers give these functions the names of their 64-bit forms.
+ZT_INTERCEPT(int, fstat, kIsWide ? "fstat64" : "__fstat64_time64", -1, (int file, struct stat* status), (file, status),
+             noexcept)
+ZT_INTERCEPT(int, fstatat, kIsWide ? "fstatat64" : "__fstatat64_time64", -1,
+             (int folder, const char* path, struct stat* status, int flags), (folder, path, status, flags), noexcept)
+ZT_INTERCEPT(dirent*, readdir, "readdir64", nullptr, (DIR * listing), (listing), )
+
+ZT_INTERCEPT(DIR*, fdopendir, "fdopendir", nullptr, (int file), (file), )
+ZT_INTERCEPT(int, faccessat, "faccessat", -1, (int folder, const char* path, int mode, int flags),
+             (folder, path, mode, flags), noexcept)
+ZT_INTERCEPT(int, fchmod, "fchmod", -1, (int file, mode_t mode), (file, mode), noexcept)
+ZT_INTERCEPT(int, fchown, "fchown", -1, (int file, uid_t user, gid_t group), (file, user, group), noexcept)
+ZT_INTERCEPT(ssize_t, flistxattr, "flistxattr", -1, (int file, char* list, size_t size), (file, list, size), noexcept)
+ZT_INTERCEPT(ssize_t, fgetxattr, "fgetxattr", -1, (int file, const char* name, void* value, size_t size),
+             (file, name, value, size), noexcept)
+ZT_INTERCEPT(int, fsetxattr, "fsetxattr", -1, (int file, const char* name, const void* value, size_t size, int flags),
+             (file, name, value, size, flags), noexcept)
+ZT_INTERCEPT(int, fremovexattr, "fremovexattr", -1, (int file, const char* name), (file, name), noexcept)
+ZT_INTERCEPT(int, flock, "flock", -1, (int file, int operation), (file, operation), noexcept)
+ZT_INTERCEPT(int, getentropy, "getentropy", -1, (void* buffer, size_t size), (buffer, size), )
+ZT_INTERCEPT(ssize_t, read, "read", -1, (int file, void* buffer, size_t size), (file, buffer, size), )
+ZT_INTERCEPT(ssize_t, readlinkat, "readlinkat", -1, (int folder, const char* path, char* buffer, size_t size),
+             (folder, path, buffer, size), noexcept)
+ZT_INTERCEPT(int, renameat, "renameat", -1, (int folder, const char* from, int target, const char* to),
+             (folder, from, target, to), noexcept)
+ZT_INTERCEPT(int, unlinkat, "unlinkat", -1, (int folder, const char* path, int flags), (folder, path, flags), noexcept)
+
+ZT_STAND_IN int openat(int folder, const char* path, int flags, ...) {
+  static const auto original = next<int (*)(int, const char*, int, ...)>("openat64");
+  std::va_list list;
+  va_start(list, flags);
+  const mode_t mode = (flags & O_CREAT) != 0 ? va_arg(list, mode_t) : 0;
+  va_end(list);
+  return fails("openat") ? -1 : original(folder, path, flags, mode);
+}
+
+ZT_STAND_IN ssize_t write(int file, const void* bytes, size_t size) {
+  static const auto original = next<ssize_t (*)(int, const void*, size_t)>("write");
+  if (fails("write")) return -1;
+  const auto* script = ZtFoundation::test::current;
+  return original(file, bytes, script != nullptr && script->isHalfWrite() && size > 1 ? size / 2 : size);
+}
+
+// Flushing changes nothing that a test with a script could see, but takes most of the time of a save.
+ZT_STAND_IN int fsync(int file) {
+  static const auto original = next<int (*)(int)>("fsync");
+  if (fails("fsync")) return -1;
+  return ZtFoundation::test::current != nullptr ? 0 : original(file);
+}
+
+// A file is closed even when closing tells of an error.
+ZT_STAND_IN int close(int file) {
+  static const auto original = next<int (*)(int)>("close");
+  const bool isFailing = fails("close");
+  const int error = errno;
+  const int result = original(file);
+  if (isFailing) errno = error;
+  return isFailing ? -1 : result;
+}
+
+ZT_STAND_IN int closedir(DIR* listing) {
+  static const auto original = next<int (*)(DIR*)>("closedir");
+  const bool isFailing = fails("closedir");
+  const int error = errno;
+  const int result = original(listing);
+  if (isFailing) errno = error;
+  return isFailing ? -1 : result;
+}

@@ -1,0 +1,53 @@
+/// \file ChildProcess.h
+/// Doing something in a process of its own, as another user for instance.
+#pragma once
+
+#include <grp.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <exception>
+
+namespace ZtFoundation::test {
+
+/// Starts a process that runs `work`, whose result (0 to 255) is its exit status.
+template <class Work>
+pid_t startChild(Work work) {
+  const pid_t child = ::fork();
+  if (child != 0) return child;
+  int status = 254;
+  try {
+    status = static_cast<int>(work());
+  } catch (const std::exception&) {
+  }
+  ::_exit(status);
+}
+
+/// The exit status, -1 when the process was killed.
+inline int waitForChild(pid_t child) {
+  int status = 0;
+  while (::waitpid(child, &status, 0) < 0) {
+  }
+  return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+template <class Work>
+int inChild(Work work) {
+  return waitForChild(startChild(work));
+}
+
+constexpr unsigned kOrdinaryUser = 65534;
+
+/// Runs `work` without any privileges; a process that has none to begin with stays the user that it is.
+template <class Work>
+int asOrdinaryUser(Work work) {
+  return inChild([&]() -> int {
+    if (::geteuid() == 0 &&
+        (::setgroups(0, nullptr) != 0 || ::setgid(kOrdinaryUser) != 0 || ::setuid(kOrdinaryUser) != 0)) {
+      return 253;
+    }
+    return static_cast<int>(work());
+  });
+}
+
+}  // namespace ZtFoundation::test
