@@ -6,6 +6,7 @@
 #include <optional>
 
 #include <ZtFoundation/platform/String.h>
+#include <ZtFoundation/platform/StringEncoding.h>
 
 #include "platform/objects/UTF8.h"
 
@@ -151,26 +152,12 @@ bool isReadAsUTF8(const std::string& encoding) {
   return std::ranges::find(kNames, encoding) != std::end(kNames);
 }
 
-struct NamedEncoding {
-  std::string_view name;
-  NSStringEncoding encoding;
-};
-
-NSStringEncoding encodingNamed(const std::string& name) {
-  static constexpr NamedEncoding kEncodings[] = {
-      {"ISO-8859-1", NSISOLatin1StringEncoding},       {"ISO-8859-2", NSISOLatin2StringEncoding},
-      {"WINDOWS-1250", NSWindowsCP1250StringEncoding}, {"WINDOWS-1251", NSWindowsCP1251StringEncoding},
-      {"WINDOWS-1252", NSWindowsCP1252StringEncoding}, {"WINDOWS-1253", NSWindowsCP1253StringEncoding},
-      {"WINDOWS-1254", NSWindowsCP1254StringEncoding}, {"SHIFT_JIS", NSShiftJISStringEncoding},
-      {"EUC-JP", NSJapaneseEUCStringEncoding},         {"ISO-2022-JP", NSISO2022JPStringEncoding},
-      {"MACINTOSH", NSMacOSRomanStringEncoding},
-  };
-  const auto found = std::ranges::find(kEncodings, name, &NamedEncoding::name);
-  return found != std::end(kEncodings) ? found->encoding : kInvalidStringEncoding;
+NSStringEncoding encodingNamed(std::string_view name) {
+  return CFStringConvertEncodingToNSStringEncoding(CFStringConvertIANACharSetNameToEncoding(name));
 }
 
 bool readEncoded(std::string_view bytes, std::string_view encoding, TextInput& input, CodecError& error) {
-  const NSStringEncoding number = encodingNamed(uppercase(encoding));
+  const NSStringEncoding number = encodingNamed(encoding);
   if (number == kInvalidStringEncoding) {
     error.text = "The XML declaration names the encoding \"" + std::string(encoding) + "\", which is not known.";
     return false;

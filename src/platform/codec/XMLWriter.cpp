@@ -119,7 +119,7 @@ Ref<NSData> XMLWriter::write(const NSObject& value) {
   writeValue(value);
   while (!frames_.empty()) step();
   out_.append(kEpilogue);
-  return out_.data();
+  return out_.takeData();
 }
 
 // --- Containers
