@@ -79,11 +79,15 @@ function(zt_need_modules target)
   endif()
 endfunction()
 
-# examples/<name>.cpp and examples/<name>/*.cpp each become build/.../examples/<name>.
+# examples/<name>.cpp and examples/<name>/*.cpp each become build/.../examples/<name>; examples/<name>.bundle/ becomes
+# a bundle of that name there.
 function(zt_add_examples)
   file(GLOB entries CONFIGURE_DEPENDS RELATIVE ${PROJECT_SOURCE_DIR}/examples ${PROJECT_SOURCE_DIR}/examples/*)
   foreach(entry IN LISTS entries)
-    if(IS_DIRECTORY ${PROJECT_SOURCE_DIR}/examples/${entry})
+    if(entry MATCHES "\\.bundle$")
+      zt_add_bundle(${entry})
+      continue()
+    elseif(IS_DIRECTORY ${PROJECT_SOURCE_DIR}/examples/${entry})
       zt_sources(sources examples/${entry})
     elseif(entry MATCHES "\\.cpp$")
       set(sources ${PROJECT_SOURCE_DIR}/examples/${entry})
@@ -95,6 +99,19 @@ function(zt_add_examples)
       zt_add_program(example-${name} ${name} examples ${sources})
     endif()
   endforeach()
+endfunction()
+
+# A plug-in: its code, named like the bundle, and its Info.plist.
+function(zt_add_bundle bundle)
+  zt_sources(sources examples/${bundle})
+  get_filename_component(name ${bundle} NAME_WE)
+  set(contents ${CMAKE_BINARY_DIR}/examples/${bundle}/Contents)
+  set(target example-${bundle})
+  add_library(${target} MODULE ${sources})
+  zt_use_library(${target})
+  set_target_properties(${target} PROPERTIES
+    PREFIX "" SUFFIX "" OUTPUT_NAME ${name} LIBRARY_OUTPUT_DIRECTORY ${contents}/Linux)
+  configure_file(${PROJECT_SOURCE_DIR}/examples/${bundle}/Info.plist ${contents}/Info.plist COPYONLY)
 endfunction()
 
 # tools/<name>/*.cpp becomes build/.../bin/<name>.

@@ -87,10 +87,9 @@ TEST(PluginManager, WithoutInfoIsFoundByTheBundlesName) {
 
 TEST(PluginManager, LoadsThroughLinksAndRelativePaths) {
   const TestBundle bundle("Recording", "RecordingManager");
-  const testbundle::TemporaryFolder folder;
-  std::filesystem::create_directory_symlink(bundle.path(), folder.path() / "Link.bundle");
-  const Ref<ZtLoggingManager> linked =
-      ZtLoggingManager::loggingManagerWithBundlePath((folder.path() / "Link.bundle").string());
+  const test::ScratchFolder folder;
+  std::filesystem::create_directory_symlink(bundle.path(), folder / "Link.bundle");
+  const Ref<ZtLoggingManager> linked = ZtLoggingManager::loggingManagerWithBundlePath(folder / "Link.bundle");
   const Ref<ZtLoggingManager> relative =
       ZtLoggingManager::loggingManagerWithBundlePath(std::filesystem::relative(bundle.path()).string());
   ASSERT_TRUE(linked && relative);
@@ -232,7 +231,8 @@ TEST(Bundle, PrincipalClassLoadsTheCode) {
   const Ref<NSBundle> bundle = NSBundle::bundleWithPath(test.path());
   EXPECT_NE(bundle->principalClass(), nullptr);
   EXPECT_TRUE(bundle->isLoaded());
-  EXPECT_EQ(NSBundle::bundleWithPath(TestBundle().path()), nullptr);
+  const TestBundle empty;
+  EXPECT_EQ(NSBundle::bundleWithPath(empty.path())->principalClass(), nullptr);
 }
 
 }  // namespace plugintests

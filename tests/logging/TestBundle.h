@@ -1,39 +1,17 @@
 /// \file TestBundle.h
-/// Folders and bundles that live as long as a test.
+/// Bundles that live as long as a test.
 #pragma once
 
-#include <gtest/gtest.h>
-
-#include <cstdlib>
 #include <filesystem>
-#include <fstream>
+#include <initializer_list>
 #include <string>
+#include <utility>
+
+#include "support/ScratchFolder.h"
 
 namespace testbundle {
 
 namespace fs = std::filesystem;
-
-class TemporaryFolder {
- public:
-  TemporaryFolder() {
-    std::string pattern = (fs::temp_directory_path() / "zt-logging-XXXXXX").string();
-    EXPECT_NE(::mkdtemp(pattern.data()), nullptr);
-    path_ = pattern;
-  }
-  TemporaryFolder(const TemporaryFolder&) = delete;
-  TemporaryFolder& operator=(const TemporaryFolder&) = delete;
-  ~TemporaryFolder() { fs::remove_all(path_); }
-
-  const fs::path& path() const { return path_; }
-
- private:
-  fs::path path_;
-};
-
-inline void writeFile(const fs::path& path, const std::string& contents) {
-  fs::create_directories(path.parent_path());
-  std::ofstream(path, std::ios::binary) << contents;
-}
 
 /// "key = value" pairs as the text of an Info.plist.
 inline std::string infoText(std::initializer_list<std::pair<std::string, std::string>> entries) {
@@ -61,14 +39,16 @@ class TestBundle {
     fs::create_directories(contents() / "Linux");
     fs::copy_file(fs::path(ZT_TEST_PLUGINS) / (code + ".so"), contents() / "Linux" / name);
   }
-  void setInfo(const std::string& text) const { writeFile(contents() / "Info.plist", text); }
-  void setExecutable(const std::string& bytes) const { writeFile(contents() / "Linux/Executable", bytes); }
+  void setInfo(const std::string& text) const { ZtFoundation::test::writeFile(contents() / "Info.plist", text); }
+  void setExecutable(const std::string& bytes) const {
+    ZtFoundation::test::writeFile(contents() / "Linux/Executable", bytes);
+  }
 
-  fs::path contents() const { return folder_.path() / "Test.bundle/Contents"; }
-  std::string path() const { return (folder_.path() / "Test.bundle").string(); }
+  fs::path contents() const { return fs::path(path()) / "Contents"; }
+  std::string path() const { return folder_ / "Test.bundle"; }
 
  private:
-  TemporaryFolder folder_;
+  ZtFoundation::test::ScratchFolder folder_;
 };
 
 }  // namespace testbundle
