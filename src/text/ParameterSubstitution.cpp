@@ -1,0 +1,97 @@
+#include <string>
+
+#include <ZtFoundation/Text.h>
+#include <ZtFoundation/platform/Exception.h>
+
+namespace ZtFoundation {
+
+namespace {
+
+constexpr std::size_t kLongestResult = std::size_t{1} << 26;
+
+std::u16string placeholderFor(NSUInteger number) {
+  const std::string digits = std::to_string(number);
+  return u'%' + std::u16string(digits.begin(), digits.end());
+}
+
+[[noreturn]] void raise(const std::string& reason) { throw NSException(NSInvalidArgumentException(), reason); }
+
+void requireEnd(const std::u16string& parameter, const std::u16string& placeholder, NSUInteger number) {
+  if (parameter.find(placeholder) != std::u16string::npos) {
+    raise("parameter " + std::to_string(number) + " contains its own placeholder, so filling it in would never end");
+  }
+}
+
+// A text with one place in it: what lies before holds no placeholder, what lies behind waits in reverse. Both sides of the
+// place grow and shrink at no cost, so searching "again from the beginning" never walks over the same text twice.
+class Template {
+ public:
+  explicit Template(const std::u16string& text) : behind_(text.rbegin(), text.rend()) {}
+
+  // Fills every occurrence; false when there was none.
+  bool fill(const std::u16string& placeholder, const std::u16string& parameter, NSUInteger number) {
+    bool found = false;
+    rewind();
+    while (advanceTo(placeholder)) {
+      if (!found) requireEnd(parameter, placeholder, number);
+      found = true;
+      replaceWith(parameter, placeholder.size(), number);
+    }
+    return found;
+  }
+
+  std::u16string text() {
+    rewind();
+    return {behind_.rbegin(), behind_.rend()};
+  }
+
+ private:
+  void rewind() {
+    behind_.append(before_.rbegin(), before_.rend());
+    before_.clear();
+  }
+
+  bool advanceTo(const std::u16string& placeholder) {
+    while (!behind_.empty()) {
+      before_.push_back(behind_.back());
+      behind_.pop_back();
+      if (before_.ends_with(placeholder)) return true;
+    }
+    return false;
+  }
+
+  void replaceWith(const std::u16string& parameter, std::size_t replaced, NSUInteger number) {
+    before_.resize(before_.size() - replaced);
+    behind_.append(parameter.rbegin(), parameter.rend());
+    if (before_.size() + behind_.size() > kLongestResult) {
+      raise("filling in parameter " + std::to_string(number) + " makes the text too long");
+    }
+  }
+
+  std::u16string before_;
+  std::u16string behind_;
+};
+
+std::u16string textOf(const Ref<NSObject>& parameter) {
+  if (const NSString* text = as<NSString>(parameter.get())) return text->utf16();
+  return parameter->description()->utf16();
+}
+
+Ref<NSMutableString> mutableStringWith(const std::u16string& units) {
+  return NSMutableString::stringWithUnits(UnitView(units.data(), units.size()));
+}
+
+}  // namespace
+
+Ref<NSMutableString> JxReplacementExtensions::stringWithParameterArray(const Ref<NSString>& self,
+                                                                       const Ref<NSArray>& parameters) {
+  if (!self) return nullptr;
+  if (!parameters) return self->mutableCopy();
+  Template text(self->utf16());
+  for (NSUInteger number = 1; number <= parameters->count(); ++number) {
+    if (!text.fill(placeholderFor(number), textOf(parameters->objectAtIndex(number - 1)), number)) break;
+  }
+  return mutableStringWith(text.text());
+}
+
+}  // namespace ZtFoundation
