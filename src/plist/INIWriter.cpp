@@ -42,7 +42,7 @@ class INIText {
 
   static bool containsSpace(const NSString& text) {
     if (text.isASCII()) return text.units().narrow().find(' ') != std::string_view::npos;
-    return text.rangeOfString(" ").length != 0;
+    return QvFoundationExtensions::containsString(Ref<NSString>(const_cast<NSString*>(&text)), " ");
   }
 
   void append(const NSObject& object) {
