@@ -41,7 +41,8 @@ endfunction()
 # The linker options that keep a shared object quick to load and its interface to what is marked for export.
 function(zt_link_as_shared_object target)
   target_link_options(${target} PRIVATE
-    -Wl,-O1 -Wl,--as-needed -Wl,--hash-style=gnu -Wl,-z,relro -Wl,-Bsymbolic-functions)
+    -Wl,-O1 -Wl,--as-needed -Wl,--hash-style=gnu -Wl,-z,relro -Wl,-Bsymbolic-functions
+    -Wl,-z,start-stop-visibility=hidden)
   if(NOT ZT_SANITIZE AND NOT ZT_LIBFUZZER)
     target_link_options(${target} PRIVATE -Wl,-z,defs)
   endif()
