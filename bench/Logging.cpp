@@ -1,0 +1,76 @@
+// A log line to /dev/null, beside the bare system call with the same bytes and beside a widespread logging library that
+// writes each line at once, too.
+
+#include <ZtFoundation/Logging.h>
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <string_view>
+#include <vector>
+
+#include "support/Timing.h"
+
+#if ZT_BENCH_HAS_SPDLOG
+#include <spdlog/sinks/stdout_sinks.h>
+#include <spdlog/spdlog.h>
+#endif
+
+namespace {
+
+using namespace ZtFoundation;
+
+constexpr int kLines = 100'000;
+constexpr int kRounds = 9;
+
+constexpr std::string_view kLine =
+    "2024-05-17 09:30:00.125 bench-Logging[12345:12345] WARN  camera - battery at 42% of 3.70 V\n";
+
+void writeRaw(int) { bench::require(::write(STDERR_FILENO, kLine.data(), kLine.size()) > 0, "write"); }
+void writePlain(int i) { ZtLog("WARN  camera - battery at %d%% of %.2f V", i % 100, 3.7); }
+void writeLevelled(int i) { YbLog("camera", ZtLogLevelWarn, "battery at %d%% of %.2f V", i % 100, 3.7); }
+
+#if ZT_BENCH_HAS_SPDLOG
+void writePeer(int i) {
+  static const auto logger = spdlog::stderr_logger_mt("camera");
+  logger->warn("battery at {}% of {:.2f} V", i % 100, 3.7);
+}
+#endif
+
+struct Contender {
+  const char* name;
+  void (*write)(int);
+  std::vector<double> nanoseconds = {};
+};
+
+void measure(Contender& contender) {
+  const double taken = bench::milliseconds([&] {
+    for (int i = 0; i < kLines; ++i) contender.write(i);
+  });
+  contender.nanoseconds.push_back(taken * 1e6 / kLines);
+}
+
+}  // namespace
+
+int main() {
+  const int nowhere = ::open("/dev/null", O_WRONLY);
+  bench::require(nowhere >= 0 && ::dup2(nowhere, STDERR_FILENO) >= 0, "redirecting standard error");
+  ZtLoggingManager::setSharedLoggingManager(make<ZtLoggingManager>());
+
+  std::vector<Contender> contenders{{"write(2)", writeRaw}, {"YbLog", writeLevelled}, {"ZtLog", writePlain}};
+#if ZT_BENCH_HAS_SPDLOG
+  contenders.push_back({"spdlog", writePeer});
+#else
+  std::puts("spdlog is not installed");
+#endif
+  for (int round = 0; round < kRounds; ++round) {  // turn by turn, so that a busy moment meets all
+    for (Contender& contender : contenders) measure(contender);
+  }
+
+  const double raw = bench::median(contenders.front().nanoseconds);
+  for (const Contender& contender : contenders) {
+    const double median = bench::median(contender.nanoseconds);
+    std::printf("%-10s %8.0f ns a line, %5.2f times write(2)\n", contender.name, median, median / raw);
+  }
+  std::puts("aim: YbLog at most 4 times write(2), and faster than spdlog");
+}
