@@ -32,7 +32,8 @@ Format detectFormat(std::string_view bytes) {
   if (form.form == UnitForm::Bytes) return formatOfText(bytes.substr(form.markLength));
   TextInput input;
   CodecError error;
-  return readUnicodeText(bytes, input, error) ? formatOfText(input.text) : Format::OpenStep;
+  readUnicodeText(bytes, input, error);  // whatever is wrong further on, the beginning tells
+  return formatOfText(input.text);
 }
 
 }  // namespace ZtFoundation::codec

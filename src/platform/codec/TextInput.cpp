@@ -90,15 +90,14 @@ bool recodeUnits(UnitReader reader, std::size_t offset, bool isUTF16, std::strin
   char* at = out.data();
   while (!reader.isAtEnd()) {
     const std::optional<char32_t> character = takeCharacter(reader, isUTF16);
-    if (!character) {
-      error.text = "The text is not valid "s + (isUTF16 ? "UTF-16" : "UTF-32") + " at byte offset " +
-                   std::to_string(offset + reader.offset()) + ".";
-      return false;
-    }
+    if (!character) break;
     at = detail::putUTF8(at, *character);
   }
   out.resize(static_cast<std::size_t>(at - out.data()));
-  return true;
+  if (reader.isAtEnd()) return true;
+  error.text = "The text is not valid "s + (isUTF16 ? "UTF-16" : "UTF-32") + " at byte offset " +
+               std::to_string(offset + reader.offset()) + ".";
+  return false;
 }
 
 bool readUnits(std::string_view bytes, TextForm form, TextInput& input, CodecError& error) {
@@ -106,9 +105,10 @@ bool readUnits(std::string_view bytes, TextForm form, TextInput& input, CodecErr
   const bool isBig = form.form == UnitForm::UTF16Big || form.form == UnitForm::UTF32Big;
   const std::string_view units = bytes.substr(form.markLength);
   input.storage.resize(utf8Room(units.size()));
-  if (!recodeUnits({units, isUTF16 ? 2U : 4U, isBig}, form.markLength, isUTF16, input.storage, error)) return false;
+  const UnitReader reader(units, isUTF16 ? 2 : 4, isBig);
+  const bool isValid = recodeUnits(reader, form.markLength, isUTF16, input.storage, error);
   input.text = input.storage;
-  return true;
+  return isValid;
 }
 
 bool isSpace(char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r'; }

@@ -32,7 +32,8 @@ struct TextInput {
 };
 
 /// Drops a byte-order mark and turns UTF-16 and UTF-32 into UTF-8; anything else is taken to be UTF-8 and not checked here. False, with an
-/// error text that names the byte offset, for an incomplete unit, an unpaired surrogate or a number that is no character.
+/// error text that names the byte offset, for an incomplete unit, an unpaired surrogate or a number that is no character. What lies before
+/// is in `input` then.
 bool readUnicodeText(std::string_view bytes, TextInput& input, CodecError& error);
 
 /// The same for XML, where bytes without a mark are in the encoding that the XML declaration names. False as well for an unknown encoding and
