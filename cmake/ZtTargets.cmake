@@ -42,7 +42,8 @@ endfunction()
 function(zt_link_as_shared_object target)
   target_link_options(${target} PRIVATE
     -Wl,-O1 -Wl,--as-needed -Wl,--hash-style=gnu -Wl,-z,relro -Wl,-Bsymbolic-functions
-    -Wl,-z,start-stop-visibility=hidden)
+    -Wl,--version-script=${PROJECT_SOURCE_DIR}/cmake/exports.map)
+  set_property(TARGET ${target} APPEND PROPERTY LINK_DEPENDS ${PROJECT_SOURCE_DIR}/cmake/exports.map)
   if(NOT ZT_SANITIZE AND NOT ZT_LIBFUZZER)
     target_link_options(${target} PRIVATE -Wl,-z,defs)
   endif()
