@@ -318,9 +318,8 @@ void XMLWriter::writeWide(UnitView units) {
 void XMLWriter::writeEscaped(char32_t character) {
   const std::string_view escape = escapeOf(character);
   if (!escape.empty()) return out_.append(escape);
-  if (detail::isSurrogate(character))
-    fail("Text with the unpaired surrogate " + nameOf(character) + ", which XML cannot hold,");
-  fail("Text with the character " + nameOf(character) + ", which XML cannot hold,");
+  const char* const kind = detail::isSurrogate(character) ? "unpaired surrogate " : "character ";
+  fail("XML cannot hold the " + std::string(kind) + nameOf(character) + " of the text");
 }
 
 // --- Failures

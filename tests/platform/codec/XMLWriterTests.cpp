@@ -206,18 +206,18 @@ TEST(XMLWriter, RefusesTextThatXMLCannotCarryAndSaysWhere) {
     EXPECT_FALSE(result.data);
     EXPECT_EQ(result.error, error);
   };
-  expectError("\x07", "Text with the character U+0007, which XML cannot hold.");
-  expectError(u"a\uFFFF", "Text with the character U+FFFF, which XML cannot hold.");
-  expectError(std::u16string(1, u'\0'), "Text with the character U+0000, which XML cannot hold.");
+  expectError("\x07", "XML cannot hold the character U+0007 of the text.");
+  expectError(u"a\uFFFF", "XML cannot hold the character U+FFFF of the text.");
+  expectError(std::u16string(1, u'\0'), "XML cannot hold the character U+0000 of the text.");
   expectError(entries({{"Tracks", NSArray::of("fine", entries({{"Name", u"\u65E5\u0001"}}))}}),
-              "Text with the character U+0001, which XML cannot hold, at /Tracks/1/Name.");
+              "XML cannot hold the character U+0001 of the text at /Tracks/1/Name.");
   expectError(NSArray::of(std::u16string(1, u'\xD800')),
-              "Text with the unpaired surrogate U+D800, which XML cannot hold, at /0.");
+              "XML cannot hold the unpaired surrogate U+D800 of the text at /0.");
   expectError(NSArray::of(std::u16string{u'\xDC00', u'\xD800'}),
-              "Text with the unpaired surrogate U+DC00, which XML cannot hold, at /0.");
+              "XML cannot hold the unpaired surrogate U+DC00 of the text at /0.");
   expectError(NSArray::of(std::u16string{u'a', u'\xDBFF', u'b'}),
-              "Text with the unpaired surrogate U+DBFF, which XML cannot hold, at /0.");
-  expectError(entries({{"a\x1F", 1}}), "Text with the character U+001F, which XML cannot hold, at /a\x1F.");
+              "XML cannot hold the unpaired surrogate U+DBFF of the text at /0.");
+  expectError(entries({{"a\x1F", 1}}), "XML cannot hold the character U+001F of the text at /a\x1F.");
 }
 
 TEST(XMLWriter, RefusesWhatIsNoPropertyList) {
