@@ -7,7 +7,7 @@ namespace ZtFoundation {
 
 namespace {
 
-constexpr std::size_t kLongestResult = std::size_t{1} << 26;
+constexpr std::size_t kLongestResult = std::size_t{1} << 24;
 
 std::u16string placeholderFor(NSUInteger number) {
   const std::string digits = std::to_string(number);
@@ -30,14 +30,14 @@ class Template {
 
   // Fills every occurrence; false when there was none.
   bool fill(const std::u16string& placeholder, const std::u16string& parameter, NSUInteger number) {
-    bool found = false;
     rewind();
-    while (advanceTo(placeholder)) {
-      if (!found) requireEnd(parameter, placeholder, number);
-      found = true;
-      replaceWith(parameter, placeholder.size(), number);
-    }
-    return found;
+    if (!advanceTo(placeholder)) return false;
+    requireEnd(parameter, placeholder, number);
+    const std::u16string reversed(parameter.rbegin(), parameter.rend());
+    do {
+      replaceWith(reversed, placeholder.size(), number);
+    } while (advanceTo(placeholder));
+    return true;
   }
 
   std::u16string text() {
@@ -53,16 +53,17 @@ class Template {
 
   bool advanceTo(const std::u16string& placeholder) {
     while (!behind_.empty()) {
-      before_.push_back(behind_.back());
+      const char16_t unit = behind_.back();
+      before_.push_back(unit);
       behind_.pop_back();
-      if (before_.ends_with(placeholder)) return true;
+      if (unit == placeholder.back() && before_.ends_with(placeholder)) return true;
     }
     return false;
   }
 
-  void replaceWith(const std::u16string& parameter, std::size_t replaced, NSUInteger number) {
+  void replaceWith(const std::u16string& reversed, std::size_t replaced, NSUInteger number) {
     before_.resize(before_.size() - replaced);
-    behind_.append(parameter.rbegin(), parameter.rend());
+    behind_.append(reversed);
     if (before_.size() + behind_.size() > kLongestResult) {
       raise("filling in parameter " + std::to_string(number) + " makes the text too long");
     }
