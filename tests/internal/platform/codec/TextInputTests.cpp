@@ -1,0 +1,90 @@
+#include "platform/codec/TextInput.h"
+
+#include <gtest/gtest.h>
+
+namespace ZtFoundation::codec {
+namespace {
+
+using namespace std::literals;
+
+TEST(TextInput, TheFormIsToldByTheMarkOrByZeros) {
+  const struct {
+    std::string bytes;
+    UnitForm form;
+    std::size_t markLength;
+  } cases[] = {
+      {"", UnitForm::Bytes, 0},
+      {"<", UnitForm::Bytes, 0},
+      {"\0"s, UnitForm::Bytes, 0},
+      {"\0\0"s, UnitForm::Bytes, 0},
+      {"<p", UnitForm::Bytes, 0},
+      {"\xEF\xBB\xBF<", UnitForm::Bytes, 3},
+      {"\xEF\xBB", UnitForm::Bytes, 0},
+      {"\xFF\xFE", UnitForm::UTF16Little, 2},
+      {"\xFF\xFE\0"s, UnitForm::UTF16Little, 2},
+      {"\xFF\xFE\0\0"s, UnitForm::UTF32Little, 4},
+      {"\xFE\xFF\0<"s, UnitForm::UTF16Big, 2},
+      {"\0\0\xFE\xFF"s, UnitForm::UTF32Big, 4},
+      {"\0<\0p"s, UnitForm::UTF16Big, 0},
+      {"<\0p\0"s, UnitForm::UTF16Little, 0},
+      {"<\0"s, UnitForm::UTF16Little, 0},
+      {"\0\0\0<"s, UnitForm::UTF32Big, 0},
+      {"<\0\0\0"s, UnitForm::UTF32Little, 0},
+  };
+  for (const auto& [bytes, form, markLength] : cases) {
+    SCOPED_TRACE(::testing::PrintToString(bytes));
+    EXPECT_EQ(formOfText(bytes).form, form);
+    EXPECT_EQ(formOfText(bytes).markLength, markLength);
+  }
+}
+
+TEST(TextInput, UTF8IsUsedWhereItLies) {
+  const std::string bytes = "\xEF\xBB\xBFtext";
+  TextInput input;
+  CodecError error;
+  ASSERT_TRUE(readUnicodeText(bytes, input, error));
+  EXPECT_EQ(input.text, "text");
+  EXPECT_EQ(input.text.data(), bytes.data() + 3);
+}
+
+TEST(TextInput, EveryCharacterIsRecoded) {
+  for (char32_t character = 1; character < 0x110000; character += character < 0x3000 ? 1 : 97) {
+    if (character >= 0xD800 && character < 0xE000) continue;
+    const auto byte = [&](unsigned shift) { return static_cast<char>(character >> shift & 0xFF); };
+    TextInput big, little;
+    CodecError error;
+    ASSERT_TRUE(readUnicodeText("\0\0\xFE\xFF"s + byte(24) + byte(16) + byte(8) + byte(0), big, error));
+    ASSERT_TRUE(readUnicodeText("\xFF\xFE\0\0"s + byte(0) + byte(8) + byte(16) + byte(24), little, error));
+    EXPECT_EQ(big.text, little.text);
+    EXPECT_EQ(big.text.size(), character < 0x80 ? 1U : character < 0x800 ? 2U : character < 0x10000 ? 3U : 4U);
+  }
+}
+
+TEST(TextInput, WhatIsValidBeforeDamageIsKept) {
+  TextInput input;
+  CodecError error;
+  EXPECT_FALSE(readUnicodeText("<\0a\0\0\xD8"s, input, error));
+  EXPECT_EQ(input.text, "<a");
+  EXPECT_EQ(error.text, "The text is not valid UTF-16 at byte offset 4.");
+}
+
+TEST(TextInput, OnlyAWholeDeclarationNamesAnEncoding) {
+  for (const char* text : {"<?xml", "<?xml ", "<?xml encoding='koi8-r'", "<?xmlencoding='koi8-r'?>",
+                           "<?xml encoding=koi8-r?>", "<?xml encoding='koi8-r?>", "<?xml encoding'koi8-r'?>",
+                           "<?xml encoding=?>", "<?xml encoding?>", "<a/><?xml encoding='koi8-r'?>"}) {
+    TextInput input;
+    CodecError error;
+    EXPECT_TRUE(readXMLText(text, input, error)) << text;
+    EXPECT_EQ(input.text, text);
+  }
+}
+
+TEST(TextInput, AMarkOutranksTheDeclaration) {
+  TextInput input;
+  CodecError error;
+  ASSERT_TRUE(readXMLText("\xEF\xBB\xBF<?xml encoding='ISO-8859-1'?>\xC3\xA9", input, error));
+  EXPECT_TRUE(input.text.ends_with("\xC3\xA9"));
+}
+
+}  // namespace
+}  // namespace ZtFoundation::codec
