@@ -23,12 +23,13 @@ ZT_IMPLEMENT_CLASS(ZtLoggingManager, ZT_METHOD("configureWithPath:watch:", &ZtLo
 
 namespace {
 
-/// The line of a level, which takes the logger and the message; null for silent levels.
-const char* lineFormat(std::int32_t level) {
-  static constexpr const char* kFormats[] = {"FATAL %@ - %@", nullptr, nullptr,         "ERROR %@ - %@",
-                                             "WARN  %@ - %@", nullptr, "INFO  %@ - %@", "DEBUG %@ - %@"};
+/// The line of a level, which takes the logger and the message; none for silent levels.
+Ref<NSString> lineFormat(std::int32_t level) {
+  using Formats = std::array<Ref<NSString>, 8>;
+  static const Formats& formats = *new Formats{"FATAL %@ - %@", nullptr, nullptr,         "ERROR %@ - %@",
+                                               "WARN  %@ - %@", nullptr, "INFO  %@ - %@", "DEBUG %@ - %@"};
   const auto number = static_cast<std::uint32_t>(level);
-  return number < std::size(kFormats) ? kFormats[number] : nullptr;
+  return number < formats.size() ? formats[number] : nullptr;
 }
 
 constinit thread_local int nesting = 0;
@@ -61,7 +62,7 @@ void ZtLoggingManager::configureWithPath_watch(const Ref<NSString>&, bool) {}
 void ZtLoggingManager::appendToLogger_level_format_arguments(const Ref<NSObject>& logger, std::int32_t level,
                                                              const Ref<NSString>& format, FormatArguments arguments) {
   const Ref<NSString> message = formatText(format, arguments);
-  if (const char* line = lineFormat(level)) NSLog(line, logger, message);
+  if (const Ref<NSString> line = lineFormat(level)) NSLog(line, logger, message);
 }
 
 void detail::appendToManager(ZtLoggingManager* manager, const Ref<NSObject>& logger, std::int32_t level,
