@@ -25,6 +25,7 @@
 #include <cstdint>
 #include <string_view>
 
+#include <ZtFoundation/platform/Array.h>
 #include <ZtFoundation/platform/Data.h>
 #include <ZtFoundation/platform/Dictionary.h>
 #include <ZtFoundation/platform/Object.h>
@@ -121,6 +122,41 @@ namespace QvFoundationExtensions {
 /// and is set to none on success.
 ZT_EXPORT Ref<NSObject> propertyListFromPropertyList_mutabilityOption_errorDescription(
     const Ref<NSObject>& propertyList, NSUInteger mutabilityOption, Ref<NSString>* errorDescription);
+
+}  // namespace QvFoundationExtensions
+
+// --- Deep copies, differences, arrays of objects
+//
+// Copies and differences go to any depth, for shared containers within the limit of PropertyListCopy.h; beyond it, and for a container
+// inside itself, they are none. A receiver that is none gives none. Nobody may change a value while it is looked at.
+
+namespace JxPropertyListExtensions {
+
+/// A copy in which every object is new and all dictionaries, arrays and strings but keys are mutable.
+/// \returns none when the receiver is no property list.
+ZT_EXPORT Ref<NSMutableArray> deepCopyWithMutabilityContainersAndLeavesOption(const Ref<NSArray>& self);
+ZT_EXPORT Ref<NSMutableDictionary> deepCopyWithMutabilityContainersAndLeavesOption(const Ref<NSDictionary>& self);
+
+/// What the elements tell of themselves: for each that responds to `propertyListRepresentation` the dictionary that it answers, with
+/// the name of its class added under "ClassForPlistRep"; in that dictionary itself if it is mutable. Other elements are left out.
+ZT_EXPORT Ref<NSMutableArray> propertyListRepresentation(const Ref<NSArray>& self);
+/// The other way round: for each dictionary of the receiver a new object of the class that "ClassForPlistRep" names, sent
+/// `initWithPropertyListRepresentation:` with that dictionary. What is no dictionary, names no known class or one whose instances do not
+/// respond is left out, and so are objects whose initialisation answers none.
+ZT_EXPORT Ref<NSMutableArray> arrayFromPropertyListRepresentation(const Ref<NSArray>& self);
+
+}  // namespace JxPropertyListExtensions
+
+namespace QvFoundationExtensions {
+
+/// A copy in which all arrays and dictionaries are new and mutable; everything else is the very object that the receiver holds.
+ZT_EXPORT Ref<NSMutableArray> deepMutableCopy(const Ref<NSArray>& self);
+ZT_EXPORT Ref<NSMutableDictionary> deepMutableCopy(const Ref<NSDictionary>& self);
+
+/// What `self` holds that `other` does not hold equally, keys from the last to the first. Of dictionaries that differ only the
+/// difference is there, which is empty when `other` merely has more keys. No `other` is the same as an empty one.
+ZT_EXPORT Ref<NSMutableDictionary> differencesFromDictionary(const Ref<NSDictionary>& self,
+                                                             const Ref<NSDictionary>& other);
 
 }  // namespace QvFoundationExtensions
 

@@ -1,0 +1,183 @@
+#include <map>
+#include <unordered_map>
+#include <utility>
+#include <vector>
+
+#include <ZtFoundation/PropertyLists.h>
+#include <ZtFoundation/platform/Array.h>
+#include <ZtFoundation/platform/PropertyListCopy.h>
+#include <ZtFoundation/platform/Runtime.h>
+
+namespace ZtFoundation {
+
+namespace {
+
+constexpr std::string_view kClassKey = "ClassForPlistRep";
+
+// The difference of two dictionaries and of the dictionaries inside, without recursion. Each pair is looked at once: whether
+// it is equal shows when its difference is complete.
+class Difference {
+ public:
+  Ref<NSMutableDictionary> between(const NSDictionary& mine, const NSDictionary& theirs) {
+    if (!open(mine, theirs, nullptr)) return nullptr;
+    for (;;) {
+      if (open_.back().left != 0) {
+        if (!compareNext()) return nullptr;
+        continue;
+      }
+      const Frame frame = std::move(open_.back());
+      open_.pop_back();
+      if (isShared(*frame.mine)) sharedOpen_[frame.mine] = false;
+      if (open_.empty()) return frame.result;
+      if (!frame.equal) differ(*frame.key, frame.result);
+    }
+  }
+
+ private:
+  struct Frame {
+    const NSDictionary* mine;
+    const NSDictionary* theirs;
+    NSObject* key;  // in the frame around
+    Ref<NSArray> keys;
+    NSUInteger left;  // keys are walked from the last to the first
+    Ref<NSMutableDictionary> result;
+    bool equal;
+    bool repeated;  // not the first time that what is in here is compared
+  };
+
+  static bool isShared(const NSObject& object) { return object.retainCount() > 1; }
+
+  bool compareNext() {
+    Frame& frame = open_.back();
+    NSObject* const key = frame.keys->objectAtIndex(--frame.left).get();
+    NSObject* const mine = frame.mine->lookUp(key);
+    NSObject* const theirs = frame.theirs->lookUp(key);
+    const auto* myDictionary = as<NSDictionary>(mine);
+    const auto* theirDictionary = as<NSDictionary>(theirs);
+    if (mine != theirs && myDictionary != nullptr && theirDictionary != nullptr) {
+      return open(*myDictionary, *theirDictionary, key);
+    }
+    if (!equal(mine, theirs)) differ(*key, mine);
+    return true;
+  }
+
+  // False for a dictionary inside itself and when shared dictionaries expand too far.
+  bool open(const NSDictionary& mine, const NSDictionary& theirs, NSObject* key) {
+    bool repeated = !open_.empty() && open_.back().repeated;
+    if (isShared(mine)) {
+      const auto [known, isNew] = sharedOpen_.try_emplace(&mine, false);
+      if (std::exchange(known->second, true)) return false;
+      repeated |= !isNew;
+    }
+    if (repeated && (repeatedElements_ += mine.count() + 1) > kMaximumRepeatedElements) return false;
+    open_.push_back({&mine, &theirs, key, mine.allKeys(), mine.count(),
+                     NSMutableDictionary::dictionaryWithCapacity(mine.count()), mine.count() == theirs.count(),
+                     repeated});
+    return true;
+  }
+
+  void differ(NSObject& key, const Ref<NSObject>& mine) {
+    open_.back().result->setObject_forKey(mine, Ref<NSObject>(&key));
+    open_.back().equal = false;
+  }
+
+  // Remembers what came out for values that many keys may share.
+  bool equal(const NSObject* mine, const NSObject* theirs) {
+    if (theirs == nullptr || mine->kind() != ObjectKind::Array || !isShared(*mine)) {
+      return detail::deepEqual(mine, theirs);
+    }
+    const auto [known, isNew] = sharedEqual_.try_emplace({mine, theirs}, false);
+    if (isNew) known->second = detail::deepEqual(mine, theirs);
+    return known->second;
+  }
+
+  std::vector<Frame> open_;
+  std::unordered_map<const NSObject*, bool> sharedOpen_;
+  std::map<std::pair<const NSObject*, const NSObject*>, bool> sharedEqual_;
+  NSUInteger repeatedElements_ = 0;
+};
+
+template <class Collection>
+Ref<Collection> mutableCopyOfAll(const Ref<NSObject>& self) {
+  return as<Collection>(CFPropertyListCreateDeepCopy(self, NSPropertyListMutableContainersAndLeaves));
+}
+
+Ref<NSMutableDictionary> representationOf(const Ref<NSObject>& element) {
+  static const SEL selector = NSSelectorFromString("propertyListRepresentation");
+  if (!respondsToSelector(element, selector)) return nullptr;
+  const Ref<NSDictionary> representation = as<NSDictionary>(performSelector(element, selector));
+  if (!representation || representation->isMutable()) return as<NSMutableDictionary>(representation);
+  return representation->mutableCopy();
+}
+
+// What a method made in place of none: one without a result works on the receiver.
+Ref<NSObject> initialised(const Ref<NSObject>& instance, SEL selector, const Ref<NSDictionary>& representation) {
+  const Method method = class_getInstanceMethod(instance->isa(), selector);
+  const bool givesNothing = method_getTypeEncoding(method)[0] == 'v';
+  const Ref<NSObject> result = performSelector_withObject(instance, selector, representation);
+  return givesNothing ? instance : result;
+}
+
+Ref<NSObject> objectFrom(const Ref<NSDictionary>& representation) {
+  static const SEL selector = NSSelectorFromString("initWithPropertyListRepresentation:");
+  if (!representation) return nullptr;
+  Class const one = NSClassFromString(as<NSString>(representation->objectForKey(kClassKey)));
+  if (!instancesRespondToSelector(one, selector)) return nullptr;
+  const Ref<NSObject> instance = class_createInstance(one);
+  return instance ? initialised(instance, selector, representation) : nullptr;
+}
+
+}  // namespace
+
+namespace JxPropertyListExtensions {
+
+Ref<NSMutableArray> deepCopyWithMutabilityContainersAndLeavesOption(const Ref<NSArray>& self) {
+  return mutableCopyOfAll<NSMutableArray>(self);
+}
+
+Ref<NSMutableDictionary> deepCopyWithMutabilityContainersAndLeavesOption(const Ref<NSDictionary>& self) {
+  return mutableCopyOfAll<NSMutableDictionary>(self);
+}
+
+Ref<NSMutableArray> propertyListRepresentation(const Ref<NSArray>& self) {
+  if (!self) return nullptr;
+  Ref<NSMutableArray> result = NSMutableArray::arrayWithCapacity(self->count());
+  for (const Ref<NSObject>& element : *self) {
+    const Ref<NSMutableDictionary> representation = representationOf(element);
+    if (!representation) continue;
+    representation->setObject_forKey(NSStringFromClass(element->isa()), kClassKey);
+    result->addObject(representation);
+  }
+  return result;
+}
+
+Ref<NSMutableArray> arrayFromPropertyListRepresentation(const Ref<NSArray>& self) {
+  if (!self) return nullptr;
+  Ref<NSMutableArray> result = NSMutableArray::arrayWithCapacity(self->count());
+  for (const Ref<NSObject>& element : *self) {
+    if (const Ref<NSObject> object = objectFrom(as<NSDictionary>(element))) result->addObject(object);
+  }
+  return result;
+}
+
+}  // namespace JxPropertyListExtensions
+
+namespace QvFoundationExtensions {
+
+Ref<NSMutableArray> deepMutableCopy(const Ref<NSArray>& self) {
+  return as<NSMutableArray>(detail::copyContainers(self));
+}
+
+Ref<NSMutableDictionary> deepMutableCopy(const Ref<NSDictionary>& self) {
+  return as<NSMutableDictionary>(detail::copyContainers(self));
+}
+
+Ref<NSMutableDictionary> differencesFromDictionary(const Ref<NSDictionary>& self, const Ref<NSDictionary>& other) {
+  if (!self) return nullptr;
+  const Ref<NSDictionary> theirs = other ? other : NSDictionary::dictionary();
+  return Difference().between(*self, *theirs);
+}
+
+}  // namespace QvFoundationExtensions
+
+}  // namespace ZtFoundation

@@ -1,0 +1,116 @@
+#include <ZtFoundation/platform/PropertyListCopy.h>
+
+#include <gtest/gtest.h>
+
+#include <limits>
+
+#include <ZtFoundation/platform/Array.h>
+#include <ZtFoundation/platform/Data.h>
+#include <ZtFoundation/platform/Date.h>
+#include <ZtFoundation/platform/Dictionary.h>
+#include <ZtFoundation/platform/Number.h>
+#include <ZtFoundation/platform/PropertyListSerialization.h>
+#include <ZtFoundation/platform/Set.h>
+#include <ZtFoundation/platform/String.h>
+
+namespace ZtFoundation {
+namespace {
+
+constexpr NSUInteger kOptions[] = {0, 1, 2};
+
+Ref<NSDictionary> sample() {
+  return NSDictionary::dictionaryWithEntries(
+      {{"list", NSArray::of("text", 1, true, 2.5, std::numeric_limits<unsigned long long>::max(),
+                            NSNumber::numberWithFloat(0.1F))},
+       {"date", NSDate::dateWithTimeIntervalSinceReferenceDate(0.5)},
+       {"data", NSData::dataWithBytes("abc")->mutableCopy()},
+       {"text", NSMutableString::stringWithString("\xC3\xBC\xE2\x82\xAC")}});
+}
+
+TEST(PropertyListCopy, OptionsDecideTheFlavours) {
+  for (const NSUInteger option : {0U, 1U, 2U, 3U}) {
+    const Ref<NSObject> copy = CFPropertyListCreateDeepCopy(sample(), option);
+    ASSERT_TRUE(isEqual(copy, sample()));
+    const Ref<NSDictionary> dictionary = as<NSDictionary>(copy);
+    const bool mutableContainers = option != 0;
+    EXPECT_EQ(dictionary->isMutable(), mutableContainers);
+    EXPECT_EQ(dictionary->objectForKey("list")->isMutable(), mutableContainers);
+    EXPECT_EQ(dictionary->objectForKey("text")->isMutable(), option == 2);
+    EXPECT_FALSE(dictionary->objectForKey("data")->isMutable());
+  }
+}
+
+TEST(PropertyListCopy, NumbersKeepTheirTypes) {
+  const Ref<NSArray> original = as<NSArray>(sample()->objectForKey("list"));
+  const Ref<NSArray> copy = as<NSArray>(CFPropertyListCreateDeepCopy(original, 0));
+  for (NSUInteger index = 1; index < original->count(); ++index) {
+    EXPECT_EQ(as<NSNumber>(copy->objectAtIndex(index))->type(), as<NSNumber>(original->objectAtIndex(index))->type());
+  }
+}
+
+TEST(PropertyListCopy, LeavesAreCopiedToo) {
+  EXPECT_TRUE(CFPropertyListCreateDeepCopy("text", 2)->isMutable());
+  const Ref<NSObject> text = "text";
+  EXPECT_NE(CFPropertyListCreateDeepCopy(text, 0), text);
+  EXPECT_TRUE(isEqual(CFPropertyListCreateDeepCopy(text, 0), text));
+}
+
+TEST(PropertyListCopy, RefusesWhatIsNoPropertyList) {
+  for (const NSUInteger option : kOptions) {
+    EXPECT_FALSE(CFPropertyListCreateDeepCopy(nullptr, option));
+    EXPECT_FALSE(CFPropertyListCreateDeepCopy(make<NSObject>(), option));
+    EXPECT_FALSE(CFPropertyListCreateDeepCopy(NSArray::of(1, NSSet::set()), option));
+    EXPECT_FALSE(CFPropertyListCreateDeepCopy(NSDictionary::dictionaryWithObject_forKey("value", 1), option));
+  }
+}
+
+TEST(PropertyListCopy, GoesToAnyDepth) {
+  Ref<NSObject> value = "leaf";
+  for (int level = 0; level < 300'000; ++level) {
+    value = level % 2 == 0 ? Ref<NSObject>(NSArray::of(value)) : NSDictionary::dictionaryWithObject_forKey(value, "k");
+  }
+  EXPECT_TRUE(isEqual(CFPropertyListCreateDeepCopy(value, 2), value));
+}
+
+Ref<NSObject> shared(int levels) {
+  Ref<NSObject> value = NSArray::of(1);
+  for (int level = 0; level < levels; ++level) value = NSArray::of(value, value);
+  return value;
+}
+
+TEST(PropertyListCopy, MutableCopiesHaveAContainerForEachPlace) {
+  const Ref<NSArray> copy = as<NSArray>(CFPropertyListCreateDeepCopy(shared(3), 1));
+  EXPECT_TRUE(isEqual(copy, shared(3)));
+  EXPECT_NE(copy->objectAtIndex(0), copy->objectAtIndex(1));
+}
+
+TEST(PropertyListCopy, ImmutableCopiesMayShare) {
+  const Ref<NSArray> copy = as<NSArray>(CFPropertyListCreateDeepCopy(shared(200), 0));
+  ASSERT_TRUE(copy);
+  EXPECT_EQ(copy->objectAtIndex(0), copy->objectAtIndex(1));
+}
+
+TEST(PropertyListCopy, SharedContainersCannotFillTheMemory) {
+  EXPECT_TRUE(CFPropertyListCreateDeepCopy(shared(16), 1));
+  EXPECT_FALSE(CFPropertyListCreateDeepCopy(shared(60), 1));
+  EXPECT_FALSE(detail::copyContainers(shared(60)));
+}
+
+TEST(PropertyListCopy, ContainersInsideThemselvesGiveNone) {
+  Ref<NSMutableArray> one = NSMutableArray::array();
+  one->addObject(NSDictionary::dictionaryWithObject_forKey(one, "self"));
+  for (const NSUInteger option : kOptions) EXPECT_FALSE(CFPropertyListCreateDeepCopy(one, option));
+  EXPECT_FALSE(detail::copyContainers(one));
+  one->removeAllObjects();
+}
+
+TEST(PropertyListCopy, OfContainersSharesEverythingElse) {
+  const Ref<NSObject> object = make<NSObject>();
+  const Ref<NSArray> copy = as<NSArray>(detail::copyContainers(NSArray::of(object, NSArray::of(object))));
+  EXPECT_EQ(copy->objectAtIndex(0), object);
+  EXPECT_EQ(as<NSMutableArray>(copy->objectAtIndex(1))->objectAtIndex(0), object);
+  EXPECT_FALSE(detail::copyContainers(nullptr));
+}
+
+}  // namespace
+}  // namespace ZtFoundation

@@ -1,0 +1,305 @@
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include <ZtFoundation/PropertyLists.h>
+#include <ZtFoundation/platform/Array.h>
+#include <ZtFoundation/platform/Date.h>
+#include <ZtFoundation/platform/Number.h>
+#include <ZtFoundation/platform/Runtime.h>
+#include <ZtFoundation/platform/Set.h>
+
+namespace ZtFoundation {
+namespace {
+
+using namespace JxPropertyListExtensions;
+using QvFoundationExtensions::deepMutableCopy;
+using QvFoundationExtensions::differencesFromDictionary;
+
+Ref<NSDictionary> dictionary(std::initializer_list<DictionaryEntry> entries) {
+  return NSDictionary::dictionaryWithEntries(entries);
+}
+
+// --- deepCopyWithMutabilityContainersAndLeavesOption
+
+TEST(DeepCopyWithOption, MakesEverythingNewAndMutable) {
+  const Ref<NSArray> inner =
+      NSArray::of("text", 1, NSDate::dateWithTimeIntervalSinceReferenceDate(1), NSData::dataWithBytes("abc"));
+  const Ref<NSDictionary> original = dictionary({{"list", inner}, {"flag", true}});
+  const Ref<NSMutableDictionary> copy = deepCopyWithMutabilityContainersAndLeavesOption(original);
+  ASSERT_TRUE(copy);
+  EXPECT_TRUE(isEqual(copy, original));
+  const Ref<NSMutableArray> list = as<NSMutableArray>(copy->objectForKey("list"));
+  ASSERT_TRUE(list);
+  EXPECT_TRUE(list->objectAtIndex(0)->isMutable());
+  for (NSUInteger index = 0; index < 4; ++index) EXPECT_NE(list->objectAtIndex(index), inner->objectAtIndex(index));
+}
+
+TEST(DeepCopyWithOption, WorksOnArrays) {
+  const Ref<NSArray> original = NSArray::of(NSArray::of("a"), dictionary({{"k", "v"}}));
+  const Ref<NSMutableArray> copy = deepCopyWithMutabilityContainersAndLeavesOption(original);
+  EXPECT_TRUE(isEqual(copy, original));
+  EXPECT_TRUE(as<NSMutableArray>(copy->objectAtIndex(0)));
+  EXPECT_TRUE(as<NSMutableDictionary>(copy->objectAtIndex(1)));
+}
+
+TEST(DeepCopyWithOption, WhatIsNoPropertyListGivesNone) {
+  EXPECT_FALSE(deepCopyWithMutabilityContainersAndLeavesOption(NSArray::of(make<NSObject>())));
+  EXPECT_FALSE(deepCopyWithMutabilityContainersAndLeavesOption(NSArray::of(NSSet::set())));
+  EXPECT_FALSE(deepCopyWithMutabilityContainersAndLeavesOption(dictionary({{1, "number as key"}})));
+  EXPECT_FALSE(deepCopyWithMutabilityContainersAndLeavesOption(Ref<NSArray>()));
+  EXPECT_FALSE(deepCopyWithMutabilityContainersAndLeavesOption(Ref<NSDictionary>()));
+}
+
+TEST(DeepCopyWithOption, EmptyGivesEmpty) {
+  EXPECT_EQ(deepCopyWithMutabilityContainersAndLeavesOption(NSArray::array())->count(), 0U);
+  EXPECT_EQ(deepCopyWithMutabilityContainersAndLeavesOption(NSDictionary::dictionary())->count(), 0U);
+}
+
+// --- deepMutableCopy
+
+TEST(DeepMutableCopy, CopiesContainersAndSharesTheRest) {
+  const Ref<NSString> text = "text";
+  const Ref<NSObject> other = make<NSObject>();
+  const Ref<NSArray> innermost = NSArray::of(text, other);
+  const Ref<NSDictionary> middle = dictionary({{"list", innermost}});
+  const Ref<NSArray> outer = NSArray::of(middle);
+  const Ref<NSMutableArray> copy = deepMutableCopy(outer);
+  const Ref<NSMutableDictionary> copiedMiddle = as<NSMutableDictionary>(copy->objectAtIndex(0));
+  ASSERT_TRUE(copiedMiddle);
+  const Ref<NSMutableArray> copiedInnermost = as<NSMutableArray>(copiedMiddle->objectForKey("list"));
+  ASSERT_TRUE(copiedInnermost);
+  EXPECT_NE(copy, outer);
+  EXPECT_NE(copiedMiddle, middle);
+  EXPECT_NE(copiedInnermost, innermost);
+  EXPECT_EQ(copiedInnermost->objectAtIndex(0), text);
+  EXPECT_EQ(copiedInnermost->objectAtIndex(1), other);
+}
+
+TEST(DeepMutableCopy, OfADictionaryKeepsKeysAndOrder) {
+  const Ref<NSDictionary> original = dictionary({{"b", NSArray::array()}, {"a", 1}, {3, "number as key"}});
+  const Ref<NSMutableDictionary> copy = deepMutableCopy(original);
+  EXPECT_TRUE(isEqual(copy->allKeys(), original->allKeys()));
+  EXPECT_TRUE(isEqual(copy, original));
+  EXPECT_EQ(copy->objectForKey("a"), original->objectForKey("a"));
+  EXPECT_TRUE(copy->objectForKey("b")->isMutable());
+}
+
+TEST(DeepMutableCopy, MutableStringsAreSharedToo) {
+  const Ref<NSMutableString> text = NSMutableString::stringWithString("a");
+  EXPECT_EQ(deepMutableCopy(NSArray::of(text))->objectAtIndex(0), text);
+}
+
+TEST(DeepMutableCopy, EmptyGivesEmptyAndNoneNone) {
+  EXPECT_EQ(deepMutableCopy(NSArray::array())->count(), 0U);
+  EXPECT_EQ(deepMutableCopy(NSDictionary::dictionary())->count(), 0U);
+  EXPECT_FALSE(deepMutableCopy(Ref<NSArray>()));
+  EXPECT_FALSE(deepMutableCopy(Ref<NSDictionary>()));
+}
+
+// --- differencesFromDictionary
+
+struct DifferenceCase {
+  Ref<NSDictionary> mine;
+  Ref<NSDictionary> theirs;
+  Ref<NSDictionary> difference;
+};
+
+TEST(Differences, TellWhatTheOtherDoesNotHoldEqually) {
+  const Ref<NSDictionary> empty = NSDictionary::dictionary();
+  const Ref<NSDictionary> mine = dictionary({{"a", 1}, {"b", dictionary({{"x", 1}})}});
+  const DifferenceCase cases[] = {
+      {mine, dictionary({{"a", 1}, {"b", dictionary({{"x", 2}})}, {"c", 3}}),
+       dictionary({{"b", dictionary({{"x", 1}})}})},
+      {mine, dictionary({{"a", 1}, {"b", dictionary({{"x", 1}, {"y", 2}})}}), dictionary({{"b", empty}})},
+      {mine, empty, mine},
+      {mine, nullptr, mine},
+      {mine, mine, empty},
+      {mine, mine->mutableCopy(), empty},
+      {mine, dictionary({{"b", dictionary({{"x", 1}})}, {"a", 1.0}}), empty},
+      {mine, dictionary({{"a", true}, {"b", 5}}), mine},
+      {empty, mine, empty},
+      {dictionary({{"l", NSArray::of(1, 2)}}), dictionary({{"l", NSArray::of(1, 3)}}),
+       dictionary({{"l", NSArray::of(1, 2)}})},
+      {dictionary({{"d", empty}}), dictionary({{"d", 1}}), dictionary({{"d", empty}})},
+      {dictionary({{"d", dictionary({{"e", dictionary({{"f", 1}, {"g", 2}})}})}}),
+       dictionary({{"d", dictionary({{"e", dictionary({{"f", 1}, {"g", 3}})}})}}),
+       dictionary({{"d", dictionary({{"e", dictionary({{"g", 2}})}})}})},
+  };
+  for (const auto& [one, other, difference] : cases) {
+    const Ref<NSMutableDictionary> result = differencesFromDictionary(one, other);
+    EXPECT_TRUE(isEqual(result, difference)) << one << " against " << other << " gives " << result;
+    EXPECT_TRUE(result->isMutable());
+  }
+  EXPECT_FALSE(differencesFromDictionary(nullptr, mine));
+}
+
+TEST(Differences, HoldTheReceiversOwnObjects) {
+  const Ref<NSArray> list = NSArray::of(1);
+  const Ref<NSMutableDictionary> result = differencesFromDictionary(dictionary({{"l", list}}), nullptr);
+  EXPECT_EQ(result->objectForKey("l"), list);
+}
+
+TEST(Differences, HoldTheReceiversOwnDictionaryWhereTheOtherHasNone) {
+  const Ref<NSDictionary> inner = dictionary({{"x", 1}});
+  EXPECT_EQ(differencesFromDictionary(dictionary({{"d", inner}}), nullptr)->objectForKey("d"), inner);
+}
+
+TEST(Differences, InnerDifferencesAreMutable) {
+  const Ref<NSMutableDictionary> result = differencesFromDictionary(dictionary({{"d", dictionary({{"x", 1}})}}),
+                                                                    dictionary({{"d", dictionary({{"x", 2}})}}));
+  EXPECT_TRUE(result->objectForKey("d")->isMutable());
+}
+
+TEST(Differences, ComeInTheReversedOrderOfKeys) {
+  const Ref<NSMutableDictionary> result =
+      differencesFromDictionary(dictionary({{"a", 1}, {"b", 2}, {"c", 3}}), nullptr);
+  EXPECT_TRUE(isEqual(result->allKeys(), NSArray::of("c", "b", "a")));
+}
+
+Ref<NSDictionary> nestedDictionary(int levels, const Ref<NSObject>& leaf) {
+  Ref<NSDictionary> value = dictionary({{"k", leaf}});
+  for (int level = 1; level < levels; ++level) value = dictionary({{"k", value}});
+  return value;
+}
+
+TEST(Differences, AreFoundAtAnyDepth) {
+  constexpr int kLevels = 100'000;
+  const Ref<NSDictionary> mine = nestedDictionary(kLevels, 1);
+  EXPECT_EQ(differencesFromDictionary(mine, nestedDictionary(kLevels, 1))->count(), 0U);
+  EXPECT_TRUE(isEqual(differencesFromDictionary(mine, nestedDictionary(kLevels, 2)), mine));
+}
+
+Ref<NSDictionary> sharedDictionary(int levels, const Ref<NSObject>& leaf) {
+  Ref<NSDictionary> value = dictionary({{"a", leaf}});
+  for (int level = 0; level < levels; ++level) value = dictionary({{"a", value}, {"b", value}});
+  return value;
+}
+
+TEST(Differences, OfSharedDictionariesAreBounded) {
+  EXPECT_TRUE(
+      isEqual(differencesFromDictionary(sharedDictionary(5, 1), sharedDictionary(5, 2)), sharedDictionary(5, 1)));
+  EXPECT_FALSE(differencesFromDictionary(sharedDictionary(60, 1), sharedDictionary(60, 2)));
+}
+
+TEST(Differences, ManyKeysMaySharePartsThatAreLarge) {
+  const auto value = [] {
+    Ref<NSMutableArray> large = NSMutableArray::array();
+    for (int index = 0; index < 20'000; ++index) large->addObject(index);
+    Ref<NSMutableDictionary> many = NSMutableDictionary::dictionary();
+    for (int index = 0; index < 20'000; ++index) many->setObject_forKey(large, std::to_string(index));
+    return many;
+  };
+  EXPECT_EQ(differencesFromDictionary(value(), value())->count(), 0U);
+}
+
+TEST(Differences, OfADictionaryInsideItselfAreNone) {
+  Ref<NSMutableDictionary> one = NSMutableDictionary::dictionary();
+  Ref<NSMutableDictionary> other = NSMutableDictionary::dictionary();
+  one->setObject_forKey(one, "self");
+  other->setObject_forKey(other, "self");
+  EXPECT_FALSE(differencesFromDictionary(one, other));
+  one->removeAllObjects();
+  other->removeAllObjects();
+}
+
+// --- Arrays of objects
+
+class Shape : public NSObject {
+  ZT_OBJECT(Shape, NSObject)
+ public:
+  Ref<NSDictionary> propertyListRepresentation() const { return dictionary({{"corners", corners_}})->mutableCopy(); }
+  Ref<NSObject> initWithPropertyListRepresentation(const Ref<NSDictionary>& representation) {
+    seen_ = representation;
+    corners_ = representation->get<int>("corners").value_or(0);
+    return corners_ >= 0 ? Ref<NSObject>(this) : nullptr;
+  }
+  int corners_ = 0;
+  Ref<NSDictionary> seen_;
+};
+
+// Initialises without answering anything, represents itself by a dictionary that it keeps, and by the wrong thing.
+class Plain : public NSObject {
+  ZT_OBJECT(Plain, NSObject)
+ public:
+  Ref<NSDictionary> propertyListRepresentation() const { return kept_; }
+  void initWithPropertyListRepresentation(const Ref<NSDictionary>& representation) { kept_ = representation; }
+  Ref<NSDictionary> kept_ = NSDictionary::dictionary();
+};
+
+class Odd : public NSObject {
+  ZT_OBJECT(Odd, NSObject)
+ public:
+  Ref<NSString> propertyListRepresentation() const { return "no dictionary"; }
+};
+
+}  // namespace
+
+ZT_REGISTER_CLASS(Shape, ZT_METHOD("propertyListRepresentation", &Shape::propertyListRepresentation),
+                  ZT_METHOD("initWithPropertyListRepresentation:", &Shape::initWithPropertyListRepresentation));
+ZT_REGISTER_CLASS(Plain, ZT_METHOD("propertyListRepresentation", &Plain::propertyListRepresentation),
+                  ZT_METHOD("initWithPropertyListRepresentation:", &Plain::initWithPropertyListRepresentation));
+ZT_REGISTER_CLASS(Odd, ZT_METHOD("propertyListRepresentation", &Odd::propertyListRepresentation));
+
+namespace {
+
+Ref<Shape> shape(int corners) {
+  Ref<Shape> made = make<Shape>();
+  made->corners_ = corners;
+  return made;
+}
+
+TEST(Representation, TagsObjectsAndSkipsTheOthers) {
+  const Ref<NSMutableArray> result =
+      propertyListRepresentation(NSArray::of(shape(3), "plain text", make<Odd>(), shape(4)));
+  EXPECT_TRUE(isEqual(result, NSArray::of(dictionary({{"corners", 3}, {"ClassForPlistRep", "Shape"}}),
+                                          dictionary({{"corners", 4}, {"ClassForPlistRep", "Shape"}}))));
+  EXPECT_TRUE(result->isMutable());
+}
+
+TEST(Representation, ThatCannotBeChangedIsCopied) {
+  const Ref<Plain> plain = make<Plain>();
+  const Ref<NSMutableArray> result = propertyListRepresentation(NSArray::of(plain));
+  EXPECT_TRUE(isEqual(result, NSArray::of(dictionary({{"ClassForPlistRep", "Plain"}}))));
+  EXPECT_EQ(plain->kept_->count(), 0U);
+}
+
+TEST(Representation, ThatCanBeChangedIsTaggedInPlace) {
+  const Ref<Plain> plain = make<Plain>();
+  plain->kept_ = NSMutableDictionary::dictionary();
+  EXPECT_EQ(propertyListRepresentation(NSArray::of(plain))->objectAtIndex(0), plain->kept_);
+  EXPECT_EQ(plain->kept_->count(), 1U);
+}
+
+TEST(Representation, GoesThereAndBack) {
+  const Ref<NSArray> objects = NSArray::of(shape(5), shape(6));
+  const Ref<NSMutableArray> back = arrayFromPropertyListRepresentation(propertyListRepresentation(objects));
+  ASSERT_EQ(back->count(), 2U);
+  EXPECT_EQ(as<Shape>(back->objectAtIndex(0))->corners_, 5);
+  EXPECT_EQ(as<Shape>(back->objectAtIndex(1))->corners_, 6);
+}
+
+TEST(Representation, IsGivenWholeToTheObject) {
+  const Ref<NSDictionary> whole = dictionary({{"corners", 7}, {"ClassForPlistRep", "Shape"}});
+  const Ref<NSMutableArray> back = arrayFromPropertyListRepresentation(NSArray::of(whole));
+  EXPECT_EQ(as<Shape>(back->objectAtIndex(0))->seen_, whole);
+}
+
+TEST(Representation, WhatCannotBeMadeIsSkipped) {
+  const Ref<NSMutableArray> back = arrayFromPropertyListRepresentation(NSArray::of(
+      dictionary({{"ClassForPlistRep", "NoSuchClass"}}), dictionary({{"corners", 1}}),
+      dictionary({{"ClassForPlistRep", 5}}), dictionary({{"ClassForPlistRep", "Odd"}}), "text",
+      dictionary({{"corners", -1}, {"ClassForPlistRep", "Shape"}}), dictionary({{"ClassForPlistRep", "Plain"}})));
+  ASSERT_EQ(back->count(), 1U);
+  EXPECT_TRUE(as<Plain>(back->objectAtIndex(0)));
+}
+
+TEST(Representation, EmptyGivesEmptyAndNoneNone) {
+  EXPECT_EQ(propertyListRepresentation(NSArray::array())->count(), 0U);
+  EXPECT_EQ(arrayFromPropertyListRepresentation(NSArray::array())->count(), 0U);
+  EXPECT_FALSE(propertyListRepresentation(nullptr));
+  EXPECT_FALSE(arrayFromPropertyListRepresentation(nullptr));
+}
+
+}  // namespace
+}  // namespace ZtFoundation
