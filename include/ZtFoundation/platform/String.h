@@ -32,10 +32,10 @@ class NSMutableString;
 /// Bits that say how strings are searched and compared.
 enum NSStringCompareOptions : NSUInteger {
   NSCaseInsensitiveSearch = 1,
-  NSLiteralSearch = 2,             ///< unit by unit, without canonical equivalence
-  NSBackwardsSearch = 4,           ///< the last occurrence
-  NSAnchoredSearch = 8,            ///< only at the start (with NSBackwardsSearch: the end)
-  NSNumericSearch = 64,            ///< comparisons only: runs of digits by value
+  NSLiteralSearch = 2,    ///< unit by unit, without canonical equivalence
+  NSBackwardsSearch = 4,  ///< the last occurrence
+  NSAnchoredSearch = 8,   ///< only at the start (with NSBackwardsSearch: the end)
+  NSNumericSearch = 64,   ///< comparisons only: runs of digits by value
   NSDiacriticInsensitiveSearch = 128,
   NSWidthInsensitiveSearch = 256,
 };
@@ -111,6 +111,14 @@ class ZT_EXPORT NSString : public NSObject {
   static Ref<NSString> stringWithValidUTF8(std::string_view bytes);
   /// Bytes that the caller knows to be ASCII (0 to 127).
   static Ref<NSString> stringWithASCII(std::string_view bytes);
+  /// `length` bytes that `fill` writes, ASCII only, before anybody else sees them; for producers that know the size beforehand.
+  template <class Fill>
+  static Ref<NSString> stringWithASCIILength(NSUInteger length, Fill&& fill) {
+    void* contents;
+    Ref<NSString> result = Ref<NSString>::adopt(newUninitialised(length, 1, kASCIIFlag, &contents));
+    std::forward<Fill>(fill)(static_cast<char*>(contents));
+    return result;
+  }
   /// A file name or path as the system gives it; a byte that is not valid UTF-8 becomes the unpaired surrogate
   /// U+DC80 + (byte - 0x80), which `fileSystemRepresentation` turns back into the same byte.
   static Ref<NSString> stringWithFileSystemRepresentation(std::string_view bytes);
@@ -148,7 +156,10 @@ class ZT_EXPORT NSString : public NSObject {
   bool isEqualToString(const Ref<NSString>& other) const { return isEqual(other.get()); }
   /// By UTF-16 unit value.
   NSComparisonResult compare(const Ref<NSString>& other) const;
+  /// By the units that remain when the differences that `options` ignore are gone; without NSLiteralSearch of decomposed text, so that
+  /// composed and decomposed forms are the same. With NSNumericSearch runs of ASCII digits go by value. None is less than any text.
   NSComparisonResult compare_options(const Ref<NSString>& other, NSUInteger options) const;
+  /// Unit by unit; an empty prefix or suffix is none.
   bool hasPrefix(const Ref<NSString>& prefix) const;
   bool hasSuffix(const Ref<NSString>& suffix) const;
 
@@ -159,7 +170,8 @@ class ZT_EXPORT NSString : public NSObject {
   NSRange rangeOfString_options_range(const Ref<NSString>& target, NSUInteger options, NSRange range) const;
   NSRange rangeOfCharacterFromSet(const Ref<NSCharacterSet>& set) const;
   NSRange rangeOfCharacterFromSet_options(const Ref<NSCharacterSet>& set, NSUInteger options) const;
-  NSRange rangeOfCharacterFromSet_options_range(const Ref<NSCharacterSet>& set, NSUInteger options, NSRange range) const;
+  NSRange rangeOfCharacterFromSet_options_range(const Ref<NSCharacterSet>& set, NSUInteger options,
+                                                NSRange range) const;
 
   // --- Parts and joins; each answers a new immutable string
 
@@ -256,8 +268,9 @@ class ZT_EXPORT NSMutableString : public NSString {
   /// Raises NSRangeException when `range` does not lie inside, NSInvalidArgumentException when `replacement` is none.
   void replaceCharactersInRange_withString(NSRange range, const Ref<NSString>& replacement);
   /// Answers how many occurrences were replaced.
-  NSUInteger replaceOccurrencesOfString_withString_options_range(const Ref<NSString>& target, const Ref<NSString>& replacement,
-                                                                 NSUInteger options, NSRange range);
+  NSUInteger replaceOccurrencesOfString_withString_options_range(const Ref<NSString>& target,
+                                                                 const Ref<NSString>& replacement, NSUInteger options,
+                                                                 NSRange range);
   void setString(const Ref<NSString>& other);
 
  private:

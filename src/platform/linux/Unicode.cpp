@@ -1,4 +1,4 @@
-#include "platform/services/Unicode.h"
+#include "platform/linux/Unicode.h"
 
 #include "platform/linux/ModuleLoader.h"
 
@@ -52,19 +52,17 @@ class NoUnicode final : public Unicode {
   }
 };
 
-Unicode& load() {
-  void* const entry = moduleFunction("libZtFoundationUnicode.so", kUnicodeModuleEntry);
-  if (entry == nullptr) {
-    static NoUnicode none;
-    return none;
-  }
-  return *reinterpret_cast<UnicodeModuleEntry>(entry)();
-}
-
 }  // namespace
 
+Unicode& unicodeInModule(const char* file) {
+  void* const entry = moduleFunction(file, kUnicodeModuleEntry);
+  if (entry != nullptr) return *reinterpret_cast<UnicodeModuleEntry>(entry)();
+  static NoUnicode none;
+  return none;
+}
+
 Unicode& Unicode::production() {
-  static Unicode& loaded = load();
+  static Unicode& loaded = unicodeInModule("libZtFoundationUnicode.so");
   return loaded;
 }
 

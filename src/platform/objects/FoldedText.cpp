@@ -19,6 +19,16 @@ bool isControl(char32_t codePoint) noexcept {
   return codePoint < 0x20 || (codePoint >= 0x7F && codePoint < 0xA0) || codePoint == 0x2028 || codePoint == 0x2029;
 }
 
+// Letters of common scripts, which never extend another character; asking about them would open the module.
+bool isLetterByItself(char16_t unit) noexcept {
+  constexpr struct {
+    char16_t first, last;
+  } kLetters[] = {{0x370, 0x482},   {0x3041, 0x3096}, {0x30A1, 0x30FA},
+                  {0x3400, 0x4DBF}, {0x4E00, 0x9FFF}, {0xAC00, 0xD7A3}};
+  return std::any_of(std::begin(kLetters), std::end(kLetters),
+                     [unit](auto& letters) { return unit >= letters.first && unit <= letters.last; });
+}
+
 bool isPartOfPair(UnitView text, NSUInteger place) noexcept {
   return isLowSurrogate(text[place]) && isHighSurrogate(text[place - 1]);
 }
@@ -43,7 +53,7 @@ char16_t foldASCII(char16_t unit, unsigned foldings) noexcept {
 }  // namespace
 
 bool isCharacterBoundary(UnitView text, NSUInteger place) {
-  if (place == 0 || place >= text.size() || text[place] < kFirstMark) return true;
+  if (place == 0 || place >= text.size() || text[place] < kFirstMark || isLetterByItself(text[place])) return true;
   if (isPartOfPair(text, place)) return false;
   return isControl(text[place - 1]) || !service<Unicode>().extends(codePointAt(text, place));
 }

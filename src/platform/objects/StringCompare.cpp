@@ -63,9 +63,10 @@ NSComparisonResult orderOf(UnitView a, UnitView b, NSUInteger options) noexcept 
   return (options & NSNumericSearch) != 0 ? orderWithNumbers(a, b) : orderByUnits(a, b);
 }
 
-bool comparesUnits(UnitView a, UnitView b, NSUInteger options) noexcept {
+// ASCII is its own decomposition; the order of everything else is that of its decomposed units.
+bool comparesUnits(const NSString& a, const NSString& b, NSUInteger options) noexcept {
   if (detail::foldingsOf(options) != 0) return false;
-  return (options & NSLiteralSearch) != 0 || (!a.isWide() && !b.isWide());
+  return (options & NSLiteralSearch) != 0 || (a.isASCII() && b.isASCII());
 }
 
 }  // namespace
@@ -78,7 +79,7 @@ NSComparisonResult NSString::compare_options(const Ref<NSString>& other, NSUInte
   if (!other) return NSOrderedDescending;
   if (other.get() == this) return NSOrderedSame;
   const UnitView a = units(), b = other->units();
-  if (comparesUnits(a, b, options)) return orderOf(a, b, options);
+  if (comparesUnits(*this, *other, options)) return orderOf(a, b, options);
   const detail::FoldedText foldedA(a, detail::foldingsOf(options)), foldedB(b, detail::foldingsOf(options));
   const std::u16string& textA = foldedA.text();
   const std::u16string& textB = foldedB.text();
