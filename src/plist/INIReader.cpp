@@ -16,39 +16,40 @@ namespace {
 
 // --- Lines
 
-// Where one kind of line terminator comes next. Each looks at every byte once, however many lines there are.
-class TerminatorSearch {
+std::size_t find(std::string_view text, char byte, std::size_t from) noexcept {
+  if (from >= text.size()) return text.size();
+  const void* const hit = std::memchr(text.data() + from, byte, text.size() - from);
+  return hit != nullptr ? static_cast<std::size_t>(static_cast<const char*>(hit) - text.data()) : text.size();
+}
+
+// Where a terminator of several bytes comes next. Each byte of the text is looked at once, however many lines there are.
+class LongTerminator {
  public:
-  TerminatorSearch(std::string_view text, char first, std::string_view second, std::string_view third) noexcept
-      : text_(text), first_(first), second_(second), third_(third), next_(find(0)) {}
+  LongTerminator(std::string_view text, char lead, std::string_view second, std::string_view third) noexcept
+      : text_(text), lead_(lead), second_(second), third_(third), next_(search(0)) {}
 
   std::size_t next(std::size_t position) noexcept {
-    if (next_ < position) next_ = find(position);
+    if (next_ < position) next_ = search(position);
     return next_;
   }
 
  private:
-  std::size_t find(std::size_t position) const noexcept {
-    while (position < text_.size()) {
-      const void* const hit = std::memchr(text_.data() + position, first_, text_.size() - position);
-      if (hit == nullptr) break;
-      position = static_cast<std::size_t>(static_cast<const char*>(hit) - text_.data());
-      if (matches(position)) return position;
-      ++position;
-    }
-    return text_.size();
+  std::size_t search(std::size_t position) const noexcept {
+    position = find(text_, lead_, position);
+    while (position < text_.size() && !matches(position)) position = find(text_, lead_, position + 1);
+    return position;
   }
 
   bool matches(std::size_t position) const noexcept {
-    return isOneOf(second_, position + 1) && isOneOf(third_, position + 2);
+    return isOneOf(second_, position + 1) && (third_.empty() || isOneOf(third_, position + 2));
   }
   bool isOneOf(std::string_view allowed, std::size_t position) const noexcept {
-    return allowed.empty() || (position < text_.size() && allowed.find(text_[position]) != std::string_view::npos);
+    return position < text_.size() && allowed.find(text_[position]) != std::string_view::npos;
   }
 
   std::string_view text_;
-  char first_;
-  std::string_view second_;  // empty: any byte, or none at all
+  char lead_;
+  std::string_view second_;
   std::string_view third_;
   std::size_t next_;
 };
@@ -59,34 +60,34 @@ class Lines {
 
   bool atEnd() const noexcept { return position_ >= text_.size(); }
 
-  // Without its terminator, which ends up in front of the next line if it is a pair; an empty line more does no harm.
+  // Without its terminator. Of the pair CR LF the second makes an empty line of its own, which says nothing.
   std::string_view take() noexcept {
-    const std::size_t end = std::min({lineFeed_.next(position_), carriageReturn_.next(position_),
-                                      nextLine_.next(position_), separator_.next(position_)});
-    const std::string_view line = text_.substr(position_, end - position_);
-    position_ = end + terminatorLength(end);
+    if (lineFeed_ < position_) lineFeed_ = find(text_, '\n', position_);
+    if (rare_ < position_) rare_ = nextRare();
+    const std::size_t end = std::min(lineFeed_, rare_);
+    const std::string_view line(text_.data() + position_, end - position_);
+    position_ = end + (lineFeed_ < rare_ ? 1 : lengthOfRare(end));
     return line;
   }
 
  private:
-  std::size_t terminatorLength(std::size_t end) const noexcept {
-    if (end == text_.size()) return 0;
-    switch (text_[end]) {
-      case '\xC2':
-        return 2;
-      case '\xE2':
-        return 3;
-      default:
-        return 1;
-    }
+  std::size_t nextRare() noexcept {
+    if (carriageReturn_ < position_) carriageReturn_ = find(text_, '\r', position_);
+    return std::min({carriageReturn_, nextLine_.next(position_), separator_.next(position_)});
+  }
+
+  std::size_t lengthOfRare(std::size_t at) const noexcept {
+    if (at == text_.size() || text_[at] == '\r') return 1;
+    return text_[at] == '\xC2' ? 2 : 3;
   }
 
   std::string_view text_;
   std::size_t position_ = 0;
-  TerminatorSearch lineFeed_{text_, '\n', "", ""};
-  TerminatorSearch carriageReturn_{text_, '\r', "", ""};
-  TerminatorSearch nextLine_{text_, '\xC2', "\x85", ""};
-  TerminatorSearch separator_{text_, '\xE2', "\x80", "\xA8\xA9"};
+  std::size_t lineFeed_{find(text_, '\n', 0)};
+  std::size_t carriageReturn_{find(text_, '\r', 0)};
+  LongTerminator nextLine_{text_, '\xC2', "\x85", ""};
+  LongTerminator separator_{text_, '\xE2', "\x80", "\xA8\xA9"};
+  std::size_t rare_{nextRare()};  // the next terminator that is no line feed
 };
 
 std::size_t unitsOf(char byte) noexcept {
@@ -103,20 +104,21 @@ bool hasThreeUnits(std::string_view line) noexcept {
   return units >= 3;
 }
 
-// --- Keys
+// --- Strings that repeat
 
-struct Key {
+struct KnownString {
   std::string_view bytes;
   Ref<NSString> string;
   std::uint32_t hash = 0;
 };
 
-// Remembers keys seen lately, so that the same key in many sections is one string. A key that is pushed out is made anew.
-class KeyCache {
+// Remembers strings seen lately, so that the same key in many sections is one string, and so is a common value. One that is pushed
+// out is made anew.
+class StringCache {
  public:
   // The string is none when the bytes are not valid.
-  const Key& find(std::string_view bytes) {
-    Key& slot = slots_[slotOf(bytes)];
+  const KnownString& find(std::string_view bytes) {
+    KnownString& slot = slots_[slotOf(bytes)];
     if (slot.bytes != bytes || !slot.string) {
       slot.string = NSString::stringWithValidUTF8(bytes);
       slot.hash = slot.string ? NSDictionary::hashOfKey(*slot.string) : 0;
@@ -128,17 +130,34 @@ class KeyCache {
  private:
   static constexpr unsigned kSlotBits = 9;
 
+  template <class Word>
+  static std::uint64_t load(const char* bytes) noexcept {
+    Word word;
+    std::memcpy(&word, bytes, sizeof word);
+    return word;
+  }
+
+  // By the first and the last bytes; what lies between hardly ever makes the difference.
+  template <class Word>
+  static std::uint64_t mixEnds(std::string_view bytes) noexcept {
+    const std::uint64_t head = load<Word>(bytes.data());
+    const std::uint64_t tail = load<Word>(bytes.data() + bytes.size() - sizeof(Word));
+    return (head * 0x9E3779B97F4A7C15U) ^ (tail * 0xC2B2AE3D27D4EB4FU) ^ bytes.size();
+  }
+
   static std::size_t slotOf(std::string_view bytes) noexcept {
-    std::uint64_t head = 0;
-    std::uint64_t tail = 0;
-    const std::size_t used = std::min(bytes.size(), sizeof head);
-    std::memcpy(&head, bytes.data(), used);
-    std::memcpy(&tail, bytes.data() + bytes.size() - used, used);
-    const std::uint64_t mixed = (head * 0x9E3779B97F4A7C15U) ^ (tail * 0xC2B2AE3D27D4EB4FU) ^ bytes.size();
+    std::uint64_t mixed = 0;
+    if (bytes.size() >= 8) {
+      mixed = mixEnds<std::uint64_t>(bytes);
+    } else if (bytes.size() >= 4) {
+      mixed = mixEnds<std::uint32_t>(bytes);
+    } else if (!bytes.empty()) {
+      mixed = mixEnds<std::uint8_t>(bytes) + load<std::uint8_t>(&bytes[bytes.size() / 2]);
+    }
     return static_cast<std::size_t>((mixed * 0x9E3779B97F4A7C15U) >> (64 - kSlotBits));
   }
 
-  std::array<Key, std::size_t{1} << kSlotBits> slots_;
+  std::array<KnownString, std::size_t{1} << kSlotBits> slots_;
 };
 
 // --- The reader
@@ -172,15 +191,21 @@ class INIReader {
   }
 
   void addEntry(std::string_view keyBytes, std::string_view valueBytes) {
-    const Key& key = keys_.find(keyBytes);
-    Ref<NSString> value = decode(valueBytes);
+    const KnownString& key = keys_.find(keyBytes);
+    Ref<NSString> value = valueOf(valueBytes);
     if (!key.string || !value) {
       isValid_ = false;
       return;
     }
-    if (hasMutableLeaves_) value = NSMutableString::stringWithString(value);
     entries_.push_back({key.string, std::move(value)});
     hashes_.push_back(key.hash);
+  }
+
+  // Short values are the ones that repeat: numbers, switches, names of choices.
+  Ref<NSString> valueOf(std::string_view bytes) {
+    constexpr std::size_t kLongestShared = 16;
+    if (hasMutableLeaves_) return NSMutableString::stringWithString(NSString::stringWithValidUTF8(bytes));
+    return bytes.size() <= kLongestShared ? values_.find(bytes).string : NSString::stringWithValidUTF8(bytes);
   }
 
   void storeSection() {
@@ -206,7 +231,8 @@ class INIReader {
   bool isImmutable_;
   bool hasMutableLeaves_;
   bool isValid_ = true;
-  KeyCache keys_;
+  StringCache keys_;
+  StringCache values_;
   Ref<NSString> name_;  // of the section being filled, none before the first
   std::vector<DictionaryEntry> entries_;
   std::vector<std::uint32_t> hashes_;
