@@ -70,12 +70,47 @@ Converter open(const std::string& charset) {
 
 bool isCodePage932(const std::string& charset) { return equalIgnoringCase(charset, kShiftJIS); }
 
-// Bytes that code page 932 leaves undefined come out of the converter as these.
-bool isUndefinedIn932(char16_t unit) { return unit == 0x80 || unit == 0xA0 || (unit >= 0xF8F0 && unit <= 0xF8F3); }
+// What the converter makes of bytes that code page 932 leaves undefined, and one private character that it takes for another.
+bool isUndefinedIn932(char16_t unit) {
+  return unit == 0x80 || unit == 0xA0 || unit == 0xF86F || (unit >= 0xF8F0 && unit <= 0xF8F3);
+}
+
+// The converter has three control characters in the order of old terminals; here each is its own byte.
+char16_t controlOfConverter(char16_t unit) {
+  switch (unit) {
+    case 0x1A:
+      return 0x1C;
+    case 0x1C:
+      return 0x7F;
+    case 0x7F:
+      return 0x1A;
+    default:
+      return unit;
+  }
+}
+
+char16_t controlOf932(char16_t unit) {
+  switch (unit) {
+    case 0x1C:
+      return 0x1A;
+    case 0x7F:
+      return 0x1C;
+    case 0x1A:
+      return 0x7F;
+    default:
+      return unit;
+  }
+}
 
 // Characters that other flavours of Shift-JIS give for a code of this one; people type both.
-char16_t codePage932Form(char16_t unit) {
+char16_t formIn932(char16_t unit) {
   switch (unit) {
+    case 0x00A2:
+      return 0xFFE0;
+    case 0x00A3:
+      return 0xFFE1;
+    case 0x00AC:
+      return 0xFFE2;
     case 0x2014:
       return 0x2015;
     case 0x2016:
@@ -85,7 +120,7 @@ char16_t codePage932Form(char16_t unit) {
     case 0x301C:
       return 0xFF5E;
     default:
-      return unit;
+      return controlOfConverter(unit);
   }
 }
 
@@ -128,7 +163,7 @@ std::optional<std::basic_string<Unit>> collect(Convert convert) {
 std::u16string inCodePage932(std::u16string_view units, bool lossy, bool& complete) {
   std::u16string result(units);
   for (char16_t& unit : result) {
-    unit = codePage932Form(unit);
+    unit = formIn932(unit);
     if (!isUndefinedIn932(unit)) continue;
     complete = lossy;
     unit = u'?';
@@ -169,9 +204,9 @@ std::optional<std::u16string> decode(const std::string& charset, std::string_vie
   auto result = collect<char16_t>([&](char16_t** to, char16_t* limit, UErrorCode* status) {
     ucnv_toUnicode(converter.get(), to, limit, &from, end, nullptr, 1, status);
   });
-  if (result && isCodePage932(charset) && std::any_of(result->begin(), result->end(), isUndefinedIn932)) {
-    return std::nullopt;
-  }
+  if (!result || !isCodePage932(charset)) return result;
+  if (std::any_of(result->begin(), result->end(), isUndefinedIn932)) return std::nullopt;
+  std::transform(result->begin(), result->end(), result->begin(), controlOf932);
   return result;
 }
 

@@ -166,6 +166,17 @@ TEST(StringEncodingTests, ShiftJISIsThatOfCodePage932) {
         << std::hex << static_cast<unsigned>(each.unit);
   }
   EXPECT_EQ(encode(u"\u301C\u2212\u2016\u2014", NSShiftJISStringEncoding), "\x81\x60\x81\x7C\x81\x61\x81\x5C");
+  EXPECT_EQ(encode(u"\u00A2\u00A3\u00AC", NSShiftJISStringEncoding), "\x81\x91\x81\x92\x81\xCA");
+  EXPECT_EQ(encode(u"\u00A5\u203E", NSShiftJISStringEncoding, true), "??");
+}
+
+TEST(StringEncodingTests, EveryASCIICharacterIsItselfInShiftJIS) {
+  for (char unit = 0;; ++unit) {
+    const std::string byte(1, unit);
+    EXPECT_EQ(decode(byte, NSShiftJISStringEncoding)->utf8(), byte) << int{unit};
+    EXPECT_EQ(encode(std::u16string(1, static_cast<char16_t>(unit)), NSShiftJISStringEncoding), byte) << int{unit};
+    if (unit == 0x7F) break;
+  }
 }
 
 TEST(StringEncodingTests, LongTextsPassThroughConversionTables) {
