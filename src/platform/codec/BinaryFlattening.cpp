@@ -26,55 +26,58 @@ bool isContainer(const NSObject& object) {
   return object.kind() == ObjectKind::Array || object.kind() == ObjectKind::Dictionary;
 }
 
-std::uint64_t bitsOf(const NSNumber& number) {
-  return number.isReal() ? std::bit_cast<std::uint64_t>(number.doubleValue()) : number.unsignedLongLongValue();
-}
+/// What tells a leaf from others: 1 is not 1.0 here, and -0.0 not 0.0.
+struct LeafKey {
+  enum class Kind : std::uint32_t { Boolean = 1, Signed, Unsigned, Double, Float, Date, UID, String, Data };
 
-/// All that tells a leaf without text or bytes from others: 1 is not 1.0 here, and -0.0 not 0.0.
-struct Scalar {
-  std::uint64_t bits = 0;
-  std::uint64_t kind = 0;
+  Kind kind;
+  std::uint64_t word;
 
-  friend bool operator==(const Scalar&, const Scalar&) = default;
+  bool isScalar() const { return kind < Kind::String; }
 };
 
-Scalar scalarOf(const NSObject& leaf) {
-  constexpr std::uint64_t kDateKind = 0x100;
-  constexpr std::uint64_t kUIDKind = 0x200;
-  if (leaf.kind() == ObjectKind::Number) {
-    const NSNumber& number = static_cast<const NSNumber&>(leaf);
-    return {bitsOf(number), static_cast<std::uint64_t>(number.type())};
+LeafKey keyOf(const NSNumber& number) {
+  using Kind = LeafKey::Kind;
+  switch (number.type()) {
+    case NumberType::Boolean:
+      return {Kind::Boolean, number.boolValue()};
+    case NumberType::Signed:
+      return {Kind::Signed, number.unsignedLongLongValue()};
+    case NumberType::Unsigned:
+      return {Kind::Unsigned, number.unsignedLongLongValue()};
+    case NumberType::Double:
+      return {Kind::Double, std::bit_cast<std::uint64_t>(number.doubleValue())};
+    default:
+      return {Kind::Float, std::bit_cast<std::uint64_t>(number.doubleValue())};
   }
-  if (leaf.kind() == ObjectKind::Date) {
-    return {std::bit_cast<std::uint64_t>(static_cast<const NSDate&>(leaf).timeIntervalSinceReferenceDate()), kDateKind};
-  }
-  return {*uidOf(leaf), kUIDKind};
 }
 
-std::uint32_t folded(NSUInteger hash) {
-  const std::uint64_t wide = hash;
-  return static_cast<std::uint32_t>(wide ^ wide >> 32);
+LeafKey keyOf(const NSObject& leaf) {
+  using Kind = LeafKey::Kind;
+  switch (leaf.kind()) {
+    case ObjectKind::Number:
+      return keyOf(static_cast<const NSNumber&>(leaf));
+    case ObjectKind::Date:
+      return {Kind::Date,
+              std::bit_cast<std::uint64_t>(static_cast<const NSDate&>(leaf).timeIntervalSinceReferenceDate())};
+    case ObjectKind::String:
+      return {Kind::String, reinterpret_cast<std::uintptr_t>(&leaf)};
+    case ObjectKind::Data:
+      return {Kind::Data, reinterpret_cast<std::uintptr_t>(&leaf)};
+    default:
+      return {Kind::UID, *uidOf(leaf)};
+  }
 }
 
-std::uint32_t hashOfLeaf(const NSObject& leaf) {
-  if (leaf.kind() == ObjectKind::String) return folded(detail::hashUnits(static_cast<const NSString&>(leaf).units()));
-  if (leaf.kind() == ObjectKind::Data) {
-    const std::string_view bytes = static_cast<const NSData&>(leaf).view();
-    return folded(detail::hashUnits({bytes.data(), bytes.size()}));
-  }
-  const Scalar scalar = scalarOf(leaf);
-  return folded(detail::hashUnits({reinterpret_cast<const char*>(&scalar), sizeof scalar}));
+UnitView unitsOf(const NSObject& textOrData) {
+  if (textOrData.kind() == ObjectKind::String) return static_cast<const NSString&>(textOrData).units();
+  const std::string_view bytes = static_cast<const NSData&>(textOrData).view();
+  return {bytes.data(), bytes.size()};
 }
 
-bool sameLeaf(const NSObject& a, const NSObject& b) {
-  if (&a == &b) return true;
-  if (a.kind() != b.kind()) return false;
-  if (a.kind() == ObjectKind::String) {
-    return equalUnits(static_cast<const NSString&>(a).units(), static_cast<const NSString&>(b).units());
-  }
-  if (a.kind() == ObjectKind::Data) return static_cast<const NSData&>(a).view() == static_cast<const NSData&>(b).view();
-  // A dictionary among the objects may be a container; only a UID is a leaf.
-  return (a.kind() != ObjectKind::Dictionary || uidOf(b)) && scalarOf(a) == scalarOf(b);
+bool sameUnits(std::uint64_t address, const NSObject& leaf) {
+  const NSObject& known = *reinterpret_cast<const NSObject*>(static_cast<std::uintptr_t>(address));
+  return &known == &leaf || equalUnits(unitsOf(known), unitsOf(leaf));
 }
 
 NSUInteger countOf(const NSObject& container) {
@@ -99,33 +102,43 @@ std::optional<std::uint64_t> uidOf(const NSObject& object) {
 
 // --- LeafTable
 
-std::uint32_t LeafTable::findOrAdd(const std::vector<const NSObject*>& objects, const NSObject& leaf,
-                                   std::uint32_t number) {
+/// The kind, which must agree, above the hash.
+std::uint32_t LeafTable::tagOf(const NSObject& leaf) {
+  constexpr unsigned kHashBits = 28;
+  const LeafKey key = keyOf(leaf);
+  const UnitView units =
+      key.isScalar() ? UnitView(reinterpret_cast<const char*>(&key.word), sizeof key.word) : unitsOf(leaf);
+  const std::uint64_t hash = detail::hashUnits(units);
+  return static_cast<std::uint32_t>(key.kind) << kHashBits |
+         (static_cast<std::uint32_t>(hash ^ hash >> 32) & ((1U << kHashBits) - 1));
+}
+
+std::uint32_t LeafTable::findOrAdd(const NSObject& leaf, std::uint32_t tag, std::uint32_t number) {
   if (2 * used_ >= entries_.size()) grow();
-  const std::uint32_t hash = hashOfLeaf(leaf);
-  const std::size_t mask = entries_.size() - 1;
-  std::size_t at = hash & mask;
-  for (; entries_[at].number != kFree; at = (at + 1) & mask) {
-    if (entries_[at].hash == hash && sameLeaf(*objects[entries_[at].number], leaf)) return entries_[at].number;
+  const LeafKey key = keyOf(leaf);
+  std::size_t at = placeOf(tag);
+  for (; entries_[at].number != kFree; at = placeOf(static_cast<std::uint32_t>(at + 1))) {
+    const Entry& entry = entries_[at];
+    if (entry.tag != tag) continue;
+    if (key.isScalar() ? entry.word == key.word : sameUnits(entry.word, leaf)) return entry.number;
   }
-  entries_[at] = {hash, number};
+  entries_[at] = {key.word, tag, number};
   ++used_;
   return number;
 }
 
-LeafTable::Entry& LeafTable::freeEntryFor(std::uint32_t hash) {
-  const std::size_t mask = entries_.size() - 1;
-  std::size_t at = hash & mask;
-  while (entries_[at].number != kFree) at = (at + 1) & mask;
+LeafTable::Entry& LeafTable::freeEntryFor(std::uint32_t tag) {
+  std::size_t at = placeOf(tag);
+  while (entries_[at].number != kFree) at = placeOf(static_cast<std::uint32_t>(at + 1));
   return entries_[at];
 }
 
 void LeafTable::grow() {
   constexpr std::size_t kSmallest = 64;
-  std::vector<Entry> old(std::max(kSmallest, entries_.size() * 4), Entry{0, kFree});
+  std::vector<Entry> old(std::max(kSmallest, entries_.size() * 2), Entry{0, 0, kFree});
   old.swap(entries_);
   for (const Entry& entry : old) {
-    if (entry.number != kFree) freeEntryFor(entry.hash) = entry;
+    if (entry.number != kFree) freeEntryFor(entry.tag) = entry;
   }
 }
 
@@ -144,7 +157,7 @@ bool Flattening::run(const NSObject* root, CodecError& error) {
 void Flattening::walk(const NSObject* root) {
   if (root == nullptr) fail("There is no value to write");
   frames_.reserve(kMaximumNestingDepth);  // so that frames never move
-  place(*root);
+  place(*root, 0);
   while (!frames_.empty()) advance();
 }
 
@@ -153,7 +166,31 @@ void Flattening::advance() {
   const std::size_t depth = frames_.size();
   while (frames_.size() == depth) {
     if (frame.next == frame.count) return close();
-    place(nextValue(frame));
+    if (frame.next % kAhead == 0) prepare(frame);
+    const std::uint32_t tag = frame.tags[frame.next % kAhead];
+    place(nextValue(frame), tag);
+  }
+}
+
+/// Values lie anywhere in memory, and so do their places in the table. So the memory is asked for a few of them at once.
+void Flattening::prepare(Frame& frame) {
+  std::array<const NSObject*, kAhead> values;
+  const std::size_t count = std::min(kAhead, frame.count - frame.next);
+  NSDictionary::Iterator entry = frame.entry;
+  for (std::size_t at = 0; at < count; ++at) {
+    values[at] = frame.element != nullptr ? frame.element[at].get() : entry++->value.get();
+    __builtin_prefetch(values[at]);
+  }
+  prepare(frame, std::span(values).first(count));
+}
+
+void Flattening::prepare(Frame& frame, std::span<const NSObject* const> values) {
+  for (std::size_t at = 0; at < values.size(); ++at) {
+    const NSObject& value = *values[at];
+    const bool isNew =
+        value.kind() >= ObjectKind::String && value.kind() <= ObjectKind::Data && recentOf(value).object != &value;
+    frame.tags[at] = isNew ? LeafTable::tagOf(value) : 0;
+    if (isNew) __builtin_prefetch(leaves_.addressOf(frame.tags[at]));
   }
 }
 
@@ -170,21 +207,22 @@ const NSObject& Flattening::nextValue(Frame& frame) {
 void Flattening::placeKey(Frame& frame, const NSObject& key) {
   if (key.kind() != ObjectKind::String) fail("The keys of a dictionary must be strings");
   cost_ += costOfLeaf(key);
-  references_[frame.references + frame.next - 1] = leafNumber(key);
+  references_[frame.references + frame.next - 1] = leafNumber(key, 0);
 }
 
-void Flattening::place(const NSObject& object) {
+/// `tag` is that of a leaf, or 0.
+void Flattening::place(const NSObject& object, std::uint32_t tag) {
   if (uidOf(object)) return placeUID(object);
   if (isContainer(object)) return placeContainer(object);
   checkLeaf(object);
   cost_ += costOfLeaf(object);
-  deliver(leafNumber(object), 0);
+  deliver(leafNumber(object, tag), 0);
 }
 
 void Flattening::placeUID(const NSObject& dictionary) {
   requireDepth(frames_.size() + 1);
   cost_ += 2;
-  deliver(leafNumber(dictionary), 1);
+  deliver(leafNumber(dictionary, 0), 1);
 }
 
 void Flattening::placeContainer(const NSObject& container) {
@@ -236,11 +274,15 @@ void Flattening::deliver(std::uint32_t number, std::uint16_t height) {
   references_[values + frame.next - 1] = number;
 }
 
-std::uint32_t Flattening::leafNumber(const NSObject& leaf) {
-  Recent& recent = recent_[reinterpret_cast<std::uintptr_t>(&leaf) / 32 % recent_.size()];
+Flattening::Recent& Flattening::recentOf(const NSObject& leaf) {
+  return recent_[reinterpret_cast<std::uintptr_t>(&leaf) / 32 % recent_.size()];
+}
+
+std::uint32_t Flattening::leafNumber(const NSObject& leaf, std::uint32_t tag) {
+  Recent& recent = recentOf(leaf);
   if (recent.object == &leaf) return recent.number;
   const auto next = static_cast<std::uint32_t>(objects_.size());
-  const std::uint32_t number = leaves_.findOrAdd(objects_, leaf, next);
+  const std::uint32_t number = leaves_.findOrAdd(leaf, tag != 0 ? tag : LeafTable::tagOf(leaf), next);
   if (number == next) newNumber(leaf);
   recent = {&leaf, number};
   return number;

@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <optional>
+#include <span>
 #include <string>
 #include <unordered_map>
 #include <vector>
@@ -23,18 +24,24 @@ std::optional<std::uint64_t> uidOf(const NSObject& object);
 /// Numbers by content, in expected constant time each.
 class LeafTable {
  public:
+  /// What a leaf is filed under; never 0.
+  static std::uint32_t tagOf(const NSObject& leaf);
   /// The number of the first leaf with the same content; `number`, which is filed then, when there is none.
-  std::uint32_t findOrAdd(const std::vector<const NSObject*>& objects, const NSObject& leaf, std::uint32_t number);
+  std::uint32_t findOrAdd(const NSObject& leaf, std::uint32_t tag, std::uint32_t number);
+  /// Where `tag` is looked for first, null in an empty table; for fetching it early.
+  const void* addressOf(std::uint32_t tag) const { return entries_.empty() ? nullptr : &entries_[placeOf(tag)]; }
 
  private:
   struct Entry {
-    std::uint32_t hash;
+    std::uint64_t word;  // the bits of a scalar; of text and data the address of the object
+    std::uint32_t tag;
     std::uint32_t number;
   };
   static constexpr std::uint32_t kFree = 0xFFFFFFFF;
 
   void grow();
-  Entry& freeEntryFor(std::uint32_t hash);
+  Entry& freeEntryFor(std::uint32_t tag);
+  std::size_t placeOf(std::uint32_t tag) const { return tag & (entries_.size() - 1); }
 
   std::vector<Entry> entries_;
   std::size_t used_ = 0;
@@ -57,6 +64,7 @@ class Flattening {
 
  private:
   static constexpr std::uint32_t kUnshared = 0xFFFFFFFF;
+  static constexpr std::size_t kAhead = 16;
 
   /// A container that several owners hold, so that it may stand in several places.
   struct Shared {
@@ -74,6 +82,7 @@ class Flattening {
     std::uint32_t shared = kUnshared;
     std::uint16_t height = 1;
     std::uint64_t costBefore;
+    std::array<std::uint32_t, kAhead> tags = {};  // of the values at hand, 0 where there is none
   };
   struct Recent {
     const NSObject* object = nullptr;
@@ -82,16 +91,19 @@ class Flattening {
 
   void walk(const NSObject* root);
   void advance();
+  void prepare(Frame& frame);
+  void prepare(Frame& frame, std::span<const NSObject* const> values);
   const NSObject& nextValue(Frame& frame);
   void placeKey(Frame& frame, const NSObject& key);
-  void place(const NSObject& object);
+  void place(const NSObject& object, std::uint32_t tag);
   void placeUID(const NSObject& dictionary);
   void placeContainer(const NSObject& container);
   void placeAgain(const Shared& shared);
   void open(const NSObject& container, std::uint32_t shared);
   void close();
   void deliver(std::uint32_t number, std::uint16_t height);
-  std::uint32_t leafNumber(const NSObject& leaf);
+  Recent& recentOf(const NSObject& leaf);
+  std::uint32_t leafNumber(const NSObject& leaf, std::uint32_t tag);
   std::uint32_t newNumber(const NSObject& object);
   void checkLeaf(const NSObject& leaf) const;
   void requireDepth(std::size_t depth) const;

@@ -85,6 +85,9 @@ struct Slot {
   bool isHashed = false;
 };
 
+/// How many values are looked up before they are wanted.
+constexpr std::size_t kAhead = 16;
+
 /// A container whose contents are being read.
 struct Frame {
   Slot* slot;
@@ -95,6 +98,7 @@ struct Frame {
   std::size_t base;  // where its contents begin among `values_` or `entries_`
   std::uint64_t costBefore;
   std::uint16_t height;
+  std::array<Slot*, kAhead> ahead;  // of the values at hand
 };
 
 /// Walks the tree without recursion. An immutable container is made once and shared between its places; a mutable one is made anew for
@@ -119,8 +123,9 @@ class BinaryReader {
 
   // --- The walk
   void advance();
+  void prepare(Frame& frame);
   void placeKey(Frame& frame);
-  void place(std::uint64_t index, const Byte* reference);
+  void place(Slot& slot, const Byte* reference);
   void placeAgain(const Slot& slot, std::uint64_t offset);
   void placeLeaf(Slot& slot, std::uint64_t offset);
   void placeUID(Slot& slot, std::uint64_t offset);
@@ -169,7 +174,8 @@ Ref<NSObject> BinaryReader::read() {
   readTrailer();
   slots_.resize(static_cast<std::size_t>(trailer_.objectCount));
   frames_.reserve(kMaximumNestingDepth);  // so that frames never move
-  place(trailer_.topObject, begin_ + length_ - 16);
+  const Byte* const top = begin_ + length_ - 16;
+  place(slotAt(trailer_.topObject, top), top);
   while (!frames_.empty()) advance();
   return std::move(result_);
 }
@@ -242,10 +248,23 @@ void BinaryReader::advance() {
   const std::size_t depth = frames_.size();
   while (frames_.size() == depth) {
     if (frame.next == frame.count) return close(frame);
+    if (frame.next % kAhead == 0) prepare(frame);
     if (frame.keys != nullptr) placeKey(frame);
+    Slot& slot = *frame.ahead[frame.next % kAhead];
     const Byte* const reference = frame.values + frame.next++ * trailer_.referenceSize;
-    place(loadBytes(reference, trailer_.referenceSize), reference);
+    place(slot, reference);
   }
+}
+
+/// Slots, and the objects that some of them know already, lie anywhere in memory. So the memory is asked for a few of them at once.
+void BinaryReader::prepare(Frame& frame) {
+  const std::size_t count = static_cast<std::size_t>(std::min<std::uint64_t>(kAhead, frame.count - frame.next));
+  const Byte* reference = frame.values + frame.next * trailer_.referenceSize;
+  for (std::size_t at = 0; at < count; ++at, reference += trailer_.referenceSize) {
+    frame.ahead[at] = &slotAt(loadBytes(reference, trailer_.referenceSize), reference);
+    __builtin_prefetch(frame.ahead[at]);
+  }
+  for (std::size_t at = 0; at < count; ++at) __builtin_prefetch(frame.ahead[at]->object);
 }
 
 void BinaryReader::placeKey(Frame& frame) {
@@ -274,13 +293,13 @@ void BinaryReader::placeKey(Frame& frame) {
   hashes_.push_back(slot.detail);
 }
 
-void BinaryReader::place(std::uint64_t index, const Byte* reference) {
-  Slot& slot = slotAt(index, reference);
+/// `reference` is where the file refers to the object.
+void BinaryReader::place(Slot& slot, const Byte* reference) {
   if (slot.progress == Progress::Open) fail(positionOf(reference), "A container cannot hold itself");
   if (slot.progress == Progress::Ready && !isOwnToEachPlace(*slot.object)) {
     return placeAgain(slot, positionOf(reference));
   }
-  const std::uint64_t offset = offsetOf(index);
+  const std::uint64_t offset = offsetOf(static_cast<std::uint64_t>(&slot - slots_.data()));
   switch (begin_[offset] >> 4) {
     case binary::kArray:
     case binary::kDictionary:
@@ -326,9 +345,15 @@ void BinaryReader::open(Slot& slot, std::uint64_t offset) {
   const std::uint64_t costBefore = cost_;
   spend(1, offset);
   slot.progress = Progress::Open;
-  frames_.push_back({&slot, isDictionary ? references : nullptr,
-                     isDictionary ? references + length.value * size : references, length.value, 0,
-                     isDictionary ? entries_.size() : values_.size(), costBefore, 1});
+  frames_.push_back({&slot,
+                     isDictionary ? references : nullptr,
+                     isDictionary ? references + length.value * size : references,
+                     length.value,
+                     0,
+                     isDictionary ? entries_.size() : values_.size(),
+                     costBefore,
+                     1,
+                     {}});
 }
 
 void BinaryReader::close(Frame& frame) {

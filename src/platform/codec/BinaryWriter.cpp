@@ -167,6 +167,7 @@ class BinaryWriter {
   void write(Byte* file);
 
  private:
+  const NSObject* soonAfter(std::size_t at) const;
   void putObject(Output& out, const NSObject& object);
   void putContainer(Output& out, unsigned kind, std::uint64_t count, std::uint64_t references);
   void putTrailer(Output& out) const;
@@ -184,7 +185,10 @@ BinaryWriter::BinaryWriter(const binary::Flattening& flattening)
       references_(flattening.references()),
       referenceSize_(bytesFor(objects_.size() - 1)),
       tableOffset_(binary::kMagic.size() + references_.size() * std::uint64_t{referenceSize_}) {
-  for (const NSObject* object : objects_) tableOffset_ += sizeOf(*object);
+  for (std::size_t at = 0; at < objects_.size(); ++at) {
+    __builtin_prefetch(soonAfter(at));
+    tableOffset_ += sizeOf(*objects_[at]);
+  }
   offsetSize_ = bytesFor(tableOffset_);
 }
 
@@ -196,11 +200,18 @@ void BinaryWriter::write(Byte* file) {
   Output out(file);
   Output table(file + tableOffset_);
   out.putBytes(binary::kMagic.data(), binary::kMagic.size());
-  for (const NSObject* object : objects_) {
+  for (std::size_t at = 0; at < objects_.size(); ++at) {
+    __builtin_prefetch(soonAfter(at));
     table.putNumber(static_cast<std::uint64_t>(out.position() - file), offsetSize_);
-    putObject(out, *object);
+    putObject(out, *objects_[at]);
   }
   putTrailer(table);
+}
+
+/// The object that is wanted a little after that number `at`; for fetching it early.
+const NSObject* BinaryWriter::soonAfter(std::size_t at) const {
+  constexpr std::size_t kDistance = 8;
+  return at + kDistance < objects_.size() ? objects_[at + kDistance] : nullptr;
 }
 
 void BinaryWriter::putObject(Output& out, const NSObject& object) {

@@ -1,0 +1,35 @@
+// What the benchmarks measure with.
+#pragma once
+
+#include <algorithm>
+#include <chrono>
+#include <cstddef>
+#include <cstdio>
+#include <cstdlib>
+#include <utility>
+#include <vector>
+
+namespace bench {
+
+template <class Work>
+double milliseconds(Work&& work) {
+  const auto start = std::chrono::steady_clock::now();
+  std::forward<Work>(work)();
+  return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count();
+}
+
+// 0 for no values.
+inline double median(std::vector<double> values) {
+  if (values.empty()) return 0;
+  const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
+  std::nth_element(values.begin(), middle, values.end());
+  return *middle;
+}
+
+inline void require(bool good, const char* what) {
+  if (good) return;
+  std::fprintf(stderr, "%s failed\n", what);
+  std::exit(1);
+}
+
+}  // namespace bench

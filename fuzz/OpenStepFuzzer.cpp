@@ -1,0 +1,46 @@
+// Any text as an OpenStep property list. What can be read must be the same value with each option, hold nothing but the kinds
+// that this format has, and survive a round trip through binary.
+
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <string_view>
+
+#include <ZtFoundation/platform/PropertyListSerialization.h>
+
+using namespace ZtFoundation;
+
+namespace {
+
+void require(bool good) {
+  if (!good) std::abort();
+}
+
+Ref<NSObject> read(const Ref<NSData>& data, NSUInteger option, NSUInteger& format) {
+  Ref<NSString> error;
+  Ref<NSObject> value = NSPropertyListSerialization::propertyListFromData_mutabilityOption_format_errorDescription(
+      data, option, &format, &error);
+  require(static_cast<bool>(value) != static_cast<bool>(error));
+  return value;
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  const Ref<NSData> input = NSData::dataWithBytes({reinterpret_cast<const char*>(data), size});
+  NSUInteger format = 0;
+  const Ref<NSObject> value = read(input, NSPropertyListImmutable, format);
+  for (const NSUInteger option : {NSPropertyListMutableContainers, NSPropertyListMutableContainersAndLeaves}) {
+    const Ref<NSObject> other = read(input, option, format);
+    require(static_cast<bool>(other) == static_cast<bool>(value));
+    require(!other || isEqual(other, value));
+  }
+  if (!value || format != NSPropertyListOpenStepFormat) return 0;
+
+  require(NSPropertyListSerialization::propertyList_isValidForFormat(value, NSPropertyListOpenStepFormat));
+  const Ref<NSData> binary = NSPropertyListSerialization::dataFromPropertyList_format_errorDescription(
+      value, NSPropertyListBinaryFormat_v1_0, nullptr);
+  require(static_cast<bool>(binary));
+  require(isEqual(read(binary, NSPropertyListImmutable, format), value));
+  return 0;
+}
