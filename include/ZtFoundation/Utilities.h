@@ -1,13 +1,20 @@
 /// \file Utilities.h
-/// Small utilities: services on strings; replacing methods at run time.
+/// Small utilities: services on strings; bytes as hexadecimal text; conveniences on collections; numbers and comparators; a
+/// stopwatch; replacing methods at run time.
 #pragma once
 
 #include <cstdint>
+#include <type_traits>
 
+#include <ZtFoundation/platform/Array.h>
+#include <ZtFoundation/platform/AttributedString.h>
 #include <ZtFoundation/platform/CharacterSet.h>
 #include <ZtFoundation/platform/Data.h>
 #include <ZtFoundation/platform/Export.h>
+#include <ZtFoundation/platform/IndexSet.h>
+#include <ZtFoundation/platform/Number.h>
 #include <ZtFoundation/platform/Runtime.h>
+#include <ZtFoundation/platform/Set.h>
 #include <ZtFoundation/platform/String.h>
 
 namespace ZtFoundation {
@@ -76,6 +83,202 @@ ZT_EXPORT Ref<NSString> stringByDeletingAllOccurrencesOfCharactersInSet(const Re
                                                                         const Ref<NSCharacterSet>& set);
 
 }  // namespace QvFoundationExtensions
+
+// --- Hexadecimal text of bytes
+//
+//   QvFoundationExtensions::hexRepresentation(data);             // "00010203 04050607 08090a0b 0c0d0e0f\n10111213"
+//   QvFoundationExtensions::dataWithHexRepresentation("0xC0FFEE");
+
+namespace QvFoundationExtensions {
+
+/// Two lower-case digits for each byte, a blank after every fourth byte and a line feed after every sixteenth, except at the end.
+/// \returns the empty string for empty data, none for none. Data of 2^31 bytes and more gives none.
+ZT_EXPORT Ref<NSString> hexRepresentation(const Ref<NSData>& self);
+
+/// The bytes that `text` spells in hexadecimal digits of either case. White space may stand anywhere, one "0x" at the start; of an odd number
+/// of digits the first alone is the first byte. Only the low byte of each unit is looked at.
+/// \returns empty data for text of white space alone, none for none. Text of 2^31 digits and more gives none.
+/// \throws NSException "IllegalHexDigit" at the first unit that is no digit.
+ZT_EXPORT Ref<NSData> initWithHexRepresentation(const Ref<NSString>& text);
+/// The same.
+ZT_EXPORT Ref<NSData> dataWithHexRepresentation(const Ref<NSString>& text);
+
+}  // namespace QvFoundationExtensions
+
+// --- Collections
+//
+//   QvFoundationExtensions::arrayByRemovingObject(names, "Alice");
+//   QvFoundationExtensions::objectsKindOfClass(mixed, NSString::classObject());
+//   QvFoundationExtensions::indexSetByAddingIndexesInRange(rows, {10, 5});
+//
+// Each answers a new immutable collection, never the receiver itself, even when nothing changes; none for no receiver. An argument that
+// is none changes nothing.
+
+namespace QvFoundationExtensions {
+
+/// Without all elements equal to `object`.
+ZT_EXPORT Ref<NSArray> arrayByRemovingObject(const Ref<NSArray>& self, const Ref<NSObject>& object);
+/// Without all elements equal to any of `objects`.
+ZT_EXPORT Ref<NSArray> arrayByRemovingObjects(const Ref<NSArray>& self, const Ref<NSArray>& objects);
+/// The elements whose class is `wanted` or derives from it, in order; no element is of the null class.
+ZT_EXPORT Ref<NSArray> objectsKindOfClass(const Ref<NSArray>& self, Class wanted);
+/// How many elements equal `object`; 0 for none.
+ZT_EXPORT NSUInteger numberOfObjectsEqualTo(const Ref<NSArray>& self, const Ref<NSObject>& object);
+
+/// A new set of class `Set`, NSIndexSet or NSMutableIndexSet, with the indexes of `other`.
+template <class Set = NSIndexSet>
+Ref<Set> indexSetWithIndexSet(const Ref<NSIndexSet>& other) {
+  if (!other) return nullptr;
+  const Ref<NSMutableIndexSet> copy = other->mutableCopy();
+  if constexpr (std::is_same_v<Set, NSMutableIndexSet>) {
+    return copy;
+  } else {
+    return copy->copy();
+  }
+}
+ZT_EXPORT Ref<NSIndexSet> indexSetByAddingIndex(const Ref<NSIndexSet>& self, NSUInteger index);
+ZT_EXPORT Ref<NSIndexSet> indexSetByAddingIndexes(const Ref<NSIndexSet>& self, const Ref<NSIndexSet>& indexes);
+/// A range that would run past the largest index is cut there.
+ZT_EXPORT Ref<NSIndexSet> indexSetByAddingIndexesInRange(const Ref<NSIndexSet>& self, NSRange range);
+ZT_EXPORT Ref<NSIndexSet> indexSetByRemovingIndex(const Ref<NSIndexSet>& self, NSUInteger index);
+ZT_EXPORT Ref<NSIndexSet> indexSetByRemovingIndexes(const Ref<NSIndexSet>& self, const Ref<NSIndexSet>& indexes);
+ZT_EXPORT Ref<NSIndexSet> indexSetByRemovingIndexesInRange(const Ref<NSIndexSet>& self, NSRange range);
+
+/// A new attributed string of class `String`, which is NSAttributedString or derives from it and has its constructors. None for no text.
+template <class String = NSAttributedString>
+Ref<String> attributedStringWithString(const Ref<NSString>& text) {
+  return text ? make<String>(text) : nullptr;
+}
+/// With the same attributes throughout; none for `attributes` is the same as no attributes.
+template <class String = NSAttributedString>
+Ref<String> attributedStringWithString_attributes(const Ref<NSString>& text, const Ref<NSDictionary>& attributes) {
+  return text ? make<String>(text, attributes) : nullptr;
+}
+template <class String = NSAttributedString>
+Ref<String> attributedStringWithAttributedString(const Ref<NSAttributedString>& other) {
+  return other ? make<String>(other) : nullptr;
+}
+
+/// Sends `selector` to `self` once for each element, in order, with the element as the argument. Answers are dropped. Does nothing
+/// for none; raises what a message raises that finds no method. The array must not change meanwhile.
+ZT_EXPORT void performSelector_withEachObjectInArray(const Ref<NSObject>& self, SEL selector,
+                                                     const Ref<NSArray>& objects);
+/// The same for each member of a set, in its order.
+ZT_EXPORT void performSelector_withEachObjectInSet(const Ref<NSObject>& self, SEL selector, const Ref<NSSet>& objects);
+
+}  // namespace QvFoundationExtensions
+
+// --- Numbers
+//
+//   QvCompareDouble(1.0, 2.0);                                                     // -1
+//   std::sort(values.begin(), values.end(), QvComparatorAdapter<QvCompareInt>());  // or std::qsort(..., &...::pointers)
+//   JxArithmeticExtensions::plus(NSNumber::numberWithInt(2), NSNumber::numberWithInt(3));
+
+extern "C" {
+
+// Three-way comparisons: -1 when the first is less, 0 when they are the same, +1 when it is greater. A NaN is the same as everything.
+ZT_EXPORT NSInteger QvCompareChar(signed char a, signed char b);
+ZT_EXPORT NSInteger QvCompareUnsignedChar(unsigned char a, unsigned char b);
+ZT_EXPORT NSInteger QvCompareShort(short a, short b);
+ZT_EXPORT NSInteger QvCompareUnsignedShort(unsigned short a, unsigned short b);
+ZT_EXPORT NSInteger QvCompareInt(int a, int b);
+ZT_EXPORT NSInteger QvCompareUnsignedInt(unsigned a, unsigned b);
+ZT_EXPORT NSInteger QvCompareLong(long a, long b);
+ZT_EXPORT NSInteger QvCompareUnsignedLong(unsigned long a, unsigned long b);
+ZT_EXPORT NSInteger QvCompareLongLong(long long a, long long b);
+ZT_EXPORT NSInteger QvCompareUnsignedLongLong(unsigned long long a, unsigned long long b);
+ZT_EXPORT NSInteger QvCompareFloat(float a, float b);
+ZT_EXPORT NSInteger QvCompareDouble(double a, double b);
+/// Booleans stored as signed bytes order by their byte.
+ZT_EXPORT NSInteger QvCompareBool(signed char a, signed char b);
+ZT_EXPORT NSInteger QvCompareNSInteger(NSInteger a, NSInteger b);
+ZT_EXPORT NSInteger QvCompareNSUInteger(NSUInteger a, NSUInteger b);
+ZT_EXPORT NSInteger QvCompareCGFloat(CGFloat a, CGFloat b);
+
+}  // extern "C"
+
+namespace detail {
+
+template <class Comparator>
+struct ComparedType;
+template <class T>
+struct ComparedType<NSInteger (*)(T, T)> : std::type_identity<T> {};
+
+}  // namespace detail
+
+/// Makes one of the comparators above what sorting functions take: an object for std::sort, `pointers` for qsort and bsearch.
+template <auto comparator>
+struct QvComparatorAdapter {
+  using Value = typename detail::ComparedType<decltype(comparator)>::type;
+
+  bool operator()(Value a, Value b) const { return comparator(a, b) < 0; }
+  static int pointers(const void* a, const void* b) {
+    return static_cast<int>(comparator(*static_cast<const Value*>(a), *static_cast<const Value*>(b)));
+  }
+};
+
+/// Arithmetic on numbers read as signed 32-bit integers (`intValue`); what does not fit wraps. None when either number is none.
+namespace JxArithmeticExtensions {
+
+ZT_EXPORT Ref<NSNumber> plus(const Ref<NSNumber>& self, const Ref<NSNumber>& other);
+ZT_EXPORT Ref<NSNumber> minus(const Ref<NSNumber>& self, const Ref<NSNumber>& other);
+ZT_EXPORT Ref<NSNumber> times(const Ref<NSNumber>& self, const Ref<NSNumber>& other);
+/// Cut toward zero; 0 for a divisor that is 0 or negative.
+ZT_EXPORT Ref<NSNumber> dividedBy(const Ref<NSNumber>& self, const Ref<NSNumber>& other);
+
+}  // namespace JxArithmeticExtensions
+
+/// Numbers made of, and read as, machine words. Reading none gives 0.
+namespace QvFoundationExtensions {
+
+ZT_EXPORT Ref<NSNumber> numberWithInteger(NSInteger value);
+ZT_EXPORT Ref<NSNumber> numberWithUnsignedInteger(NSUInteger value);
+ZT_EXPORT Ref<NSNumber> initWithInteger(NSInteger value);
+ZT_EXPORT Ref<NSNumber> initWithUnsignedInteger(NSUInteger value);
+ZT_EXPORT NSInteger integerValue(const Ref<NSNumber>& self);
+ZT_EXPORT NSUInteger unsignedIntegerValue(const Ref<NSNumber>& self);
+
+}  // namespace QvFoundationExtensions
+
+// --- Elapsed time
+
+/// A stopwatch on the monotonic clock of the machine, which runs from its creation on.
+/// \code
+///   Ref<QvElapsedTime> watch = QvElapsedTime::elapsedTime();
+///   ...
+///   NSLog("took %.3f ms", watch->elapsedMillisecondsAsFloat64());
+/// \endcode
+/// Threads: one at a time.
+class ZT_EXPORT QvElapsedTime : public NSObject {
+  ZT_OBJECT(QvElapsedTime, NSObject)
+ public:
+  QvElapsedTime();
+
+  /// A new stopwatch of exactly this class.
+  static Ref<QvElapsedTime> elapsedTime();
+
+  /// Reads the time base and starts the measurement; answers the receiver.
+  Ref<QvElapsedTime> init();
+  /// Starts the measurement anew.
+  void resetEpochTime();
+  /// Whole milliseconds since the start; begins again at 0 after 2^32 of them (49.7 days).
+  std::uint32_t elapsedMillisecondsAsUInt32() const;
+  /// Milliseconds since the start, to the nanosecond.
+  double elapsedMillisecondsAsFloat64() const;
+
+ protected:
+  /// Nanoseconds are ticks times the numerator, of which the low 64 bits count, divided by the denominator.
+  struct TimebaseInfo {
+    std::uint32_t numerator;
+    std::uint32_t denominator;
+  };
+
+  TimebaseInfo timebaseInfo;
+  std::uint64_t epochTime;
+
+ private:
+  std::uint64_t elapsedNanoseconds() const;
+};
 
 // --- Method replacement
 //

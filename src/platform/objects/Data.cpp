@@ -12,6 +12,8 @@
 #include <ZtFoundation/platform/Runtime.h>
 #include <ZtFoundation/platform/String.h>
 
+#include "platform/services/LargeBlocks.h"
+
 namespace ZtFoundation {
 
 ZT_IMPLEMENT_CLASS(NSData);
@@ -51,6 +53,7 @@ NSData* NSData::newUninitialised(NSUInteger length) {
   requireAllocatable(length);
   NSData* data = new (length) NSData(nullptr, length, 0);
   data->bytes_ = data + 1;
+  expectToFill(data + 1, length);
   return data;
 }
 

@@ -7,6 +7,7 @@
 
 #include "platform/objects/StringHash.h"
 #include "platform/objects/UTF8.h"
+#include "platform/services/LargeBlocks.h"
 
 namespace ZtFoundation {
 
@@ -39,6 +40,7 @@ NSString* NSString::newUninitialised(NSUInteger length, NSUInteger unitSize, std
   if (length > NSNotFound / sizeof(char16_t)) throw std::bad_alloc();
   NSString* const string = new (length * unitSize) NSString(nullptr, length, flags);
   *contents = string + 1;
+  expectToFill(*contents, length * unitSize);
   string->units_ = *contents;
   return string;
 }
