@@ -86,7 +86,7 @@ TEST(HexDataTests, ReadsOtherLayouts) {
        u"34",
        "\x12\x34"},               // white space beyond ASCII
       {u"\u0131\u0132", "\x12"},  // only the low byte of a unit counts
-      {std::string(64, '1') + "\r\n" + std::string(64, '2'), std::string(32, 0x11) + std::string(32, 0x22)},
+      {std::string(64, '1').append("\r\n").append(64, '2'), std::string(32, 0x11).append(32, 0x22)},
       {std::string(65, '1'), std::string("\x01").append(32, 0x11)},
       {std::string("0x").append(64, '1'), std::string(32, 0x11)},
       {plainDump(counting(60)) + " ", counting(60)},
@@ -102,6 +102,11 @@ TEST(HexDataTests, AnOddNumberOfDigitsShiftsADumpAsItShiftsAnyText) {
   EXPECT_EQ(odd.size(), 61U);
 }
 
+std::string withByte(std::string text, std::size_t place, char byte) {
+  text[place] = byte;
+  return text;
+}
+
 std::string reasonFor(const Ref<NSString>& text) {
   try {
     (void)dataWithHexRepresentation(text);
@@ -113,7 +118,8 @@ std::string reasonFor(const Ref<NSString>& text) {
 }
 
 std::string reasonNaming(const std::string& digit) {
-  return "Attempt to interpret a string containing '" + digit + "' as a hexidecimal value";
+  std::string reason = "Attempt to interpret a string containing '";
+  return reason.append(digit).append("' as a hexidecimal value");
 }
 
 TEST(HexDataTests, TheFirstIllegalDigitRaises) {
@@ -124,8 +130,8 @@ TEST(HexDataTests, TheFirstIllegalDigitRaises) {
   EXPECT_EQ(reasonFor("1-2z"), reasonNaming("-"));
   EXPECT_EQ(reasonFor("\xC3\xA9"), reasonNaming("\xC3\xA9"));
   EXPECT_EQ(reasonFor(u"\u0167"), reasonNaming("g"));
-  EXPECT_EQ(reasonFor(std::string(80, '1') + "g" + std::string(79, '!')), reasonNaming("g"));
-  EXPECT_EQ(reasonFor(plainDump(counting(40)).replace(40, 1, "@")), reasonNaming("@"));
+  EXPECT_EQ(reasonFor(std::string(80, '1').append("g").append(79, '!')), reasonNaming("g"));
+  EXPECT_EQ(reasonFor(withByte(plainDump(counting(40)), 40, '@')), reasonNaming("@"));
 }
 
 // Every byte that is no digit is refused at every place of a group, in each layout that has a way of its own.
