@@ -1,0 +1,87 @@
+/// \file IndexSet.h
+/// `NSIndexSet` and `NSMutableIndexSet`: sets of unsigned machine words, kept as ranges.
+/// \code
+///   Ref<NSMutableIndexSet> rows = NSMutableIndexSet::indexSet();
+///   rows->addIndexesInRange({10, 5});
+///   rows->addIndex(3);
+///   for (NSUInteger row = rows->firstIndex(); row != NSNotFound; row = rows->indexGreaterThanIndex(row)) ...
+/// \endcode
+/// Every machine word may be a member. A range that would run past the largest is cut there. Adding and removing take logarithmic time in
+/// the number of ranges, in any order of indexes.
+#pragma once
+
+#include <map>
+
+#include <ZtFoundation/platform/Object.h>
+
+namespace ZtFoundation {
+
+class NSMutableIndexSet;
+
+class ZT_EXPORT NSIndexSet : public NSObject {
+  ZT_OBJECT(NSIndexSet, NSObject)
+ public:
+  NSIndexSet() = default;
+
+  static Ref<NSIndexSet> indexSet();
+  static Ref<NSIndexSet> indexSetWithIndex(NSUInteger index);
+  static Ref<NSIndexSet> indexSetWithIndexesInRange(NSRange range);
+
+  /// How many indexes there are; the largest machine word when they are more than it can tell.
+  NSUInteger count() const noexcept;
+  /// How many ranges they form.
+  NSUInteger numberOfRanges() const noexcept { return ranges_.size(); }
+  bool containsIndex(NSUInteger index) const;
+  /// True when all of `other` is in here; false for none.
+  bool containsIndexes(const Ref<NSIndexSet>& other) const;
+  /// NSNotFound when there is none.
+  NSUInteger firstIndex() const noexcept;
+  NSUInteger lastIndex() const noexcept;
+  NSUInteger indexGreaterThanIndex(NSUInteger index) const;
+
+  Ref<NSMutableIndexSet> mutableCopy() const;
+
+  bool isEqual(const NSObject* other) const override;
+  using NSObject::isEqual;
+  NSUInteger hash() const override;
+  /// "(3, 10-14)".
+  Ref<NSString> description() const override;
+
+ protected:
+  friend class NSMutableIndexSet;
+  explicit NSIndexSet(std::uint8_t flags) noexcept : NSObject(ObjectKind::Other, flags) {}
+
+  // The last index of each range under its first; ranges neither overlap nor touch.
+  using Ranges = std::map<NSUInteger, NSUInteger>;
+  Ranges::const_iterator rangeWith(NSUInteger index) const;
+
+  Ranges ranges_;
+  NSUInteger count_ = 0;  // 0 also for the set of all indexes
+};
+
+class ZT_EXPORT NSMutableIndexSet : public NSIndexSet {
+  ZT_OBJECT(NSMutableIndexSet, NSIndexSet)
+ public:
+  NSMutableIndexSet() noexcept : NSIndexSet(kMutableFlag) {}
+
+  static Ref<NSMutableIndexSet> indexSet();
+
+  /// An immutable set with the same indexes.
+  Ref<NSIndexSet> copy() const;
+
+  void addIndex(NSUInteger index) { add(index, index); }
+  void addIndexes(const Ref<NSIndexSet>& other);
+  void addIndexesInRange(NSRange range);
+  void removeIndex(NSUInteger index) { remove(index, index); }
+  void removeIndexes(const Ref<NSIndexSet>& other);
+  void removeIndexesInRange(NSRange range);
+  void removeAllIndexes() noexcept;
+
+ private:
+  void add(NSUInteger first, NSUInteger last);
+  void remove(NSUInteger first, NSUInteger last);
+  void insert(NSUInteger first, NSUInteger last);
+  Ranges::iterator erase(Ranges::iterator range);
+};
+
+}  // namespace ZtFoundation

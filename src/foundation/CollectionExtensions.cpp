@@ -1,0 +1,114 @@
+#include <algorithm>
+#include <vector>
+
+#include <ZtFoundation/Utilities.h>
+
+namespace ZtFoundation::QvFoundationExtensions {
+
+namespace {
+
+// A new array with the elements that `keep` wants, also when these are all.
+template <class Keep>
+Ref<NSArray> filtered(const Ref<NSArray>& self, Keep keep) {
+  if (!self) return nullptr;
+  std::vector<Ref<NSObject>> kept;
+  kept.reserve(self->count());
+  for (const Ref<NSObject>& element : *self) {
+    if (keep(element)) kept.push_back(element);
+  }
+  return NSArray::arrayByTaking(kept);
+}
+
+bool areEqual(const Ref<NSObject>& a, const Ref<NSObject>& b) { return a && b && detail::areEqual(a.get(), b.get()); }
+
+// Whether a value can stand as a key, which finds it faster than a walk.
+bool isSimple(const NSObject& object) {
+  return object.kind() != ObjectKind::Other && object.kind() < ObjectKind::Array;
+}
+
+// The elements of an array that others are looked up among.
+class Members {
+ public:
+  explicit Members(const Ref<NSArray>& elements) : elements_(elements ? elements : NSArray::array()) {
+    for (const Ref<NSObject>& element : *elements_) {
+      isSimple(*element) ? simple_->addObject(element) : others_.push_back(element);
+    }
+  }
+  bool contain(const Ref<NSObject>& object) const {
+    const auto equal = [&](const Ref<NSObject>& element) { return areEqual(object, element); };
+    if (!isSimple(*object)) return std::any_of(elements_->begin(), elements_->end(), equal);
+    return simple_->containsObject(object) || std::any_of(others_.begin(), others_.end(), equal);
+  }
+
+ private:
+  Ref<NSArray> elements_;
+  Ref<NSMutableSet> simple_ = NSMutableSet::set();
+  std::vector<Ref<NSObject>> others_;
+};
+
+// An immutable set with what `change` makes of a copy.
+template <class Change>
+Ref<NSIndexSet> changed(const Ref<NSIndexSet>& self, Change change) {
+  if (!self) return nullptr;
+  const Ref<NSMutableIndexSet> copy = self->mutableCopy();
+  change(*copy);
+  return copy->copy();
+}
+
+}  // namespace
+
+Ref<NSArray> arrayByRemovingObject(const Ref<NSArray>& self, const Ref<NSObject>& object) {
+  return filtered(self, [&](const Ref<NSObject>& element) { return !areEqual(element, object); });
+}
+
+Ref<NSArray> arrayByRemovingObjects(const Ref<NSArray>& self, const Ref<NSArray>& objects) {
+  const Members removed(objects);
+  return filtered(self, [&](const Ref<NSObject>& element) { return !removed.contain(element); });
+}
+
+Ref<NSArray> objectsKindOfClass(const Ref<NSArray>& self, Class wanted) {
+  return filtered(self, [&](const Ref<NSObject>& element) { return element->isKindOfClass(wanted); });
+}
+
+NSUInteger numberOfObjectsEqualTo(const Ref<NSArray>& self, const Ref<NSObject>& object) {
+  if (!self) return 0;
+  const auto equal = std::count_if(self->begin(), self->end(),
+                                   [&](const Ref<NSObject>& element) { return areEqual(element, object); });
+  return static_cast<NSUInteger>(equal);
+}
+
+Ref<NSIndexSet> indexSetByAddingIndex(const Ref<NSIndexSet>& self, NSUInteger index) {
+  return changed(self, [&](NSMutableIndexSet& copy) { copy.addIndex(index); });
+}
+
+Ref<NSIndexSet> indexSetByAddingIndexes(const Ref<NSIndexSet>& self, const Ref<NSIndexSet>& indexes) {
+  return changed(self, [&](NSMutableIndexSet& copy) { copy.addIndexes(indexes); });
+}
+
+Ref<NSIndexSet> indexSetByAddingIndexesInRange(const Ref<NSIndexSet>& self, NSRange range) {
+  return changed(self, [&](NSMutableIndexSet& copy) { copy.addIndexesInRange(range); });
+}
+
+Ref<NSIndexSet> indexSetByRemovingIndex(const Ref<NSIndexSet>& self, NSUInteger index) {
+  return changed(self, [&](NSMutableIndexSet& copy) { copy.removeIndex(index); });
+}
+
+Ref<NSIndexSet> indexSetByRemovingIndexes(const Ref<NSIndexSet>& self, const Ref<NSIndexSet>& indexes) {
+  return changed(self, [&](NSMutableIndexSet& copy) { copy.removeIndexes(indexes); });
+}
+
+Ref<NSIndexSet> indexSetByRemovingIndexesInRange(const Ref<NSIndexSet>& self, NSRange range) {
+  return changed(self, [&](NSMutableIndexSet& copy) { copy.removeIndexesInRange(range); });
+}
+
+void performSelector_withEachObjectInArray(const Ref<NSObject>& self, SEL selector, const Ref<NSArray>& objects) {
+  if (!objects) return;
+  for (const Ref<NSObject>& object : *objects) performSelector_withObject(self, selector, object);
+}
+
+void performSelector_withEachObjectInSet(const Ref<NSObject>& self, SEL selector, const Ref<NSSet>& objects) {
+  if (!objects) return;
+  for (const DictionaryEntry& member : *objects) performSelector_withObject(self, selector, member.key);
+}
+
+}  // namespace ZtFoundation::QvFoundationExtensions
