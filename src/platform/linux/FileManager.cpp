@@ -12,8 +12,7 @@
 
 namespace ZtFoundation {
 
-ZT_REGISTER_CLASS(NSFileManager,  //
-                  ZT_CLASS_METHOD("defaultManager", &NSFileManager::defaultManager),
+ZT_REGISTER_CLASS(NSFileManager, ZT_CLASS_METHOD("defaultManager", &NSFileManager::defaultManager),
                   ZT_METHOD("fileExistsAtPath:", &NSFileManager::fileExistsAtPath),
                   ZT_METHOD("fileExistsAtPath:isDirectory:", &NSFileManager::fileExistsAtPath_isDirectory),
                   ZT_METHOD("createDirectoryAtPath:attributes:", &NSFileManager::createDirectoryAtPath_attributes),
