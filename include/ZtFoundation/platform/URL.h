@@ -14,6 +14,7 @@
 #include <string_view>
 
 #include <ZtFoundation/platform/Object.h>
+#include <ZtFoundation/platform/String.h>
 
 namespace ZtFoundation {
 
