@@ -28,7 +28,7 @@ std::size_t lengthOfCharacter(std::string_view text) noexcept {
 bool isPlainBlock(std::string_view text) noexcept {
   if (text.size() < ByteBlock::kSize) return false;
   const ByteBlock block(text.data());
-  return block.findControlOr<>() == ByteBlock::kSize && block.isASCII(ByteBlock::kSize);
+  return block.findControlOr<>() == ByteBlock::kSize && block.lengthOfASCII() == ByteBlock::kSize;
 }
 
 }  // namespace

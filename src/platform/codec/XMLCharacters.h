@@ -47,11 +47,8 @@ class ByteBlock {
     return static_cast<std::size_t>(std::countr_zero(found)) / 8;
   }
 
-  /// True when all of the first `count` bytes are below 0x80.
-  bool isASCII(std::size_t count) const noexcept {
-    const std::uint64_t high = bytes_ & kHigh;
-    return high == 0 || static_cast<std::size_t>(std::countr_zero(high)) / 8 >= count;
-  }
+  /// How many bytes at the front are below 0x80.
+  std::size_t lengthOfASCII() const noexcept { return static_cast<std::size_t>(std::countr_zero(bytes_ & kHigh)) / 8; }
 
  private:
   static constexpr std::uint64_t kOnes = 0x0101010101010101U;
@@ -79,7 +76,7 @@ TextRun scanText(const char* at, const char* end) noexcept {
     while (static_cast<std::size_t>(end - at) >= ByteBlock::kSize) {
       const ByteBlock block(at);
       const std::size_t found = block.findControlOr<Stops...>();
-      isASCII = isASCII && block.isASCII(found);
+      isASCII = isASCII && block.lengthOfASCII() >= found;
       at += found;
       if (found != ByteBlock::kSize) break;
     }

@@ -2,6 +2,7 @@
 #include <charconv>
 #include <cstddef>
 #include <cstdio>
+#include <cstring>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -35,6 +36,14 @@ constexpr std::string_view kEpilogue = "</plist>\n";
 // A line of Base64 text is 68 digits long.
 constexpr std::size_t kBytesInLine = 51;
 
+// The longest scalar with its tags and the end of the line.
+constexpr std::size_t kLongestLine = std::max(kLongestNumberText, kLongestDateText) + 2 * sizeof "</integer>";
+constexpr std::string_view kTabs = "\t\t\t\t\t\t\t\t";
+
+// Text is written in pieces, so that room for the worst case need not be asked for all at once.
+constexpr NSUInteger kUnitsAtOnce = 4096;
+constexpr std::size_t kBytesPerUnit = 5;  // a carriage return as a reference
+
 struct WriteFault {
   std::string text;
 };
@@ -55,15 +64,18 @@ constexpr std::string_view escapeOf(char32_t character) {
   }
 }
 
+constexpr bool standsForItself(char c) { return c >= ' ' && c <= '~' && c != '<' && c != '>' && c != '&'; }
+
 std::string nameOf(char32_t character) {
   char name[16];
   std::snprintf(name, sizeof name, "U+%04X", static_cast<unsigned>(character));
   return name;
 }
 
-template <class Integer>
-char* integerEnd(char* text, Integer value) {
-  return std::to_chars(text, text + kLongestNumberText, value).ptr;
+template <std::size_t Size>
+char* put(char* at, const char (&literal)[Size]) {
+  std::memcpy(at, literal, Size - 1);
+  return at + Size - 1;
 }
 
 class XMLWriter {
@@ -88,24 +100,32 @@ class XMLWriter {
   void openArray(const NSArray& array);
   void openDictionary(const NSDictionary& dictionary);
   void requireRoom() const;
-  void close(std::string_view endTag);
+  template <std::size_t Size>
+  void close(const char (&endTag)[Size]);
   void moveOn();
 
   void writeValue(const NSObject& value);
   void writeKey(const NSObject& key);
   void writeString(const NSString& string);
   void writeNumber(const NSNumber& number);
+  template <class Integer>
+  void writeInteger(Integer value);
+  void writeReal(double value);
   void writeDate(const NSDate& date);
   void writeData(const NSData& data);
-  void writeLine(std::string_view line);
-  void writeScalar(std::string_view line);
-  void writeTagged(std::string_view element, std::string_view text);
+
+  char* beginLine(std::size_t length);
+  template <std::size_t Size>
+  void writeLine(const char (&line)[Size]);
+  template <std::size_t Size>
+  void writeScalar(const char (&line)[Size]);
+  void endScalar(const char* end);
 
   void writeText(const NSString& text);
-  void writeNarrow(std::string_view units);
-  void writeLatin(std::string_view units);
-  void writeWide(UnitView units);
-  void writeEscaped(char32_t character);
+  NSUInteger writeNarrow(UnitView units, NSUInteger begin, NSUInteger end, char* at);
+  NSUInteger writeWide(UnitView units, NSUInteger begin, NSUInteger end, char* at);
+  char* putCharacter(char* at, char32_t character) const;
+  [[noreturn]] void refuse(char32_t character) const;
 
   std::string path() const;
   [[noreturn]] void fail(const std::string& what) const;
@@ -161,7 +181,8 @@ void XMLWriter::requireRoom() const {
   }
 }
 
-void XMLWriter::close(std::string_view endTag) {
+template <std::size_t Size>
+void XMLWriter::close(const char (&endTag)[Size]) {
   frames_.pop_back();
   writeScalar(endTag);
 }
@@ -202,13 +223,23 @@ void XMLWriter::writeValue(const NSObject& value) {
   }
 }
 
-void XMLWriter::writeLine(std::string_view line) {
-  char* at = out_.room(frames_.size() + line.size());
-  at = std::fill_n(at, frames_.size(), '\t');
-  out_.advance(std::ranges::copy(line, at).out);
+// Writes the indentation and answers where to write the line, which is at most `length` bytes.
+char* XMLWriter::beginLine(std::size_t length) {
+  const std::size_t depth = frames_.size();
+  char* const at = out_.room(std::max(depth, kTabs.size()) + length);
+  // Writing more tabs than wanted, always the same number, costs less than counting them.
+  std::memcpy(at, kTabs.data(), kTabs.size());
+  if (depth > kTabs.size()) std::fill_n(at, depth, '\t');
+  return at + depth;
 }
 
-void XMLWriter::writeScalar(std::string_view line) {
+template <std::size_t Size>
+void XMLWriter::writeLine(const char (&line)[Size]) {
+  out_.advance(put(beginLine(Size), line));
+}
+
+template <std::size_t Size>
+void XMLWriter::writeScalar(const char (&line)[Size]) {
   writeLine(line);
   moveOn();
 }
@@ -228,38 +259,38 @@ void XMLWriter::writeString(const NSString& string) {
 }
 
 void XMLWriter::writeNumber(const NSNumber& number) {
-  char text[kLongestNumberText];
   switch (number.type()) {
     case NumberType::Boolean:
-      return writeScalar(number.boolValue() ? "<true/>\n" : "<false/>\n");
+      return number.boolValue() ? writeScalar("<true/>\n") : writeScalar("<false/>\n");
     case NumberType::Signed:
-      return writeTagged("integer", {text, integerEnd(text, number.longLongValue())});
+      return writeInteger(number.longLongValue());
     case NumberType::Unsigned:
-      return writeTagged("integer", {text, integerEnd(text, number.unsignedLongLongValue())});
+      return writeInteger(number.unsignedLongLongValue());
     default:
-      return writeTagged("real", {text, writeReal(number.doubleValue(), text)});
+      return writeReal(number.doubleValue());
   }
 }
 
-void XMLWriter::writeDate(const NSDate& date) {
-  char text[kLongestDateText];
-  const char* const end = writeDateText(date.timeIntervalSinceReferenceDate(), text);
-  if (end == nullptr) fail("A date that is no finite number of seconds or has no calendar");
-  writeTagged("date", {text, end});
+template <class Integer>
+void XMLWriter::writeInteger(Integer value) {
+  char* at = put(beginLine(kLongestLine), "<integer>");
+  at = std::to_chars(at, at + kLongestNumberText, value).ptr;
+  endScalar(put(at, "</integer>\n"));
 }
 
-void XMLWriter::writeTagged(std::string_view element, std::string_view text) {
-  char* at = out_.room(frames_.size() + text.size() + 2 * element.size() + 6);
-  const auto put = [&at](std::string_view part) { at = std::ranges::copy(part, at).out; };
-  at = std::fill_n(at, frames_.size(), '\t');
-  put("<");
-  put(element);
-  put(">");
-  put(text);
-  put("</");
-  put(element);
-  put(">\n");
-  out_.advance(at);
+void XMLWriter::writeReal(double value) {
+  char* const at = codec::writeReal(value, put(beginLine(kLongestLine), "<real>"));
+  endScalar(put(at, "</real>\n"));
+}
+
+void XMLWriter::writeDate(const NSDate& date) {
+  char* const at = writeDateText(date.timeIntervalSinceReferenceDate(), put(beginLine(kLongestLine), "<date>"));
+  if (at == nullptr) fail("A date that is no finite number of seconds or has no calendar");
+  endScalar(put(at, "</date>\n"));
+}
+
+void XMLWriter::endScalar(const char* end) {
+  out_.advance(end);
   moveOn();
 }
 
@@ -267,11 +298,8 @@ void XMLWriter::writeData(const NSData& data) {
   writeLine("<data>\n");
   for (std::string_view bytes = data.view(); !bytes.empty();
        bytes.remove_prefix(std::min(kBytesInLine, bytes.size()))) {
-    const std::string_view line = bytes.substr(0, kBytesInLine);
-    char* const at = out_.room(frames_.size() + base64Length(line.size()) + 1);
-    char* end = encodeBase64(line, std::fill_n(at, frames_.size(), '\t'));
-    *end++ = '\n';
-    out_.advance(end);
+    char* const at = encodeBase64(bytes.substr(0, kBytesInLine), beginLine(base64Length(kBytesInLine) + 1));
+    out_.advance(put(at, "\n"));
   }
   writeScalar("</data>\n");
 }
@@ -280,44 +308,56 @@ void XMLWriter::writeData(const NSData& data) {
 
 void XMLWriter::writeText(const NSString& text) {
   const UnitView units = text.units();
-  units.isWide() ? writeWide(units) : writeNarrow(units.narrow());
-}
-
-// Units of one byte are the characters U+0000 to U+00FF.
-void XMLWriter::writeNarrow(std::string_view units) {
-  const char* at = units.data();
-  const char* const end = at + units.size();
-  for (;;) {
-    const TextRun run = scanText<'<', '>', '&'>(at, end);
-    const std::string_view plain(at, run.end);
-    run.isASCII ? out_.append(plain) : writeLatin(plain);
-    if (run.end == end) return;
-    writeEscaped(static_cast<unsigned char>(*run.end));
-    at = run.end + 1;
+  for (NSUInteger index = 0; index < units.size();) {
+    const NSUInteger length = std::min(units.size() - index, kUnitsAtOnce);
+    char* const at = out_.room(length * kBytesPerUnit + ByteBlock::kSize);
+    index =
+        units.isWide() ? writeWide(units, index, index + length, at) : writeNarrow(units, index, index + length, at);
   }
 }
 
-void XMLWriter::writeLatin(std::string_view units) {
-  char* at = out_.room(2 * units.size());
-  for (const char unit : units) at = detail::putUTF8(at, static_cast<unsigned char>(unit));
-  out_.advance(at);
-}
-
-void XMLWriter::writeWide(UnitView units) {
-  for (NSUInteger index = 0; index < units.size();) {
-    const char32_t character = detail::codePointAt(units, index);
-    index += detail::unitsOf(character);
-    if (isXMLCharacter(character) && escapeOf(character).empty()) {
-      out_.advance(detail::putUTF8(out_.room(4), character));
+// Units of one byte are the characters U+0000 to U+00FF, and most of them stand for themselves.
+NSUInteger XMLWriter::writeNarrow(UnitView units, NSUInteger begin, NSUInteger end, char* at) {
+  const char* const bytes = units.narrow().data();
+  for (NSUInteger index = begin; index < end;) {
+    if (end - index >= ByteBlock::kSize) {
+      const ByteBlock block(bytes + index);
+      const std::size_t plain = std::min(block.findControlOr<'<', '>', '&'>(), block.lengthOfASCII());
+      std::memcpy(at, bytes + index, ByteBlock::kSize);
+      at += plain;
+      index += plain;
+      if (plain == ByteBlock::kSize) continue;
+    }
+    const char byte = bytes[index++];
+    if (standsForItself(byte)) {
+      *at++ = byte;
     } else {
-      writeEscaped(character);
+      at = putCharacter(at, static_cast<unsigned char>(byte));
     }
   }
+  out_.advance(at);
+  return end;
 }
 
-void XMLWriter::writeEscaped(char32_t character) {
-  const std::string_view escape = escapeOf(character);
-  if (!escape.empty()) return out_.append(escape);
+// A pair of surrogates is not torn, so the end may be one unit further than asked for.
+NSUInteger XMLWriter::writeWide(UnitView units, NSUInteger begin, NSUInteger end, char* at) {
+  NSUInteger index = begin;
+  while (index < end) {
+    const char32_t character = detail::codePointAt(units, index);
+    at = putCharacter(at, character);
+    index += detail::unitsOf(character);
+  }
+  out_.advance(at);
+  return index;
+}
+
+char* XMLWriter::putCharacter(char* at, char32_t character) const {
+  if (const std::string_view escape = escapeOf(character); !escape.empty()) return std::ranges::copy(escape, at).out;
+  if (!isXMLCharacter(character)) refuse(character);
+  return detail::putUTF8(at, character);
+}
+
+void XMLWriter::refuse(char32_t character) const {
   const char* const kind = detail::isSurrogate(character) ? "unpaired surrogate " : "character ";
   fail("XML cannot hold the " + std::string(kind) + nameOf(character) + " of the text");
 }
