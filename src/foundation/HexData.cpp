@@ -5,7 +5,7 @@
 #include <ZtFoundation/platform/Exception.h>
 #include <ZtFoundation/platform/Format.h>
 
-#include "platform/objects/HexDigits.h"
+#include "foundation/HexDigits.h"
 
 namespace ZtFoundation {
 

@@ -1,4 +1,4 @@
-#include "platform/objects/HexDigits.h"
+#include "foundation/HexDigits.h"
 
 #if defined(__SSE2__)
 #include <emmintrin.h>
