@@ -164,7 +164,7 @@ Ref<NSDictionary> nestedDictionary(int levels, const Ref<NSObject>& leaf) {
 }
 
 TEST(Differences, AreFoundAtAnyDepth) {
-  constexpr int kLevels = 100'000;
+  constexpr int kLevels = 30'000;
   const Ref<NSDictionary> mine = nestedDictionary(kLevels, 1);
   EXPECT_EQ(differencesFromDictionary(mine, nestedDictionary(kLevels, 1))->count(), 0U);
   EXPECT_TRUE(isEqual(differencesFromDictionary(mine, nestedDictionary(kLevels, 2)), mine));

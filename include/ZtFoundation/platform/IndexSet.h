@@ -80,7 +80,8 @@ class ZT_EXPORT NSMutableIndexSet : public NSIndexSet {
  private:
   void add(NSUInteger first, NSUInteger last);
   void remove(NSUInteger first, NSUInteger last);
-  void insert(NSUInteger first, NSUInteger last);
+  /// `next` is the first range behind the new one.
+  void insert(Ranges::iterator next, NSUInteger first, NSUInteger last);
   Ranges::iterator erase(Ranges::iterator range);
 };
 

@@ -122,7 +122,8 @@ void NSMutableIndexSet::removeAllIndexes() noexcept {
 
 // Swallows all ranges that overlap or touch the new one.
 void NSMutableIndexSet::add(NSUInteger first, NSUInteger last) {
-  auto range = ranges_.upper_bound(first);
+  const bool behindAll = ranges_.empty() || ranges_.rbegin()->first <= first;  // usual, and found without a search
+  auto range = behindAll ? ranges_.end() : ranges_.upper_bound(first);
   if (range != ranges_.begin()) {
     const auto before = std::prev(range);
     if (before->second >= last) return;
@@ -133,7 +134,7 @@ void NSMutableIndexSet::add(NSUInteger first, NSUInteger last) {
     last = std::max(last, range->second);
     range = erase(range);
   }
-  insert(first, last);
+  insert(range, first, last);
 }
 
 // Takes out all ranges that overlap and puts back what sticks out of them.
@@ -143,13 +144,13 @@ void NSMutableIndexSet::remove(NSUInteger first, NSUInteger last) {
   while (range != ranges_.end() && range->first <= last) {
     const auto [oldFirst, oldLast] = *range;
     range = erase(range);
-    if (oldFirst < first) insert(oldFirst, first - 1);
-    if (oldLast > last) insert(last + 1, oldLast);
+    if (oldFirst < first) insert(range, oldFirst, first - 1);
+    if (oldLast > last) insert(range, last + 1, oldLast);
   }
 }
 
-void NSMutableIndexSet::insert(NSUInteger first, NSUInteger last) {
-  ranges_.emplace(first, last);
+void NSMutableIndexSet::insert(Ranges::iterator next, NSUInteger first, NSUInteger last) {
+  ranges_.emplace_hint(next, first, last);
   count_ += last - first + 1;
 }
 

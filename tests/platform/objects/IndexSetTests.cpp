@@ -170,13 +170,13 @@ TEST(IndexSet, BehavesLikeASet) {
   }
 }
 
-TEST(IndexSet, AMillionIndexesInAnyOrderAreAddedQuickly) {
-  constexpr NSUInteger kCount = 1'000'000;
+TEST(IndexSet, ManyIndexesInAnyOrderAreAddedQuickly) {
+  constexpr NSUInteger kCount = 200'000;
   Ref<NSMutableIndexSet> adjacent = NSMutableIndexSet::indexSet();
   for (NSUInteger index = kCount; index > 0; --index) adjacent->addIndex(index);
   EXPECT_EQ(adjacent->numberOfRanges(), 1U);
   Ref<NSMutableIndexSet> scattered = NSMutableIndexSet::indexSet();
-  for (NSUInteger index = 0; index < kCount; ++index) scattered->addIndex(index * 611'953 % kCount * 2);
+  for (NSUInteger index = 0; index < kCount; ++index) scattered->addIndex(index * 77'773 % kCount * 2);
   EXPECT_EQ(scattered->numberOfRanges(), kCount);
   EXPECT_EQ(scattered->count(), kCount);
 }
