@@ -657,7 +657,7 @@ TEST(XMLReader, AnyByteMayBeDamaged) {
 
 // Each of these would take minutes if the work were not in proportion to the length.
 TEST(XMLReader, HostileTextTakesLinearTime) {
-  constexpr std::size_t kCount = 2'000'000;
+  constexpr std::size_t kCount = 300'000;
   const auto start = std::chrono::steady_clock::now();
   const std::string texts[] = {
       repeated("<!--", kCount),
@@ -686,16 +686,16 @@ TEST(XMLReader, HostileTextTakesLinearTime) {
     const ReadResult result = read(text);
     EXPECT_NE(static_cast<bool>(result.value), !result.error.empty()) << text.substr(0, 40);
   }
-  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(60));
+  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(30));
 }
 
 TEST(XMLReader, ManyDifferentKeysTakeLinearTime) {
   std::string text = "<dict>";
-  for (int at = 0; at < 300'000; ++at) text += "<key>" + std::to_string(at) + "</key><true/>";
+  for (int at = 0; at < 100'000; ++at) text += "<key>" + std::to_string(at) + "</key><true/>";
   const ReadResult result = read(text + "</dict>");
   ASSERT_TRUE(result.value) << result.error;
-  EXPECT_EQ(as<NSDictionary>(result.value)->count(), 300'000U);
-  EXPECT_TRUE(as<NSDictionary>(result.value)->containsKey("299999"));
+  EXPECT_EQ(as<NSDictionary>(result.value)->count(), 100'000U);
+  EXPECT_TRUE(as<NSDictionary>(result.value)->containsKey("99999"));
 }
 
 // --- Encodings
