@@ -1,17 +1,76 @@
 /// \file Text.h
-/// Text services: numbered placeholders, scrambling of short strings, identifier strings.
+/// Text services: encodings from before Unicode, numbered placeholders, scrambling of short strings, identifier strings.
 /// \code
 ///   Ref<NSString> text = "%2 of %1";
 ///   JxReplacementExtensions::stringWithParameterArray(text, NSArray::of("ten", "three"));   // "three of ten"
 ///   ZtSimpleDecriptedKey(ZtSimpleEncriptedKey("secret", "key"), "key");                     // "secret"
 /// \endcode
-/// Threads: all operations are pure functions and may be called from any thread.
+/// Threads: all operations are pure functions of their arguments and the machine's settings, and may be called from any thread.
 #pragma once
+
+#include <cstdint>
 
 #include <ZtFoundation/platform/Array.h>
 #include <ZtFoundation/platform/String.h>
 
 namespace ZtFoundation {
+
+// --- Encodings from before Unicode
+
+namespace detail {
+ZT_EXPORT Ref<NSString> decodePascalString(const unsigned char* pascalString);
+ZT_EXPORT Ref<NSString> decodeSJIS(const void* bytes, std::uint32_t length);
+
+template <class String>
+Ref<String> newOfClass(const Ref<NSString>& text) {
+  return text ? String::stringWithString(text) : nullptr;
+}
+}  // namespace detail
+
+/// Pascal strings and Shift-JIS bytes.
+///
+/// Shift-JIS is that of code page 932: 0x5C is the backslash, 0x7E the tilde; the bytes 0x80, 0xA0 and 0xFD to 0xFF are invalid; of several
+/// codes for one character JIS X 0208 comes before NEC row 13 before the IBM rows FA to FC. Conversion to Shift-JIS never refuses:
+/// each character without a code becomes one "?". U+301C, U+2212, U+2016, U+2014, U+00A2, U+00A3 and U+00AC, which other flavours give for codes
+/// of this one, have those codes.
+///
+/// "Cannot be converted" below happens to text that is not ASCII when the Unicode module is not installed.
+namespace JxOldConversionExtensions {
+
+/// A new string of class `String` from a length byte and that many bytes in the encoding `CFStringGetSystemEncoding` answers.
+/// \returns none for null and for bytes that are not valid in that encoding.
+template <class String = NSString>
+Ref<String> stringWithPascalString(const unsigned char* pascalString) {
+  return detail::newOfClass<String>(detail::decodePascalString(pascalString));
+}
+
+/// A new string of class `String` from Shift-JIS bytes; the empty string for a length of 0.
+/// \returns none for null, whatever the length, and for bytes that are not valid.
+template <class String = NSString>
+Ref<String> stringWithSJISDataBytes_length(const void* bytes, std::uint32_t length) {
+  return detail::newOfClass<String>(detail::decodeSJIS(bytes, length));
+}
+
+/// The number of bytes of `self` in Shift-JIS; 0 for none and for text that cannot be converted.
+ZT_EXPORT std::uint32_t sjisStringLength(const Ref<NSString>& self);
+
+/// Clears `maxLength` bytes of `buffer`, then writes at most `maxLength` - 1 bytes of `self` in Shift-JIS and a zero byte.
+///
+/// The cut is by bytes and may leave the first byte of a two-byte character before the zero. A `maxLength` of 0 means no
+/// bound at all: the whole form and the zero are written, so `buffer` must have room for `sjisStringLength` + 1 bytes.
+/// \returns `buffer`; null when it is null, and, with the buffer cleared, when `self` is none or cannot be converted.
+ZT_EXPORT char* getSJISString_maxLength(const Ref<NSString>& self, char* buffer, std::uint32_t maxLength);
+
+/// Clears `maxBufferSize` bytes of `buffer`, then writes at most that many bytes of `self` in Shift-JIS, without a zero byte at the end.
+/// \returns as `getSJISString_maxLength`.
+ZT_EXPORT char* getSJISData_maxBufferSize(const Ref<NSString>& self, char* buffer, std::uint32_t maxBufferSize);
+
+/// The text of the first `limit` bytes of `self` in Shift-JIS. Where there are fewer, U+0000 stands for each that is missing.
+/// \returns the empty string when `self` is empty, `limit` is 0 or memory runs out; none when `self` is none or cannot be converted, or
+/// when `limit` splits a two-byte character.
+ZT_EXPORT Ref<NSString> stringWithSJISSizeLimitation(const Ref<NSString>& self, std::uint32_t limit);
+
+}  // namespace JxOldConversionExtensions
 
 // --- Numbered placeholders
 

@@ -25,4 +25,8 @@ ZT_EXPORT CFStringEncoding CFStringConvertIANACharSetNameToEncoding(const Ref<NS
 /// others, kInvalidStringEncoding for kCFStringEncodingInvalidId.
 ZT_EXPORT NSStringEncoding CFStringConvertEncodingToNSStringEncoding(CFStringEncoding encoding);
 
+/// The encoding of text from before Unicode, by the user's first language: Shift-JIS for Japanese, Mac Roman for every other and for
+/// none. Asks the environment each time (LANGUAGE, LC_ALL, LC_MESSAGES, LANG).
+ZT_EXPORT CFStringEncoding CFStringGetSystemEncoding();
+
 }  // namespace ZtFoundation

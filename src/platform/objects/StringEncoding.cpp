@@ -80,7 +80,13 @@ Ref<NSString> decodeUTF8(std::string_view bytes) {
   return NSString::stringWithValidUTF8(bytes);
 }
 
+// Encodings in which ASCII text has the same bytes, and text that is often nothing else.
+bool keepsASCII(NSStringEncoding encoding) noexcept {
+  return encoding == NSShiftJISStringEncoding || encoding == NSMacOSRomanStringEncoding;
+}
+
 Ref<NSString> decodeWithTables(std::string_view bytes, NSStringEncoding encoding) {
+  if (keepsASCII(encoding) && detail::isASCII(bytes)) return NSString::stringWithASCII(bytes);
   const auto charset = detail::charsetOf(encoding);
   const auto units = charset ? service<Unicode>().decode(*charset, bytes) : std::nullopt;
   return units ? NSString::stringWithCharacters_length(units->data(), units->size()) : nullptr;
@@ -171,6 +177,7 @@ Bytes encodeUTF32(UnitView units, ByteOrder order, bool mark, bool lossy) {
 }
 
 Bytes encodeWithTables(UnitView units, NSStringEncoding encoding, bool lossy) {
+  if (keepsASCII(encoding) && !units.isWide() && detail::isASCII(units.narrow())) return std::string(units.narrow());
   const auto charset = detail::charsetOf(encoding);
   if (!charset) return std::nullopt;
   detail::UnitBuffer wide(units);

@@ -9,6 +9,8 @@
 #include <memory>
 #include <vector>
 
+#include "platform/unicode/ShiftJIS.h"
+
 namespace ZtFoundation::charsets {
 
 namespace {
@@ -68,61 +70,7 @@ Converter open(const std::string& charset) {
   return converter;
 }
 
-bool isCodePage932(const std::string& charset) { return equalIgnoringCase(charset, kShiftJIS); }
-
-// What the converter makes of bytes that code page 932 leaves undefined, and one private character that it takes for another.
-bool isUndefinedIn932(char16_t unit) {
-  return unit == 0x80 || unit == 0xA0 || unit == 0xF86F || (unit >= 0xF8F0 && unit <= 0xF8F3);
-}
-
-// The converter has three control characters in the order of old terminals; here each is its own byte.
-char16_t controlOfConverter(char16_t unit) {
-  switch (unit) {
-    case 0x1A:
-      return 0x1C;
-    case 0x1C:
-      return 0x7F;
-    case 0x7F:
-      return 0x1A;
-    default:
-      return unit;
-  }
-}
-
-char16_t controlOf932(char16_t unit) {
-  switch (unit) {
-    case 0x1C:
-      return 0x1A;
-    case 0x7F:
-      return 0x1C;
-    case 0x1A:
-      return 0x7F;
-    default:
-      return unit;
-  }
-}
-
-// Characters that other flavours of Shift-JIS give for a code of this one; people type both.
-char16_t formIn932(char16_t unit) {
-  switch (unit) {
-    case 0x00A2:
-      return 0xFFE0;
-    case 0x00A3:
-      return 0xFFE1;
-    case 0x00AC:
-      return 0xFFE2;
-    case 0x2014:
-      return 0x2015;
-    case 0x2016:
-      return 0x2225;
-    case 0x2212:
-      return 0xFF0D;
-    case 0x301C:
-      return 0xFF5E;
-    default:
-      return controlOfConverter(unit);
-  }
-}
+bool isShiftJIS(const std::string& charset) { return equalIgnoringCase(charset, kShiftJIS); }
 
 // Unlike the callbacks that come with the library, these two also see characters that are ignored by default.
 void stopAtMissing(const void*, UConverterFromUnicodeArgs*, const UChar*, int32_t, UChar32, UConverterCallbackReason,
@@ -160,17 +108,6 @@ std::optional<std::basic_string<Unit>> collect(Convert convert) {
   return result;
 }
 
-std::u16string inCodePage932(std::u16string_view units, bool lossy, bool& complete) {
-  std::u16string result(units);
-  for (char16_t& unit : result) {
-    unit = formIn932(unit);
-    if (!isUndefinedIn932(unit)) continue;
-    complete = lossy;
-    unit = u'?';
-  }
-  return result;
-}
-
 }  // namespace
 
 std::optional<std::string> registeredName(std::string_view name) {
@@ -197,26 +134,20 @@ std::optional<std::string> atIndex(std::uint32_t index) {
 }
 
 std::optional<std::u16string> decode(const std::string& charset, std::string_view bytes) {
+  if (isShiftJIS(charset)) return ShiftJIS::shared().decode(bytes);
   const Converter converter = open(charset);
   if (!converter || !setCallbacks(converter.get(), false)) return std::nullopt;
   const char* from = bytes.data();
   const char* const end = from + bytes.size();
-  auto result = collect<char16_t>([&](char16_t** to, char16_t* limit, UErrorCode* status) {
+  return collect<char16_t>([&](char16_t** to, char16_t* limit, UErrorCode* status) {
     ucnv_toUnicode(converter.get(), to, limit, &from, end, nullptr, 1, status);
   });
-  if (!result || !isCodePage932(charset)) return result;
-  if (std::any_of(result->begin(), result->end(), isUndefinedIn932)) return std::nullopt;
-  std::transform(result->begin(), result->end(), result->begin(), controlOf932);
-  return result;
 }
 
 std::optional<std::string> encode(const std::string& charset, std::u16string_view units, bool lossy) {
+  if (isShiftJIS(charset)) return ShiftJIS::shared().encode(units, lossy);
   const Converter converter = open(charset);
   if (!converter || !setCallbacks(converter.get(), lossy)) return std::nullopt;
-  bool complete = true;
-  std::u16string prepared;
-  if (isCodePage932(charset)) units = prepared = inCodePage932(units, lossy, complete);
-  if (!complete) return std::nullopt;
   const char16_t* from = units.data();
   const char16_t* const end = from + units.size();
   return collect<char>([&](char** to, char* limit, UErrorCode* status) {

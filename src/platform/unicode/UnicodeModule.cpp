@@ -137,10 +137,11 @@ std::uint32_t categories(CharacterClass characters) {
 
 class ICUUnicode final : public Unicode {
  public:
-  std::optional<int> compareNaturally(std::u16string_view a, std::u16string_view b) override {
+  bool compareNaturally(std::u16string_view a, std::u16string_view b, int& order) override {
     const UCollator* const collator = naturalCollator();
-    if (collator == nullptr || !fits(a) || !fits(b)) return std::nullopt;
-    return ucol_strcoll(collator, a.data(), lengthOf(a), b.data(), lengthOf(b));
+    if (collator == nullptr || !fits(a) || !fits(b)) return false;
+    order = ucol_strcoll(collator, a.data(), lengthOf(a), b.data(), lengthOf(b));
+    return true;
   }
 
   std::optional<std::string> registeredCharset(std::string_view name) override {
