@@ -1,5 +1,6 @@
 /// \file Text.h
-/// Text services: encodings from before Unicode, numbered placeholders, scrambling of short strings, identifier strings.
+/// Text services: encodings from before Unicode, numbered placeholders, four-character codes, scrambling
+/// of short strings, identifier strings.
 /// \code
 ///   Ref<NSString> text = "%2 of %1";
 ///   JxReplacementExtensions::stringWithParameterArray(text, NSArray::of("ten", "three"));   // "three of ten"
@@ -88,6 +89,19 @@ namespace JxReplacementExtensions {
 ZT_EXPORT Ref<NSMutableString> stringWithParameterArray(const Ref<NSString>& self, const Ref<NSArray>& parameters);
 
 }  // namespace JxReplacementExtensions
+
+// --- Four-character codes
+
+/// Four-character codes of strings.
+namespace JxOSExtensions {
+
+/// The code of `self`: its first four bytes in Shift-JIS, big-endian, zero for each that is missing ("APPL" is 0x4150504C, "ab"
+/// 0x61620000). The cut may fall inside a two-byte character. A second, third or fourth byte of 0x80 or more sets every bit above its own
+/// place to 1; codes that are ASCII are not touched by this.
+/// \returns the code in the low 32 bits, the others 0; 0 when `self` is none or empty, begins with U+0000 or cannot be converted.
+ZT_EXPORT NSUInteger osType(const Ref<NSString>& self);
+
+}  // namespace JxOSExtensions
 
 // --- Scrambling and identifiers
 
