@@ -21,10 +21,11 @@ inline constexpr std::uint32_t kUCCollateDigitsAsNumberMask = 0x20000;
 /// On success answers 0 and writes, where not null, whether the texts are equivalent and their order (negative, 0, positive). Any
 /// other option word, and the lack of the Unicode module where it is needed, answers -50 (paramErr) and writes nothing.
 /// ASCII texts need no module. May be called by many threads at once.
-ZT_EXPORT OSStatus UCCompareTextDefault(std::uint32_t options, UnitView text1, UnitView text2, bool* equivalent,
-                                        std::int32_t* order);
+ZT_EXPORT OSStatus UCCompareTextDefault(std::uint32_t options, const UnitView& text1, const UnitView& text2,
+                                        bool* equivalent, std::int32_t* order);
 /// The same on UTF-16 units.
 ZT_EXPORT OSStatus UCCompareTextDefault(std::uint32_t options, const unichar* text1, NSUInteger length1,
-                                        const unichar* text2, NSUInteger length2, bool* equivalent, std::int32_t* order);
+                                        const unichar* text2, NSUInteger length2, bool* equivalent,
+                                        std::int32_t* order);
 
 }  // namespace ZtFoundation

@@ -133,7 +133,10 @@ class ZT_EXPORT NSString : public NSObject {
   unichar characterAtIndex(NSUInteger index) const;
   /// Copies the units of `range` to `buffer`, which holds at least that many.
   void getCharacters_range(unichar* buffer, NSRange range) const;
-  UnitView units() const noexcept;
+  UnitView units() const noexcept {
+    if ((flags() & kWideFlag) != 0) return {static_cast<const char16_t*>(units_), length_};
+    return {static_cast<const char*>(units_), length_};
+  }
   /// True when every unit is known to be below 0x80; a mutable string that lost its other units may still say no.
   bool isASCII() const noexcept { return (flags() & kASCIIFlag) != 0; }
 

@@ -19,7 +19,7 @@ std::u16string mapped(std::u16string_view units, Map map) {
 // Answers when the module is missing.
 class NoUnicode final : public Unicode {
  public:
-  std::optional<int> compareNaturally(std::u16string_view, std::u16string_view) override { return std::nullopt; }
+  bool compareNaturally(std::u16string_view, std::u16string_view, int&) override { return false; }
 
   std::optional<std::string> registeredCharset(std::string_view) override { return std::nullopt; }
   std::optional<std::uint32_t> indexOfCharset(const std::string&) override { return std::nullopt; }

@@ -20,7 +20,7 @@ constexpr std::uint32_t kNaturalOptions = kUCCollateComposeInsensitiveMask | kUC
 // The units of a view as UTF-16, copied only when they are stored as bytes.
 class WideUnits {
  public:
-  explicit WideUnits(UnitView units) : units_(units.isWide() ? units.wide() : widen(units)) {}
+  explicit WideUnits(const UnitView& units) : units_(units.isWide() ? units.wide() : widen(units)) {}
 
   std::u16string_view view() const noexcept { return units_; }
 
@@ -36,12 +36,13 @@ class WideUnits {
 
 int orderByUnicode(const UnitView& a, const UnitView& b) {
   const WideUnits wideA(a), wideB(b);
-  return service<Unicode>().compareNaturally(wideA.view(), wideB.view()).value_or(detail::kUndecided);
+  int order = detail::kUndecided;
+  return service<Unicode>().compareNaturally(wideA.view(), wideB.view(), order) ? order : detail::kUndecided;
 }
 
 }  // namespace
 
-OSStatus UCCompareTextDefault(std::uint32_t options, UnitView text1, UnitView text2, bool* equivalent,
+OSStatus UCCompareTextDefault(std::uint32_t options, const UnitView& text1, const UnitView& text2, bool* equivalent,
                               std::int32_t* order) {
   if (options != kNaturalOptions) return kParameterError;
   int answer = detail::naturalOrder(text1, text2);

@@ -125,21 +125,20 @@ template <class A, class B>
   }
 }
 
-// --- Texts of one byte for each unit: the first difference nearly always decides
+// --- Texts of the same width: the first difference nearly always decides
 
-using Byte = unsigned char;
 using Word = std::uint64_t;
 
 constexpr std::size_t kWordSize = sizeof(Word);
 constexpr Word kEachByte = 0x0101010101010101U;
+constexpr bool kLittleEndian = std::endian::native == std::endian::little;
 
-Word loadWord(const Byte* bytes) noexcept {
+template <class Unit>
+Word loadWord(const Unit* units) noexcept {
   Word word;
-  std::memcpy(&word, bytes, kWordSize);
+  std::memcpy(&word, units, kWordSize);
   return word;
 }
-
-constexpr bool kLittleEndian = std::endian::native == std::endian::little;
 
 // The index of the first byte in memory that is not 0; the word is not 0.
 std::size_t firstByteSet(Word word) noexcept {
@@ -151,30 +150,37 @@ std::size_t zeroBytesAtEnd(Word word) noexcept {
   return static_cast<std::size_t>(kLittleEndian ? std::countl_zero(word) : std::countr_zero(word)) / 8;
 }
 
-// The bytes from `at` on, zeros after the last one. The text is at least a word long.
-Word loadUpToWord(const Byte* at, const Byte* end) noexcept {
-  const auto left = static_cast<std::size_t>(end - at);
+// The units from `at` on, zeros after the last one. The text is at least a word long.
+template <class Unit>
+Word loadUpToWord(const Unit* at, const Unit* end) noexcept {
+  const auto left = static_cast<std::size_t>(end - at) * sizeof(Unit);
   if (left >= kWordSize) return loadWord(at);
   if (left == 0) return 0;
-  const Word word = loadWord(end - kWordSize);
+  const Word word = loadWord(end - kWordSize / sizeof(Unit));
   const std::size_t surplus = (kWordSize - left) * 8;
   return kLittleEndian ? word >> surplus : word << surplus;
 }
 
-std::size_t firstDifference(const Byte* a, const Byte* b, std::size_t length) noexcept {
+template <class Unit>
+std::size_t firstDifference(const Unit* a, const Unit* b, std::size_t length) noexcept {
+  constexpr std::size_t kStep = kWordSize / sizeof(Unit);
   std::size_t i = 0;
-  for (; i + kWordSize <= length; i += kWordSize) {
-    if (const Word difference = loadWord(a + i) ^ loadWord(b + i); difference != 0) return i + firstByteSet(difference);
+  for (; i + kStep <= length; i += kStep) {
+    const Word difference = loadWord(a + i) ^ loadWord(b + i);
+    if (difference != 0) return i + firstByteSet(difference) / sizeof(Unit);
   }
-  if (length < kWordSize) {
+  if (length < kStep) {
     while (i < length && a[i] == b[i]) ++i;
     return i;
   }
   const Word difference = loadUpToWord(a + i, a + length) ^ loadUpToWord(b + i, b + length);
-  return difference != 0 ? i + firstByteSet(difference) : length;
+  return difference != 0 ? i + firstByteSet(difference) / sizeof(Unit) : length;
 }
 
-bool isDigit(Byte byte) noexcept { return byte - unsigned{'0'} < 10; }
+template <class Unit>
+constexpr bool isDigit(Unit unit) noexcept {
+  return unit - unsigned{'0'} < 10;
+}
 
 // The high bit of each byte that is no digit.
 Word markOthers(Word bytes) noexcept {
@@ -182,79 +188,105 @@ Word markOthers(Word bytes) noexcept {
   return (values | ((values & (kEachByte * 0x7F)) + kEachByte * (0x80 - 10))) & (kEachByte * 0x80);
 }
 
-const Byte* skipDigits(const Byte* begin, const Byte* at, const Byte* end) noexcept {
-  if (static_cast<std::size_t>(end - begin) >= kWordSize) {
-    if (const Word others = markOthers(loadUpToWord(at, end)); others != 0) return at + firstByteSet(others);
-  }
-  while (at != end && isDigit(*at)) ++at;
-  return at;
+// Kanji, kana and Hangul syllables are no digits and change no weight of a character before them.
+constexpr bool isEastAsianLetter(char16_t unit) noexcept {
+  return (unit >= 0x4E00 && unit <= 0x9FFF) || (unit >= 0x3041 && unit <= 0x3096) ||
+         (unit >= 0x30A1 && unit <= 0x30FA) || (unit >= 0x3400 && unit <= 0x4DBF) || (unit >= 0xAC00 && unit <= 0xD7A3);
 }
 
 // A text and the place of its first difference from the other one.
+template <class Unit>
 struct Place {
-  const Byte* begin;
-  const Byte* at;
-  const Byte* end;
+  const Unit* begin;
+  const Unit* at;
+  const Unit* end;
 
-  Reader<Byte> readerFrom(std::size_t before) const noexcept { return {at - before, end}; }
+  bool startsPlainly(const Unit* next) const noexcept {
+    return next >= end || *next < 0x80 || (sizeof(Unit) > 1 && isEastAsianLetter(*next));
+  }
+
+  const Unit* endOfDigits() const noexcept {
+    const Unit* next = at;
+    if constexpr (sizeof(Unit) == 1) {
+      if (static_cast<std::size_t>(end - begin) >= kWordSize) {
+        if (const Word others = markOthers(loadUpToWord(at, end)); others != 0) return at + firstByteSet(others);
+      }
+    }
+    while (next != end && isDigit(*next)) ++next;
+    return next;
+  }
+
+  const Unit* startOfDigits() const noexcept {
+    if constexpr (sizeof(Unit) == 1) {
+      if (static_cast<std::size_t>(at - begin) >= kWordSize) {
+        const Word others = markOthers(loadWord(at - kWordSize));
+        if (others != 0) return at - zeroBytesAtEnd(others);
+      }
+    }
+    const Unit* first = at;
+    while (first != begin && isDigit(first[-1])) --first;
+    return first;
+  }
 };
 
-[[gnu::always_inline]] inline std::size_t digitsBefore(const Place& place) noexcept {
-  const Byte* at = place.at;
-  if (static_cast<std::size_t>(at - place.begin) >= kWordSize) {
-    if (const Word others = markOthers(loadWord(at - kWordSize)); others != 0) return zeroBytesAtEnd(others);
-  }
-  while (at != place.begin && isDigit(at[-1])) --at;
-  return static_cast<std::size_t>(place.at - at);
-}
-
-bool isPlainAt(const Byte* at, const Byte* end) noexcept { return at >= end || *at < 0x80; }
-
 // The order of two numbers, `shared` digits of which are before the difference.
-[[gnu::always_inline]] inline int orderOfNumbers(const Place& a, const Place& b, std::size_t shared) noexcept {
-  const Byte* const aNext = skipDigits(a.begin, a.at, a.end);
-  const Byte* const bNext = skipDigits(b.begin, b.at, b.end);
+template <class Unit>
+[[gnu::always_inline]] inline int orderOfNumbers(const Place<Unit>& a, const Place<Unit>& b,
+                                                 std::size_t shared) noexcept {
+  const Unit* const aNext = a.endOfDigits();
+  const Unit* const bNext = b.endOfDigits();
   const auto aRest = static_cast<std::size_t>(aNext - a.at);
   const auto bRest = static_cast<std::size_t>(bNext - b.at);
-  const Byte first = shared != 0 ? *(a.at - shared) : std::min(*a.at, *b.at);
+  const Unit first = shared != 0 ? *(a.at - shared) : std::min(*a.at, *b.at);
   if (first == '0' || shared + std::max(aRest, bRest) > kDigitsInPiece) return kUndecided;
-  if (!isPlainAt(aNext, a.end) || !isPlainAt(bNext, b.end)) return kUndecided;
+  if (!a.startsPlainly(aNext) || !b.startsPlainly(bNext)) return kUndecided;
   const int byLength = orderOf(aRest, bRest);
   return byLength != 0 ? byLength : orderOf(*a.at, *b.at);
 }
 
-// The order of two characters, at most one of which is a digit. Which one is the greater is a coin toss, so nothing branches on it.
-[[gnu::always_inline]] inline int orderOfCharacters(const Place& a, const Place& b) noexcept {
+// The order of two characters that are not both in numbers. Which one is the greater is a coin toss, so nothing branches on it.
+template <class Unit>
+[[gnu::always_inline]] inline int orderOfCharacters(const Place<Unit>& a, const Place<Unit>& b) noexcept {
   const Rank rankOfA = rankOf(*a.at), rankOfB = rankOf(*b.at);
   if ((saysLittle(rankOfA) | saysLittle(rankOfB) | unsigned{rankOfA == rankOfB}) != 0) return kUndecided;
-  return isPlainAt(a.at + 1, a.end) && isPlainAt(b.at + 1, b.end) ? orderOf(rankOfA, rankOfB) : kUndecided;
+  return a.startsPlainly(a.at + 1) && b.startsPlainly(b.at + 1) ? orderOf(rankOfA, rankOfB) : kUndecided;
 }
 
-int orderAtDifference(const Place& a, const Place& b) noexcept {
+// Digits of other scripts belong to a number too.
+template <class Unit>
+bool mayEndNumber(Unit unit) noexcept {
+  return sizeof(Unit) > 1 && unit >= 0x80 && !isEastAsianLetter(unit);
+}
+
+template <class Unit>
+[[gnu::always_inline]] inline int orderAtDifference(const Place<Unit>& a, const Place<Unit>& b) noexcept {
   if (!isDigit(*a.at) && !isDigit(*b.at)) return orderOfCharacters(a, b);
-  const std::size_t shared = digitsBefore(a);
-  const bool areNumbers = shared != 0 || (isDigit(*a.at) && isDigit(*b.at));
-  return areNumbers ? orderOfNumbers(a, b, shared) : orderOfCharacters(a, b);
+  const Unit* const number = a.startOfDigits();
+  if (number != a.begin && mayEndNumber(number[-1])) return kUndecided;
+  const bool areNumbers = number != a.at || (isDigit(*a.at) && isDigit(*b.at));
+  return areNumbers ? orderOfNumbers(a, b, static_cast<std::size_t>(a.at - number)) : orderOfCharacters(a, b);
 }
 
-int compareBytes(std::string_view textA, std::string_view textB) noexcept {
-  const auto* const beginA = reinterpret_cast<const Byte*>(textA.data());
-  const auto* const beginB = reinterpret_cast<const Byte*>(textB.data());
-  const std::size_t length = std::min(textA.size(), textB.size());
-  const std::size_t same = firstDifference(beginA, beginB, length);
-  const Place a{beginA, beginA + same, beginA + textA.size()};
-  const Place b{beginB, beginB + same, beginB + textB.size()};
+template <class Unit>
+int compareSameWidth(const Unit* textA, std::size_t lengthA, const Unit* textB, std::size_t lengthB) noexcept {
+  const std::size_t length = std::min(lengthA, lengthB);
+  const std::size_t same = firstDifference(textA, textB, length);
+  const Place<Unit> a{textA, textA + same, textA + lengthA};
+  const Place<Unit> b{textB, textB + same, textB + lengthB};
   if (same < length) {
     if (const int order = orderAtDifference(a, b); order != kUndecided) return order;
+    if (isForeign(rankOf(*a.at)) || isForeign(rankOf(*b.at))) return kUndecided;
   }
-  const std::size_t shared = digitsBefore(a);
-  return compare(a.readerFrom(shared), b.readerFrom(shared));
+  return compare(Reader<Unit>{textA, a.end}, Reader<Unit>{textB, b.end});
 }
 
-Reader<Byte> narrowReader(const UnitView& units) noexcept {
-  const auto* const start = reinterpret_cast<const Byte*>(units.narrow().data());
-  return {start, start + units.size()};
-}
+// --- Views
+
+using Byte = unsigned char;
+
+const Byte* bytesOf(const UnitView& units) noexcept { return reinterpret_cast<const Byte*>(units.narrow().data()); }
+
+Reader<Byte> narrowReader(const UnitView& units) noexcept { return {bytesOf(units), bytesOf(units) + units.size()}; }
 
 Reader<char16_t> wideReader(const UnitView& units) noexcept {
   return {units.wide().data(), units.wide().data() + units.size()};
@@ -263,10 +295,10 @@ Reader<char16_t> wideReader(const UnitView& units) noexcept {
 }  // namespace
 
 int naturalOrder(const UnitView& a, const UnitView& b) noexcept {
-  if (!a.isWide() && !b.isWide()) return compareBytes(a.narrow(), b.narrow());
+  if (!a.isWide() && !b.isWide()) return compareSameWidth(bytesOf(a), a.size(), bytesOf(b), b.size());
   if (!a.isWide()) return compare(narrowReader(a), wideReader(b));
   if (!b.isWide()) return compare(wideReader(a), narrowReader(b));
-  return compare(wideReader(a), wideReader(b));
+  return compareSameWidth(a.wide().data(), a.size(), b.wide().data(), b.size());
 }
 
 }  // namespace ZtFoundation::detail

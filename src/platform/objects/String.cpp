@@ -118,11 +118,6 @@ Ref<NSString> NSString::stringWithFileSystemRepresentation(std::string_view byte
 
 // --- Units
 
-UnitView NSString::units() const noexcept {
-  if ((flags() & kWideFlag) != 0) return {static_cast<const char16_t*>(units_), length_};
-  return {static_cast<const char*>(units_), length_};
-}
-
 unichar NSString::characterAtIndex(NSUInteger index) const {
   if (index >= length_) detail::raiseRange("character index past the end of the string");
   return units()[index];

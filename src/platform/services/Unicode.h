@@ -36,9 +36,9 @@ class Unicode {
   virtual ~Unicode() = default;
   static Unicode& production();
 
-  /// Order (negative, 0, positive) by the root collation: numbers by value, case and width and composition ignored,
-  /// punctuation and diacritics significant. None when it cannot be told (missing: always).
-  virtual std::optional<int> compareNaturally(std::u16string_view a, std::u16string_view b) = 0;
+  /// Writes the order (-1, 0, 1) by the root collation: numbers by value, case and width and composition ignored, punctuation and
+  /// diacritics significant. False, and nothing is written, when it cannot be told (missing: always).
+  virtual bool compareNaturally(std::u16string_view a, std::u16string_view b, int& order) = 0;
 
   /// The preferred registered name of the charset whose registered name or alias is `name`, in any case; none when there is
   /// none (missing: always).

@@ -15,10 +15,10 @@ namespace {
 using detail::kUndecided;
 using detail::naturalOrder;
 
-int sign(int order) { return (order > 0) - (order < 0); }
-
 int collationOrder(const std::u16string& a, const std::u16string& b) {
-  return sign(Unicode::production().compareNaturally(a, b).value());
+  int order = 9;
+  EXPECT_TRUE(Unicode::production().compareNaturally(a, b, order));
+  return order;
 }
 
 bool isASCII(const std::u16string& units) {
@@ -63,7 +63,7 @@ class Texts {
   }
 
  private:
-  static constexpr std::size_t kAlphabets = 5;
+  static constexpr std::size_t kAlphabets = 7;
 
   std::u16string text(std::size_t alphabet) {
     std::u16string result;
@@ -79,9 +79,12 @@ class Texts {
         u"IMG_0123456789. copy",
         u"lL\u00B7\u0387e\u0301\u00E9\uAC00\u1100\u1161\u11A8\u3099\u304B\u30AC\uFF76\uFF9E\uFF21\uFF11a1\u0F71\u0F72"
         u"\u0300\xD83D\xDE00-",
+        u"写真書カメノーゝ々ｶﾞ0012９٣.aAl ・\u3099\u0E40\u0E01\u1100\u1161가\u0387",
     };
     if (alphabet == 4) return static_cast<char16_t>(below(128));
-    return alphabets[alphabet][below(alphabets[alphabet].size())];
+    if (alphabet == 5) return static_cast<char16_t>(below(3) == 0 ? '0' + below(3) : 0x80 + below(128));
+    const std::u16string& units = alphabets[std::min(alphabet, std::size(alphabets) - 1)];
+    return units[below(units.size())];
   }
 
   std::u16string longNumber() {
@@ -114,7 +117,7 @@ TEST(NaturalOrderTests, AgreesWithTheCollationOnRandomPairs) {
     ++decided;
     ASSERT_EQ(answer, collationOrder(a, b)) << testing::PrintToString(a) << " / " << testing::PrintToString(b);
   }
-  EXPECT_GT(decided, pairs / 2);
+  EXPECT_GT(decided, pairs / 3);
 }
 
 TEST(NaturalOrderTests, AgreesWithTheCollationOnAllPairsOfShortASCII) {
