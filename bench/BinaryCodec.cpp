@@ -35,7 +35,7 @@ using bench::require;
 template <class Work>
 double milliseconds(Work&& work) {
   malloc_trim(0);
-  return bench::milliseconds(std::forward<Work>(work));
+  return bench::processorMilliseconds(std::forward<Work>(work));
 }
 
 struct Times {
