@@ -23,27 +23,28 @@ ZT_IMPLEMENT_CLASS(ZtLoggingManager, ZT_METHOD("configureWithPath:watch:", &ZtLo
 
 namespace {
 
-/// The line of a level, which takes the logger and the message; none for silent levels.
-Ref<NSString> lineFormat(std::int32_t level) {
-  using Formats = std::array<Ref<NSString>, 8>;
-  static const Formats& formats = *new Formats{"FATAL %@ - %@", nullptr, nullptr,         "ERROR %@ - %@",
-                                               "WARN  %@ - %@", nullptr, "INFO  %@ - %@", "DEBUG %@ - %@"};
+/// What the lines of a level begin with; empty for silent levels.
+std::string_view token(std::int32_t level) {
+  static constexpr std::array<std::string_view, 8> kTokens{"FATAL", "", "", "ERROR", "WARN ", "", "INFO ", "DEBUG"};
   const auto number = static_cast<std::uint32_t>(level);
-  return number < formats.size() ? formats[number] : nullptr;
+  return number < kTokens.size() ? kTokens[number] : std::string_view();
 }
 
-constinit thread_local int nesting = 0;
+[[gnu::tls_model("initial-exec")]] constinit thread_local int nesting = 0;
 
 /// One message on its way to a manager, on this thread. What managers and descriptions log meanwhile nests; without a limit
 /// a manager that always logs would never end.
 class MessageInProgress {
  public:
-  MessageInProgress() noexcept { ++nesting; }
+  MessageInProgress() noexcept : depth_(nesting) { ++depth_; }
   MessageInProgress(const MessageInProgress&) = delete;
   MessageInProgress& operator=(const MessageInProgress&) = delete;
-  ~MessageInProgress() { --nesting; }
+  ~MessageInProgress() { --depth_; }
 
-  bool isTooDeep() const noexcept { return nesting > 8; }
+  bool isTooDeep() const noexcept { return depth_ > 8; }
+
+ private:
+  int& depth_;
 };
 
 /// A new instance, none when its constructor throws.
@@ -61,8 +62,12 @@ void ZtLoggingManager::configureWithPath_watch(const Ref<NSString>&, bool) {}
 
 void ZtLoggingManager::appendToLogger_level_format_arguments(const Ref<NSObject>& logger, std::int32_t level,
                                                              const Ref<NSString>& format, FormatArguments arguments) {
-  const Ref<NSString> message = formatText(format, arguments);
-  if (const Ref<NSString> line = lineFormat(level)) NSLog(line, logger, message);
+  const std::string_view shown = token(level);
+  if (shown.empty()) {
+    formatText(format, arguments);
+  } else {
+    detail::logMessage(shown, logger, format, arguments);
+  }
 }
 
 void detail::appendToManager(ZtLoggingManager* manager, const Ref<NSObject>& logger, std::int32_t level,

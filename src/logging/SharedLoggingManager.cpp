@@ -1,4 +1,6 @@
+#include <atomic>
 #include <mutex>
+#include <thread>
 #include <utility>
 
 #include <ZtFoundation/Logging.h>
@@ -7,9 +9,21 @@ namespace ZtFoundation {
 
 namespace {
 
+/// Held for the few instructions that copy a pointer, so a mutex would cost more than what it guards.
+class SpinLock {
+ public:
+  void lock() noexcept {
+    while (taken_.test_and_set(std::memory_order_acquire)) std::this_thread::yield();
+  }
+  void unlock() noexcept { taken_.clear(std::memory_order_release); }
+
+ private:
+  std::atomic_flag taken_;
+};
+
 /// Never destroyed, because static objects log while they are.
 struct SharedSlot {
-  std::mutex lock;  // held only while the pointer is copied, never while a manager works or dies
+  SpinLock lock;  // never held while a manager works or dies
   Ref<ZtLoggingManager> manager;
 };
 

@@ -22,6 +22,15 @@ namespace ZtFoundation {
 /// Writes one line with the text that `format` makes of `arguments`; "(null)" for no format.
 ZT_EXPORT void NSLogv(const Ref<NSString>& format, FormatArguments arguments);
 
+namespace detail {
+
+/// Writes one line: `level`, a blank, the description of `logger`, " - " and the text that `format` makes of `arguments`, which is made
+/// before the description is asked for.
+ZT_EXPORT void logMessage(std::string_view level, const Ref<NSObject>& logger, const Ref<NSString>& format,
+                          FormatArguments arguments);
+
+}  // namespace detail
+
 /// Writes one line; Format.h describes the format language.
 template <class... Arguments>
 void NSLog(const Ref<NSString>& format, const Arguments&... arguments) {

@@ -127,6 +127,20 @@ struct Wire<void> {
   static constexpr void encode(EncodingWriter& writer) { writer.put('v'); }
 };
 
+/// An argument in the shape that a method declares, without owning it: the caller of the method does.
+template <class T>
+class Borrowed {
+ public:
+  explicit Borrowed(T* object) noexcept : ref_(Ref<T>::adopt(object)) {}
+  Borrowed(const Borrowed&) = delete;
+  Borrowed& operator=(const Borrowed&) = delete;
+  ~Borrowed() { static_cast<void>(ref_.leak()); }
+  operator const Ref<T>&() const noexcept { return ref_; }
+
+ private:
+  Ref<T> ref_;
+};
+
 template <class T>
 requires isRef<T>
 struct Wire<T> {
@@ -134,9 +148,11 @@ struct Wire<T> {
   using Result = Ref<NSObject>;
   static constexpr void encode(EncodingWriter& writer) { writer.put('@'); }
   static NSObject* pass(const T& value) { return value.get(); }
-  static T take(NSObject* object) { return T(requireKind<typename T::Element>(object)); }
+  static Borrowed<typename T::Element> take(NSObject* object) {
+    return Borrowed<typename T::Element>(requireKind<typename T::Element>(object));
+  }
   static Ref<NSObject> give(T value) { return value; }
-  static T receive(const Ref<NSObject>& object) { return take(object.get()); }
+  static T receive(const Ref<NSObject>& object) { return T(requireKind<typename T::Element>(object.get())); }
 };
 
 template <ObjectPointer T>

@@ -12,6 +12,7 @@
 #include "platform/objects/FormatParser.h"
 #include "platform/objects/NumberText.h"
 #include "platform/objects/RealFormat.h"
+#include "platform/objects/TextBuilder.h"
 #include "platform/objects/UTF8.h"
 
 namespace ZtFoundation {
@@ -113,15 +114,17 @@ bool fits(const FormatArgument& argument, char letter) {
 
 class Formatter {
  public:
-  Formatter(NSMutableString& out, UnitView format, FormatArguments arguments)
+  Formatter(detail::TextBuilder& out, UnitView format, FormatArguments arguments)
       : out_(out), format_(format), arguments_(arguments) {}
 
   void run() {
     NSUInteger position = 0;
     while (position < format_.size()) {
       const NSUInteger percent = findPercent(position);
-      out_.appendUnits(format_.slice({position, percent - position}));
+      literal({position, percent - position});
       if (percent == format_.size()) break;
+      position = convertCommon(percent);
+      if (position != 0) continue;
       const Conversion conversion = detail::parseConversion(format_, percent);
       convert(conversion);
       position = NSMaxRange(conversion.range);
@@ -134,9 +137,55 @@ class Formatter {
     return std::min(found, format_.size());
   }
 
+  // Most conversions are "%@", "%d", "%s" or "%.2f", and need not be parsed. Answers where one of these ends; 0, and nothing
+  // is done, for all others.
+  NSUInteger convertCommon(NSUInteger percent) {
+    if (percent + 1 == format_.size()) return 0;
+    const unichar letter = format_[percent + 1];
+    NSUInteger end = percent + 2;
+    if (letter == '%') return out_.append(1, '%'), end;
+    if (next_ >= arguments_.size()) return 0;
+    const FormatArgument& value = arguments_[next_];
+    if (letter == '@' || (letter == 's' && isText(value))) {
+      plainText(value);
+    } else if (letter == 'd' && value.kind() == Kind::Signed) {
+      number(value.signedValue());
+    } else if (letter == '.' && isShortFixed(percent + 2) && value.kind() == Kind::Real &&
+               std::isfinite(value.real())) {
+      number(value.real(), std::chars_format::fixed, format_[percent + 2] - '0');
+      end = percent + 4;
+    } else {
+      return 0;
+    }
+    ++next_;
+    return end;
+  }
+
+  // One digit and "f".
+  bool isShortFixed(NSUInteger at) const {
+    return at + 1 < format_.size() && format_[at] >= '0' && format_[at] <= '9' && format_[at + 1] == 'f';
+  }
+
+  template <class... How>
+  void number(How... how) {
+    std::array<char, 330> digits;  // the largest double has 309, then a point and 9 more
+    out_.append(std::string_view(digits.begin(), std::to_chars(digits.begin(), digits.end(), how...).ptr));
+  }
+
+  void plainText(const FormatArgument& value) {
+    const NSString* string = value.kind() == Kind::Object ? as<NSString>(value.object()) : nullptr;
+    if (string != nullptr) {
+      out_.append(string->units());
+    } else if (value.kind() == Kind::UTF8 && detail::isASCII(value.utf8())) {
+      out_.append(value.utf8());
+    } else {
+      out_.append(textOf(value)->units());
+    }
+  }
+
   void convert(const Conversion& conversion) {
     if (conversion.letter == 0) return asItStands(conversion);
-    if (conversion.letter == '%') return out_.appendCharacter('%');
+    if (conversion.letter == '%') return out_.append(1, '%');
 
     left_ = conversion.left;
     const auto width = counted(conversion.width);
@@ -199,14 +248,19 @@ class Formatter {
     return std::nullopt;
   }
 
-  void asItStands(const Conversion& conversion) { out_.appendUnits(format_.slice(conversion.range)); }
+  void asItStands(const Conversion& conversion) { literal(conversion.range); }
+
+  void literal(NSRange range) {
+    if (format_.isWide()) return out_.append(format_.slice(range));
+    out_.append(std::string_view(format_.narrow().data() + range.location, range.length));
+  }
 
   void unfit(const Conversion& conversion, const Ref<NSString>& shown) {
     misfit_ = nullptr;
     asItStands(conversion);
-    out_.appendCharacter('(');
-    out_.appendString(shown);
-    out_.appendCharacter(')');
+    out_.append(1, '(');
+    out_.append(shown->units());
+    out_.append(1, ')');
   }
 
   void signedInteger(const Conversion& conversion, const FormatArgument& value) {
@@ -286,10 +340,10 @@ class Formatter {
     padText(units);
   }
 
-  void padText(UnitView units) {
+  void padText(const UnitView& units) {
     const NSUInteger padding = width_ > units.size() ? width_ - units.size() : 0;
     if (!left_) fill(padding, ' ');
-    out_.appendUnits(units);
+    out_.append(units);
     if (left_) fill(padding, ' ');
   }
 
@@ -299,11 +353,9 @@ class Formatter {
     padText(view(prefix += digits));
   }
 
-  void fill(NSUInteger count, char character) {
-    if (count != 0) out_.appendUnits(view(std::string(count, character)));
-  }
+  void fill(NSUInteger count, char character) { out_.append(count, character); }
 
-  NSMutableString& out_;
+  detail::TextBuilder& out_;
   UnitView format_;
   FormatArguments arguments_;
   NSUInteger next_ = 0;
@@ -317,12 +369,17 @@ class Formatter {
 
 }  // namespace
 
+void detail::appendFormatted(TextBuilder& out, const Ref<NSString>& format, FormatArguments arguments) {
+  // A description could change the format while it is read.
+  const Ref<NSString> fixed = format->isMutable() ? format->copy() : nullptr;
+  Formatter(out, fixed ? fixed->units() : format->units(), arguments).run();
+}
+
 Ref<NSString> formatText(const Ref<NSString>& format, FormatArguments arguments) {
   if (!format) return nullptr;
-  const Ref<NSString> fixedFormat = format->copy();  // A description could change the format while it is read.
-  Ref<NSMutableString> out = NSMutableString::string();
-  Formatter(*out, fixedFormat->units(), arguments).run();
-  return out->copy();
+  detail::TextBuilder out;
+  detail::appendFormatted(out, format, arguments);
+  return NSString::stringWithUnits(out.units());
 }
 
 }  // namespace ZtFoundation

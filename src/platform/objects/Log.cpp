@@ -1,9 +1,14 @@
 #include <ZtFoundation/platform/Log.h>
 
-#include <algorithm>
 #include <cerrno>
+#include <cstdint>
+#include <cstring>
 #include <string>
 
+#include <ZtFoundation/platform/Runtime.h>
+
+#include "platform/objects/TextBuilder.h"
+#include "platform/objects/UTF8.h"
 #include "platform/services/LogSink.h"
 
 namespace ZtFoundation {
@@ -28,14 +33,63 @@ std::string escaped(const std::string& text) {
   return result;
 }
 
+// Whether all bytes are printable ASCII; eight at a time, since most lines are nothing else.
+bool isPrintable(std::string_view bytes) {
+  constexpr std::uint64_t kEach = 0x0101010101010101;
+  std::uint64_t odd = 0;
+  while (bytes.size() >= sizeof odd) {
+    std::uint64_t eight;
+    std::memcpy(&eight, bytes.data(), sizeof eight);
+    odd |= (eight - kEach * 0x20) | (eight + kEach) | eight;
+    bytes.remove_prefix(sizeof odd);
+  }
+  for (const char character : bytes) odd |= character < 0x20 || character == 0x7F ? kEach * 0x80 : 0;
+  return (odd & kEach * 0x80) == 0;
+}
+
+void writeLine(const UnitView& text) {
+  if (!text.isWide() && isPrintable(text.narrow())) return service<LogSink>().write(text.narrow());
+  service<LogSink>().write(escaped(*detail::encodeUTF8(text, detail::LoneSurrogates::Replace)));
+}
+
+void appendOrNull(detail::TextBuilder& out, const Ref<NSString>& format, FormatArguments arguments) {
+  if (format) return detail::appendFormatted(out, format, arguments);
+  out.append("(null)");
+}
+
+void appendHead(detail::TextBuilder& line, std::string_view level, const UnitView& logger) {
+  line.append(level);
+  line.append(" ");
+  line.append(logger);
+  line.append(" - ");
+}
+
 }  // namespace
 
 void NSLogv(const Ref<NSString>& format, FormatArguments arguments) {
   const int errorNumber = errno;
-  const Ref<NSString> text = formatText(format, arguments);
-  const std::string bytes = text ? text->utf8() : "(null)";
-  const bool harmless = std::none_of(bytes.begin(), bytes.end(), isShownEscaped);
-  service<LogSink>().write(harmless ? bytes : escaped(bytes));
+  detail::TextBuilder text;
+  appendOrNull(text, format, arguments);
+  writeLine(text.units());
+  errno = errorNumber;
+}
+
+void detail::logMessage(std::string_view level, const Ref<NSObject>& logger, const Ref<NSString>& format,
+                        FormatArguments arguments) {
+  const int errorNumber = errno;
+  TextBuilder line;
+  const NSString* name = as<NSString>(logger.get());
+  if (name != nullptr && !name->isMutable()) {  // Nobody can tell when it was asked, so no second buffer is needed.
+    appendHead(line, level, name->units());
+    appendOrNull(line, format, arguments);
+  } else {
+    TextBuilder message;
+    appendOrNull(message, format, arguments);
+    const Ref<NSString> described = logger ? describe(logger.get()) : nullptr;
+    appendHead(line, level, described ? described->units() : UnitView("(null)", 6));
+    line.append(message.units());
+  }
+  writeLine(line.units());
   errno = errorNumber;
 }
 

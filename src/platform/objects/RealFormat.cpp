@@ -1,6 +1,7 @@
 #include "platform/objects/RealFormat.h"
 
 #include <algorithm>
+#include <array>
 #include <charconv>
 
 namespace ZtFoundation::detail {
@@ -14,11 +15,8 @@ constexpr std::size_t kMaximumHexDigits = 13;
 constexpr std::size_t kMaximumTextSize = 1500;
 
 std::string converted(double magnitude, std::chars_format format, std::size_t precision) {
-  std::string text(kMaximumTextSize, '\0');
-  char* const end =
-      std::to_chars(text.data(), text.data() + text.size(), magnitude, format, static_cast<int>(precision)).ptr;
-  text.resize(static_cast<std::size_t>(end - text.data()));
-  return text;
+  std::array<char, kMaximumTextSize> text;
+  return {text.data(), std::to_chars(text.begin(), text.end(), magnitude, format, static_cast<int>(precision)).ptr};
 }
 
 // Puts zeros, and the point where it is wanted without digits behind it, before the exponent at `place`.
