@@ -1,5 +1,5 @@
 /// \file Text.h
-/// Text services: encodings from before Unicode, numbered placeholders, four-character codes, scrambling
+/// Text services: encodings from before Unicode, truncation for display, numbered placeholders, four-character codes, scrambling
 /// of short strings, identifier strings.
 /// \code
 ///   Ref<NSString> text = "%2 of %1";
@@ -72,6 +72,53 @@ ZT_EXPORT char* getSJISData_maxBufferSize(const Ref<NSString>& self, char* buffe
 ZT_EXPORT Ref<NSString> stringWithSJISSizeLimitation(const Ref<NSString>& self, std::uint32_t limit);
 
 }  // namespace JxOldConversionExtensions
+
+// --- Truncation for display
+
+/// Where the ellipsis replaces characters.
+inline constexpr std::int16_t kTruncateAtEnd = 0;
+inline constexpr std::int16_t kTruncateAtStart = 0x1000;
+inline constexpr std::int16_t kTruncateInMiddle = 0x4000;
+
+/// Shortens strings so that they fit a width when drawn in the system font.
+///
+/// One U+2026 stands for the removed run of UTF-16 units: the shortest one, at the place that the code names, that makes the text fit. At least
+/// two units stay before it (at the start: one after it). A run may begin or end inside a surrogate pair or a composed character. Family
+/// and size of the font are the desktop's; the first use opens the desktop module, and measuring blocks while fonts are read.
+namespace JxTruncateExtensions {
+
+/// \param drawingWidth in points; text exactly as wide fits.
+/// \param themeFontID 0 or 4: the system font of regular controls; 1 or 2: of small ones; 109: of mini ones. The emphasized fonts 2 and 4
+/// are measured as the plain ones.
+/// \param truncCode `kTruncateAtEnd`, `kTruncateAtStart` or `kTruncateInMiddle`.
+/// \returns a new immutable string, with the text of `self` when that fits, whatever the code. None for another font identifier, without a font
+/// (also when the desktop module is not installed), when the text does not fit and the code is another one, when even the shortest form is too
+/// wide, and when `self` is none.
+ZT_EXPORT Ref<NSString> truncateStringWithDrawingWidth_themeFontID_truncCode(const Ref<NSString>& self,
+                                                                             float drawingWidth,
+                                                                             std::uint16_t themeFontID,
+                                                                             std::int16_t truncCode);
+
+/// The same with the font of a control size: 1 small, 2 mini (`bold` is ignored), any other regular.
+ZT_EXPORT Ref<NSString> truncateControlStringWithDrawingWidth_truncCode_controlSize_bold(
+    const Ref<NSString>& self, float drawingWidth, std::int16_t truncCode, NSUInteger controlSize, bool bold);
+/// The same, not bold.
+ZT_EXPORT Ref<NSString> truncateControlStringWithDrawingWidth_truncCode_controlSize(const Ref<NSString>& self,
+                                                                                    float drawingWidth,
+                                                                                    std::int16_t truncCode,
+                                                                                    NSUInteger controlSize);
+/// The same, not bold, for regular controls.
+ZT_EXPORT Ref<NSString> truncateControlStringWithDrawingWidth_truncCode(const Ref<NSString>& self, float drawingWidth,
+                                                                        std::int16_t truncCode);
+/// The same, not bold, for small controls.
+ZT_EXPORT Ref<NSString> truncateSmallControlStringWithDrawingWidth_truncCode(const Ref<NSString>& self,
+                                                                             float drawingWidth,
+                                                                             std::int16_t truncCode);
+/// The same, not bold, for mini controls.
+ZT_EXPORT Ref<NSString> truncateMiniControlStringWithDrawingWidth_truncCode(const Ref<NSString>& self,
+                                                                            float drawingWidth, std::int16_t truncCode);
+
+}  // namespace JxTruncateExtensions
 
 // --- Numbered placeholders
 
