@@ -35,7 +35,10 @@ class Decoder {
   // Takes whole groups of four digits as long as nothing else comes between.
   const char* takeGroups(const char* at, const char* end) {
     while (pending_ == 0 && padding_ == 0 && end - at >= 4) {
-      const std::uint32_t a = valueOf(at[0]), b = valueOf(at[1]), c = valueOf(at[2]), d = valueOf(at[3]);
+      const std::uint32_t a = valueOf(at[0]);
+      const std::uint32_t b = valueOf(at[1]);
+      const std::uint32_t c = valueOf(at[2]);
+      const std::uint32_t d = valueOf(at[3]);
       if ((a | b | c | d) >= kSpace) break;
       put(a << 18 | b << 12 | c << 6 | d, 3);
       at += 4;

@@ -114,7 +114,7 @@ bool readUnits(std::string_view bytes, TextForm form, TextInput& input, CodecErr
 bool isSpace(char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r'; }
 
 std::string_view trimmedFront(std::string_view text) {
-  const auto first = std::ranges::find_if_not(text, isSpace);
+  const auto* const first = std::ranges::find_if_not(text, isSpace);
   return text.substr(static_cast<std::size_t>(first - text.begin()));
 }
 

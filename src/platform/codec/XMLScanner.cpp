@@ -21,7 +21,7 @@ bool isNameCharacter(char c) {
 }
 
 std::optional<XMLElement> elementNamed(std::string_view name) {
-  const auto found = std::ranges::find(kNames, name);
+  const auto* const found = std::ranges::find(kNames, name);
   if (found == kNames.end()) return std::nullopt;
   return static_cast<XMLElement>(found - kNames.begin());
 }
@@ -313,7 +313,7 @@ void XMLScanner::takeReference() {
   const std::string_view name = rest().substr(0, length);
   skip(length + 1);
   if (name.starts_with('#')) return takeCharacterReference(name.substr(1), begin);
-  const auto known = std::ranges::find(kEntities, name, &std::pair<std::string_view, char>::first);
+  const auto* const known = std::ranges::find(kEntities, name, &std::pair<std::string_view, char>::first);
   if (known == std::end(kEntities)) fail(begin, "An entity that is not known, \"" + excerpt({begin, at_}) + "\",");
   scratch_ += known->second;
 }
