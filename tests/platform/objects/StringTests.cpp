@@ -11,8 +11,7 @@ namespace {
 const char* const kSamples[] = {"",
                                 "a",
                                 "plain ASCII text",
-                                "Gr\xC3\xBC\xC3\x9F"
-                                "e",
+                                "Gr\xC3\xBC\xC3\x9F!",
                                 "\xE6\x97\xA5\xE6\x9C\xAC",
                                 "\xF0\x9F\x98\x80",
                                 "a\xC3\xA9\xE6\x97\xA5\xF0\x9F\x98\x80z"};

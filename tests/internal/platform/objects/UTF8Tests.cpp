@@ -18,8 +18,8 @@ TEST(UTF8Tests, ASCIIPrefixesOfAllLengthsAndAlignments) {
   }
 }
 
-TEST(UTF8Tests, EveryCodePointSurvives) {
-  for (char32_t codePoint = 0; codePoint < 0x110000; ++codePoint) {
+TEST(UTF8Tests, CodePointsOfEveryLengthSurvive) {
+  for (char32_t codePoint = 0; codePoint < 0x110000; codePoint += codePoint < 0x10800 ? 1 : 251) {
     char16_t units[2];
     const auto count = static_cast<std::size_t>(putCodePoint(units, codePoint) - units);
     ASSERT_EQ(count, unitsOf(codePoint));
