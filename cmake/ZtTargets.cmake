@@ -82,7 +82,7 @@ function(zt_need_modules target)
 endfunction()
 
 # examples/<name>.cpp and examples/<name>/*.cpp each become build/.../examples/<name>; examples/<name>.bundle/ becomes
-# a bundle of that name there.
+# a bundle of that name there. An example that names packages in a file "pkg-config" is left out where they are not installed.
 function(zt_add_examples)
   file(GLOB entries CONFIGURE_DEPENDS RELATIVE ${PROJECT_SOURCE_DIR}/examples ${PROJECT_SOURCE_DIR}/examples/*)
   foreach(entry IN LISTS entries)
@@ -98,9 +98,26 @@ function(zt_add_examples)
     endif()
     if(sources)
       string(REGEX REPLACE "\\.cpp$" "" name ${entry})
-      zt_add_program(example-${name} ${name} examples ${sources})
+      zt_add_example(${name} ${sources})
     endif()
   endforeach()
+endfunction()
+
+function(zt_add_example name)
+  set(list ${PROJECT_SOURCE_DIR}/examples/${name}/pkg-config)
+  set(packages)
+  if(EXISTS ${list})
+    file(STRINGS ${list} packages)
+    find_package(PkgConfig REQUIRED)
+    pkg_check_modules(ZT_EXAMPLE_${name} IMPORTED_TARGET ${packages})
+    if(NOT ZT_EXAMPLE_${name}_FOUND)
+      return()
+    endif()
+  endif()
+  zt_add_program(example-${name} ${name} examples ${ARGN})
+  if(packages)
+    target_link_libraries(example-${name} PRIVATE PkgConfig::ZT_EXAMPLE_${name})
+  endif()
 endfunction()
 
 # A plug-in: its code, named like the bundle, and its Info.plist.
