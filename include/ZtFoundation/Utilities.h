@@ -122,7 +122,7 @@ ZT_EXPORT Ref<NSArray> arrayByRemovingObject(const Ref<NSArray>& self, const Ref
 ZT_EXPORT Ref<NSArray> arrayByRemovingObjects(const Ref<NSArray>& self, const Ref<NSArray>& objects);
 /// The elements whose class is `wanted` or derives from it, in order; no element is of the null class.
 ZT_EXPORT Ref<NSArray> objectsKindOfClass(const Ref<NSArray>& self, Class wanted);
-/// How many elements equal `object`; 0 for none.
+/// How many elements answer true when asked whether they are equal (`isEqualTo`) to `object`; 0 for none.
 ZT_EXPORT NSUInteger numberOfObjectsEqualTo(const Ref<NSArray>& self, const Ref<NSObject>& object);
 
 /// A new set of class `Set`, NSIndexSet or NSMutableIndexSet, with the indexes of `other`.

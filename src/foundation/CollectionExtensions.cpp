@@ -71,10 +71,9 @@ Ref<NSArray> objectsKindOfClass(const Ref<NSArray>& self, Class wanted) {
 }
 
 NSUInteger numberOfObjectsEqualTo(const Ref<NSArray>& self, const Ref<NSObject>& object) {
-  if (!self) return 0;
-  const auto equal = std::count_if(self->begin(), self->end(),
-                                   [&](const Ref<NSObject>& element) { return areEqual(element, object); });
-  return static_cast<NSUInteger>(equal);
+  if (!self || !object) return 0;
+  const auto isEqualTo = [&](const Ref<NSObject>& element) { return detail::areEqualTo(element.get(), object.get()); };
+  return static_cast<NSUInteger>(std::count_if(self->begin(), self->end(), isEqualTo));
 }
 
 Ref<NSIndexSet> indexSetByAddingIndex(const Ref<NSIndexSet>& self, NSUInteger index) {

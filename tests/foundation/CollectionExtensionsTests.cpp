@@ -62,6 +62,20 @@ class Chameleon : public NSObject {
   using NSObject::isEqual;
 };
 
+// Equal to nothing but itself, except to scripts.
+class TwoFaced : public NSObject {
+  ZT_OBJECT(TwoFaced, NSObject)
+ public:
+  bool isEqualTo(const NSObject* other) const override { return as<TwoFaced>(other) != nullptr; }
+};
+
+TEST(CollectionExtensions, CountsByTheEqualityOfScripts) {
+  const Ref<NSArray> objects = NSArray::of(make<TwoFaced>(), make<TwoFaced>(), "a", make<Chameleon>());
+  EXPECT_EQ(numberOfObjectsEqualTo(objects, make<TwoFaced>()), 2U);
+  EXPECT_EQ(numberOfObjectsEqualTo(objects, "a"), 2U);
+  EXPECT_EQ(arrayByRemovingObject(objects, make<TwoFaced>())->count(), 4U);
+}
+
 TEST(CollectionExtensions, ObjectsOfHostsDecideThemselves) {
   EXPECT_EQ(arrayByRemovingObjects(NSArray::of(make<Chameleon>(), 1), NSArray::of("any text"))->count(), 1U);
 }
@@ -187,6 +201,7 @@ class Collector : public NSObject {
 }  // namespace
 
 ZT_REGISTER_CLASS(Chameleon);
+ZT_REGISTER_CLASS(TwoFaced);
 ZT_REGISTER_CLASS(StyledString);
 ZT_REGISTER_CLASS(Collector, ZT_METHOD("take:", &Collector::take));
 

@@ -57,6 +57,8 @@ class ZT_EXPORT NSObject {
   /// Equality of contents; for a class that says nothing else, identity. Comparing with none is never equal.
   virtual bool isEqual(const NSObject* other) const { return other == this; }
   bool isEqual(const Ref<NSObject>& other) const { return isEqual(other.get()); }
+  /// Equality as scripts see it: `isEqual`, unless a class says otherwise.
+  virtual bool isEqualTo(const NSObject* other) const;
   /// Equal objects have equal hashes.
   virtual NSUInteger hash() const;
   /// The text that "%@" prints. The default names class and address.

@@ -197,6 +197,7 @@ namespace detail {
 ZT_EXPORT Ref<NSString> describe(const NSObject* object);
 ZT_EXPORT NSUInteger hashOf(const NSObject* object);
 ZT_EXPORT bool areEqual(const NSObject* object, const NSObject* other);
+ZT_EXPORT bool areEqualTo(const NSObject* object, const NSObject* other);
 
 ZT_EXPORT SEL internSelector(std::string_view name);
 ZT_EXPORT bool registerClass(Class one) noexcept;

@@ -17,10 +17,11 @@ Class NSObject::classObject() {
   ZT_LIST_CLASS(NSObject);
   static constexpr auto methods = detail::methodList(
       ZT_METHOD("isEqual:", static_cast<bool (NSObject::*)(const NSObject*) const>(&NSObject::isEqual)),
-      ZT_METHOD("hash", &NSObject::hash), ZT_METHOD("description", &NSObject::description),
-      ZT_METHOD("class", &NSObject::isa), ZT_METHOD("superclass", &superclassOf),
-      ZT_METHOD("isKindOfClass:", &NSObject::isKindOfClass), ZT_METHOD("isMemberOfClass:", &NSObject::isMemberOfClass),
-      ZT_METHOD("respondsToSelector:", &responds), ZT_METHOD("performSelector:", &performSelector),
+      ZT_METHOD("isEqualTo:", &NSObject::isEqualTo), ZT_METHOD("hash", &NSObject::hash),
+      ZT_METHOD("description", &NSObject::description), ZT_METHOD("class", &NSObject::isa),
+      ZT_METHOD("superclass", &superclassOf), ZT_METHOD("isKindOfClass:", &NSObject::isKindOfClass),
+      ZT_METHOD("isMemberOfClass:", &NSObject::isMemberOfClass), ZT_METHOD("respondsToSelector:", &responds),
+      ZT_METHOD("performSelector:", &performSelector),
       ZT_METHOD("performSelector:withObject:", &performSelector_withObject),
       ZT_METHOD("performSelector:withObject:withObject:", &performSelector_withObject_withObject),
       ZT_CLASS_METHOD("new", &newInstance), ZT_CLASS_METHOD("isSubclassOfClass:", &isSubclass),
@@ -30,6 +31,8 @@ Class NSObject::classObject() {
 }
 
 bool NSObject::isKindOfClass(Class wanted) const { return isa()->isSubclassOfClass(wanted); }
+
+bool NSObject::isEqualTo(const NSObject* other) const { return detail::areEqual(this, other); }
 
 namespace {
 
@@ -102,6 +105,10 @@ NSUInteger hashOf(const NSObject* object) {
 
 bool areEqual(const NSObject* object, const NSObject* other) {
   return isOfHost(object) ? send<bool>(receiver(object), ZT_SELECTOR("isEqual:"), other) : object->isEqual(other);
+}
+
+bool areEqualTo(const NSObject* object, const NSObject* other) {
+  return isOfHost(object) ? send<bool>(receiver(object), ZT_SELECTOR("isEqualTo:"), other) : object->isEqualTo(other);
 }
 
 }  // namespace detail
