@@ -18,7 +18,11 @@ namespace QvFoundationExtensions {
 
 /// Makes the folder at `path` and, with `recursively`, every missing folder above it; each gets `attributes`, which may be none.
 /// With `recursively` a folder that exists is a success, and so is a path without components; without, the answer is that of
-/// `createDirectoryAtPath_attributes`. False on failure, which leaves the folders made so far. Links to folders count as folders.
+/// `createDirectoryAtPath_attributes`. Links to folders count as folders.
+///
+/// What exists is asked of the default manager, what is missing is made by `self`. Blocks as long as the file system does.
+/// \returns false on failure, which leaves the folders made so far: a file stands in the way, a folder cannot be made, or another process
+/// made it in between; also when `self` or `path` is none.
 ZT_EXPORT bool createDirectoryAtPath_attributes_recursively(const Ref<NSFileManager>& self, const Ref<NSString>& path,
                                                             const Ref<NSDictionary>& attributes, bool recursively);
 

@@ -182,7 +182,8 @@ class ZT_EXPORT QvPropertyList : public NSObject {
   }
   /// A new store on the file at `path`, loaded. Without a file, or with one that cannot be read or parsed, it starts with an empty
   /// mutable dictionary and without a snapshot; parse errors go to the log, one for each of the two values. A file in
-  /// another of the platform's formats keeps it: `format` then tells the one found. Never none.
+  /// another of the platform's formats keeps it: `format` then tells the one found. Never none. OpenStep text is read but never
+  /// written, so a store on such a file cannot be saved until `setFormat` chooses another format.
   template <class Store = QvPropertyList>
   static Ref<Store> initWithPath_format(const Ref<NSString>& path, QvPropertyListFormat format) {
     return as<Store>(initialise(make<Store>(), path, format));
@@ -204,12 +205,14 @@ class ZT_EXPORT QvPropertyList : public NSObject {
   virtual bool hasUnsavedChanges();
   /// Writes the working value to the file, making the folders on the way to it, renews the snapshot and posts
   /// QvPropertyListDidSaveValuesNotification before it returns. False on failure, which leaves file, snapshot and working
-  /// value as they were; an error text of the writer goes to the log. Blocks until the file is on the device.
+  /// value as they were, though folders that were made stay; an error text of the writer goes to the log. Links are followed, and
+  /// stay links. Blocks until the file is on the device.
   ///
   /// The snapshot is what the platform's codec reads back. It reads no INI text, so a store of that format has no snapshot after
   /// a save: it logs an error text, keeps telling that there are unsaved changes, and `discardChanges` empties it.
   virtual bool saveChanges();
-  /// Makes the working value a mutable copy of the snapshot, or an empty mutable dictionary if there is none.
+  /// Makes the working value a mutable copy of the snapshot, or an empty mutable dictionary if there is none. When the snapshot
+  /// cannot be copied the reason goes to the log and the working value is none.
   virtual void discardChanges();
   /// The same as `saveChanges`.
   virtual bool synchronize();

@@ -140,6 +140,7 @@ Ref<NSData> readDump(const NSString& text) {
     return nullptr;
   }
   const NSUInteger count = bytesInDump(text.length());
+  if (count >= kCountLimit / 2) return nullptr;
   bool complete = false;
   const Ref<NSData> data = NSData::dataWithLength(
       count, [&](unsigned char* bytes) { complete = readDump(text.units().narrow(), bytes, count); });

@@ -79,6 +79,8 @@ Ref<QvPropertyList> QvPropertyList::initialiseAsXML(const Ref<NSString>& path) {
 Ref<QvPropertyList> QvPropertyList::initialiseInFormat(const Ref<NSString>& path, QvPropertyListFormat format) {
   path_ = path;
   format_ = format;
+  serializedValues_.reset();
+  currentValues_.reset();
   send(this, ZT_SELECTOR("_init"));
   return this;
 }

@@ -2,12 +2,13 @@
 
 #include <ZtFoundation/Text.h>
 #include <ZtFoundation/platform/Exception.h>
+#include <ZtFoundation/platform/Runtime.h>
 
 namespace ZtFoundation {
 
 namespace {
 
-constexpr std::size_t kLongestResult = std::size_t{1} << 24;
+constexpr std::size_t kMostGrowth = std::size_t{1} << 24;
 
 std::u16string placeholderFor(NSUInteger number) {
   const std::string digits = std::to_string(number);
@@ -64,18 +65,20 @@ class Template {
   void replaceWith(const std::u16string& reversed, std::size_t replaced, NSUInteger number) {
     before_.resize(before_.size() - replaced);
     behind_.append(reversed);
-    if (before_.size() + behind_.size() > kLongestResult) {
+    if (before_.size() + behind_.size() > longest_) {
       raise("filling in parameter " + std::to_string(number) + " makes the text too long");
     }
   }
 
   std::u16string before_;
   std::u16string behind_;
+  std::size_t longest_{kMostGrowth + behind_.size()};
 };
 
 std::u16string textOf(const Ref<NSObject>& parameter) {
   if (const NSString* text = as<NSString>(parameter.get())) return text->utf16();
-  return parameter->description()->utf16();
+  const Ref<NSString> description = detail::describe(parameter.get());
+  return description ? description->utf16() : u"(null)";
 }
 
 Ref<NSMutableString> mutableStringWith(const std::u16string& units) {

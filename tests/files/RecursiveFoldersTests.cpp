@@ -28,6 +28,18 @@ class NotingManager : public NSFileManager {
   std::size_t limit = 100;
 };
 
+/// Another process is always a moment faster.
+class BeatenManager : public NSFileManager {
+  ZT_OBJECT(BeatenManager, NSFileManager)
+ public:
+  bool createDirectoryAtPath_attributes(const Ref<NSString>& path, const Ref<NSDictionary>& attributes) override {
+    std::filesystem::create_directory(path->utf8());
+    return NSFileManager::createDirectoryAtPath_attributes(path, attributes);
+  }
+};
+
+ZT_IMPLEMENT_CLASS(BeatenManager);
+
 bool refuseToMakeFolders(NSFileManager&, const Ref<NSString>&, const Ref<NSDictionary>&) { return false; }
 
 ZT_IMPLEMENT_CLASS(NotingManager);
@@ -138,6 +150,19 @@ TEST_F(RecursiveFoldersTests, TheReceiverMakesEachFolder) {
   EXPECT_FALSE(createDirectoryAtPath_attributes_recursively(noting, folder.string("a/d/e/f"), nullptr, true));
   EXPECT_EQ(noting->made.size(), 4U) << "nothing is tried after a failure";
   EXPECT_TRUE(isFolder("a/d"));
+}
+
+TEST_F(RecursiveFoldersTests, AFolderThatAnotherProcessMakesInBetweenIsAFailure) {
+  const Ref<BeatenManager> beaten = ZtFoundation::make<BeatenManager>();
+  EXPECT_FALSE(createDirectoryAtPath_attributes_recursively(beaten, folder.string("a/b/c"), nullptr, true));
+  EXPECT_TRUE(isFolder("a/b"));
+  EXPECT_FALSE(isFolder("a/b/c"));
+}
+
+TEST_F(RecursiveFoldersTests, NamesNeedNotBeUTF8) {
+  const Ref<NSString> path = NSString::stringWithFileSystemRepresentation(folder / "a/\xFF/\xC3");
+  EXPECT_TRUE(createDirectoryAtPath_attributes_recursively(manager, path, nullptr, true));
+  EXPECT_TRUE(isFolder("a/\xFF/\xC3"));
 }
 
 TEST_F(RecursiveFoldersTests, AReplacedMethodOfTheReceiverCounts) {

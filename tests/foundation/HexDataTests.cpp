@@ -130,6 +130,8 @@ TEST(HexDataTests, TheFirstIllegalDigitRaises) {
   EXPECT_EQ(reasonFor("1-2z"), reasonNaming("-"));
   EXPECT_EQ(reasonFor("\xC3\xA9"), reasonNaming("\xC3\xA9"));
   EXPECT_EQ(reasonFor(u"\u0167"), reasonNaming("g"));
+  EXPECT_EQ(reasonFor("\x1b"), reasonNaming("\x1b"));
+  EXPECT_EQ(reasonFor(u"\u0100"), reasonNaming(std::string(1, '\0')));
   EXPECT_EQ(reasonFor(std::string(80, '1').append("g").append(79, '!')), reasonNaming("g"));
   EXPECT_EQ(reasonFor(withByte(plainDump(counting(40)), 40, '@')), reasonNaming("@"));
 }

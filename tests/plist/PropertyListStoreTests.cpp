@@ -330,6 +330,45 @@ TEST_F(PropertyListStoreTests, AFolderOrFileThatCannotBeMadeIsASilentFailure) {
   EXPECT_EQ(folder.names(), (std::set<std::string>{"settings", "folder"}));
 }
 
+TEST_F(PropertyListStoreTests, AFailedWriteLeavesEverythingAsItWas) {
+  writeValues(NSDictionary::dictionaryWithObject_forKey("old", "k"), 100);
+  const Ref<QvPropertyList> store = QvPropertyList::initWithPath(path);
+  const Ref<NSObject> snapshot = store->_serializedValues();
+  const Ref<NSObject> values = store->values();
+  valuesOf(store)->setObject_forKey("new", "k");
+  std::filesystem::remove(file);
+  std::filesystem::create_directory(file);  // where the file was
+  Observer observer;
+  EXPECT_FALSE(store->saveChanges());
+  EXPECT_EQ(observer.count, 0);
+  EXPECT_EQ(store->_serializedValues(), snapshot);
+  EXPECT_EQ(store->values(), values);
+  EXPECT_TRUE(store->hasUnsavedChanges());
+  EXPECT_EQ(folder.names(), std::set<std::string>{"settings"}) << "no litter";
+}
+
+TEST_F(PropertyListStoreTests, OpenStepTextIsReadAndNotWritten) {
+  writeFile(file, "{ k = v; }");
+  const Ref<QvPropertyList> store = QvPropertyList::initWithPath(path);
+  EXPECT_EQ(store->format(), 1);
+  EXPECT_FALSE(store->hasUnsavedChanges());
+  LogCapture log;
+  EXPECT_FALSE(store->saveChanges());
+  EXPECT_EQ(log.texts().size(), 1U);
+  EXPECT_EQ(contentsOf(file), "{ k = v; }");
+  store->setFormat(200);
+  EXPECT_TRUE(store->saveChanges());
+}
+
+TEST_F(PropertyListStoreTests, PathsNeedNotBeUTF8) {
+  const Ref<NSString> odd = NSString::stringWithFileSystemRepresentation(folder / "d\xFF/\xC3.plist");
+  const Ref<QvPropertyList> store = QvPropertyList::initWithPath(odd);
+  valuesOf(store)->setObject_forKey("v", "k");
+  ASSERT_TRUE(store->saveChanges());
+  EXPECT_TRUE(std::filesystem::is_regular_file(folder / "d\xFF/\xC3.plist"));
+  EXPECT_FALSE(QvPropertyList::initWithPath(odd)->hasUnsavedChanges());
+}
+
 TEST_F(PropertyListStoreTests, NoValuesCannotBeSaved) {
   const Ref<QvPropertyList> store = QvPropertyList::initWithPath(path);
   store->setValues(nullptr);
@@ -431,6 +470,17 @@ TEST_F(PropertyListStoreTests, ALoadedINIStoreDiscardsToItsFile) {
   store->discardChanges();
   EXPECT_FALSE(store->hasUnsavedChanges());
   EXPECT_TRUE(valuesOf(store)->objectForKey("S")->isMutable());
+}
+
+TEST_F(PropertyListStoreTests, InitialisingAgainForgetsTheOtherFile) {
+  writeValues(NSDictionary::dictionaryWithObject_forKey("v", "k"), 100);
+  const Ref<QvPropertyList> store = QvPropertyList::initWithPath(path);
+  send<Ref<QvPropertyList>>(store, ZT_SELECTOR("initWithPath:format:"), folder.string("missing"),
+                            QvPropertyListFormat{200});
+  EXPECT_EQ(store->format(), 200);
+  EXPECT_EQ(valuesOf(store)->count(), 0U);
+  EXPECT_FALSE(store->_serializedValues());
+  EXPECT_TRUE(store->hasUnsavedChanges());
 }
 
 TEST_F(PropertyListStoreTests, DestroyingAStoreSavesNothing) {

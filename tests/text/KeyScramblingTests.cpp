@@ -47,6 +47,7 @@ TEST(KeyScramblingTests, ReadsPairsAsAScannerDoes) {
       {"+7", {0x07}},
       {"-1", {0xFFFF}},
       {"05-+", {0x05, 0x05}},
+      {"050x", {0x05, 0x00}},  // the first digit alone, not the value before
       {"0x", {0x00}},
       {"fF", {0xFF}},
   };
@@ -60,9 +61,9 @@ TEST(KeyScramblingTests, ReadsPairsAsAScannerDoes) {
 TEST(KeyScramblingTests, OnlyTheLowByteOfAScrambledUnitCounts) { EXPECT_EQ(unscrambled(u"\u0130\u0233", "B"), u"A"); }
 
 TEST(KeyScramblingTests, EveryASCIIPairComesBack) {
-  for (char text = 0; text >= 0 && text < 127; ++text) {
+  for (int text = 0; text < 128; ++text) {
     for (const char* key : {"k", " ~", "The quick brown fox"}) {
-      const std::string plain(5, text);
+      const std::string plain(5, static_cast<char>(text));
       EXPECT_EQ(unscrambled(ZtSimpleEncriptedKey(plain, key), key), NSString::stringWithASCII(plain)->utf16());
     }
   }

@@ -71,6 +71,21 @@ TEST(ParameterSubstitutionTests, GrowthWithoutBoundIsRefused) {
   EXPECT_THROW(filled("%" + std::string(40, '1'), NSArray::of("1%%")), NSException);
 }
 
+TEST(ParameterSubstitutionTests, ALongTextIsNoGrowth) {
+  const std::string text(std::size_t{1} << 25, 'x');
+  EXPECT_TRUE(filled(text + "%1", NSArray::of("end")) == text + "end");
+}
+
+// Shows nothing.
+class Silent : public NSObject {
+ public:
+  Ref<NSString> description() const override { return nullptr; }
+};
+
+TEST(ParameterSubstitutionTests, AnObjectWithoutDescriptionShowsAsNone) {
+  EXPECT_EQ(filled("<%1>", NSArray::arrayWithObject(make<Silent>())), "<(null)>");
+}
+
 TEST(ParameterSubstitutionTests, ManyPlaceholdersTakeLinearTime) {
   std::string text;
   std::string expected;

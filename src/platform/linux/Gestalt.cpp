@@ -72,7 +72,7 @@ class LinuxGestalt : public Gestalt {
 }  // namespace
 
 Gestalt& Gestalt::production() {
-  static LinuxGestalt gestalt;
+  static Gestalt& gestalt = *new LinuxGestalt;  // never destroyed, so it answers during exit too
   return gestalt;
 }
 

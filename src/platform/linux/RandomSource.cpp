@@ -24,7 +24,7 @@ class KernelRandomSource : public RandomSource {
 }  // namespace
 
 RandomSource& RandomSource::production() {
-  static KernelRandomSource source;
+  static RandomSource& source = *new KernelRandomSource;  // never destroyed, so it answers during exit too
   return source;
 }
 
