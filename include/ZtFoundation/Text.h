@@ -161,14 +161,14 @@ ZT_EXPORT Ref<NSString> ZtIdentifierString();
 ///
 /// Only pairs of units whose exclusive-or has a low byte of at most 0x7F are allowed, which holds for ASCII text with an ASCII
 /// key; anything else stops the process with a message, because its result could not be read back.
-/// \returns none when text or key is none or the key is empty.
+/// \returns none when text or key is none, the key is empty or memory runs out.
 ZT_EXPORT Ref<NSString> ZtSimpleEncriptedKey(const Ref<NSString>& text, const Ref<NSString>& key);
 
 /// Turns the result of `ZtSimpleEncriptedKey` back into the text, given the same key.
 ///
 /// Digits may be in either case. A pair that is no number repeats the value of the pair before it (0 at the start), one whose second
 /// character is no digit has the value of its first; an odd last character is ignored.
-/// \returns none when text or key is none or the key is empty.
+/// \returns none when text or key is none, the key is empty or memory runs out.
 ZT_EXPORT Ref<NSString> ZtSimpleDecriptedKey(const Ref<NSString>& scrambled, const Ref<NSString>& key);
 
 /// The worker of `ZtSimpleEncriptedKey`, with the same rules.

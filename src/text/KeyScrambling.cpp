@@ -1,5 +1,6 @@
 #include <cstdint>
 #include <cstdlib>
+#include <new>
 #include <optional>
 #include <string>
 
@@ -75,7 +76,7 @@ class PairScanner {
 
 }  // namespace
 
-Ref<NSString> __EncriptedKey(const Ref<NSString>& text, const Ref<NSString>& key) {
+Ref<NSString> __EncriptedKey(const Ref<NSString>& text, const Ref<NSString>& key) try {
   if (!isUsable(text, key)) return nullptr;
   const UnitView units = text->units();
   RepeatingKey keyUnits(*key);
@@ -87,9 +88,11 @@ Ref<NSString> __EncriptedKey(const Ref<NSString>& text, const Ref<NSString>& key
     scrambled[2 * at + 1] = kDigits[byte & 0xF];
   }
   return NSString::stringWithASCII(scrambled);
+} catch (const std::bad_alloc&) {
+  return nullptr;
 }
 
-Ref<NSString> __DecriptedKey(const Ref<NSString>& scrambled, const Ref<NSString>& key) {
+Ref<NSString> __DecriptedKey(const Ref<NSString>& scrambled, const Ref<NSString>& key) try {
   if (!isUsable(scrambled, key)) return nullptr;
   const UnitView units = scrambled->units();
   RepeatingKey keyUnits(*key);
@@ -100,6 +103,8 @@ Ref<NSString> __DecriptedKey(const Ref<NSString>& scrambled, const Ref<NSString>
     text[at] = static_cast<unichar>(keyUnits.next() ^ value);
   }
   return NSString::stringWithCharacters_length(text.data(), text.size());
+} catch (const std::bad_alloc&) {
+  return nullptr;
 }
 
 Ref<NSString> ZtSimpleEncriptedKey(const Ref<NSString>& text, const Ref<NSString>& key) {

@@ -2,6 +2,10 @@
 
 #include <ZtFoundation/Text.h>
 
+#include "support/ChildProcess.h"
+#include "support/LittleMemory.h"
+#include "support/Sanitizers.h"
+
 namespace ZtFoundation {
 namespace {
 
@@ -20,6 +24,7 @@ TEST(KeyScramblingTests, WritesTwoDigitsForEachUnit) {
   EXPECT_EQ(scrambled("", "k"), "");
   EXPECT_EQ(scrambled("a", "a"), "00");
   EXPECT_EQ(scrambled(u"\u0141", "A"), "00");  // the high byte is dropped
+  EXPECT_EQ(scrambled(u"\u00E9", u"\u0396"), "7F");
 }
 
 TEST(KeyScramblingTests, ReadsItBack) {
@@ -83,6 +88,17 @@ TEST(KeyScramblingTests, NoneAndEmptyKeysGiveNone) {
 TEST(KeyScramblingTests, TheWorkersAnswerTheSame) {
   EXPECT_EQ(__EncriptedKey("A", "B")->utf8(), "03");
   EXPECT_EQ(__DecriptedKey("03", "B")->utf8(), "A");
+}
+
+TEST(KeyScramblingTests, WithoutMemoryThereIsNone) {
+  if (test::kIsSanitized) GTEST_SKIP() << "this build cannot do with little memory";
+  EXPECT_EQ(test::inChild([] {
+              const Ref<NSString> text = std::string(std::size_t{1} << 26, '0');
+              const Ref<NSString> key = "k";
+              if (!test::leaveLittleMemory()) return 2;
+              return __EncriptedKey(text, key) || __DecriptedKey(text, key) ? 1 : 0;
+            }),
+            0);
 }
 
 TEST(KeyScramblingDeathTests, StopsTheProcessRatherThanWriteMoreThanTwoDigits) {

@@ -6,6 +6,10 @@
 
 #include <ZtFoundation/Text.h>
 
+#include "support/ChildProcess.h"
+#include "support/LittleMemory.h"
+#include "support/Sanitizers.h"
+
 namespace ZtFoundation {
 namespace {
 
@@ -147,6 +151,17 @@ TEST(LegacyConversionTests, ALimitFarBeyondTheTextIsSafe) {
   const Ref<NSString> text = stringWithSJISSizeLimitation("a", 1000000);
   EXPECT_EQ(text->length(), 1000000U);
   EXPECT_EQ(text->characterAtIndex(999999), 0);
+}
+
+TEST(LegacyConversionTests, ALimitBeyondMemoryGivesTheEmptyString) {
+  if (test::kIsSanitized) GTEST_SKIP() << "this build cannot do with little memory";
+  EXPECT_EQ(test::inChild([] {
+              const Ref<NSString> text = "a";
+              if (!test::leaveLittleMemory()) return 2;
+              const Ref<NSString> cut = stringWithSJISSizeLimitation(text, 1 << 28);
+              return cut && cut->length() == 0 ? 0 : 1;
+            }),
+            0);
 }
 
 }  // namespace

@@ -7,7 +7,9 @@
 #include <cmath>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
 #include <functional>
+#include <iterator>
 #include <string>
 #include <thread>
 #include <vector>
@@ -129,6 +131,25 @@ TEST_F(PangoMeasurerTests, ThreadsMeasureTheSame) {
     for (std::thread& thread : threads) thread.join();
     return wrong == 0;
   }));
+}
+
+bool isModuleOpen() {
+  std::ifstream maps("/proc/self/maps");
+  return std::string(std::istreambuf_iterator<char>(maps), {}).find(kModule) != std::string::npos;
+}
+
+TEST_F(PangoMeasurerTests, TheModuleIsOpenedOnFirstUse) {
+  using JxTruncateExtensions::truncateStringWithDrawingWidth_themeFontID_truncCode;
+  EXPECT_EQ(test::inChild([&] {
+              setenv("FONTCONFIG_FILE", (scratch_ / "none.conf").c_str(), 1);
+              setenv("XDG_CACHE_HOME", scratch_.path().c_str(), 1);
+              setenv("GSETTINGS_BACKEND", "memory", 1);
+              truncateStringWithDrawingWidth_themeFontID_truncCode("abc", 100, 3, kTruncateAtEnd);
+              if (isModuleOpen()) return 1;
+              truncateStringWithDrawingWidth_themeFontID_truncCode("abc", 100, 0, kTruncateAtEnd);
+              return isModuleOpen() ? 0 : 2;
+            }),
+            0);
 }
 
 TEST_F(PangoMeasurerTests, WithoutFontsThereIsNone) {

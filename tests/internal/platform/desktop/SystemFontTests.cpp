@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstdlib>
 #include <filesystem>
+#include <functional>
 #include <string>
 
 #include "platform/linux/TextMeasurer.h"
@@ -28,14 +29,21 @@ class SystemFontTests : public testing::Test {
     return std::system(("glib-compile-schemas " + scratch_.path() + " 2>/dev/null").c_str()) == 0;
   }
 
-  bool isRegularSize(double expected) {
+  // What `works` says of the measurer by the compiled schema.
+  bool holds(const std::function<bool(TextMeasurer&)>& works) {
     return test::inChild([&] {
              setenv("GSETTINGS_BACKEND", "memory", 1);
              setenv("GSETTINGS_SCHEMA_DIR", scratch_.path().c_str(), 1);
-             TextMeasurer& measurer = textMeasurerInModule("libZtFoundationDesktop.so");
-             const double size = measurer.systemFontSize(ControlSize::Regular).value_or(0);
-             return std::abs(size - expected) < 0.01 ? 0 : 1;
+             setenv("XDG_CACHE_HOME", scratch_.path().c_str(), 1);
+             setenv("XDG_CONFIG_HOME", scratch_.path().c_str(), 1);
+             return works(textMeasurerInModule("libZtFoundationDesktop.so")) ? 0 : 1;
            }) == 0;
+  }
+
+  bool isRegularSize(double expected) {
+    return holds([expected](TextMeasurer& measurer) {
+      return std::abs(measurer.systemFontSize(ControlSize::Regular).value_or(0) - expected) < 0.01;
+    });
   }
 
   test::ScratchFolder scratch_;
@@ -44,6 +52,19 @@ class SystemFontTests : public testing::Test {
 TEST_F(SystemFontTests, IsThatOfTheSetting) {
   if (!compileSchema("font-name", "DejaVu Sans Bold 27.5")) GTEST_SKIP() << "glib-compile-schemas is not installed";
   EXPECT_TRUE(isRegularSize(27.5));
+}
+
+TEST_F(SystemFontTests, IsOfTheFamilyInTheSetting) {
+  if (!std::filesystem::exists("/usr/share/fonts/truetype/dejavu/DejaVuSansMono.ttf")) {
+    GTEST_SKIP() << "the DejaVu fonts are not installed";
+  }
+  const auto isFixed = [](TextMeasurer& measurer) {
+    return measurer.width(u"iiii", 13) == measurer.width(u"MMMM", 13);
+  };
+  if (!compileSchema("font-name", "DejaVu Sans Mono 13")) GTEST_SKIP() << "glib-compile-schemas is not installed";
+  EXPECT_TRUE(holds(isFixed));
+  ASSERT_TRUE(compileSchema("font-name", "DejaVu Sans 13"));
+  EXPECT_FALSE(holds(isFixed));
 }
 
 TEST_F(SystemFontTests, HasADefaultSize) {
