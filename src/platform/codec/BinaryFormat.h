@@ -40,18 +40,25 @@ inline constexpr unsigned kLengthFollows = 0xF;
 /// The one key of the dictionary that stands for a UID.
 inline constexpr std::string_view kUIDKey = "CF$UID";
 
-/// What a value that is no container counts: one for its place, and something for its text or bytes.
-inline std::uint64_t costOfLeaf(const NSObject& leaf) {
-  constexpr NSUInteger kLengthPerUnit = 128;
-  if (leaf.kind() == ObjectKind::String) return 1 + static_cast<const NSString&>(leaf).length() / kLengthPerUnit;
-  if (leaf.kind() == ObjectKind::Data) return 1 + static_cast<const NSData&>(leaf).length() / kLengthPerUnit;
-  return 1;
+/// How many bytes the contents of a text or data take in a file; in memory no more.
+inline std::uint64_t payloadOf(const NSObject& leaf) {
+  if (leaf.kind() == ObjectKind::Data) return static_cast<const NSData&>(leaf).length();
+  if (leaf.kind() != ObjectKind::String) return 0;
+  const NSString& string = static_cast<const NSString&>(leaf);
+  return std::uint64_t{string.length()} * (string.isASCII() ? 1 : 2);
 }
 
-/// What all places of a tree may count together. Since places can share objects, a file of a few hundred bytes could otherwise stand for
-/// a tree that nothing can hold or walk. A file without shared objects never comes near.
+/// What a value that is no container counts: one for its place, and one for each 32 bytes of its contents.
+inline std::uint64_t costOfLeaf(const NSObject& leaf) {
+  constexpr std::uint64_t kBytesPerUnit = 32;
+  return 1 + payloadOf(leaf) / kBytesPerUnit;
+}
+
+/// What all places of a tree may count together, whatever is really shared, so that each flavour can be read. Since places can share
+/// objects, a file of a few hundred bytes could otherwise stand for a tree that nothing can hold or walk. Each place takes at least a
+/// byte in a file that shares no containers, so that there 127 bytes at each place are never too much.
 inline constexpr std::uint64_t largestExpansion(std::uint64_t fileLength) {
-  return (std::uint64_t{1} << 20) + 4 * fileLength;
+  return (std::uint64_t{1} << 19) + 4 * fileLength;
 }
 
 }  // namespace ZtFoundation::codec::binary

@@ -6,6 +6,7 @@
 #include <cstring>
 #include <limits>
 #include <span>
+#include <unordered_map>
 #include <vector>
 
 #include <ZtFoundation/platform/Array.h>
@@ -112,6 +113,8 @@ class BinaryReader {
   void place(Slot& slot, const Byte* reference);
   void placeAgain(const Slot& slot, std::uint64_t offset);
   void placeLeaf(Slot& slot, std::uint64_t offset);
+  Ref<NSObject> leafAt(std::uint64_t offset, bool asKey);
+  bool isLarge(std::uint64_t offset) const;
   void placeUID(Slot& slot, std::uint64_t offset);
   void open(Slot& slot, std::uint64_t offset);
   void close(Frame& frame);
@@ -146,10 +149,11 @@ class BinaryReader {
   Trailer trailer_;
   std::vector<Slot> slots_;
   std::vector<Frame> frames_;
-  std::vector<Ref<NSObject>> values_;     // of all open arrays
-  std::vector<DictionaryEntry> entries_;  // of all open dictionaries
-  std::vector<std::uint32_t> hashes_;     // beside `entries_`
-  std::vector<DictionaryEntry> gaveWay_;  // to a later entry with an equal key
+  std::vector<Ref<NSObject>> values_;                         // of all open arrays
+  std::vector<DictionaryEntry> entries_;                      // of all open dictionaries
+  std::vector<std::uint32_t> hashes_;                         // beside `entries_`
+  std::vector<DictionaryEntry> gaveWay_;                      // to a later entry with an equal key
+  std::unordered_map<std::uint64_t, NSObject*> largeLeaves_;  // immutable ones by their offsets
   std::uint64_t cost_ = 0;
   Ref<NSObject> result_;
 };
@@ -262,7 +266,7 @@ void BinaryReader::placeKey(Frame& frame) {
     const std::uint64_t offset = offsetOf(index);
     const unsigned kind = begin_[offset] >> 4;
     if (kind == binary::kASCIIString || kind == binary::kUTF16String) {
-      key = readLeaf(offset, true);
+      key = leafAt(offset, true);
       slot.object = key.get();
       slot.progress = Progress::Ready;
     }
@@ -302,10 +306,28 @@ void BinaryReader::placeAgain(const Slot& slot, std::uint64_t offset) {
 }
 
 void BinaryReader::placeLeaf(Slot& slot, std::uint64_t offset) {
-  Ref<NSObject> leaf = readLeaf(offset, false);
+  Ref<NSObject> leaf = leafAt(offset, false);
   spend(binary::costOfLeaf(*leaf), offset);
   remember(slot, leaf.get());
   deliver(std::move(leaf), 0);
+}
+
+/// Many entries of the table may give the same offset. They share what is large there.
+Ref<NSObject> BinaryReader::leafAt(std::uint64_t offset, bool asKey) {
+  if (!isLarge(offset)) return readLeaf(offset, asKey);
+  NSObject*& known = largeLeaves_[offset];
+  if (known != nullptr && (asKey || !isOwnToEachPlace(*known))) return known;
+  Ref<NSObject> leaf = readLeaf(offset, asKey);
+  if (asKey || !isOwnToEachPlace(*leaf)) known = leaf.get();
+  return leaf;
+}
+
+/// Whether there are text or data of at least 1 KiB, as in few places of a usual file.
+bool BinaryReader::isLarge(std::uint64_t offset) const {
+  constexpr std::uint64_t kLarge = 1024;
+  const unsigned kind = begin_[offset] >> 4;
+  return (begin_[offset] & 0xFU) == binary::kLengthFollows && kind >= binary::kData && kind <= binary::kUTF16String &&
+         readLength(offset).value >= kLarge;
 }
 
 void BinaryReader::placeUID(Slot& slot, std::uint64_t offset) {
