@@ -4,7 +4,7 @@ namespace ZtFoundation::codec {
 
 namespace {
 
-// From 0x80 on; below, the set is ASCII.
+// From 0x80 on; below, the table is ASCII.
 constexpr char16_t kUpperHalf[128] = {
     0x00A0, 0x00C0, 0x00C1, 0x00C2, 0x00C3, 0x00C4, 0x00C5, 0x00C7, 0x00C8, 0x00C9, 0x00CA, 0x00CB, 0x00CC,
     0x00CD, 0x00CE, 0x00CF, 0x00D0, 0x00D1, 0x00D2, 0x00D3, 0x00D4, 0x00D5, 0x00D6, 0x00D9, 0x00DA, 0x00DB,
@@ -20,6 +20,6 @@ constexpr char16_t kUpperHalf[128] = {
 
 }  // namespace
 
-char16_t characterOfNextStepCode(unsigned char code) { return code < 0x80 ? code : kUpperHalf[code - 0x80]; }
+char16_t characterOfOpenStepCode(unsigned char code) { return code < 0x80 ? code : kUpperHalf[code - 0x80]; }
 
 }  // namespace ZtFoundation::codec

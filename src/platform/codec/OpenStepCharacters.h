@@ -1,10 +1,11 @@
 /// \file OpenStepCharacters.h
-/// The character set that octal escapes of OpenStep text count in.
+/// The character table that octal escapes of OpenStep text count in.
 #pragma once
 
 namespace ZtFoundation::codec {
 
-/// The character with the code `code` in the NEXTSTEP character set; U+FFFD for the two codes that it leaves open.
-char16_t characterOfNextStepCode(unsigned char code);
+/// The character with the code `code` in the format's own table: ASCII, and an upper half like no other character set's; U+FFFD for the
+/// two codes that it leaves open.
+char16_t characterOfOpenStepCode(unsigned char code);
 
 }  // namespace ZtFoundation::codec

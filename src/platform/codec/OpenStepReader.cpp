@@ -156,6 +156,7 @@ Ref<NSObject> OpenStepReader::readRoot() {
   skipBlanks();
   if (isAtEnd()) return string;
   at_ = start;
+  enter();
   return readEntries(false);
 }
 
@@ -318,7 +319,7 @@ char16_t OpenStepReader::readOctal() {
     code = code * 8 + static_cast<unsigned>(text_[at_] - '0');
   }
   if (code > 0xFF) fail(start, "Expected an octal number up to 377");
-  return characterOfNextStepCode(static_cast<unsigned char>(code));
+  return characterOfOpenStepCode(static_cast<unsigned char>(code));
 }
 
 /// Four digits after a letter.

@@ -18,7 +18,7 @@ TEST(OpenStepCharacters, TheLowerHalfIsASCII) {
   for (unsigned code = 0; code < 0x80; ++code) EXPECT_EQ(characterOf(code), code);
 }
 
-TEST(OpenStepCharacters, TheUpperHalfIsNextStep) {
+TEST(OpenStepCharacters, TheUpperHalfIsTheFormatsOwn) {
   const struct {
     unsigned code;
     unichar character;

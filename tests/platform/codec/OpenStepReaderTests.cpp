@@ -207,6 +207,10 @@ TEST(OpenStepReader, NestsUpToTheLimit) {
   EXPECT_TRUE(read(repeated("{a=", 511) + "{}" + repeated("}", 511)).value);
   EXPECT_EQ(read(repeated("(", 513) + repeated(")", 513)).error,
             kPrefix + "Containers lie more than 512 deep inside each other at line 1, column 513.");
+  // A dictionary without braces is one, too.
+  EXPECT_TRUE(read("a=" + repeated("(", 511) + repeated(")", 511)).value);
+  EXPECT_EQ(read("a=" + repeated("(", 512) + repeated(")", 512)).error,
+            kPrefix + "Containers lie more than 512 deep inside each other at line 1, column 514.");
   EXPECT_FALSE(read(repeated("{a=", 200000)).value);
   EXPECT_FALSE(read(repeated("(", 2000000)).value);
 }
