@@ -37,7 +37,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   }
   if (!value || format != NSPropertyListOpenStepFormat) return 0;
 
-  require(NSPropertyListSerialization::propertyList_isValidForFormat(value, NSPropertyListOpenStepFormat));
   const Ref<NSData> binary = NSPropertyListSerialization::dataFromPropertyList_format_errorDescription(
       value, NSPropertyListBinaryFormat_v1_0, nullptr);
   require(static_cast<bool>(binary));

@@ -1,8 +1,5 @@
 #include <ZtFoundation/platform/PropertyListSerialization.h>
 
-#include <algorithm>
-
-#include "platform/codec/BinaryFlattening.h"
 #include "platform/codec/Codec.h"
 #include "platform/codec/Detection.h"
 
@@ -75,29 +72,9 @@ Ref<NSObject> read(std::string_view bytes, codec::Format format, codec::Mutabili
   }
 }
 
-bool isOpenStepKind(const NSObject* object) {
-  switch (object->kind()) {
-    case ObjectKind::String:
-    case ObjectKind::Data:
-    case ObjectKind::Array:
-      return true;
-    case ObjectKind::Dictionary:
-      return !codec::binary::uidOf(*object);  // it holds a number
-    default:
-      return false;
-  }
-}
-
-bool isValidOpenStep(const NSObject* value) {
-  codec::binary::Flattening flattening;
-  CodecError failure;
-  return flattening.run(value, failure) && std::ranges::all_of(flattening.objects(), isOpenStepKind);
-}
-
 }  // namespace
 
 bool NSPropertyListSerialization::propertyList_isValidForFormat(const Ref<NSObject>& propertyList, NSUInteger format) {
-  if (format == NSPropertyListOpenStepFormat) return isValidOpenStep(propertyList.get());
   CodecError failure;
   return static_cast<bool>(write(propertyList.get(), format, failure));
 }
