@@ -156,16 +156,52 @@ NSStringEncoding encodingNamed(std::string_view name) {
   return CFStringConvertEncodingToNSStringEncoding(CFStringConvertIANACharSetNameToEncoding(name));
 }
 
+bool isWhole(std::string_view bytes, NSStringEncoding encoding) {
+  return static_cast<bool>(NSString::stringWithBytes_length_encoding(bytes.data(), bytes.size(), encoding));
+}
+
+// Where the last whole character of those between `begin` and `end` ends; none when they are invalid before that.
+std::optional<std::size_t> endOfWhole(std::string_view bytes, std::size_t begin, std::size_t end,
+                                      NSStringEncoding encoding) {
+  constexpr std::size_t kLongestCharacter = 4;
+  for (std::size_t cut = 0; cut < std::min(end - begin + 1, kLongestCharacter); ++cut) {
+    if (isWhole(bytes.substr(begin, end - begin - cut), encoding)) return end - cut;
+  }
+  return std::nullopt;
+}
+
+// Whether bytes may mean something else by what went before.
+bool mayShift(std::string_view bytes) {
+  return bytes.find('\x1B') != std::string_view::npos || bytes.find("~{") != std::string_view::npos;
+}
+
+// Where bytes that are not valid become so. By halves, since decoders do not tell.
+std::size_t firstInvalidByte(std::string_view bytes, NSStringEncoding encoding) {
+  const bool fromStart = mayShift(bytes);
+  std::size_t whole = 0;
+  std::size_t valid = 0;
+  for (std::size_t end = bytes.size(); valid < end;) {
+    const std::size_t middle = valid + (end - valid + 1) / 2;
+    const std::optional<std::size_t> further = endOfWhole(bytes, fromStart ? 0 : whole, middle, encoding);
+    valid = further ? middle : valid;
+    end = further ? end : middle - 1;
+    whole = further.value_or(whole);
+  }
+  return whole;
+}
+
 bool readEncoded(std::string_view bytes, std::string_view encoding, TextInput& input, CodecError& error) {
   const NSStringEncoding number = encodingNamed(encoding);
   if (number == kInvalidStringEncoding) {
-    error.text = "The XML declaration names the encoding \"" + std::string(encoding) + "\", which is not known.";
+    error.text = "The encoding \"" + std::string(encoding) + "\" that the XML declaration names at byte offset " +
+                 std::to_string(encoding.data() - bytes.data()) + " is not known.";
     return false;
   }
   const Ref<NSString> decoded = NSString::stringWithBytes_length_encoding(bytes.data(), bytes.size(), number);
   if (!decoded) {
-    error.text =
-        "The bytes are not valid in the encoding \"" + std::string(encoding) + "\" that the XML declaration names.";
+    error.text = "The text is not valid in the encoding \"" + std::string(encoding) +
+                 "\", which the XML declaration names, at byte offset " +
+                 std::to_string(firstInvalidByte(bytes, number)) + ".";
     return false;
   }
   input.storage = decoded->utf8();

@@ -36,8 +36,8 @@ struct TextInput {
 /// is in `input` then.
 bool readUnicodeText(std::string_view bytes, TextInput& input, CodecError& error);
 
-/// The same for XML, where bytes without a mark are in the encoding that the XML declaration names. False as well for an unknown encoding and
-/// bytes that are not valid in it.
+/// The same for XML, where bytes without a mark are in the encoding that the XML declaration names. False as well for an unknown encoding, with
+/// the byte offset of its name, and for bytes that are not valid in it, with that of the first such byte.
 bool readXMLText(std::string_view bytes, TextInput& input, CodecError& error);
 
 }  // namespace ZtFoundation::codec

@@ -783,9 +783,9 @@ TEST(XMLReader, ReadsTheEncodingThatTheDeclarationNames) {
     EXPECT_TRUE(isEqual(result.value, expected)) << xml << ": " << result.error << result.value;
   }
   EXPECT_EQ(read(declared("klingon", "x")).error,
-            "The XML declaration names the encoding \"klingon\", which is not known.");
+            "The encoding \"klingon\" that the XML declaration names at byte offset 30 is not known.");
   EXPECT_EQ(read(declared("EUC-JP", "\xFF")).error,
-            "The bytes are not valid in the encoding \"EUC-JP\" that the XML declaration names.");
+            "The text is not valid in the encoding \"EUC-JP\", which the XML declaration names, at byte offset 47.");
   EXPECT_THAT(read(declared("ISO-8859-1", "\x01")).error, HasSubstr("control character number 1"));
 }
 

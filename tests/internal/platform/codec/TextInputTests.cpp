@@ -79,6 +79,45 @@ TEST(TextInput, OnlyAWholeDeclarationNamesAnEncoding) {
   }
 }
 
+TEST(TextInput, TheFirstByteThatIsInvalidInADeclaredEncodingIsNamed) {
+  struct Case {
+    std::string encoding;
+    std::string valid;
+    std::string rest;
+  };
+  const std::string many(5000, 'x');
+  const std::vector<Case> cases{
+      {"EUC-JP", "", "\xFF"},
+      {"EUC-JP", "", "\xFF and more"},
+      {"EUC-JP", "\xC6\xFC", "\xC6"},            // half a character at the end
+      {"EUC-JP", "\xC6\xFC\xC6\xFC", "\xC6<>"},  // and before others
+      {"Shift_JIS", many + "\x93\xFA", "\xFF" + many},
+      {"Shift_JIS", "\x93\xFA", "\xFF\x93\xFA\xFF"},
+      {"GB18030", "\x81\x30\x81\x30", "\x81\x30\x81"},
+      {"Shift_JIS", "\xB1" + many + "\x93\xFA", "\x93"},
+      {"ISO-2022-JP", "\x1B$BF|\x1B(B", "\xFF"},
+      {"ISO-2022-JP", "\x1B$BF|F|\x1B(B" + many, "\xFF" + many},
+  };
+  for (const auto& [encoding, valid, rest] : cases) {
+    SCOPED_TRACE(encoding + " " + ::testing::PrintToString(rest));
+    const std::string declaration = "<?xml encoding='" + encoding + "'?>" + valid;
+    TextInput input;
+    CodecError error;
+    ASSERT_TRUE(readXMLText(declaration, input, error)) << error.text;
+    EXPECT_FALSE(readXMLText(declaration + rest, input, error));
+    EXPECT_EQ(error.text, "The text is not valid in the encoding \"" + encoding +
+                              "\", which the XML declaration names, at byte offset " +
+                              std::to_string(declaration.size()) + ".");
+  }
+}
+
+TEST(TextInput, AnEncodingThatIsNotKnownIsNamedWithItsPlace) {
+  TextInput input;
+  CodecError error;
+  EXPECT_FALSE(readXMLText("\n<?xml encoding='klingon'?>", input, error));
+  EXPECT_EQ(error.text, "The encoding \"klingon\" that the XML declaration names at byte offset 17 is not known.");
+}
+
 TEST(TextInput, AMarkOutranksTheDeclaration) {
   TextInput input;
   CodecError error;
