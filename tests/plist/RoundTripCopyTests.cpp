@@ -13,7 +13,12 @@ Ref<NSObject> copyOf(const Ref<NSObject>& value, NSUInteger option, Ref<NSString
 }
 
 Ref<NSObject> sample() {
-  return NSDictionary::dictionaryWithEntries({{"list", NSArray::of("text", 1, true, 1.5)}, {"date", NSDate::date()}});
+  return NSDictionary::dictionaryWithEntries({{"list", NSArray::of("text", 1, true, 1.5)},
+                                              {"date", NSDate::date()},
+                                              {"data", NSData::dataWithBytes("bytes")},
+                                              {"string", "more text"},
+                                              {"integer", 123456789},
+                                              {"real", 2.5}});
 }
 
 TEST(RoundTripCopy, IsEqualAndNewThroughout) {
@@ -23,8 +28,15 @@ TEST(RoundTripCopy, IsEqualAndNewThroughout) {
   ASSERT_TRUE(isEqual(copy, value));
   EXPECT_FALSE(error);
   EXPECT_NE(copy, value);
-  EXPECT_NE(as<NSDictionary>(copy)->lookUp("list"), as<NSDictionary>(value)->lookUp("list"));
-  EXPECT_NE(as<NSDictionary>(copy)->lookUp("date"), as<NSDictionary>(value)->lookUp("date"));
+  const NSDictionary* const before = as<NSDictionary>(value.get());
+  for (const auto& [key, item] : *as<NSDictionary>(copy)) EXPECT_NE(item.get(), before->lookUp(key.get())) << key;
+  const NSObject* const text = as<NSArray>(before->lookUp("list"))->objectAtIndex(0).get();
+  EXPECT_NE(as<NSArray>(as<NSDictionary>(copy)->lookUp("list"))->objectAtIndex(0).get(), text);
+}
+
+TEST(RoundTripCopy, TheTextMayBeNoneOfInterest) {
+  const Ref<NSObject> value = sample();
+  EXPECT_TRUE(isEqual(copyOf(value, 0, nullptr), value));
 }
 
 TEST(RoundTripCopy, TheOptionDecidesTheFlavours) {
