@@ -1,5 +1,5 @@
-// Any text as an OpenStep property list. What can be read must be the same value with each option, hold nothing but the kinds
-// that this format has, and survive a round trip through binary.
+// Any text as an OpenStep property list. What can be read must be the same value with each option, and survive a round
+// trip through binary.
 
 #include <cstddef>
 #include <cstdint>
