@@ -209,7 +209,7 @@ Slot& BinaryReader::slotAt(std::uint64_t index, const Byte* reference) {
     fail(positionOf(reference), "Expected the number of one of " + std::to_string(slots_.size()) +
                                     " objects, but found " + std::to_string(index));
   }
-  return slots_[index];
+  return slots_[static_cast<std::size_t>(index)];
 }
 
 std::uint64_t BinaryReader::offsetOf(std::uint64_t index) const {
