@@ -3,6 +3,7 @@
 #include <errno.h>
 #include <poll.h>
 #include <pthread.h>
+#include <signal.h>
 #include <time.h>
 #include <unistd.h>
 
@@ -13,6 +14,7 @@
 #include <memory>
 #include <mutex>
 #include <new>
+#include <optional>
 
 namespace ZtFoundation {
 
@@ -97,6 +99,48 @@ void writeAll(const char* bytes, std::size_t length) {
   }
 }
 
+// Whether standard error may be a pipe or a socket. This is asked for every line, because the host may put another file in its place,
+// and costs less than a look at the kind of the file.
+bool mayLoseItsReader() { return lseek(STDERR_FILENO, 0, SEEK_CUR) < 0; }
+
+// While this lives, a write that nobody reads raises no SIGPIPE in this thread.
+class WithoutSIGPIPE {
+ public:
+  WithoutSIGPIPE() {
+    sigset_t pending;
+    sigpending(&pending);
+    wasPending_ = sigismember(&pending, SIGPIPE) == 1;
+    pthread_sigmask(SIG_BLOCK, &only(), &before_);
+  }
+  WithoutSIGPIPE(const WithoutSIGPIPE&) = delete;
+  WithoutSIGPIPE& operator=(const WithoutSIGPIPE&) = delete;
+  ~WithoutSIGPIPE() {
+    constexpr timespec kAtOnce{};
+    if (!wasPending_) sigtimedwait(&only(), nullptr, &kAtOnce);
+    pthread_sigmask(SIG_SETMASK, &before_, nullptr);
+  }
+
+ private:
+  static const sigset_t& only() {
+    static const sigset_t set = [] {
+      sigset_t made;
+      sigemptyset(&made);
+      sigaddset(&made, SIGPIPE);
+      return made;
+    }();
+    return set;
+  }
+
+  sigset_t before_;
+  bool wasPending_;
+};
+
+void writeSafely(const char* bytes, std::size_t length) {
+  std::optional<WithoutSIGPIPE> guard;
+  if (mayLoseItsReader()) guard.emplace();
+  writeAll(bytes, length);
+}
+
 class StandardError final : public LogSink {
  public:
   void write(std::string_view text) noexcept override {
@@ -117,7 +161,7 @@ class StandardError final : public LogSink {
     char* const end = copy(putPrefix(line, now.tv_nsec / 1'000'000), text.data(), text.size());
     *end = '\n';
     const std::lock_guard lock(writing());
-    writeAll(line, length);
+    writeSafely(line, length);
   }
 };
 

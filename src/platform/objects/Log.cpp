@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <cstdint>
 #include <cstring>
+#include <new>
 #include <string>
 
 #include <ZtFoundation/platform/Runtime.h>
@@ -64,33 +65,49 @@ void appendHead(detail::TextBuilder& line, std::string_view level, const UnitVie
   line.append(" - ");
 }
 
-}  // namespace
-
-void NSLogv(const Ref<NSString>& format, FormatArguments arguments) {
-  const int errorNumber = errno;
+void writePlain(const Ref<NSString>& format, FormatArguments arguments) {
   detail::TextBuilder text;
   appendOrNull(text, format, arguments);
   writeLine(text.units());
-  errno = errorNumber;
 }
 
-void detail::logMessage(std::string_view level, const Ref<NSObject>& logger, const Ref<NSString>& format,
-                        FormatArguments arguments) {
-  const int errorNumber = errno;
-  TextBuilder line;
+void writeLevelled(std::string_view level, const Ref<NSObject>& logger, const Ref<NSString>& format,
+                   FormatArguments arguments) {
+  detail::TextBuilder line;
   const NSString* name = as<NSString>(logger.get());
   if (name != nullptr && !name->isMutable()) {  // Nobody can tell when it was asked, so no second buffer is needed.
     appendHead(line, level, name->units());
     appendOrNull(line, format, arguments);
   } else {
-    TextBuilder message;
+    detail::TextBuilder message;
     appendOrNull(message, format, arguments);
-    const Ref<NSString> described = logger ? describe(logger.get()) : nullptr;
+    const Ref<NSString> described = logger ? detail::describe(logger.get()) : nullptr;
     appendHead(line, level, described ? described->units() : UnitView("(null)", 6));
     line.append(message.units());
   }
   writeLine(line.units());
+}
+
+// A line that there is no memory for is dropped.
+template <class Write>
+void writeIfPossible(Write write) {
+  const int errorNumber = errno;
+  try {
+    write();
+  } catch (const std::bad_alloc&) {
+  }
   errno = errorNumber;
+}
+
+}  // namespace
+
+void NSLogv(const Ref<NSString>& format, FormatArguments arguments) {
+  writeIfPossible([&] { writePlain(format, arguments); });
+}
+
+void detail::logMessage(std::string_view level, const Ref<NSObject>& logger, const Ref<NSString>& format,
+                        FormatArguments arguments) {
+  writeIfPossible([&] { writeLevelled(level, logger, format, arguments); });
 }
 
 }  // namespace ZtFoundation

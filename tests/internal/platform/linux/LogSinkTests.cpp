@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 #include <pthread.h>
 #include <signal.h>
+#include <sys/socket.h>
 #include <sys/wait.h>
 #include <time.h>
 #include <unistd.h>
@@ -180,6 +181,70 @@ TEST(LogSink, AChildHasItsOwnNumbers) {
   ASSERT_EQ(waitpid(child, nullptr, 0), child);
   const std::string numbers = "[" + std::to_string(child) + ":" + std::to_string(child) + "] child\n";
   EXPECT_NE(capture.finish().find(numbers), std::string::npos);
+}
+
+// Standard error is what nobody reads as long as this lives.
+class UnreadStandardError {
+ public:
+  explicit UnreadStandardError(int (*makeEnds)(int*)) : saved_(dup(STDERR_FILENO)) {
+    int ends[2];
+    EXPECT_EQ(makeEnds(ends), 0);
+    dup2(ends[1], STDERR_FILENO);
+    close(ends[0]);
+    close(ends[1]);
+  }
+  ~UnreadStandardError() {
+    dup2(saved_, STDERR_FILENO);
+    close(saved_);
+  }
+
+ private:
+  int saved_;
+};
+
+int makePipe(int* ends) { return pipe(ends); }
+int makeSockets(int* ends) { return socketpair(AF_UNIX, SOCK_STREAM, 0, ends); }
+
+bool isSIGPIPEPending() {
+  sigset_t pending;
+  sigpending(&pending);
+  return sigismember(&pending, SIGPIPE) == 1;
+}
+
+bool isSIGPIPEBlocked() {
+  sigset_t mask;
+  pthread_sigmask(SIG_SETMASK, nullptr, &mask);
+  return sigismember(&mask, SIGPIPE) == 1;
+}
+
+TEST(LogSink, AReaderThatIsGoneDoesNotEndTheProcess) {
+  signal(SIGPIPE, SIG_DFL);
+  for (auto* const makeEnds : {makePipe, makeSockets}) {
+    {
+      const UnreadStandardError unread(makeEnds);
+      LogSink::production().write("nobody reads this");
+      LogSink::production().write(std::string(300'000, 'a'));
+    }
+    EXPECT_FALSE(isSIGPIPEPending());
+    EXPECT_FALSE(isSIGPIPEBlocked());
+  }
+}
+
+TEST(LogSink, ASignalOfTheHostsOwnStaysPending) {
+  sigset_t only, before;
+  sigemptyset(&only);
+  sigaddset(&only, SIGPIPE);
+  pthread_sigmask(SIG_BLOCK, &only, &before);
+  pthread_kill(pthread_self(), SIGPIPE);
+  {
+    const UnreadStandardError unread(makePipe);
+    LogSink::production().write("nobody reads this");
+  }
+  EXPECT_TRUE(isSIGPIPEPending());
+  EXPECT_TRUE(isSIGPIPEBlocked());
+  constexpr timespec kAtOnce{};
+  sigtimedwait(&only, nullptr, &kAtOnce);
+  pthread_sigmask(SIG_SETMASK, &before, nullptr);
 }
 
 TEST(LogSink, AStreamThatIsClosedSwallowsLines) {

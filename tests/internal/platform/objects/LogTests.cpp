@@ -4,8 +4,11 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
+#include <new>
 #include <string>
 #include <vector>
+
+#include <ZtFoundation/platform/Runtime.h>
 
 #include "platform/services/LogSink.h"
 
@@ -36,6 +39,21 @@ TEST_F(Log, TakesArgumentLists) {
   const FormatArgument arguments[] = {1, "two"};
   NSLogv("%d %s", arguments);
   EXPECT_THAT(sink.lines, testing::ElementsAre("1 two"));
+}
+
+class Exhausting : public NSObject {
+  ZT_OBJECT(Exhausting, NSObject)
+ public:
+  Ref<NSString> description() const override { throw std::bad_alloc(); }
+};
+ZT_IMPLEMENT_CLASS(Exhausting);
+
+TEST_F(Log, DropsLinesThatThereIsNoMemoryFor) {
+  errno = EDOM;
+  EXPECT_NO_THROW(NSLog("%@", make<Exhausting>()));
+  EXPECT_NO_THROW(detail::logMessage("WARN ", make<Exhausting>(), "text", {}));
+  EXPECT_EQ(errno, EDOM);
+  EXPECT_THAT(sink.lines, testing::IsEmpty());
 }
 
 TEST_F(Log, ShowsControlCharacters) {
