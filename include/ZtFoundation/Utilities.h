@@ -45,7 +45,7 @@ ZT_EXPORT Ref<NSString> stringWithData_charset(const Ref<NSData>& data, const Re
 ZT_EXPORT Ref<NSString> stringWithData_encoding(const Ref<NSData>& data, NSStringEncoding encoding);
 
 /// A byte count for people: "999 bytes", then with one decimal kB, MB, GB, TB, PB. Each unit is 1024 of the one before it; the next one is
-/// taken from 1000 on, so 1023999 is "1000.0 kB" and 1024000 "1.0 MB".
+/// taken from 1000 on, so 1023999 is "1000.0 kB" and 1024000 "1.0 MB". PB is the last: 1000 of them and more stay PB.
 ZT_EXPORT Ref<NSString> abbreviatedStringForByteLength(std::uint64_t length);
 
 /// The order in which people list names: numbers by value, without regard to case, width and composition; diacritics and punctuation count.
@@ -54,17 +54,21 @@ ZT_EXPORT Ref<NSString> abbreviatedStringForByteLength(std::uint64_t length);
 /// the Unicode module is missing.
 ZT_EXPORT NSComparisonResult naturalCompare(const Ref<NSString>& self, const Ref<NSString>& other);
 
-/// True when the search finds `substring`, which it never does when that is empty or none.
-/// \throws NSException NSRangeException when `range` does not lie inside `self`.
+/// True when `substring` occurs in `self`, searched without options. Empty text and none never occur.
 ZT_EXPORT bool containsString(const Ref<NSString>& self, const Ref<NSString>& substring);
+/// The same, searched as `options` say.
 ZT_EXPORT bool containsString_options(const Ref<NSString>& self, const Ref<NSString>& substring, NSUInteger options);
+/// The same within `range`.
+/// \throws NSException NSRangeException when `range` does not lie inside `self`.
 ZT_EXPORT bool containsString_options_range(const Ref<NSString>& self, const Ref<NSString>& substring,
                                             NSUInteger options, NSRange range);
-/// True when a member of `set` occurs.
-/// \throws NSException NSRangeException when `range` does not lie inside `self`.
+/// True when a member of `set` occurs in `self`; false for no set.
 ZT_EXPORT bool containsCharacterInSet(const Ref<NSString>& self, const Ref<NSCharacterSet>& set);
+/// The same, searched as `options` say.
 ZT_EXPORT bool containsCharacterInSet_options(const Ref<NSString>& self, const Ref<NSCharacterSet>& set,
                                               NSUInteger options);
+/// The same within `range`.
+/// \throws NSException NSRangeException when `range` does not lie inside `self`.
 ZT_EXPORT bool containsCharacterInSet_options_range(const Ref<NSString>& self, const Ref<NSCharacterSet>& set,
                                                     NSUInteger options, NSRange range);
 
@@ -78,7 +82,9 @@ ZT_EXPORT Ref<NSString> stringByReplacingAllOccurrencesOfCharactersInSet_withStr
                                                                                     const Ref<NSString>& replacement);
 /// Writes carriage return, line feed and tab as the two characters \r, \n and \t. Spaces stay.
 ZT_EXPORT Ref<NSString> stringByReplacingAllOccurrencesOfWhiteSpaces(const Ref<NSString>& self);
+/// Leaves out each `target`, from left to right; what then stands side by side is not searched again.
 ZT_EXPORT Ref<NSString> stringByDeletingAllOccurrencesOfString(const Ref<NSString>& self, const Ref<NSString>& target);
+/// Leaves out each member of `set`.
 ZT_EXPORT Ref<NSString> stringByDeletingAllOccurrencesOfCharactersInSet(const Ref<NSString>& self,
                                                                         const Ref<NSCharacterSet>& set);
 
@@ -136,12 +142,17 @@ Ref<Set> indexSetWithIndexSet(const Ref<NSIndexSet>& other) {
     return copy->copy();
   }
 }
+/// With `index` as well.
 ZT_EXPORT Ref<NSIndexSet> indexSetByAddingIndex(const Ref<NSIndexSet>& self, NSUInteger index);
+/// With all of `indexes` as well.
 ZT_EXPORT Ref<NSIndexSet> indexSetByAddingIndexes(const Ref<NSIndexSet>& self, const Ref<NSIndexSet>& indexes);
-/// A range that would run past the largest index is cut there.
+/// With the indexes of `range` as well; a range that would run past the largest index is cut there.
 ZT_EXPORT Ref<NSIndexSet> indexSetByAddingIndexesInRange(const Ref<NSIndexSet>& self, NSRange range);
+/// Without `index`.
 ZT_EXPORT Ref<NSIndexSet> indexSetByRemovingIndex(const Ref<NSIndexSet>& self, NSUInteger index);
+/// Without any of `indexes`.
 ZT_EXPORT Ref<NSIndexSet> indexSetByRemovingIndexes(const Ref<NSIndexSet>& self, const Ref<NSIndexSet>& indexes);
+/// Without the indexes of `range`, which is cut like that of `indexSetByAddingIndexesInRange`.
 ZT_EXPORT Ref<NSIndexSet> indexSetByRemovingIndexesInRange(const Ref<NSIndexSet>& self, NSRange range);
 
 /// A new attributed string of class `String`, which is NSAttributedString or derives from it and has its constructors. None for no text.
@@ -154,6 +165,7 @@ template <class String = NSAttributedString>
 Ref<String> attributedStringWithString_attributes(const Ref<NSString>& text, const Ref<NSDictionary>& attributes) {
   return text ? make<String>(text, attributes) : nullptr;
 }
+/// A copy of `other`, text and attributes, of class `String`; none for none.
 template <class String = NSAttributedString>
 Ref<String> attributedStringWithAttributedString(const Ref<NSAttributedString>& other) {
   return other ? make<String>(other) : nullptr;
@@ -228,14 +240,20 @@ ZT_EXPORT Ref<NSNumber> dividedBy(const Ref<NSNumber>& self, const Ref<NSNumber>
 
 }  // namespace JxArithmeticExtensions
 
-/// Numbers made of, and read as, machine words. Reading none gives 0.
+/// Numbers made of, and read as, machine words.
 namespace QvFoundationExtensions {
 
+/// A number with this signed value.
 ZT_EXPORT Ref<NSNumber> numberWithInteger(NSInteger value);
+/// A number with this unsigned value.
 ZT_EXPORT Ref<NSNumber> numberWithUnsignedInteger(NSUInteger value);
+/// The same as `numberWithInteger`.
 ZT_EXPORT Ref<NSNumber> initWithInteger(NSInteger value);
+/// The same as `numberWithUnsignedInteger`.
 ZT_EXPORT Ref<NSNumber> initWithUnsignedInteger(NSUInteger value);
+/// The value as a signed word; 0 for none.
 ZT_EXPORT NSInteger integerValue(const Ref<NSNumber>& self);
+/// The value as an unsigned word; 0 for none.
 ZT_EXPORT NSUInteger unsignedIntegerValue(const Ref<NSNumber>& self);
 
 }  // namespace QvFoundationExtensions
@@ -254,7 +272,7 @@ class ZT_EXPORT QvElapsedTime : public NSObject {
  public:
   QvElapsedTime();
 
-  /// A new stopwatch of exactly this class.
+  /// A new stopwatch of exactly this class, sent `init`; none when that answers none.
   static Ref<QvElapsedTime> elapsedTime();
 
   /// Reads the time base and starts the measurement; answers the receiver.
@@ -273,10 +291,13 @@ class ZT_EXPORT QvElapsedTime : public NSObject {
     std::uint32_t denominator;
   };
 
-  TimebaseInfo timebaseInfo;
-  std::uint64_t epochTime;
+  TimebaseInfo timebaseInfo{1, 1};
+  std::uint64_t epochTime = 0;
 
  private:
+  struct NotRunning {};
+  explicit QvElapsedTime(NotRunning) noexcept {}
+
   std::uint64_t elapsedNanoseconds() const;
 };
 

@@ -19,7 +19,7 @@ constexpr std::uint64_t kNanosecondsPerMillisecond = 1'000'000;
 QvElapsedTime::QvElapsedTime() { init(); }
 
 Ref<QvElapsedTime> QvElapsedTime::elapsedTime() {
-  const Ref<QvElapsedTime> watch = make<QvElapsedTime>();
+  const Ref<QvElapsedTime> watch = Ref<QvElapsedTime>::adopt(new QvElapsedTime(NotRunning()));
   return send<Ref<QvElapsedTime>>(watch, ZT_SELECTOR("init"));
 }
 

@@ -35,6 +35,27 @@ TEST_F(ElapsedTime, StartsAtZero) {
   EXPECT_TRUE(watch->isMemberOfClass(QvElapsedTime::classObject()));
 }
 
+TEST_F(ElapsedTime, ReadsTheTimeBaseOnce) {
+  QvElapsedTime::elapsedTime();
+  EXPECT_EQ(clock.timesBaseWasRead, 1);
+}
+
+Ref<QvElapsedTime> answerNone(const Ref<QvElapsedTime>&) { return nullptr; }
+Ref<QvElapsedTime> answerItself(const Ref<QvElapsedTime>& self) { return self; }
+
+TEST_F(ElapsedTime, IsStartedByAMessage) {
+  Class watches = QvElapsedTime::classObject();
+  const IMP original =
+      QvReplaceMethodImplementation(watches, ZT_SELECTOR("init"), methodImplementation<&answerItself>());
+  clock.now = 5'000'000;
+  EXPECT_EQ(QvElapsedTime::elapsedTime()->elapsedMillisecondsAsUInt32(), 5U) << "started at tick 0 by nobody";
+  EXPECT_EQ(clock.timesBaseWasRead, 0);
+  QvReplaceMethodImplementation(watches, ZT_SELECTOR("init"), methodImplementation<&answerNone>());
+  EXPECT_FALSE(QvElapsedTime::elapsedTime());
+  QvReplaceMethodImplementation(watches, ZT_SELECTOR("init"), original);
+  EXPECT_EQ(QvElapsedTime::elapsedTime()->elapsedMillisecondsAsUInt32(), 0U);
+}
+
 TEST_F(ElapsedTime, CutsWholeMilliseconds) {
   const Ref<QvElapsedTime> watch = QvElapsedTime::elapsedTime();
   clock.now += 1'999'999;
