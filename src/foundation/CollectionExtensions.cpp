@@ -21,6 +21,12 @@ Ref<NSArray> filtered(const Ref<NSArray>& self, Keep keep) {
 
 bool areEqual(const Ref<NSObject>& a, const Ref<NSObject>& b) { return a && b && detail::areEqual(a.get(), b.get()); }
 
+// Objects of hosts may say so themselves.
+bool isOfKind(const Ref<NSObject>& object, Class wanted) {
+  if (object->kind() != ObjectKind::Other) return object->isKindOfClass(wanted);
+  return send<bool>(object, ZT_SELECTOR("isKindOfClass:"), wanted);
+}
+
 // Whether a value can stand as a key, which finds it faster than a walk.
 bool isSimple(const NSObject& object) {
   return object.kind() != ObjectKind::Other && object.kind() < ObjectKind::Array;
@@ -67,7 +73,7 @@ Ref<NSArray> arrayByRemovingObjects(const Ref<NSArray>& self, const Ref<NSArray>
 }
 
 Ref<NSArray> objectsKindOfClass(const Ref<NSArray>& self, Class wanted) {
-  return filtered(self, [&](const Ref<NSObject>& element) { return element->isKindOfClass(wanted); });
+  return filtered(self, [&](const Ref<NSObject>& element) { return isOfKind(element, wanted); });
 }
 
 NSUInteger numberOfObjectsEqualTo(const Ref<NSArray>& self, const Ref<NSObject>& object) {

@@ -69,6 +69,13 @@ class TwoFaced : public NSObject {
   bool isEqualTo(const NSObject* other) const override { return as<TwoFaced>(other) != nullptr; }
 };
 
+// Passes for a string and nothing else.
+class Mimic : public NSObject {
+  ZT_OBJECT(Mimic, NSObject)
+ public:
+  bool isKindOfClass(Class wanted) const { return wanted == NSString::classObject(); }
+};
+
 TEST(CollectionExtensions, CountsByTheEqualityOfScripts) {
   const Ref<NSArray> objects = NSArray::of(make<TwoFaced>(), make<TwoFaced>(), "a", make<Chameleon>());
   EXPECT_EQ(numberOfObjectsEqualTo(objects, make<TwoFaced>()), 2U);
@@ -95,6 +102,31 @@ TEST(CollectionExtensions, PicksElementsByClass) {
   EXPECT_NE(objectsKindOfClass(array, NSObject::classObject()), array);
   EXPECT_EQ(objectsKindOfClass(array, Chameleon::classObject())->count(), 0U);
   EXPECT_EQ(objectsKindOfClass(array, nullptr)->count(), 0U);
+}
+
+TEST(CollectionExtensions, ObjectsOfHostsSayWhatKindTheyAre) {
+  const Ref<Mimic> mimic = make<Mimic>();
+  const Ref<NSArray> array = NSArray::of("a", mimic);
+  EXPECT_EQ(objectsKindOfClass(array, NSString::classObject())->count(), 2U);
+  EXPECT_EQ(objectsKindOfClass(array, Mimic::classObject())->count(), 0U);
+}
+
+TEST(CollectionExtensions, EmptyReceiversGiveNewEmptyCollections) {
+  const Ref<NSArray> array = NSArray::array();
+  for (const Ref<NSArray>& result : {arrayByRemovingObject(array, "x"), arrayByRemovingObjects(array, array),
+                                     objectsKindOfClass(array, NSObject::classObject())}) {
+    ASSERT_TRUE(result);
+    EXPECT_EQ(result->count(), 0U);
+    EXPECT_NE(result, array);
+  }
+  const Ref<NSIndexSet> indexes = NSIndexSet::indexSet();
+  for (const Ref<NSIndexSet>& result :
+       {indexSetWithIndexSet(indexes), indexSetByRemovingIndex(indexes, 1), indexSetByRemovingIndexes(indexes, indexes),
+        indexSetByAddingIndexes(indexes, indexes)}) {
+    ASSERT_TRUE(result);
+    EXPECT_EQ(result->count(), 0U);
+    EXPECT_NE(result, indexes);
+  }
 }
 
 TEST(CollectionExtensions, CountsEqualElements) {
@@ -202,6 +234,7 @@ class Collector : public NSObject {
 
 ZT_REGISTER_CLASS(Chameleon);
 ZT_REGISTER_CLASS(TwoFaced);
+ZT_REGISTER_CLASS(Mimic, ZT_METHOD("isKindOfClass:", &Mimic::isKindOfClass));
 ZT_REGISTER_CLASS(StyledString);
 ZT_REGISTER_CLASS(Collector, ZT_METHOD("take:", &Collector::take));
 
