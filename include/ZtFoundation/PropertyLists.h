@@ -142,7 +142,8 @@ ZT_EXPORT Ref<NSMutableDictionary> deepCopyWithMutabilityContainersAndLeavesOpti
 ZT_EXPORT Ref<NSMutableArray> propertyListRepresentation(const Ref<NSArray>& self);
 /// The other way round: for each dictionary of the receiver a new object of the class that "ClassForPlistRep" names, sent
 /// `initWithPropertyListRepresentation:` with that dictionary. What is no dictionary, names no known class or one whose instances do not
-/// respond is left out, and so are objects whose initialisation answers none.
+/// respond, or have no default constructor, is left out, and so are objects whose initialisation answers none. What a constructor or
+/// an initialisation throws passes through.
 ZT_EXPORT Ref<NSMutableArray> arrayFromPropertyListRepresentation(const Ref<NSArray>& self);
 
 }  // namespace JxPropertyListExtensions

@@ -18,8 +18,10 @@ constexpr std::string_view kClassKey = "ClassForPlistRep";
 // it is equal shows when its difference is complete.
 class Difference {
  public:
-  Ref<NSMutableDictionary> between(const NSDictionary& mine, const NSDictionary& theirs) {
-    if (!open(mine, theirs, nullptr)) return nullptr;
+  Difference(const NSDictionary& mine, const NSDictionary& theirs) : mine_(mine), theirs_(theirs), repetitions_(mine) {}
+
+  Ref<NSMutableDictionary> find() {
+    if (!open(mine_, theirs_, nullptr)) return nullptr;
     for (;;) {
       if (open_.back().left != 0) {
         if (!compareNext()) return nullptr;
@@ -69,7 +71,7 @@ class Difference {
       if (std::exchange(known->second, true)) return false;
       repeated |= !isNew;
     }
-    if (repeated && (repeatedElements_ += mine.count() + 1) > kMaximumRepeatedElements) return false;
+    if (repeated && !repetitions_.spend(mine.count() + 1)) return false;
     open_.push_back({&mine, &theirs, key, mine.allKeys(), mine.count(),
                      NSMutableDictionary::dictionaryWithCapacity(mine.count()), mine.count() == theirs.count(),
                      repeated});
@@ -91,10 +93,12 @@ class Difference {
     return known->second;
   }
 
+  const NSDictionary& mine_;
+  const NSDictionary& theirs_;
+  detail::RepetitionBudget repetitions_;
   std::vector<Frame> open_;
   std::unordered_map<const NSObject*, bool> sharedOpen_;
   std::map<std::pair<const NSObject*, const NSObject*>, bool> sharedEqual_;
-  NSUInteger repeatedElements_ = 0;
 };
 
 template <class Collection>
@@ -102,9 +106,15 @@ Ref<Collection> mutableCopyOfAll(const Ref<NSObject>& self) {
   return as<Collection>(CFPropertyListCreateDeepCopy(self, NSPropertyListMutableContainersAndLeaves));
 }
 
+// Objects of hosts may say so themselves.
+bool responds(const Ref<NSObject>& object, SEL selector) {
+  if (object->kind() != ObjectKind::Other) return respondsToSelector(object, selector);
+  return send<bool>(object, ZT_SELECTOR("respondsToSelector:"), selector);
+}
+
 Ref<NSMutableDictionary> representationOf(const Ref<NSObject>& element) {
   static const SEL selector = NSSelectorFromString("propertyListRepresentation");
-  if (!respondsToSelector(element, selector)) return nullptr;
+  if (!responds(element, selector)) return nullptr;
   const Ref<NSDictionary> representation = as<NSDictionary>(performSelector(element, selector));
   if (!representation || representation->isMutable()) return as<NSMutableDictionary>(representation);
   return representation->mutableCopy();
@@ -112,8 +122,7 @@ Ref<NSMutableDictionary> representationOf(const Ref<NSObject>& element) {
 
 // What a method made in place of none: one without a result works on the receiver.
 Ref<NSObject> initialised(const Ref<NSObject>& instance, SEL selector, const Ref<NSDictionary>& representation) {
-  const Method method = class_getInstanceMethod(instance->isa(), selector);
-  const bool givesNothing = method_getTypeEncoding(method)[0] == 'v';
+  const bool givesNothing = instance->isa()->bind(selector).encoding[0] == 'v';
   const Ref<NSObject> result = performSelector_withObject(instance, selector, representation);
   return givesNothing ? instance : result;
 }
@@ -175,7 +184,7 @@ Ref<NSMutableDictionary> deepMutableCopy(const Ref<NSDictionary>& self) {
 Ref<NSMutableDictionary> differencesFromDictionary(const Ref<NSDictionary>& self, const Ref<NSDictionary>& other) {
   if (!self) return nullptr;
   const Ref<NSDictionary> theirs = other ? other : NSDictionary::dictionary();
-  return Difference().between(*self, *theirs);
+  return Difference(*self, *theirs).find();
 }
 
 }  // namespace QvFoundationExtensions

@@ -1,8 +1,10 @@
 #include <gtest/gtest.h>
 
+#include <stdexcept>
 #include <string>
 
 #include <ZtFoundation/PropertyLists.h>
+#include <ZtFoundation/Utilities.h>
 #include <ZtFoundation/platform/Array.h>
 #include <ZtFoundation/platform/Date.h>
 #include <ZtFoundation/platform/Number.h>
@@ -193,6 +195,23 @@ TEST(Differences, ManyKeysMaySharePartsThatAreLarge) {
   EXPECT_EQ(differencesFromDictionary(value(), value())->count(), 0U);
 }
 
+TEST(Differences, ManyKeysMayShareOneDictionary) {
+  constexpr NSUInteger kKeys = 600'000;
+  const Ref<NSMutableDictionary> mine = NSMutableDictionary::dictionaryWithCapacity(kKeys);
+  const Ref<NSMutableDictionary> theirs = NSMutableDictionary::dictionaryWithCapacity(kKeys);
+  const Ref<NSDictionary> one = dictionary({{"a", 1}});
+  const Ref<NSDictionary> other = dictionary({{"a", 2}});
+  for (NSUInteger key = 0; key < kKeys; ++key) {
+    const Ref<NSString> name = std::to_string(key);
+    mine->setObject_forKey(one, name);
+    theirs->setObject_forKey(other, name);
+  }
+  const Ref<NSMutableDictionary> result = differencesFromDictionary(mine, theirs);
+  ASSERT_TRUE(result);
+  EXPECT_EQ(result->count(), kKeys);
+  EXPECT_TRUE(isEqual(result->objectForKey("599999"), one));
+}
+
 TEST(Differences, OfADictionaryInsideItselfAreNone) {
   Ref<NSMutableDictionary> one = NSMutableDictionary::dictionary();
   Ref<NSMutableDictionary> other = NSMutableDictionary::dictionary();
@@ -233,12 +252,42 @@ class Odd : public NSObject {
   Ref<NSString> propertyListRepresentation() const { return "no dictionary"; }
 };
 
+// Says that it does not respond.
+class Shy : public Shape {
+  ZT_OBJECT(Shy, Shape)
+ public:
+  bool respondsToSelector(SEL) const { return false; }
+};
+
+class Demanding : public Shape {
+  ZT_OBJECT(Demanding, Shape)
+ public:
+  explicit Demanding(int) {}
+};
+
+class Throwing : public Shape {
+  ZT_OBJECT(Throwing, Shape)
+ public:
+  Throwing() { throw std::runtime_error("cannot be made"); }
+};
+
+class Raising : public NSObject {
+  ZT_OBJECT(Raising, NSObject)
+ public:
+  Ref<NSObject> initWithPropertyListRepresentation(const Ref<NSDictionary>&) { throw std::logic_error("not this one"); }
+};
+
 }  // namespace
 
 ZT_REGISTER_CLASS(Shape, ZT_METHOD("propertyListRepresentation", &Shape::propertyListRepresentation),
                   ZT_METHOD("initWithPropertyListRepresentation:", &Shape::initWithPropertyListRepresentation));
 ZT_REGISTER_CLASS(Plain, ZT_METHOD("propertyListRepresentation", &Plain::propertyListRepresentation),
                   ZT_METHOD("initWithPropertyListRepresentation:", &Plain::initWithPropertyListRepresentation));
+ZT_REGISTER_CLASS(Shy, ZT_METHOD("respondsToSelector:", &Shy::respondsToSelector));
+ZT_REGISTER_CLASS(Demanding);
+ZT_REGISTER_CLASS(Throwing);
+ZT_REGISTER_CLASS(Raising,
+                  ZT_METHOD("initWithPropertyListRepresentation:", &Raising::initWithPropertyListRepresentation));
 ZT_REGISTER_CLASS(Odd, ZT_METHOD("propertyListRepresentation", &Odd::propertyListRepresentation));
 
 namespace {
@@ -292,6 +341,36 @@ TEST(Representation, WhatCannotBeMadeIsSkipped) {
       dictionary({{"corners", -1}, {"ClassForPlistRep", "Shape"}}), dictionary({{"ClassForPlistRep", "Plain"}})));
   ASSERT_EQ(back->count(), 1U);
   EXPECT_TRUE(as<Plain>(back->objectAtIndex(0)));
+}
+
+TEST(Representation, ObjectsOfHostsSayWhetherTheyRespond) {
+  EXPECT_EQ(propertyListRepresentation(NSArray::of(make<Shy>(), shape(3)))->count(), 1U);
+}
+
+Ref<NSArray> representationNamed(const char* name) {
+  return NSArray::of(dictionary({{"corners", 1}, {"ClassForPlistRep", Ref<NSString>(name)}}));
+}
+
+TEST(Representation, OfAClassWithoutDefaultConstructorIsSkipped) {
+  EXPECT_EQ(arrayFromPropertyListRepresentation(representationNamed("Demanding"))->count(), 0U);
+}
+
+TEST(Representation, WhatMakingAnObjectThrowsPassesThrough) {
+  EXPECT_THROW(arrayFromPropertyListRepresentation(representationNamed("Throwing")), std::runtime_error);
+  EXPECT_THROW(arrayFromPropertyListRepresentation(representationNamed("Raising")), std::logic_error);
+}
+
+void initialiseWithoutAnswer(const Ref<Shape>& self, const Ref<NSDictionary>&) { self->corners_ = 77; }
+
+TEST(Representation, AReplacedInitialiserNeedNotAnswer) {
+  Class shapes = Shape::classObject();
+  const SEL selector = ZT_SELECTOR("initWithPropertyListRepresentation:");
+  const IMP original =
+      QvReplaceMethodImplementation(shapes, selector, methodImplementation<&initialiseWithoutAnswer>());
+  const Ref<NSMutableArray> back = arrayFromPropertyListRepresentation(representationNamed("Shape"));
+  QvReplaceMethodImplementation(shapes, selector, original);
+  ASSERT_EQ(back->count(), 1U);
+  EXPECT_EQ(as<Shape>(back->objectAtIndex(0))->corners_, 77);
 }
 
 TEST(Representation, EmptyGivesEmptyAndNoneNone) {

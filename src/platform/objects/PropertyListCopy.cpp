@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <unordered_map>
+#include <unordered_set>
 #include <utility>
 #include <vector>
 
@@ -31,6 +32,32 @@ bool isContainer(const NSObject& object) {
 NSUInteger countOf(const NSObject& container) {
   return container.kind() == ObjectKind::Array ? static_cast<const NSArray&>(container).count()
                                                : static_cast<const NSDictionary&>(container).count();
+}
+
+template <class Visit>
+void visitValues(const NSObject& container, Visit visit) {
+  if (const auto* array = as<NSArray>(&container)) {
+    for (const Ref<NSObject>& element : *array) visit(*element);
+  } else {
+    for (const DictionaryEntry& entry : static_cast<const NSDictionary&>(container)) visit(*entry.value);
+  }
+}
+
+// Elements and containers of `root`, each shared container counted once.
+NSUInteger distinctElements(const NSObject& root) {
+  NSUInteger elements = 0;
+  std::unordered_set<const NSObject*> shared;
+  std::vector<const NSObject*> waiting{&root};
+  while (!waiting.empty()) {
+    const NSObject& container = *waiting.back();
+    waiting.pop_back();
+    if (container.retainCount() > 1 && !shared.insert(&container).second) continue;
+    elements += countOf(container) + 1;
+    visitValues(container, [&](const NSObject& value) {
+      if (isContainer(value)) waiting.push_back(&value);
+    });
+  }
+  return elements;
 }
 
 Ref<NSObject> copiedNumber(const NSNumber& number) {
@@ -74,10 +101,10 @@ Ref<NSObject> copiedLeaf(const NSObject& leaf, Leaves leaves) {
 // Copies from the leaves up without recursion. Copied elements wait in a row until their container is complete.
 class DeepCopier {
  public:
-  explicit DeepCopier(CopyRules rules) : rules_(rules) {}
+  DeepCopier(CopyRules rules, const NSObject& root) : rules_(rules), root_(root), repetitions_(root) {}
 
-  Ref<NSObject> copy(const NSObject& root) {
-    bool possible = take(root);
+  Ref<NSObject> copy() {
+    bool possible = take(root_);
     while (possible && !open_.empty()) possible = step();
     return possible ? std::move(copied_.back()) : nullptr;
   }
@@ -124,7 +151,7 @@ class DeepCopier {
       known->second.open = true;
       repeated |= !isNew;
     }
-    if (repeated && (repeatedElements_ += countOf(container) + 1) > kMaximumRepeatedElements) return false;
+    if (repeated && !repetitions_.spend(countOf(container) + 1)) return false;
     open_.push_back({&container, 0, {}, copied_.size(), repeated});
     if (const auto* dictionary = as<NSDictionary>(&container)) open_.back().entry = dictionary->begin();
     return true;
@@ -160,11 +187,12 @@ class DeepCopier {
   }
 
   CopyRules rules_;
+  const NSObject& root_;
+  detail::RepetitionBudget repetitions_;
   std::vector<Frame> open_;
   std::vector<Ref<NSObject>> copied_;
   std::vector<DictionaryEntry> entries_;
   std::unordered_map<const NSObject*, Shared> shared_;
-  NSUInteger repeatedElements_ = 0;
 };
 
 CopyRules rulesFor(NSUInteger mutabilityOption) {
@@ -175,11 +203,20 @@ CopyRules rulesFor(NSUInteger mutabilityOption) {
 }  // namespace
 
 Ref<NSObject> CFPropertyListCreateDeepCopy(const Ref<NSObject>& propertyList, NSUInteger mutabilityOption) {
-  return propertyList ? DeepCopier(rulesFor(mutabilityOption)).copy(*propertyList) : nullptr;
+  return propertyList ? DeepCopier(rulesFor(mutabilityOption), *propertyList).copy() : nullptr;
+}
+
+bool detail::RepetitionBudget::spend(NSUInteger elements) {
+  spent_ += elements;
+  if (spent_ > limit_ && !isMeasured_) {
+    limit_ = std::max(limit_, kRepeatedElementsPerElement * distinctElements(root_));
+    isMeasured_ = true;
+  }
+  return spent_ <= limit_;
 }
 
 Ref<NSObject> detail::copyContainers(const Ref<NSObject>& value) {
-  return value ? DeepCopier({true, Leaves::Shared}).copy(*value) : nullptr;
+  return value ? DeepCopier({true, Leaves::Shared}, *value).copy() : nullptr;
 }
 
 }  // namespace ZtFoundation

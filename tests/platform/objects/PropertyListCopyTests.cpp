@@ -95,6 +95,29 @@ TEST(PropertyListCopy, SharedContainersCannotFillTheMemory) {
   EXPECT_FALSE(CFPropertyListCreateDeepCopy(shared(60), 1));
 }
 
+TEST(PropertyListCopy, ManyReferencesToOneContainerAreCopied) {
+  constexpr NSUInteger kReferences = 600'000;
+  const Ref<NSDictionary> one = NSDictionary::dictionaryWithObject_forKey(1, "a");
+  Ref<NSMutableArray> list = NSMutableArray::arrayWithCapacity(kReferences);
+  for (NSUInteger index = 0; index < kReferences; ++index) list->addObject(one);
+  for (const Ref<NSObject>& copied : {CFPropertyListCreateDeepCopy(list, 2), detail::copyContainers(list)}) {
+    const Ref<NSArray> copy = as<NSArray>(copied);
+    ASSERT_TRUE(copy);
+    ASSERT_EQ(copy->count(), kReferences);
+    EXPECT_TRUE(isEqual(copy->objectAtIndex(kReferences - 1), one));
+    EXPECT_NE(copy->objectAtIndex(kReferences - 1), copy->objectAtIndex(0));
+  }
+}
+
+// However large the rest is, what doubles with each level is refused.
+TEST(PropertyListCopy, ALargeValueDoesNotBuyExponentialCopies) {
+  Ref<NSMutableArray> list = NSMutableArray::array();
+  for (int index = 0; index < 100'000; ++index) list->addObject(index);
+  list->addObject(shared(60));
+  EXPECT_FALSE(CFPropertyListCreateDeepCopy(list, 2));
+  EXPECT_FALSE(detail::copyContainers(list));
+}
+
 TEST(PropertyListCopy, ContainersInsideThemselvesGiveNone) {
   Ref<NSMutableArray> one = NSMutableArray::array();
   one->addObject(NSDictionary::dictionaryWithObject_forKey(one, "self"));
