@@ -80,7 +80,8 @@ class ZT_EXPORT ZtLoggingManager : public NSObject {
   virtual void appendToLogger_level_format_arguments(const Ref<NSObject>& logger, std::int32_t level,
                                                      const Ref<NSString>& format, FormatArguments arguments);
 
-  /// Sends the receiver `appendToLogger:level:format:arguments:` with the arguments collected.
+  /// Sends the receiver `appendToLogger:level:format:arguments:` with the arguments collected. What the manager throws passes through. Messages
+  /// nested more than 8 deep on one thread are dropped, those of `YbLog` counted as well.
   template <class... Arguments>
   void appendToLogger_level_message(const Ref<NSObject>& logger, std::int32_t level, const Ref<NSString>& format,
                                     const Arguments&... arguments) {
@@ -93,10 +94,12 @@ class ZT_EXPORT ZtLoggingManager : public NSObject {
   /// Installs `manager` in place of the one before, which is released; none silences `YbLog`. The one that is installed already stays as it is.
   /// The last one installed is never destroyed.
   static void setSharedLoggingManager(const Ref<ZtLoggingManager>& manager);
-  /// A new manager of the principal class of the bundle at `path`, neither configured nor installed. The bundle's code stays loaded.
+  /// A new manager of the principal class of the bundle at `path`, neither configured nor installed. The class is sent `alloc`, the instance `init`,
+  /// which a plug-in may list as a method of its own and which answers the manager to use. The bundle's code stays loaded.
   ///
   /// None, without a word, when there is no path, nothing at the path or no bundle there, its code cannot be loaded, its principal class is missing or
-  /// not `ZtLoggingManager` or a subclass, or that has no default constructor, or one that throws.
+  /// not `ZtLoggingManager` or a subclass, or that has no default constructor, the constructor or `init` throws, or `init` answers none. A plug-in
+  /// whose static initialisers throw costs more than none: see `NSBundle::load`.
   static Ref<ZtLoggingManager> loggingManagerWithBundlePath(const Ref<NSString>& path);
 };
 
@@ -109,7 +112,7 @@ void ZtLog(const Ref<NSString>& format, const Arguments&... arguments) {
 /// Sends the shared manager `appendToLogger:level:format:arguments:`; nothing happens without one. `logger` is any object that names who logs.
 ///
 /// A manager may log while it works on a message, and so may an argument's description. Messages nested more than 8 deep on one
-/// thread are dropped.
+/// thread are dropped, those of `appendToLogger_level_message` counted as well. What the manager throws passes through.
 template <class... Arguments>
 void YbLog(const Ref<NSObject>& logger, std::int32_t level, const Ref<NSString>& format,
            const Arguments&... arguments) {

@@ -47,10 +47,11 @@ class MessageInProgress {
   int& depth_;
 };
 
-/// A new instance, none when its constructor throws.
+/// A new instance, none when its constructor or its `init` throws.
 Ref<NSObject> instanceOf(Class one) noexcept {
   try {
-    return class_createInstance(one);
+    const Ref<NSObject> instance = send<Ref<NSObject>>(one, ZT_SELECTOR("alloc"));
+    return send<Ref<NSObject>>(instance, ZT_SELECTOR("init"));
   } catch (...) {
     return nullptr;
   }
@@ -88,7 +89,7 @@ Ref<ZtLoggingManager> ZtLoggingManager::loggingManagerWithBundlePath(const Ref<N
   const Ref<NSBundle> bundle = NSBundle::bundleWithPath(path);
   if (!bundle || !bundle->load()) return nullptr;
   Class principal = bundle->principalClass();
-  if (principal == nullptr || !principal->isSubclassOfClass(classObject())) return nullptr;
+  if (principal == nullptr || !send<bool>(principal, ZT_SELECTOR("isSubclassOfClass:"), classObject())) return nullptr;
   return as<ZtLoggingManager>(instanceOf(principal));
 }
 

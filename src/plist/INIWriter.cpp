@@ -47,8 +47,7 @@ class INIText {
 
   void append(const NSObject& object) {
     if (const NSString* text = as<NSString>(&object)) return appendText(*text);
-    const Ref<NSString> description = object.description();
-    appendText(description ? *description : *Ref<NSString>("(null)"));
+    appendText(*detail::describe(&object));
   }
 
   void appendText(const NSString& text) {

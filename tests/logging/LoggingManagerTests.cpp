@@ -224,6 +224,23 @@ TEST_F(Logging, ReplacedMethodReceivesEveryMessage) {
   EXPECT_THAT(replacedLines, ElementsAre("camera: a", "lens: b"));
 }
 
+std::string replacedConfiguration;
+
+void configureReplaced(const Ref<ZtLoggingManager>&, const Ref<NSString>& path, bool watch) {
+  replacedConfiguration = NSString::stringWithFormat("%@ %d", path, watch)->utf8();
+}
+
+TEST_F(Logging, ConfiguringCanBeReplaced) {
+  Class made = registerSubclass(ZtLoggingManager::classObject(), "ReconfiguredManager");
+  const SEL selector = ZT_SELECTOR("configureWithPath:watch:");
+  ASSERT_NE(QvReplaceMethodImplementation(made, selector, methodImplementation<&configureReplaced>()), nullptr);
+  send(class_createInstance(made), selector, Ref<NSString>("/etc/log.plist"), true);
+  EXPECT_EQ(replacedConfiguration, "/etc/log.plist 1");
+  replacedConfiguration.clear();
+  send(make<ZtLoggingManager>(), selector, Ref<NSString>("/etc/log.plist"), true);
+  EXPECT_EQ(replacedConfiguration, "") << "only the subclass was changed";
+}
+
 // ---- Logging while logging
 
 class NestingManager : public ZtLoggingManager {

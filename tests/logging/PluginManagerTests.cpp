@@ -96,7 +96,47 @@ TEST(PluginManager, LoadsThroughLinksAndRelativePaths) {
   EXPECT_EQ(linked->isa(), relative->isa());
 }
 
+TEST(PluginManager, IsInitialisedByAMessage) {
+  const Ref<ZtLoggingManager> manager = load(TestBundle("Initialising", "PreparedManager"));
+  ASSERT_TRUE(manager);
+  EXPECT_EQ(lastMessage(manager), "prepared");
+  EXPECT_EQ(manager->retainCount(), 1U);
+}
+
+TEST(PluginManager, StaysLoadedWhenItsFolderIsGone) {
+  Ref<ZtLoggingManager> manager;
+  {
+    const TestBundle bundle("Recording", "RecordingManager");
+    manager = load(bundle);
+    ASSERT_TRUE(manager);
+    std::filesystem::remove_all(bundle.path());
+  }
+  manager->appendToLogger_level_message("lens", 5, "still here");
+  EXPECT_EQ(lastMessage(manager), "lens 5 still here");
+  EXPECT_TRUE(class_createInstance(manager->isa()));
+}
+
 // ---- What is refused
+
+TEST(PluginManager, RefusalsLogNothing) {
+  const TestBundle empty;
+  testing::internal::CaptureStderr();
+  EXPECT_FALSE(ZtLoggingManager::loggingManagerWithBundlePath(nullptr));
+  EXPECT_FALSE(ZtLoggingManager::loggingManagerWithBundlePath(empty.path() + ".gone"));
+  EXPECT_FALSE(load(empty));
+  EXPECT_FALSE(load(TestBundle("MissingSymbol", "RecordingManager")));
+  EXPECT_FALSE(load(TestBundle("Unrelated", "UnrelatedThing")));
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+}
+
+TEST(PluginManager, WhoseInitAnswersNoneOrThrowsIsNone) {
+  EXPECT_FALSE(load(TestBundle("Initialising", "RefusingManager")));
+  EXPECT_FALSE(load(TestBundle("Initialising", "FailingManager")));
+}
+
+TEST(PluginManager, OfAClassThatDeniesItsSuperclassIsNone) {
+  EXPECT_FALSE(load(TestBundle("Initialising", "DenyingManager")));
+}
 
 TEST(PluginManager, OfNoPathIsNone) {
   EXPECT_FALSE(ZtLoggingManager::loggingManagerWithBundlePath(nullptr));

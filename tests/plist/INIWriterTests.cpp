@@ -33,6 +33,13 @@ class Label : public NSObject {
   Ref<NSString> description() const override { return "a label"; }
 };
 
+/// Answers messages otherwise than C++ callers.
+class Relabelled : public Label {
+  ZT_OBJECT(Relabelled, Label)
+ public:
+  Ref<NSString> otherText() const { return "another label"; }
+};
+
 /// A key without a text.
 class Nameless : public NSObject {
   ZT_OBJECT(Nameless, NSObject)
@@ -44,6 +51,7 @@ ZT_IMPLEMENT_CLASS(AcceptsAnything);
 ZT_IMPLEMENT_CLASS(AnswersMessages, ZT_CLASS_METHOD("propertyList:isValidForFormat:", &AnswersMessages::anything));
 ZT_IMPLEMENT_CLASS(Unchanged);
 ZT_IMPLEMENT_CLASS(Label);
+ZT_IMPLEMENT_CLASS(Relabelled, ZT_METHOD("description", &Relabelled::otherText));
 ZT_IMPLEMENT_CLASS(Nameless);
 
 namespace {
@@ -117,6 +125,7 @@ TEST(INIWriterTests, KeysThatAreNoStringsAreDescribed) {
   EXPECT_EQ(writeINI(fileWith("v", 12)), "[S]\n12=v\n\n");
   EXPECT_EQ(writeINI(fileWith("v", true)), "[S]\n1=v\n\n");
   EXPECT_EQ(writeINI(fileWith("v", make<Label>())), "[S]\na label=v\n\n");
+  EXPECT_EQ(writeINI(fileWith("v", make<Relabelled>())), "[S]\nanother label=v\n\n");
   EXPECT_EQ(writeINI(fileWith("v", make<Nameless>())), "[S]\n(null)=v\n\n");
   const Ref<NSDictionary> section = NSDictionary::dictionaryWithObject_forKey("v", "k");
   EXPECT_EQ(writeINI(NSDictionary::dictionaryWithObject_forKey(section, 2.5)), "[2.5]\nk=v\n\n");

@@ -12,7 +12,7 @@
 /// | NSPrincipalClass | the name of the class that a host makes an instance of |
 ///
 /// The code of a plug-in registers its classes with `ZT_REGISTER_CLASS`, which happens while it is loaded. Loaded code stays as long
-/// as the process lives.
+/// as the process lives, also when its file is deleted. Static initialisers must not throw: `load` tells what happens then.
 /// \code
 ///   Ref<NSBundle> plugIn = NSBundle::bundleWithPath("/opt/app/PlugIns/Fancy.bundle");
 ///   if (plugIn && plugIn->load()) {
@@ -48,8 +48,12 @@ class ZT_EXPORT NSBundle : public NSObject {
   Ref<NSString> executablePath();
 
   /// Loads the bundle's code, unless that has happened, and runs its static initialisers on this thread. False when there is no such file, it
-  /// is no shared object for this machine, something it needs is missing, or an initialiser throws. (After such a throw the
-  /// system's loader stays locked for other threads, which then wait for ever if they load code; what throws is not tried again.)
+  /// is no shared object for this machine, something it needs is missing, or an initialiser throws.
+  ///
+  /// After such a throw the lock of the system's loader stays with this thread for the rest of the process, which nothing outside the system's C
+  /// library can mend. This thread goes on, loads code and may end the process. Any other thread waits for ever as soon as it loads code
+  /// (dlopen; other plug-ins; the modules that the library itself loads when they are first needed) or
+  /// ends the process by `exit`. What has thrown is not tried again. A plug-in should therefore catch what its initialisers throw.
   bool load();
   bool isLoaded() const noexcept { return module_.load(std::memory_order_acquire) != nullptr; }
   /// The class that Info.plist names, among those that the bundle's own code registered first, then among all; without such an entry the first

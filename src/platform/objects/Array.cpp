@@ -117,7 +117,7 @@ Ref<NSString> NSArray::componentsJoinedByString(const Ref<NSString>& separator) 
   Ref<NSMutableString> joined = NSMutableString::string();
   for (NSUInteger index = 0; index < count_; ++index) {
     if (index != 0 && separator) joined->appendString(separator);
-    joined->appendString(items_[index]->description());
+    joined->appendString(detail::describe(items_[index].get()));
   }
   return joined->copy();
 }

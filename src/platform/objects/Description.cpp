@@ -167,7 +167,7 @@ class Describer {
 
   void leaf(const NSObject& value) {
     const Ref<NSString> description = detail::describe(&value);
-    const UnitView units = description ? description->units() : UnitView();
+    const UnitView units = description->units();
     if (value.kind() != ObjectKind::Data && !isPlain(units)) return appendQuoted(text_, units);
     for (NSUInteger index = 0; index < units.size(); ++index) text_ += static_cast<char>(units[index]);
   }

@@ -50,8 +50,7 @@ Ref<NSString> characterText(const FormatArgument& argument) {
 }
 
 Ref<NSString> descriptionOf(const NSObject* object) {
-  const Ref<NSString> description = object != nullptr ? detail::describe(object) : nullptr;
-  return description ? description : Ref<NSString>(kNull);
+  return object != nullptr ? detail::describe(object) : Ref<NSString>(kNull);
 }
 
 // What "%p" prints.

@@ -69,7 +69,7 @@ Ref<NSString> NSObject::description() const {
 }
 
 std::ostream& operator<<(std::ostream& stream, const NSObject* object) {
-  return object != nullptr ? stream << object->description()->utf8() : stream << "(null)";
+  return object != nullptr ? stream << detail::describe(object)->utf8() : stream << "(null)";
 }
 
 }  // namespace ZtFoundation

@@ -8,7 +8,12 @@ using ObjectRef = Ref<NSObject>;
 
 Class superclassOf(const NSObject& self) { return self.isa()->superclass(); }
 bool responds(NSObject& self, SEL selector) { return instancesRespondToSelector(self.isa(), selector); }
-ObjectRef newInstance(Class self) { return self->createInstance(); }
+ObjectRef initialise(NSObject& self) { return ObjectRef(&self); }
+ObjectRef allocate(Class self) { return self->createInstance(); }
+ObjectRef newInstance(Class self) {
+  const ObjectRef instance = send<ObjectRef>(self, ZT_SELECTOR("alloc"));
+  return send<ObjectRef>(instance, ZT_SELECTOR("init"));
+}
 bool isSubclass(Class self, Class ancestor) { return self->isSubclassOfClass(ancestor); }
 
 }  // namespace
@@ -16,6 +21,7 @@ bool isSubclass(Class self, Class ancestor) { return self->isSubclassOfClass(anc
 Class NSObject::classObject() {
   ZT_LIST_CLASS(NSObject);
   static constexpr auto methods = detail::methodList(
+      ZT_METHOD("init", &initialise),
       ZT_METHOD("isEqual:", static_cast<bool (NSObject::*)(const NSObject*) const>(&NSObject::isEqual)),
       ZT_METHOD("isEqualTo:", &NSObject::isEqualTo), ZT_METHOD("hash", &NSObject::hash),
       ZT_METHOD("description", &NSObject::description), ZT_METHOD("class", &NSObject::isa),
@@ -24,7 +30,8 @@ Class NSObject::classObject() {
       ZT_METHOD("performSelector:", &performSelector),
       ZT_METHOD("performSelector:withObject:", &performSelector_withObject),
       ZT_METHOD("performSelector:withObject:withObject:", &performSelector_withObject_withObject),
-      ZT_CLASS_METHOD("new", &newInstance), ZT_CLASS_METHOD("isSubclassOfClass:", &isSubclass),
+      ZT_CLASS_METHOD("alloc", &allocate), ZT_CLASS_METHOD("new", &newInstance),
+      ZT_CLASS_METHOD("isSubclassOfClass:", &isSubclass),
       ZT_CLASS_METHOD("instancesRespondToSelector:", &instancesRespondToSelector));
   static constinit detail::ClassPair pair("NSObject", nullptr, nullptr, detail::factoryOf<NSObject>(), methods);
   return &pair.own;
@@ -95,8 +102,11 @@ ObjectRef performSelector_withObject_withObject(const ObjectRef& target, SEL sel
 
 namespace detail {
 
+// A description that is none shows as any none does.
 Ref<NSString> describe(const NSObject* object) {
-  return isOfHost(object) ? send<Ref<NSString>>(receiver(object), ZT_SELECTOR("description")) : object->description();
+  if (!isOfHost(object)) return object->description();
+  const Ref<NSString> description = send<Ref<NSString>>(receiver(object), ZT_SELECTOR("description"));
+  return description ? description : Ref<NSString>("(null)");
 }
 
 NSUInteger hashOf(const NSObject* object) {

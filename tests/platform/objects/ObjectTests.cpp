@@ -139,6 +139,38 @@ TEST(ObjectTests, PrintsAsUTF8) {
   EXPECT_EQ(stream.str(), "Gr\xC3\xBC\xC3\x9F (null) 7");
 }
 
+// Tells of itself by a method of its own, which C++ callers do not reach.
+class Speaker : public NSObject {
+  ZT_OBJECT(Speaker, NSObject)
+ public:
+  explicit Speaker(const char* text = "spoken") : text_(text) {}
+  Ref<NSString> speak() const { return text_ != nullptr ? Ref<NSString>(text_) : nullptr; }
+
+ private:
+  const char* text_;
+};
+ZT_IMPLEMENT_CLASS(Speaker, ZT_METHOD("description", &Speaker::speak));
+
+TEST(ObjectTests, DescriptionsAreAskedForByMessage) {
+  const Ref<NSObject> spoken = make<Speaker>();
+  const Ref<NSObject> silent = make<Speaker>(nullptr);
+  std::ostringstream stream;
+  stream << spoken << ' ' << silent;
+  EXPECT_EQ(stream.str(), "spoken (null)");
+  EXPECT_EQ(NSArray::of(spoken, silent, 1)->componentsJoinedByString("+")->utf8(), "spoken+(null)+1");
+  EXPECT_EQ(NSArray::of(silent)->description()->utf8(), "(\n    \"(null)\"\n)");
+}
+
+TEST(ObjectTests, RootClassInitialisesByMessage) {
+  const Ref<NSObject> object = make<NSObject>();
+  EXPECT_EQ(send<Ref<NSObject>>(object, ZT_SELECTOR("init")), object);
+  EXPECT_EQ(object->retainCount(), 1U);
+  Class speakers = Speaker::classObject();
+  EXPECT_EQ(send<Ref<NSObject>>(speakers, ZT_SELECTOR("alloc"))->isa(), speakers);
+  EXPECT_EQ(send<Ref<NSObject>>(speakers, ZT_SELECTOR("new"))->isa(), speakers);
+  EXPECT_FALSE(send<Ref<NSObject>>(Witness::classObject(), ZT_SELECTOR("new")));
+}
+
 Ref<NSObject> nested(int depth, Ref<NSObject> innermost) {
   Ref<NSObject> value = std::move(innermost);
   for (int level = 0; level < depth; ++level) {
