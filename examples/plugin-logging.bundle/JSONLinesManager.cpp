@@ -10,8 +10,10 @@
 #include <ZtFoundation/platform/PropertyListSerialization.h>
 #include <ZtFoundation/platform/Values.h>
 
+#include <sys/stat.h>
+
+#include <array>
 #include <cstdio>
-#include <filesystem>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -68,19 +70,19 @@ class LineFile {
   std::unique_ptr<std::FILE, Close> file_;
 };
 
-// What tells one state of a file from the next.
-struct Stamp {
-  std::filesystem::file_time_type modified;
-  std::uintmax_t size = 0;
-
-  bool operator==(const Stamp&) const = default;
-};
+// What tells one state of a file from the next: which file it is, its size, when it was written and when it was changed in any way. The last
+// cannot be set back, unlike the time of writing.
+using Stamp = std::array<std::int64_t, 6>;
 
 std::optional<Stamp> stampOf(const Ref<NSString>& path) {
-  std::error_code error;
-  const std::filesystem::path file(path->fileSystemRepresentation());
-  const Stamp stamp{std::filesystem::last_write_time(file, error), std::filesystem::file_size(file, error)};
-  return error ? std::nullopt : std::optional(stamp);
+  struct stat file {};
+  if (::stat(path->fileSystemRepresentation().c_str(), &file) != 0) return std::nullopt;
+  return Stamp{static_cast<std::int64_t>(file.st_ino),
+               file.st_size,
+               file.st_mtim.tv_sec,
+               file.st_mtim.tv_nsec,
+               file.st_ctim.tv_sec,
+               file.st_ctim.tv_nsec};
 }
 
 class JSONLinesManager : public ZtLoggingManager {

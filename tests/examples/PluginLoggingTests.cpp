@@ -2,6 +2,7 @@
 
 #include <ZtFoundation/Logging.h>
 
+#include <chrono>
 #include <filesystem>
 #include <sstream>
 #include <thread>
@@ -95,6 +96,17 @@ TEST_F(PluginLogging, FollowsAWatchedConfiguration) {
   YbLog("camera", ZtLogLevelInfo, "b");
   EXPECT_THAT(lines("first"), ElementsAre(line("a")));
   EXPECT_THAT(lines("the second"), ElementsAre(line("b")));
+}
+
+TEST_F(PluginLogging, SeesAChangeThatKeepsSizeAndTimeOfWriting) {
+  configure("{" + fileEntry("first") + "}", true);
+  const auto written = std::filesystem::last_write_time(folder / "logging.plist");
+  std::this_thread::sleep_for(std::chrono::milliseconds(50));  // file times have steps of several milliseconds
+  setConfiguration("{" + fileEntry("other") + "}");
+  std::filesystem::last_write_time(folder / "logging.plist", written);
+  YbLog("camera", ZtLogLevelInfo, "a");
+  EXPECT_THAT(lines("other"), ElementsAre(line("a")));
+  EXPECT_THAT(lines("first"), IsEmpty());
 }
 
 TEST_F(PluginLogging, LeavesAConfigurationThatIsNotWatched) {
