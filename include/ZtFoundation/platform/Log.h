@@ -11,7 +11,7 @@
 ///
 /// Threads: any number may log at once; lines stay whole. Logging may block as long as the standard error stream does. It never
 /// fails: what cannot be written is dropped, also when there is no memory for the line or nobody reads the pipe (no SIGPIPE reaches the
-/// process). Exceptions come only from what is done for the line: the caller's conversion of text to a string (std::bad_alloc) and
+/// process, except within a second after the host put a pipe in the place of standard error). Exceptions come only from what is done for the line: the caller's conversion of text to a string (std::bad_alloc) and
 /// descriptions of the host's own. `errno` is left as it was.
 #pragma once
 

@@ -27,6 +27,7 @@ struct LineContext {
   std::size_t dateLength = 0;
   std::array<char, 96> origin{};  // " name[process:thread] "
   std::size_t originLength = 0;
+  bool mayLoseReader = true;
 };
 constinit thread_local LineContext context;
 
@@ -44,7 +45,13 @@ void watchForks() {
                  });
 }
 
-void refreshDate(time_t second) {
+// Whether standard error may be a pipe or a socket, which a look at its position tells sooner than a look at its kind.
+bool mayLoseItsReader() { return lseek(STDERR_FILENO, 0, SEEK_CUR) < 0; }
+
+// What is looked up once a second. The host may put another file in the place of standard error at any time; asking for every line
+// would cost a fifth of the line.
+void refreshSecond(time_t second) {
+  context.mayLoseReader = mayLoseItsReader();
   tm fields{};
   localtime_r(&second, &fields);
   context.second = second;
@@ -99,10 +106,6 @@ void writeAll(const char* bytes, std::size_t length) {
   }
 }
 
-// Whether standard error may be a pipe or a socket. This is asked for every line, because the host may put another file in its place,
-// and costs less than a look at the kind of the file.
-bool mayLoseItsReader() { return lseek(STDERR_FILENO, 0, SEEK_CUR) < 0; }
-
 // While this lives, a write that nobody reads raises no SIGPIPE in this thread.
 class WithoutSIGPIPE {
  public:
@@ -137,7 +140,7 @@ class WithoutSIGPIPE {
 
 void writeSafely(const char* bytes, std::size_t length) {
   std::optional<WithoutSIGPIPE> guard;
-  if (mayLoseItsReader()) guard.emplace();
+  if (context.mayLoseReader) guard.emplace();
   writeAll(bytes, length);
 }
 
@@ -146,7 +149,7 @@ class StandardError final : public LogSink {
   void write(std::string_view text) noexcept override {
     timespec now{};
     clock_gettime(CLOCK_REALTIME, &now);
-    if (now.tv_sec != context.second) refreshDate(now.tv_sec);
+    if (now.tv_sec != context.second) refreshSecond(now.tv_sec);
     if (context.originLength == 0) refreshOrigin();
 
     std::array<char, 512> small;
