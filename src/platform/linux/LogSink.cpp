@@ -20,13 +20,13 @@ namespace ZtFoundation {
 
 namespace {
 
-// Plain data, so that a thread may still log while its other thread-local objects are being destroyed.
+// What the lines of a thread begin with for one second. Plain data, so that a thread may still log while its other thread-local objects are
+// being destroyed.
 struct LineContext {
   time_t second = -1;
-  std::array<char, 40> date{};  // of `second`, without the fraction
-  std::size_t dateLength = 0;
-  std::array<char, 96> origin{};  // " name[process:thread] "
-  std::size_t originLength = 0;
+  std::array<char, 160> prefix{};  // "date.000 name[process:thread] "
+  std::size_t length = 0;
+  std::size_t milliseconds = 0;  // where their three digits go
   bool mayLoseReader = true;
 };
 constinit thread_local LineContext context;
@@ -41,37 +41,40 @@ void watchForks() {
   pthread_atfork([] { writing().lock(); }, [] { writing().unlock(); },
                  [] {
                    writing().unlock();
-                   context.originLength = 0;
+                   context.second = -1;
                  });
 }
 
 // Whether standard error may be a pipe or a socket, which a look at its position tells sooner than a look at its kind.
 bool mayLoseItsReader() { return lseek(STDERR_FILENO, 0, SEEK_CUR) < 0; }
 
-// What is looked up once a second. The host may put another file in the place of standard error at any time; asking for every line
-// would cost a fifth of the line.
-void refreshSecond(time_t second) {
-  context.mayLoseReader = mayLoseItsReader();
+void putDate(time_t second) {
   tm fields{};
   localtime_r(&second, &fields);
-  context.second = second;
-  context.dateLength = strftime(context.date.data(), context.date.size(), "%Y-%m-%d %H:%M:%S", &fields);
+  context.milliseconds = strftime(context.prefix.data(), context.prefix.size(), "%Y-%m-%d %H:%M:%S.", &fields);
 }
 
-void refreshOrigin() {
-  static const bool watched = (watchForks(), true);
-  static_cast<void>(watched);
+void putOrigin() {
+  char* const out = context.prefix.data() + context.milliseconds;
   const int length =
-      std::snprintf(context.origin.data(), context.origin.size(), " %.32s[%ld:%ld] ", program_invocation_short_name,
-                    static_cast<long>(getpid()), static_cast<long>(gettid()));
-  context.originLength = static_cast<std::size_t>(length);
+      std::snprintf(out, context.prefix.size() - context.milliseconds, "000 %.32s[%ld:%ld] ",
+                    program_invocation_short_name, static_cast<long>(getpid()), static_cast<long>(gettid()));
   // The name is whatever the program was started as.
   std::replace_if(
-      context.origin.begin(), context.origin.begin() + length,
+      out, out + length,
       [](char character) { return static_cast<unsigned char>(character) < 0x20 || character == 0x7F; }, '?');
+  context.length = context.milliseconds + static_cast<std::size_t>(length);
 }
 
-std::size_t prefixSize() { return context.dateLength + 4 + context.originLength; }
+// The host may put another file in the place of standard error at any time; asking for every line would cost a fifth of the line.
+void refresh(time_t second) {
+  static const bool watched = (watchForks(), true);
+  static_cast<void>(watched);
+  context.second = second;
+  context.mayLoseReader = mayLoseItsReader();
+  putDate(second);
+  putOrigin();
+}
 
 char* copy(char* out, const char* bytes, std::size_t length) {
   std::memcpy(out, bytes, length);
@@ -79,10 +82,10 @@ char* copy(char* out, const char* bytes, std::size_t length) {
 }
 
 char* putPrefix(char* out, long milliseconds) {
-  out = copy(out, context.date.data(), context.dateLength);
-  *out++ = '.';
-  for (const long unit : {100L, 10L, 1L}) *out++ = static_cast<char>('0' + milliseconds / unit % 10);
-  return copy(out, context.origin.data(), context.originLength);
+  copy(out, context.prefix.data(), context.length);
+  char* digit = out + context.milliseconds;
+  for (const long unit : {100L, 10L, 1L}) *digit++ = static_cast<char>('0' + milliseconds / unit % 10);
+  return out + context.length;
 }
 
 // False when nothing more can be written.
@@ -149,13 +152,12 @@ class StandardError final : public LogSink {
   void write(std::string_view text) noexcept override {
     timespec now{};
     clock_gettime(CLOCK_REALTIME, &now);
-    if (now.tv_sec != context.second) refreshSecond(now.tv_sec);
-    if (context.originLength == 0) refreshOrigin();
+    if (now.tv_sec != context.second) refresh(now.tv_sec);
 
     std::array<char, 512> small;
     std::unique_ptr<char[]> large;
     char* line = small.data();
-    const std::size_t length = prefixSize() + text.size() + 1;
+    const std::size_t length = context.length + text.size() + 1;
     if (length > small.size()) {
       large.reset(new (std::nothrow) char[length]);
       if (!large) return;

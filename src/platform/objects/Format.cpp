@@ -151,7 +151,7 @@ class Formatter {
       number(value.signedValue());
     } else if (letter == '.' && isShortFixed(percent + 2) && value.kind() == Kind::Real &&
                std::isfinite(value.real())) {
-      number(value.real(), std::chars_format::fixed, format_[percent + 2] - '0');
+      shortFixed(value.real(), format_[percent + 2] - '0');
       end = percent + 4;
     } else {
       return 0;
@@ -165,10 +165,14 @@ class Formatter {
     return at + 1 < format_.size() && format_[at] >= '0' && format_[at] <= '9' && format_[at + 1] == 'f';
   }
 
-  template <class... How>
-  void number(How... how) {
-    std::array<char, 330> digits;  // the largest double has 309, then a point and 9 more
-    out_.append(std::string_view(digits.begin(), std::to_chars(digits.begin(), digits.end(), how...).ptr));
+  void number(std::int64_t value) {
+    std::array<char, 24> digits;
+    out_.append(std::string_view(digits.begin(), std::to_chars(digits.begin(), digits.end(), value).ptr));
+  }
+
+  void shortFixed(double value, int precision) {
+    std::array<char, detail::kFixedTextSize> digits;
+    out_.append(std::string_view(digits.begin(), detail::putFixed(digits.begin(), value, precision)));
   }
 
   void plainText(const FormatArgument& value) {

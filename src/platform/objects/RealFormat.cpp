@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <charconv>
+#include <cstdint>
 
 namespace ZtFoundation::detail {
 
@@ -18,6 +20,57 @@ std::string converted(double magnitude, std::chars_format format, std::size_t pr
   std::array<char, kMaximumTextSize> text;
   return {text.data(), std::to_chars(text.begin(), text.end(), magnitude, format, static_cast<int>(precision)).ptr};
 }
+
+#if defined(__SIZEOF_INT128__)
+
+__extension__ using Product = unsigned __int128;
+
+constexpr std::array<std::uint32_t, 10> kPowersOfTen{1,      10,      100,      1000,      10000,
+                                                     100000, 1000000, 10000000, 100000000, 1000000000};
+
+// A magnitude from 2^-67 to 2^32, or 0, taken apart into an integer and the number of its bits that lie behind the point. Times a power of ten
+// it is still exact in 128 bits, so rounding is right without the long way.
+class SmallReal {
+ public:
+  explicit SmallReal(double value) : bits_(std::bit_cast<std::uint64_t>(value)) {}
+
+  bool isNegative() const { return bits_ >> 63 != 0; }
+  bool isSmall() const { return isZero() || (exponent() >= 1023 - 67 && exponent() < 1023 + 32); }
+
+  // The magnitude times 10^precision, rounded to the nearest, of two to the even one.
+  std::uint64_t scaled(std::size_t precision) const {
+    if (isZero()) return 0;
+    const std::uint64_t integer = (bits_ & 0xFFFFFFFFFFFFF) | (std::uint64_t{1} << 52);
+    const Product product = Product{integer} * kPowersOfTen[precision];
+    const unsigned behindPoint = 1075 - exponent();
+    const auto whole = static_cast<std::uint64_t>(product >> behindPoint);
+    const Product rest = product - (Product{whole} << behindPoint);
+    const Product half = Product{1} << (behindPoint - 1);
+    return whole + (rest > half || (rest == half && whole % 2 != 0) ? 1 : 0);
+  }
+
+ private:
+  bool isZero() const { return bits_ << 1 == 0; }
+  unsigned exponent() const { return static_cast<unsigned>(bits_ >> 52) & 0x7FF; }
+
+  std::uint64_t bits_;
+};
+
+// The digits of `scaled` with a point before the last `precision` of them.
+char* putScaled(char* out, std::uint64_t scaled, std::size_t precision) {
+  std::array<char, 24> digits;
+  digits.fill('0');
+  std::array<char, 24> plain{};
+  const auto count = static_cast<std::size_t>(std::to_chars(plain.begin(), plain.end(), scaled).ptr - plain.begin());
+  const std::size_t padded = std::max(count, precision + 1);
+  std::copy_n(plain.begin(), count, digits.begin() + (padded - count));
+  out = std::copy_n(digits.begin(), padded - precision, out);
+  if (precision == 0) return out;
+  *out++ = '.';
+  return std::copy_n(digits.begin() + (padded - precision), precision, out);
+}
+
+#endif
 
 // Puts zeros, and the point where it is wanted without digits behind it, before the exponent at `place`.
 std::string completed(std::string text, std::size_t place, std::size_t zeros, bool point) {
@@ -86,6 +139,16 @@ std::string hexadecimal(double magnitude, std::optional<std::size_t> precision, 
 }
 
 }  // namespace
+
+char* putFixed(char* out, double value, int precision) {
+#if defined(__SIZEOF_INT128__)
+  if (const SmallReal real(value); real.isSmall()) {
+    if (real.isNegative()) *out++ = '-';
+    return putScaled(out, real.scaled(static_cast<std::size_t>(precision)), static_cast<std::size_t>(precision));
+  }
+#endif
+  return std::to_chars(out, out + kFixedTextSize, value, std::chars_format::fixed, precision).ptr;
+}
 
 std::string formatReal(double magnitude, const RealFormat& format) {
   constexpr std::size_t kUsualPrecision = 6;

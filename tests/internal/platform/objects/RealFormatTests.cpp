@@ -2,7 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
+#include <cstdio>
+#include <random>
 #include <string>
+#include <vector>
 
 namespace ZtFoundation::detail {
 namespace {
@@ -45,6 +49,34 @@ TEST(RealFormat, DigitsBeyondAllThatThereAreAreZeros) {
   EXPECT_EQ(formatReal(0.5, {'e', 5000}), "5." + std::string(5000, '0') + "e-01");
   EXPECT_EQ(formatReal(0.5, {'g', 5000}), "0.5");
   EXPECT_EQ(formatReal(0.5, {'g', 5000, true}), "0.5" + std::string(4999, '0'));
+}
+
+std::string fixedText(double value, int precision) {
+  char text[kFixedTextSize];
+  return {text, putFixed(text, value, precision)};
+}
+
+std::string fixedTextOfPrintf(double value, int precision) {
+  char text[kFixedTextSize + 1];
+  return {text, static_cast<std::size_t>(std::snprintf(text, sizeof text, "%.*f", precision, value))};
+}
+
+TEST(RealFormat, ShortFixedTextIsThatOfPrintf) {
+  std::vector<double> values = {0.0,   -0.0,   0.5,   1.5,           2.5,   -2.5,          0.125,
+                                0.375, 0.05,   1e-20, 6.8e-21,       3e-8,  9.99,          99.95,
+                                0.995, 1.0005, 4.5e9, 4294967295.75, 1e300, 4294967296.25, 5e-324};
+  std::mt19937_64 random(11);
+  for (int round = 0; round < 20000; ++round) {
+    const double magnitude = std::ldexp(static_cast<double>(random() >> 11), -20 - static_cast<int>(random() % 110));
+    values.push_back(random() % 2 == 0 ? magnitude : -magnitude);
+    values.push_back(static_cast<double>(random() % 2000000) / 2000.0);  // many that lie half-way
+    values.push_back(static_cast<double>(random() % 4096) / 1024.0);
+  }
+  for (const double value : values) {
+    for (int precision = 0; precision <= 9; ++precision) {
+      ASSERT_EQ(fixedText(value, precision), fixedTextOfPrintf(value, precision));
+    }
+  }
 }
 
 }  // namespace
