@@ -11,6 +11,7 @@
 #include <ZtFoundation/platform/Number.h>
 
 #include "platform/codec/BinaryFormat.h"
+#include "platform/codec/KeyPath.h"
 #include "platform/codec/Limits.h"
 #include "platform/objects/StringHash.h"
 
@@ -319,26 +320,14 @@ void Flattening::requireDepth(std::size_t depth) const {
 }
 
 void Flattening::fail(const std::string& what) const {
-  const std::string where = path();
-  throw Failure{what + (where.empty() ? "." : " at " + where + ".")};
+  throw Failure{failureAt(what, frames_.size(), [this](std::size_t level) { return stepAt(frames_[level]); })};
 }
 
-/// The keys and indexes that lead to the value at hand, such as "/Tracks/12/Name".
-std::string Flattening::path() const {
-  constexpr std::size_t kLongest = 16;
-  std::string text;
-  for (std::size_t depth = 0; depth < std::min(frames_.size(), kLongest); ++depth) {
-    const Frame& frame = frames_[depth];
-    text += '/';
-    if (frame.element != nullptr) {
-      text += std::to_string(frame.next - 1);
-    } else {
-      auto entry = static_cast<const NSDictionary*>(frame.container)->begin();
-      for (std::size_t at = 1; at < frame.next; ++at) ++entry;
-      text += entry->key->description()->utf8();
-    }
-  }
-  return frames_.size() > kLongest ? text + "/..." : text;
+std::string Flattening::stepAt(const Frame& frame) {
+  if (frame.element != nullptr) return std::to_string(frame.next - 1);
+  auto entry = static_cast<const NSDictionary*>(frame.container)->begin();
+  for (std::size_t at = 1; at < frame.next; ++at) ++entry;
+  return entry->key->description()->utf8();
 }
 
 }  // namespace ZtFoundation::codec::binary

@@ -108,7 +108,7 @@ class Flattening {
   void checkLeaf(const NSObject& leaf) const;
   void requireDepth(std::size_t depth) const;
   [[noreturn]] void fail(const std::string& what) const;
-  std::string path() const;
+  static std::string stepAt(const Frame& frame);  // the key or index of its value at hand
 
   std::vector<const NSObject*> objects_;
   std::vector<std::uint32_t> references_;

@@ -17,6 +17,7 @@
 #include "platform/codec/Base64.h"
 #include "platform/codec/Codec.h"
 #include "platform/codec/DateText.h"
+#include "platform/codec/KeyPath.h"
 #include "platform/codec/Limits.h"
 #include "platform/codec/TextOutput.h"
 #include "platform/codec/XMLCharacters.h"
@@ -127,7 +128,7 @@ class XMLWriter {
   char* putCharacter(char* at, char32_t character) const;
   [[noreturn]] void refuse(char32_t character) const;
 
-  std::string path() const;
+  static std::string stepAt(const Frame& frame);  // the key or index of its value at hand
   [[noreturn]] void fail(const std::string& what) const;
 
   TextOutput out_;
@@ -365,21 +366,11 @@ void XMLWriter::refuse(char32_t character) const {
 // --- Failures
 
 void XMLWriter::fail(const std::string& what) const {
-  const std::string where = path();
-  throw WriteFault{what + (where.empty() ? "." : " at " + where + ".")};
+  throw WriteFault{failureAt(what, frames_.size(), [this](std::size_t level) { return stepAt(frames_[level]); })};
 }
 
-// The keys and indexes that lead to the value at hand, such as "/Tracks/12/Name".
-std::string XMLWriter::path() const {
-  constexpr std::size_t kLongest = 16;
-  std::string text;
-  for (std::size_t depth = 0; depth < std::min(frames_.size(), kLongest); ++depth) {
-    const Frame& frame = frames_[depth];
-    text += '/';
-    text +=
-        frame.isArray() ? std::to_string(frame.item - frame.array().begin()) : frame.entry->key->description()->utf8();
-  }
-  return frames_.size() > kLongest ? text + "/..." : text;
+std::string XMLWriter::stepAt(const Frame& frame) {
+  return frame.isArray() ? std::to_string(frame.item - frame.array().begin()) : frame.entry->key->description()->utf8();
 }
 
 }  // namespace
