@@ -8,9 +8,29 @@
 
 #include <ZtFoundation/platform/Dictionary.h>
 #include <ZtFoundation/platform/FileManager.h>
+#include <ZtFoundation/platform/FileReference.h>
 #include <ZtFoundation/platform/String.h>
+#include <ZtFoundation/platform/URL.h>
 
 namespace ZtFoundation {
+
+// --- References and aliases
+
+// --- Existence and access
+
+// --- Catalog information
+
+// --- File operations
+
+// --- Volumes
+
+// --- Free names
+
+// --- Deletability and visibility
+
+// --- Display of paths, and paths of URLs
+
+// --- Locks and special folders
 
 // --- Recursive folder creation
 
