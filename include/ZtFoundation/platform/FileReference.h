@@ -90,6 +90,9 @@ ZT_EXPORT OSErr PtrToHand(const void* source, Handle* result, NSUInteger size);
 ZT_EXPORT OSErr PtrToHand(const void* source, AliasHandle* result, NSUInteger size);
 /// The bytes in the block; 0 for null.
 ZT_EXPORT NSUInteger GetHandleSize(const void* handle);
+/// Changes how many bytes the block has; it keeps those at its beginning, new ones have any value. The bytes may move, the handle stays.
+/// memFullErr, or paramErr for null, leaves the block as it is.
+ZT_EXPORT OSErr SetHandleSize(void* handle, NSUInteger size);
 /// Releases the block; null is allowed.
 ZT_EXPORT void DisposeHandle(void* handle);
 

@@ -1,0 +1,72 @@
+#include "platform/linux/ItemReference.h"
+
+#include "platform/linux/ItemPath.h"
+#include "platform/linux/ItemSearch.h"
+#include "platform/linux/ItemStatus.h"
+#include "platform/linux/MountTable.h"
+
+namespace ZtFoundation::detail {
+
+namespace {
+
+// A reference is a thing of the moment: its item is rarely far away, and who
+// holds one does not expect to wait.
+constexpr std::chrono::milliseconds kSearchLimit{1000};
+
+std::optional<ItemPlace> placeIfSame(const std::string& path, const FSRef::Identity& identity) {
+  const auto status = statusOfItem(path);
+  if (!status || identityOf(*status) != identity) return std::nullopt;
+  return ItemPlace{path, *status};
+}
+
+bool isFolderOnDevice(const std::string& path, std::uint64_t device) {
+  const auto status = statusOfItem(path);
+  return status && isFolder(*status) && identityOf(*status).device == device;
+}
+
+// The first folder above `path` that is still there, on `device` and not above
+// `top`.
+std::optional<std::string> nearestFolder(const std::string& path, std::uint64_t device, const std::string& top) {
+  for (std::string folder = parentOfPath(path); isInFolder(folder, top); folder = parentOfPath(folder)) {
+    if (isFolderOnDevice(folder, device)) return folder;
+    if (folder == "/") break;
+  }
+  return std::nullopt;
+}
+
+std::optional<ItemPlace> searchFor(const FSRef::Identity& identity, const std::string& path) {
+  const auto mounts = mountTable();
+  const MountedFileSystem* mount = mountHolding(mounts, path);
+  if (mount == nullptr) return std::nullopt;
+  const auto nearest = nearestFolder(path, identity.device, mount->mountPoint);
+  if (!nearest) return std::nullopt;
+  SearchOrder order{identity.number, {}, *nearest, mount->mountPoint, {}, kSearchLimit};
+  order.isRight = [&](const std::string& candidate) { return placeIfSame(candidate, identity).has_value(); };
+  for (const MountedFileSystem& other : mounts) {
+    if (other.mountPoint != mount->mountPoint) order.barred.insert(other.mountPoint);
+  }
+  const auto found = searchOutwards(order).path;
+  return found ? placeIfSame(*found, identity) : std::nullopt;
+}
+
+}  // namespace
+
+std::optional<ItemPlace> placeOfPath(const std::string& path) {
+  const auto absolute = absolutePath(path);
+  const auto status = absolute ? statusOfItem(*absolute) : std::nullopt;
+  if (!status) return std::nullopt;
+  return ItemPlace{*absolute, *status};
+}
+
+FSRef referenceTo(const ItemPlace& place) {
+  return FSRef(identityOf(place.status), NSString::stringWithFileSystemRepresentation(place.path));
+}
+
+std::optional<ItemPlace> placeOfReference(const FSRef* ref) {
+  if (ref == nullptr || ref->isEmpty()) return std::nullopt;
+  const std::string path = ref->path()->fileSystemRepresentation();
+  const auto place = placeIfSame(path, ref->identity());
+  return place ? place : searchFor(ref->identity(), path);
+}
+
+}  // namespace ZtFoundation::detail

@@ -1,0 +1,27 @@
+/// \file MountTable.h
+/// What is mounted where, read from the kernel's table alone: no file system is
+/// asked, so none can keep the process waiting.
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace ZtFoundation::detail {
+
+struct MountedFileSystem {
+  std::string mountPoint;
+  std::string type;
+  std::string source;
+};
+
+/// In the order of mounting; of those at one place the last is the one that
+/// shows.
+std::vector<MountedFileSystem> parseMountTable(std::string_view table);
+/// That of this process; empty when it cannot be read.
+std::vector<MountedFileSystem> mountTable();
+/// The one that an absolute path lies on, by its text; null when the table is
+/// empty.
+const MountedFileSystem* mountHolding(const std::vector<MountedFileSystem>& mounts, const std::string& path);
+
+}  // namespace ZtFoundation::detail
