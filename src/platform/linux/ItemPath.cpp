@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <climits>
@@ -65,13 +66,13 @@ std::optional<std::string> absolutePath(const std::string& path) {
     appendComponents(result, *start);
   }
   appendComponents(result, path);
-  if (result.empty()) result = "/";
+  if (result.empty()) result += '/';
   return hasParentComponent(result) ? withoutParentComponents(result) : result;
 }
 
 std::string parentOfPath(const std::string& path) {
   const std::size_t slash = path.rfind('/');
-  return slash == 0 || slash == std::string::npos ? "/" : path.substr(0, slash);
+  return slash == std::string::npos ? path : path.substr(0, std::max<std::size_t>(slash, 1));
 }
 
 std::string nameOfPath(const std::string& path) { return path == "/" ? path : path.substr(path.rfind('/') + 1); }
