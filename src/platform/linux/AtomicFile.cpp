@@ -16,6 +16,7 @@
 #include "platform/linux/FileAttributes.h"
 #include "platform/linux/FileContents.h"
 #include "platform/linux/FileDescriptor.h"
+#include "platform/linux/FinderLock.h"
 
 namespace ZtFoundation::detail {
 
@@ -169,7 +170,7 @@ class Replacement {
   explicit Replacement(Place place) : place_(std::move(place)) {}
 
   bool run(std::string_view bytes) {
-    if (!examineExisting()) return false;
+    if (isLocked(folder()) || !examineExisting()) return false;
     removeAbandonedFiles(folder());
     if (!install(bytes)) return false;
     if (flush(folder())) return true;
@@ -186,7 +187,8 @@ class Replacement {
     if (!S_ISREG(status_.st_mode) || ::faccessat(folder(), place_.name.c_str(), W_OK, AT_EACCESS) != 0) return false;
     constexpr int flags = O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
     existing_ = FileDescriptor(retryInterrupted([&] { return ::openat(folder(), place_.name.c_str(), flags); }));
-    return existing_ && ::fstat(existing_.get(), &status_) == 0 && S_ISREG(status_.st_mode);
+    return existing_ && ::fstat(existing_.get(), &status_) == 0 && S_ISREG(status_.st_mode) &&
+           !isLocked(existing_.get());
   }
 
   bool install(std::string_view bytes) {

@@ -9,7 +9,7 @@
 #include <stdexcept>
 
 #include "platform/linux/AtomicFile.h"
-#include "platform/linux/FileDescriptor.h"
+#include "platform/linux/FinderLock.h"
 
 namespace ZtFoundation {
 
@@ -51,13 +51,31 @@ std::optional<std::string> readGrowing(int file) {
   return bytes;
 }
 
+FileDescriptor open(const std::string& path, int flags, mode_t mode = 0) {
+  return FileDescriptor(retryInterrupted([&] { return ::open(path.c_str(), flags, mode); }));
+}
+
+// Devices and pipes have nothing to lose.
+bool makeEmpty(int file) {
+  struct stat status;
+  if (::fstat(file, &status) != 0) return false;
+  return !S_ISREG(status.st_mode) || retryInterrupted([&] { return ::ftruncate(file, 0); }) == 0;
+}
+
 bool writeInPlace(const std::string& path, std::string_view bytes) {
-  constexpr int flags = O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NOCTTY;
-  const FileDescriptor file(retryInterrupted([&] { return ::open(path.c_str(), flags, 0600); }));
+  const FileDescriptor file = openEmpty(path, 0600);
   return file && writeAll(file.get(), bytes);
 }
 
 }  // namespace
+
+FileDescriptor openEmpty(const std::string& path, mode_t mode) {
+  constexpr int flags = O_WRONLY | O_CLOEXEC | O_NOCTTY;
+  FileDescriptor file = open(path, flags);
+  if (file) return isLocked(file.get()) || !makeEmpty(file.get()) ? FileDescriptor() : std::move(file);
+  if (errno != ENOENT || isFolderLocked(path)) return {};
+  return open(path, flags | O_CREAT | O_TRUNC, mode);
+}
 
 std::optional<std::string> readToEnd(int file) {
   try {

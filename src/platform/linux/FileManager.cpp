@@ -2,13 +2,13 @@
 #include <ZtFoundation/platform/Dictionary.h>
 #include <ZtFoundation/platform/FileManager.h>
 #include <ZtFoundation/platform/Runtime.h>
-#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include "platform/linux/FileAttributes.h"
 #include "platform/linux/FileContents.h"
 #include "platform/linux/FileDescriptor.h"
+#include "platform/linux/FinderLock.h"
 
 namespace ZtFoundation {
 
@@ -44,7 +44,8 @@ bool NSFileManager::fileExistsAtPath_isDirectory(const Ref<NSString>& path, bool
 
 bool NSFileManager::createDirectoryAtPath_attributes(const Ref<NSString>& path, const Ref<NSDictionary>& attributes) {
   const auto name = systemPath(path);
-  if (!name || ::mkdir(name->c_str(), detail::permissionsIn(attributes, 0777)) != 0) return false;
+  if (!name || detail::isFolderLocked(*name) || ::mkdir(name->c_str(), detail::permissionsIn(attributes, 0777)) != 0)
+    return false;
   detail::applyAttributes(attributes, *name);
   return true;
 }
@@ -55,9 +56,7 @@ bool NSFileManager::createFileAtPath_contents_attributes(const Ref<NSString>& pa
                                                          const Ref<NSDictionary>& attributes) {
   const auto name = systemPath(path);
   if (!name) return false;
-  constexpr int flags = O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NOCTTY;
-  const mode_t mode = detail::permissionsIn(attributes, 0666);
-  const FileDescriptor file(detail::retryInterrupted([&] { return ::open(name->c_str(), flags, mode); }));
+  const FileDescriptor file = detail::openEmpty(*name, detail::permissionsIn(attributes, 0666));
   if (!file || (contents && !detail::writeAll(file.get(), contents->view()))) return false;
   detail::applyAttributes(attributes, *name);
   return true;

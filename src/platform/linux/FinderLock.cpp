@@ -22,7 +22,10 @@ FileDescriptor openItem(int folder, const std::string& path) {
   return FileDescriptor(::openat(folder, path.c_str(), O_PATH | O_NOFOLLOW | O_CLOEXEC));
 }
 
-bool hasAttribute(int item) { return ::getxattr(pathOfDescriptor(item).c_str(), kLockAttribute, nullptr, 0) >= 0; }
+bool hasAttribute(int item) {
+  if (::fgetxattr(item, kLockAttribute, nullptr, 0) >= 0) return true;
+  return errno == EBADF && ::getxattr(pathOfDescriptor(item).c_str(), kLockAttribute, nullptr, 0) >= 0;
+}
 
 bool isLocked(int item, const struct statx& status) {
   return !isLink(status) && (isImmutable(status) || hasAttribute(item));
@@ -74,6 +77,14 @@ bool isLocked(const std::string& path) { return isLockedAt(AT_FDCWD, path); }
 bool isLockedAt(int folder, const std::string& name) {
   const FileDescriptor item = openItem(folder, name);
   return item && isLocked(item.get());
+}
+
+bool isFolderLocked(const std::string& path) {
+  const std::size_t end = path.find_last_not_of('/');
+  const std::size_t slash = path.rfind('/', end);
+  const std::string folder = slash == std::string::npos ? std::string(".") : path.substr(0, slash + 1);
+  const FileDescriptor open(::open(folder.c_str(), O_PATH | O_CLOEXEC));
+  return open && isLocked(open.get());
 }
 
 int setLocked(int item, bool locked) {

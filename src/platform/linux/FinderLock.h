@@ -26,6 +26,8 @@ bool isLocked(int item);
 /// false when there is none.
 bool isLocked(const std::string& path);
 bool isLockedAt(int folder, const std::string& name);
+/// Whether the folder in which `path` names an item, or would, is locked.
+bool isFolderLocked(const std::string& path);
 
 /// Locks or unlocks; nothing happens to a link and to an item that is so
 /// already. Answers 0 or the system's error number.
