@@ -1,0 +1,62 @@
+// Desktop entries by GIO's rules. Only single files are read: GIO's own list of all entries starts a thread that stays.
+
+#include "platform/services/DesktopEntries.h"
+
+#include <gio/gdesktopappinfo.h>
+#include <gio/gio.h>
+
+#include <memory>
+
+#define ZT_MODULE_ENTRY extern "C" __attribute__((visibility("default")))
+
+namespace ZtFoundation {
+
+namespace {
+
+constexpr char kSignatureKey[] = "X-ZtFoundation-Signature";
+
+struct Release {
+  void operator()(GDesktopAppInfo* info) const { g_object_unref(info); }
+  void operator()(char* text) const { g_free(text); }
+};
+
+template <class Object>
+using Owned = std::unique_ptr<Object, Release>;
+
+std::string value(GDesktopAppInfo* info, const char* key) {
+  const Owned<char> text(g_desktop_app_info_get_string(info, key));
+  return text ? text.get() : "";
+}
+
+std::string nameOf(GDesktopAppInfo* info) {
+  const char* const name = g_app_info_get_name(G_APP_INFO(info));
+  return name != nullptr ? name : "";
+}
+
+class GIOEntries final : public DesktopEntries {
+ public:
+  std::optional<DesktopEntry> entryAtPath(const std::string& path) override {
+    const Owned<GDesktopAppInfo> info(g_desktop_app_info_new_from_filename(path.c_str()));
+    if (!info) return std::nullopt;
+    DesktopEntry entry;
+    entry.command = value(info.get(), G_KEY_FILE_DESKTOP_KEY_EXEC);
+    entry.name = nameOf(info.get());
+    entry.icon = value(info.get(), G_KEY_FILE_DESKTOP_KEY_ICON);
+    entry.workingFolder = value(info.get(), G_KEY_FILE_DESKTOP_KEY_PATH);
+    entry.signature = value(info.get(), kSignatureKey);
+    entry.isHidden = g_desktop_app_info_get_is_hidden(info.get()) != FALSE;
+    entry.inTerminal = g_desktop_app_info_get_boolean(info.get(), G_KEY_FILE_DESKTOP_KEY_TERMINAL) != FALSE;
+    return entry;
+  }
+};
+
+}  // namespace
+
+ZT_MODULE_ENTRY DesktopEntries* ZtFoundationDesktopEntries();
+// Kept for good: threads may still read while the process ends.
+DesktopEntries* ZtFoundationDesktopEntries() {
+  static DesktopEntries* const shared = new GIOEntries;
+  return shared;
+}
+
+}  // namespace ZtFoundation

@@ -1,0 +1,41 @@
+#include "platform/services/LaunchServices.h"
+
+#include "platform/linux/FileDescriptor.h"
+#include "platform/linux/ItemInformation.h"
+
+namespace ZtFoundation {
+
+namespace {
+
+using Inform = OSStatus (*)(const std::string&, LSRequestedInfo, LSItemInfoFlags*);
+
+OSStatus informationAt(const Ref<NSString>& path, Inform inform, LSRequestedInfo wanted, LSItemInfoRecord* info) {
+  const std::optional<std::string> bytes = detail::systemPath(path);
+  return bytes && info != nullptr ? inform(*bytes, wanted, &info->flags) : OSStatus{paramErr};
+}
+
+class LinuxLaunchServices final : public LaunchServices {
+ public:
+  OSStatus LSCopyItemInfoForURL(const Ref<NSURL>& url, LSRequestedInfo wanted, LSItemInfoRecord* info) override {
+    const Ref<NSString> path = url && url->isFileURL() ? url->path() : nullptr;
+    return informationAt(path, &detail::itemInformation, wanted, info);
+  }
+
+  OSStatus LSCopyItemInfoForRef(const FSRef* ref, LSRequestedInfo wanted, LSItemInfoRecord* info) override {
+    const Ref<NSString> path = ref != nullptr ? ref->path() : nullptr;
+    return informationAt(path, &detail::linkOrItemInformation, wanted, info);
+  }
+
+  OSStatus LSFindApplicationForInfo(OSType, const Ref<NSString>&, Ref<NSURL>*) override {
+    return kLSApplicationNotFoundErr;
+  }
+};
+
+}  // namespace
+
+LaunchServices& LaunchServices::production() {
+  static LaunchServices& services = *new LinuxLaunchServices;
+  return services;
+}
+
+}  // namespace ZtFoundation
