@@ -1,14 +1,21 @@
 /// \file Bundle.h
-/// `NSBundle`: a folder with code and what belongs to it.
+/// `NSBundle`: a folder with code, resources and what tells about them.
 ///
 /// A bundle is a folder of this layout:
 ///
 ///     Name.bundle/Contents/Info.plist              a property list, any format; keys below
-///     Name.bundle/Contents/Linux/<executable>      for a plug-in a shared object
+///     Name.bundle/Contents/Linux/<executable>      a program; for a plug-in a shared object
+///     Name.bundle/Contents/Resources/              files that the code uses, and for each language
+///     Name.bundle/Contents/Resources/<language>.lproj/    files for its readers
+///
+/// A folder without `Contents` is a flat bundle: Info.plist, the executable and the resources lie in the folder itself. docs/formats/bundles.md
+/// tells more.
 ///
 /// | key of Info.plist | meaning |
 /// |---|---|
 /// | CFBundleExecutable | the name of the executable; the bundle's own name without extension when there is none |
+/// | CFBundleIdentifier | the name that tells the bundle from all others, such as "org.example.viewer" |
+/// | CFBundleDevelopmentRegion | the language that the resources were first written in |
 /// | NSPrincipalClass | the name of the class that a host makes an instance of |
 ///
 /// The code of a plug-in registers its classes with `ZT_REGISTER_CLASS`, which happens while it is loaded. Loaded code stays as long
@@ -18,18 +25,24 @@
 ///   if (plugIn && plugIn->load()) {
 ///     Ref<NSObject> object = class_createInstance(plugIn->principalClass());
 ///   }
+///   Ref<NSString> picture = NSBundle::mainBundle()->pathForResource_ofType("Welcome", "png");
 /// \endcode
+/// The bundle of the running program, those whose code is loaded and those that a class was found in live as long as the process: the same
+/// absolute path, character by character, answers the same object then.
+///
 /// Threads: operations may be called by any thread.
 #pragma once
 
 #include <atomic>
 #include <mutex>
+#include <vector>
 
 #include <ZtFoundation/platform/Object.h>
 #include <ZtFoundation/platform/String.h>
 
 namespace ZtFoundation {
 
+class NSArray;
 class NSDictionary;
 
 class ZT_EXPORT NSBundle : public NSObject {
@@ -37,6 +50,14 @@ class ZT_EXPORT NSBundle : public NSObject {
  public:
   /// The bundle in that folder; none when there is no folder (links are followed). Reads nothing yet.
   static Ref<NSBundle> bundleWithPath(const Ref<NSString>& path);
+  /// The bundle of the running program: the one that has it in Contents/Linux, else the program's own folder as a flat bundle. Links on the
+  /// way to the program are resolved. Always the same object, loaded from the beginning; none only where the system does not tell which file the
+  /// program came from.
+  static Ref<NSBundle> mainBundle();
+  /// The bundle that the class's code came with: the one that loaded it, else the one that has its file in Contents/Linux, else the main
+  /// bundle, which so has the classes of this library and of other libraries too. A class made at run time belongs where its superclass does.
+  /// None for no class.
+  static Ref<NSBundle> bundleForClass(Class one);
 
   /// The path that the bundle was made with.
   Ref<NSString> bundlePath() const { return path_; }
@@ -44,7 +65,10 @@ class ZT_EXPORT NSBundle : public NSObject {
   Ref<NSDictionary> infoDictionary();
   /// The entry of Info.plist, else none.
   Ref<NSObject> objectForInfoDictionaryKey(const Ref<NSString>& key);
-  /// Where the executable is, whether it exists or not. None when CFBundleExecutable is no file name.
+  /// CFBundleIdentifier; none when that is missing or no string.
+  Ref<NSString> bundleIdentifier();
+  /// Where the executable is, whether it exists or not; of the main bundle the program that runs. None when CFBundleExecutable is no file
+  /// name.
   Ref<NSString> executablePath();
 
   /// Loads the bundle's code, unless that has happened, and runs its static initialisers on this thread. False when there is no such file, it
@@ -61,14 +85,19 @@ class ZT_EXPORT NSBundle : public NSObject {
   Class principalClass();
 
  private:
-  explicit NSBundle(Ref<NSString> path);
+  class Lasting;
 
+  NSBundle(Ref<NSString> path, const void* module);
+
+  static Ref<NSBundle> bundleOfModule(const void* module);
+  bool isMain() const;
+  Ref<NSString> contentsPath() const;
   Class ownClass(const Ref<NSString>& name) const;
 
   const Ref<NSString> path_;
   std::once_flag infoOnce_;
   Ref<NSDictionary> info_;
-  std::atomic<const void*> module_ = nullptr;
+  std::atomic<const void*> module_;
 };
 
 }  // namespace ZtFoundation

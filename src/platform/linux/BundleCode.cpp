@@ -3,11 +3,14 @@
 #include <dlfcn.h>
 #include <link.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
+#include <climits>
 #include <cstdlib>
 #include <memory>
 #include <mutex>
 #include <set>
+#include <string_view>
 
 namespace ZtFoundation {
 
@@ -35,6 +38,16 @@ void* open(const std::string& path) {
   return load(path.c_str(), RTLD_NOW | RTLD_LOCAL | RTLD_NODELETE);
 }
 
+// Of a file that has been removed or replaced since the start the system tells the name with a remark behind it.
+std::string programFile() {
+  static constexpr std::string_view kRemark = " (deleted)";
+  std::string name(PATH_MAX, '\0');
+  const ssize_t length = ::readlink("/proc/self/exe", name.data(), name.size());
+  name.resize(length > 0 ? static_cast<std::size_t>(length) : 0);
+  if (name.ends_with(kRemark) && !isRegularFile(name)) name.resize(name.size() - kRemark.size());
+  return name;
+}
+
 CodeModule moduleOf(void* handle) {
   link_map* map = nullptr;
   return handle != nullptr && ::dlinfo(handle, RTLD_DI_LINKMAP, &map) == 0 ? map : nullptr;
@@ -53,10 +66,20 @@ class LinuxBundleCode final : public BundleCode {
     }
   }
 
-  bool holds(CodeModule module, const void* address) override {
+  CodeModule program() override {
+    static const CodeModule program = moduleOf(::dlopen(nullptr, RTLD_NOW | RTLD_LOCAL));
+    return program;
+  }
+
+  CodeModule moduleAt(const void* address) override {
     Dl_info info{};
     void* map = nullptr;
-    return ::dladdr1(address, &info, &map, RTLD_DL_LINKMAP) != 0 && map == module;
+    return ::dladdr1(address, &info, &map, RTLD_DL_LINKMAP) != 0 ? map : nullptr;
+  }
+
+  std::string fileOf(CodeModule module) override {
+    if (module == nullptr) return {};
+    return module == program() ? programFile() : resolved(static_cast<const link_map*>(module)->l_name);
   }
 
  private:

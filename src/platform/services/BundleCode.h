@@ -1,5 +1,5 @@
 /// \file BundleCode.h
-/// Loading the code of bundles.
+/// The code of the running program and of bundles.
 #pragma once
 
 #include <string>
@@ -19,8 +19,12 @@ class BundleCode {
   /// Loads the shared object at `path` for as long as the process lives; once loaded, answers the same module again. Null when there is
   /// none, it cannot be loaded, or its static initialisation throws, now or earlier.
   virtual CodeModule load(const std::string& path) = 0;
-  /// Whether what lies at `address` came with `module`.
-  virtual bool holds(CodeModule module, const void* address) = 0;
+  /// The running program itself.
+  virtual CodeModule program() = 0;
+  /// The module that what lies at `address` came with; null for memory that came with none.
+  virtual CodeModule moduleAt(const void* address) = 0;
+  /// The absolute path of the file that the module was loaded from, links resolved; empty when nobody knows.
+  virtual std::string fileOf(CodeModule module) = 0;
 };
 
 }  // namespace ZtFoundation
