@@ -31,6 +31,7 @@
 
 namespace ZtFoundation {
 
+class NSArray;
 class NSData;
 class NSDictionary;
 
@@ -70,6 +71,16 @@ class ZT_EXPORT NSFileManager : public NSObject {
   /// only if `attributes` has them. False when it cannot be made or written; what was written so far stays.
   virtual bool createFileAtPath_contents_attributes(const Ref<NSString>& path, const Ref<NSData>& contents,
                                                     const Ref<NSDictionary>& attributes);
+
+  // --- Display names: what file browsers call items
+
+  /// The last component of the path, whether there is such an item or not. "/" has the name of the start-up volume ("/" when that has none), and the
+  /// root of a volume that is mounted below /media, /run/media or /Volumes the name of that volume. None for none.
+  virtual Ref<NSString> displayNameAtPath(const Ref<NSString>& path);
+  /// The display names on the way to an item: that of its volume, those of the folders, its own. "." and ".." count for where they lead; other
+  /// links stay what they are called. Volumes are the start-up volume and those that `displayNameAtPath` names; what is mounted elsewhere, as
+  /// /home may be, belongs to the volume around it. None when there is no such item; a link that leads nowhere is one.
+  virtual Ref<NSArray> componentsToDisplayForPath(const Ref<NSString>& path);
 };
 
 }  // namespace ZtFoundation

@@ -18,7 +18,9 @@ ZT_REGISTER_CLASS(NSFileManager, ZT_CLASS_METHOD("defaultManager", &NSFileManage
                   ZT_METHOD("createDirectoryAtPath:attributes:", &NSFileManager::createDirectoryAtPath_attributes),
                   ZT_METHOD("contentsAtPath:", &NSFileManager::contentsAtPath),
                   ZT_METHOD("createFileAtPath:contents:attributes:",
-                            &NSFileManager::createFileAtPath_contents_attributes));
+                            &NSFileManager::createFileAtPath_contents_attributes),
+                  ZT_METHOD("displayNameAtPath:", &NSFileManager::displayNameAtPath),
+                  ZT_METHOD("componentsToDisplayForPath:", &NSFileManager::componentsToDisplayForPath));
 
 using detail::FileDescriptor;
 using detail::systemPath;

@@ -1,0 +1,61 @@
+#include "platform/linux/Folders.h"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+
+#include "platform/linux/FileErrors.h"
+
+namespace ZtFoundation::detail {
+
+namespace {
+
+constexpr mode_t kForOwnerOnly = 0700;
+
+// A file system may refuse to make what exists with another error than EEXIST, so that is asked first. Another process may be
+// faster.
+bool makeOneFolder(const std::string& path) {
+  return isFolder(path) || ::mkdir(path.c_str(), kForOwnerOnly) == 0 || errno == EEXIST;
+}
+
+OSErr lookForFolder(const std::string& path) {
+  struct stat status;
+  if (::stat(path.c_str(), &status) != 0) return fileError(errno);
+  return S_ISDIR(status.st_mode) ? noErr : fnfErr;
+}
+
+OSErr makeFolders(const std::string& path) {
+  for (std::size_t end = 0; end != path.size();) {
+    end = std::min(path.find('/', end + 1), path.size());
+    if (!makeOneFolder(path.substr(0, end))) return fileError(errno);
+  }
+  return isFolder(path) ? noErr : dupFNErr;
+}
+
+bool isOwnFolder(const std::string& path) {
+  struct stat status;
+  return ::lstat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode) && status.st_uid == ::geteuid();
+}
+
+}  // namespace
+
+bool isFolder(const std::string& path) {
+  struct stat status;
+  return ::stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
+}
+
+bool isSharedFolder(const std::string& path) {
+  struct stat status;
+  return ::lstat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode) && (status.st_mode & S_ISVTX) != 0;
+}
+
+OSErr provideFolder(const FolderPlace& place, bool create) {
+  OSErr error = lookForFolder(place.path);
+  if (error == fnfErr && create) error = makeFolders(place.path);
+  if (error == noErr && !place.mayBeForeign && !isOwnFolder(place.path)) error = permErr;
+  return error;
+}
+
+}  // namespace ZtFoundation::detail
