@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 #include <vector>
 
 #include <ZtFoundation/platform/FileReference.h>
@@ -60,7 +61,8 @@ inline constexpr OSType AppleShareMediaType = 0x6166706D;  // 'afpm'
 inline constexpr OSType kWebDAVMediaType = 0x68747470;     // 'http'
 
 /// Calls answer 0 or an error number; an error leaves what they would fill as it is. What they are asked to fill may be null where the caller
-/// does not want it. None but the sizes asks a server.
+/// does not want it. None but the sizes asks a server. A reference to the root of a volume that a server or a program answers for has the
+/// number 0 in its identity for that reason, and its path is where the volume is mounted.
 class Volumes {
  public:
   virtual ~Volumes() = default;
@@ -72,6 +74,8 @@ class Volumes {
                                 FSVolumeInfoBitmap wanted, FSVolumeInfo* info, HFSUniStr255* name, FSRef* root) = 0;
   /// The number of the volume that an item lies on; 0 when it cannot be told.
   virtual FSVolumeRefNum volumeHolding(const FSRef& item) = 0;
+  /// The number of the volume whose root path is exactly `path`; 0 when there is none.
+  virtual FSVolumeRefNum volumeRootedAt([[maybe_unused]] const Ref<NSString>& path) { return kFSInvalidVolumeRefNum; }
 
   /// Fills `size` bytes of `parameters`.
   virtual OSErr FSGetVolumeParms(FSVolumeRefNum volume, GetVolParmsInfoBuffer* parameters, std::size_t size) = 0;
@@ -92,5 +96,15 @@ class Volumes {
 /// The name and type of the function by which the mounts module hands itself out; the object lives as long as the process.
 inline constexpr char kVolumesEntry[] = "ZtFoundationVolumes";
 using VolumesEntry = Volumes* (*)();
+
+/// Where the mounts module looks.
+struct VolumeSources {
+  std::string mountTable = "/proc/self/mountinfo";
+  std::string devices = "/sys/dev/block";     ///< a folder for each device, called by its numbers ("8:1")
+  std::string labels = "/dev/disk/by-label";  ///< links to devices, called by the labels of what is on them
+};
+/// The function that makes another object that looks elsewhere, the caller's to delete.
+inline constexpr char kVolumesFromEntry[] = "ZtFoundationVolumesFrom";
+using VolumesFromEntry = Volumes* (*)(const VolumeSources& sources);
 
 }  // namespace ZtFoundation

@@ -1,0 +1,31 @@
+/// \file BlockDevice.h
+/// What the kernel tells about the device under a file system, to anybody and without waking the device.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "platform/mounts/MountTable.h"
+
+namespace ZtFoundation::mounts {
+
+class BlockDevice {
+ public:
+  /// The device of `mount` by the kernel's list `devices` ("/sys/dev/block"); there need be none.
+  BlockDevice(const Mount& mount, const std::string& devices);
+
+  /// It takes no writing.
+  bool isReadOnly() const;
+  /// It is on a medium that can be taken out, through a volume manager or not.
+  bool isRemovable() const;
+  /// The folders in which the kernel keeps the disks that it is on.
+  const std::vector<std::string>& disks() const { return disks_; }
+  /// Has the drive of a disk give its medium out, if it can.
+  static void eject(const std::string& disk);
+
+ private:
+  std::string folder_;  // empty when there is no device
+  std::vector<std::string> disks_;
+};
+
+}  // namespace ZtFoundation::mounts

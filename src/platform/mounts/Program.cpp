@@ -1,0 +1,95 @@
+#include "platform/mounts/Program.h"
+
+#include <fcntl.h>
+#include <signal.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <string_view>
+
+namespace ZtFoundation::mounts {
+
+namespace {
+
+std::vector<char*> argumentsOf(const std::vector<std::string>& command) {
+  std::vector<char*> arguments;
+  for (const std::string& word : command) arguments.push_back(const_cast<char*>(word.c_str()));
+  arguments.push_back(nullptr);
+  return arguments;
+}
+
+std::vector<char*> environmentInEnglish() {
+  static char language[] = "LC_ALL=C";
+  std::vector<char*> environment{language};
+  for (char** entry = environ; *entry != nullptr; ++entry) {
+    if (!std::string_view(*entry).starts_with("LC_ALL=")) environment.push_back(*entry);
+  }
+  environment.push_back(nullptr);
+  return environment;
+}
+
+// Standard streams of its own, and none of what the host has done to its signals.
+class Surroundings {
+ public:
+  explicit Surroundings(int errors) {
+    posix_spawn_file_actions_init(&files_);
+    posix_spawn_file_actions_addopen(&files_, 0, "/dev/null", O_RDONLY, 0);
+    posix_spawn_file_actions_addopen(&files_, 1, "/dev/null", O_WRONLY, 0);
+    posix_spawn_file_actions_adddup2(&files_, errors, 2);
+    posix_spawnattr_init(&attributes_);
+    sigset_t none, all;
+    sigemptyset(&none);
+    sigfillset(&all);
+    posix_spawnattr_setsigmask(&attributes_, &none);
+    posix_spawnattr_setsigdefault(&attributes_, &all);
+    posix_spawnattr_setflags(&attributes_, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
+  }
+  Surroundings(const Surroundings&) = delete;
+  Surroundings& operator=(const Surroundings&) = delete;
+  ~Surroundings() {
+    posix_spawnattr_destroy(&attributes_);
+    posix_spawn_file_actions_destroy(&files_);
+  }
+
+  // 0 when it does not start.
+  pid_t start(const std::vector<std::string>& command) const {
+    const std::vector<char*> arguments = argumentsOf(command);
+    const std::vector<char*> environment = environmentInEnglish();
+    pid_t child = 0;
+    const int error = posix_spawnp(&child, arguments[0], &files_, &attributes_, arguments.data(), environment.data());
+    return error == 0 ? child : 0;
+  }
+
+ private:
+  posix_spawn_file_actions_t files_;
+  posix_spawnattr_t attributes_;
+};
+
+std::string readAll(int from) {
+  std::string text;
+  char piece[1024];
+  for (;;) {
+    const ssize_t count = ::read(from, piece, sizeof(piece));
+    if (count < 0 && errno == EINTR) continue;
+    if (count <= 0) return text;
+    text.append(piece, static_cast<std::size_t>(count));
+  }
+}
+
+}  // namespace
+
+std::string complaintOf(const std::vector<std::string>& command) {
+  int ends[2];
+  if (::pipe2(ends, O_CLOEXEC) != 0) return {};
+  const pid_t child = Surroundings(ends[1]).start(command);
+  ::close(ends[1]);
+  std::string complaint = readAll(ends[0]);
+  ::close(ends[0]);
+  int status;
+  while (child != 0 && ::waitpid(child, &status, 0) < 0 && errno == EINTR) continue;
+  return complaint;
+}
+
+}  // namespace ZtFoundation::mounts
