@@ -9,6 +9,7 @@
 #include <ZtFoundation/platform/Dictionary.h>
 #include <ZtFoundation/platform/FileManager.h>
 #include <ZtFoundation/platform/FileReference.h>
+#include <ZtFoundation/platform/FolderTypes.h>
 #include <ZtFoundation/platform/String.h>
 #include <ZtFoundation/platform/URL.h>
 
@@ -25,12 +26,143 @@ namespace ZtFoundation {
 // --- Volumes
 
 // --- Free names
+//
+//   Ref<NSString> path = JxTalvoZtWdExensions::unusedTalvoFilePath("/photos/Trip.jpg");       // "/photos/Trip_1.jpg" if that is taken
+//
+// A name for a new item beside others, in one of two styles: "Trip 1.jpg" (Finder) or "Trip_1.jpg" (the library's own).
+//
+// - Where nothing exists at the path, the path itself is the answer, the very object, however long it is. Existence follows links, so a link that
+//   leads nowhere is no item here.
+// - Else the last component is given the numbers from 1 on until a name is free: before the extension for a file, at the end for a folder, whose
+//   extension belongs to its name.
+// - A name has 255 UTF-16 units at most. One with more loses what it has too many at the end of its text before the number, and the numbers
+//   begin at 1 again, for the shorter text.
+// - A name or path that is too long for the file system, which counts bytes (a Japanese name of 100 characters has 300, and most take 255), loses
+//   characters in the same way, one after another until it fits. A surrogate pair is never cut apart, and here no character from its marks either.
+// - A name is free at the time of the call only. Nothing is made and nothing reserved: to be sure, create the item in a way that fails when it
+//   exists, and ask again then.
+//
+// Many taken names cost about as much as listing their folder once, if its file system tells the kinds of its items. Blocks as long as the file
+// system does. Threads: safe.
+
+namespace JxTalvoZtWdExensions {
+
+/// A free path in the Finder's style; `isFolder` tells whether it is meant for a folder or a file.
+/// \returns none when something exists at `self` and its path has no folder part, or the text before the number would have to lose more than it
+/// has (an extension of 253 units, for instance); also for none.
+ZT_EXPORT Ref<NSString> unusedFinderPathForDirectory(const Ref<NSString>& self, bool isFolder);
+/// The same for a file.
+ZT_EXPORT Ref<NSString> unusedFinderFilePath(const Ref<NSString>& self);
+/// A free path in the library's style, else like `unusedFinderPathForDirectory`.
+ZT_EXPORT Ref<NSString> unusedTalvoPathForDirectory(const Ref<NSString>& self, bool isFolder);
+/// The same for a file.
+ZT_EXPORT Ref<NSString> unusedTalvoFilePath(const Ref<NSString>& self);
+
+}  // namespace JxTalvoZtWdExensions
 
 // --- Deletability and visibility
 
 // --- Display of paths, and paths of URLs
+//
+//   JxTalvoZtWdExensions::displayPathWithSeparetor("/home/me/Trip.jpg", " > ");                  // "Startup > home > me > Trip.jpg"
+//   JxTalvoZtWdExensions::convertSlashToColon("2024/01/31 photos");                             // "2024:01:31 photos"
+//   JxURLPathExtensions::fileURLByAppendingURLComponent(NSURL::fileURLWithPath("/tmp"), "x.txt");  // file:///tmp/x.txt
+//
+// None as a receiver answers none. Threads: safe.
+
+namespace JxTalvoZtWdExensions {
+
+/// What the default manager's `componentsToDisplayForPath` answers for the item at `self`, joined with `separator`; with ":" when that is none or
+/// empty.
+/// \returns none when there is no such item. Blocks as long as the file system does.
+ZT_EXPORT Ref<NSString> displayPathWithSeparetor(const Ref<NSString>& self, const Ref<NSString>& separator);
+
+/// A new string with ":" in place of each "/". A name that holds both does not survive the way there and back.
+ZT_EXPORT Ref<NSMutableString> convertSlashToColon(const Ref<NSString>& self);
+/// A new string with "/" in place of each ":".
+ZT_EXPORT Ref<NSMutableString> convertColonToSlash(const Ref<NSString>& self);
+
+}  // namespace JxTalvoZtWdExensions
+
+/// The path of a URL without percent escapes, query and fragment, taken apart and put together by the rules of paths (repeated slashes count as
+/// one, a slash at the end does not count). The file system is not asked.
+namespace JxURLPathExtensions {
+
+/// The last component of the path; "/" for the root, empty for an empty path.
+ZT_EXPORT Ref<NSString> lastURLComponent(const Ref<NSURL>& self);
+/// A file URL, whatever the scheme of `self`, of the path without its last component; the root stays the root. None when no path remains, as of
+/// "file:name".
+ZT_EXPORT Ref<NSURL> fileURLByDeletingLastURLComponent(const Ref<NSURL>& self);
+/// A file URL, whatever the scheme of `self`, of the path with `component` (none: nothing) behind it. None when that is no path at all.
+ZT_EXPORT Ref<NSURL> fileURLByAppendingURLComponent(const Ref<NSURL>& self, const Ref<NSString>& component);
+
+}  // namespace JxURLPathExtensions
+
+namespace QvFoundationExtensions {
+
+/// What `self` answers to `displayNameAtPath` for the item at a file URL.
+/// \returns none when there is no such item (a link that leads nowhere is one). A URL of another kind, and none, gives none and the log line
+/// "IS NOT FILE URL: %@".
+ZT_EXPORT Ref<NSString> displayNameAtURL(const Ref<NSFileManager>& self, const Ref<NSURL>& url);
+
+/// The name of the start-up volume: the label of its file system, else the name of the machine, else "/". Asked until it is known, then kept for the
+/// life of the process.
+/// \returns none, without a log line, as long as the volume cannot be asked.
+ZT_EXPORT Ref<NSString> rootVolumeName(const Ref<NSFileManager>& self);
+
+}  // namespace QvFoundationExtensions
 
 // --- Locks and special folders
+//
+//   const Ref<NSFileManager> files = NSFileManager::defaultManager();
+//   if (QvFoundationExtensions::lockFileAtPath(files, photo)) ...                               // nobody changes or removes it now
+//   QvFoundationExtensions::findFolderForType_inDomain_create(files, kMusicDocumentsFolderType, kUserDomain, true);
+//   JxFindFolderExtensions::homePicturesDirectory();                                            // "/home/me/Pictures"
+//
+// An item's lock is the library's own mark on it or the immutable flag of the file system; every operation of the library that would change or
+// remove a locked item is refused. A volume is locked by software when it is mounted for reading only, by hardware when its device takes no writing.
+//
+// A path names the item itself, also when that is a symbolic link, which has no lock. Failures answer false or none after one line in the platform
+// log: "[NSFileManager <selector>] <call> failed with error: <number>". No receiver answers false or none without one. Operations block as long as
+// the file system does; none asks a server about its volume. Threads: safe, but locking and unlocking read the item's flags and write them back.
+
+namespace QvFoundationExtensions {
+
+/// True when the volume that holds the item is locked, by hardware or by software.
+ZT_EXPORT bool isVolumeLockedAtPath(const Ref<NSFileManager>& self, const Ref<NSString>& path);
+/// True when the item is locked.
+ZT_EXPORT bool isFileLockedAtPath(const Ref<NSFileManager>& self, const Ref<NSString>& path);
+/// Both at once. The pointers are required: a null one answers false, without a log line.
+/// \returns true when both answers were stored; otherwise neither was.
+ZT_EXPORT bool isLockedAtPath_volumeLocked_fileLocked(const Ref<NSFileManager>& self, const Ref<NSString>& path,
+                                                      bool* volumeLocked, bool* fileLocked);
+/// Locks the item.
+/// \returns true when it is locked afterwards. Nothing is written to one that is locked already.
+ZT_EXPORT bool lockFileAtPath(const Ref<NSFileManager>& self, const Ref<NSString>& path);
+/// Takes the item's lock away.
+/// \returns true when it is not locked afterwards. Nothing is written to one that is not locked.
+ZT_EXPORT bool unlockFileAtPath(const Ref<NSFileManager>& self, const Ref<NSString>& path);
+
+/// The path of a standard folder; <ZtFoundation/platform/FolderTypes.h> lists types and domains, and where their folders are. Of `domain` the low 16
+/// bits count. With `create` a missing folder is made with its parents, for its owner only (mode 0700); a link to a folder is a folder.
+/// \returns none when there is no such type, no such folder in the domain, or it is missing and not made.
+ZT_EXPORT Ref<NSString> findFolderForType_inDomain_create(const Ref<NSFileManager>& self, OSType type,
+                                                          std::int32_t domain, bool create);
+/// The same with the number of a volume in place of the domain; failures are logged under the selector of that operation.
+ZT_EXPORT Ref<NSString> findFolderForType_inVolume_create(const Ref<NSFileManager>& self, OSType type,
+                                                          FSVolumeRefNum volume, bool create);
+/// The same for the volume that holds the item at `path`.
+ZT_EXPORT Ref<NSString> findFolderForType_inVolumeWithPath_create(const Ref<NSFileManager>& self, OSType type,
+                                                                  const Ref<NSString>& path, bool create);
+
+}  // namespace QvFoundationExtensions
+
+namespace JxFindFolderExtensions {
+
+/// The path of the user's folder for pictures, made if it is missing; none, without a log line, when there is none and none can be made.
+ZT_EXPORT Ref<NSString> homePicturesDirectory();
+
+}  // namespace JxFindFolderExtensions
 
 // --- Recursive folder creation
 
