@@ -1,0 +1,47 @@
+#include <ZtFoundation/Files.h>
+
+#include "files/LoggedCalls.h"
+#include "platform/services/FolderManager.h"
+#include "platform/services/Service.h"
+
+namespace ZtFoundation {
+
+namespace QvFoundationExtensions {
+
+using detail::LoggedCalls;
+
+Ref<NSString> findFolderForType_inDomain_create(const Ref<NSFileManager>& self, OSType type, std::int32_t domain,
+                                                bool create) {
+  if (!self) return nullptr;
+  const LoggedCalls calls("findFolderForType:inDomain:create:");
+  FSRef folder;
+  if (!calls.FSFindFolder(static_cast<FSVolumeRefNum>(domain), type, create, &folder)) return nullptr;
+  const Ref<NSURL> url = calls.CFURLCreateFromFSRef(folder);
+  return url ? url->path() : nullptr;
+}
+
+Ref<NSString> findFolderForType_inVolume_create(const Ref<NSFileManager>& self, OSType type, FSVolumeRefNum volume,
+                                                bool create) {
+  return findFolderForType_inDomain_create(self, type, volume, create);
+}
+
+Ref<NSString> findFolderForType_inVolumeWithPath_create(const Ref<NSFileManager>& self, OSType type,
+                                                        const Ref<NSString>& path, bool create) {
+  if (!self) return nullptr;
+  const LoggedCalls calls("findFolderForType:inVolumeWithPath:create:");
+  FSRef item;
+  FSCatalogInfo info;
+  if (!calls.FSPathMakeRef(path, &item) || !calls.FSGetCatalogInfo(item, kFSCatInfoVolume, &info)) return nullptr;
+  return findFolderForType_inVolume_create(self, type, info.volume, create);
+}
+
+}  // namespace QvFoundationExtensions
+
+Ref<NSString> JxFindFolderExtensions::homePicturesDirectory() {
+  FSRef folder;
+  const OSErr error = service<FolderManager>().FSFindFolder(kUserDomain, kPictureDocumentsFolderType, true, &folder);
+  const Ref<NSURL> url = error == noErr ? service<FileCatalog>().CFURLCreateFromFSRef(&folder) : nullptr;
+  return url ? url->path() : nullptr;
+}
+
+}  // namespace ZtFoundation
