@@ -1,6 +1,6 @@
 /// \file Utilities.h
 /// Small utilities: services on strings; bytes as hexadecimal text; conveniences on collections; numbers and comparators; a
-/// stopwatch; replacing methods at run time.
+/// stopwatch; replacing methods at run time; display names for labels; the rectangle of two points.
 #pragma once
 
 #include <cstdint>
@@ -11,11 +11,13 @@
 #include <ZtFoundation/platform/CharacterSet.h>
 #include <ZtFoundation/platform/Data.h>
 #include <ZtFoundation/platform/Export.h>
+#include <ZtFoundation/platform/Geometry.h>
 #include <ZtFoundation/platform/IndexSet.h>
 #include <ZtFoundation/platform/Number.h>
 #include <ZtFoundation/platform/Runtime.h>
 #include <ZtFoundation/platform/Set.h>
 #include <ZtFoundation/platform/String.h>
+#include <ZtFoundation/platform/ValueTransformer.h>
 
 namespace ZtFoundation {
 
@@ -334,5 +336,27 @@ ZT_EXPORT IMP QvReplaceMethodImplementationWithSelectorOnClass(Class one, SEL se
 /// The class that defines the method that instances of `one` have for `selector`: `one` or the ancestor it is inherited from.
 /// \returns null when there is no such method.
 ZT_EXPORT Class QvClassImplementingMethod(Class one, SEL selector);
+
+// --- Display names and geometry
+//
+//   make<QvDisplayNameTransformer>()->transformedValue("/tmp/a.txt");   // "a.txt"
+//   ZtRectFromPoints({10, 20}, {4, 25});                                // origin (4, 20), size (6, 5)
+
+/// Turns a path or the URL of a file into the name that people see for the item. Works one way only; `transformedValueClass` is that of strings.
+/// Threads: safe.
+class ZT_EXPORT QvDisplayNameTransformer : public NSValueTransformer {
+  ZT_OBJECT(QvDisplayNameTransformer, NSValueTransformer)
+ public:
+  static Class transformedValueClass();
+  static bool allowsReverseTransformation();
+
+  /// A string: the default manager's `displayNameAtPath` for a path, `displayNameAtURL` for a URL (none for one that is not of a file or whose item
+  /// does not exist), and the empty string for everything else, none too. Blocks as long as the file system does.
+  Ref<NSObject> transformedValue(const Ref<NSObject>& value) override;
+};
+
+/// The rectangle between two corners, given in either order; its size is never negative. Where a coordinate of either point is a NaN, the origin has
+/// that of `b` and the size is a NaN; equal infinities have the size NaN, others an infinite one.
+extern "C" ZT_EXPORT NSRect ZtRectFromPoints(NSPoint a, NSPoint b);
 
 }  // namespace ZtFoundation
