@@ -6,6 +6,9 @@
 /// Threads: operations may be called by any thread.
 #pragma once
 
+#include <cstdint>
+#include <string_view>
+
 #include <ZtFoundation/platform/Dictionary.h>
 #include <ZtFoundation/platform/FileManager.h>
 #include <ZtFoundation/platform/FileReference.h>
@@ -60,7 +63,59 @@ ZT_EXPORT Ref<NSString> unusedTalvoFilePath(const Ref<NSString>& self);
 
 }  // namespace JxTalvoZtWdExensions
 
+namespace QvFoundationExtensions {
+
+/// A path for a temporary item: "/tmp", a folder for this program, then `prefix`, the local date and time as "20240131-235959-042" (with milliseconds)
+/// and `suffix` without anything between them, and `pathExtension` after a "."; each of the three may be none or empty. The folder is
+/// called like the main bundle's identifier, else like the program's file; it is determined at the first call and kept for the life of the process.
+///
+/// Nothing is made, the folder neither, and nothing is looked for: calls within one millisecond give the same path. "/tmp" is open to every user of
+/// the machine, so create what goes there in a way that fails when it exists.
+/// \returns none only for no receiver.
+ZT_EXPORT Ref<NSString> uniqueTemporaryPathWithPrefix_suffix_pathExtension(const Ref<NSFileManager>& self,
+                                                                           const Ref<NSString>& prefix,
+                                                                           const Ref<NSString>& suffix,
+                                                                           const Ref<NSString>& pathExtension);
+
+}  // namespace QvFoundationExtensions
+
 // --- Deletability and visibility
+//
+//   if (JxTalvoZtWdExensions::isTalvoDeletable(path)) ...                                       // offer to delete it
+//   QvFoundationExtensions::isVisibleFileAtPath(NSFileManager::defaultManager(), "/etc");       // true, unless "/.hidden" lists it
+//
+// Threads: safe.
+
+/// "/"
+ZT_EXPORT extern const std::string_view QvRootDirectoryPath;
+/// "/Volumes"
+ZT_EXPORT extern const std::string_view QvVolumesDirectoryPath;
+
+namespace QvPathExtensions {
+
+/// True for `QvRootDirectoryPath` and nothing else, "//" for instance.
+ZT_EXPORT bool isRootDirectoryPath(const Ref<NSString>& self);
+/// True for `QvVolumesDirectoryPath` and nothing else, "/Volumes/" for instance.
+ZT_EXPORT bool isVolumesDirectoryPath(const Ref<NSString>& self);
+
+}  // namespace QvPathExtensions
+
+namespace QvFoundationExtensions {
+
+/// True when the user is shown the item at `path`: its name does not begin with ".", and for an item directly in "/" no line of the file
+/// "/.hidden" (UTF-8, lines end in LF) is its name. A link is judged by its own name. Blocks as long as the file system does.
+/// \returns true on every doubt: when there is no such item, or "/.hidden" is missing, cannot be read or is no UTF-8. False for no receiver.
+ZT_EXPORT bool isVisibleFileAtPath(const Ref<NSFileManager>& self, const Ref<NSString>& path);
+/// The same for a file URL. For another URL, and none, false and the log line "IS NOT FILE URL: %@".
+ZT_EXPORT bool isVisibleFileAtURL(const Ref<NSFileManager>& self, const Ref<NSURL>& url);
+
+/// The path of an open file or folder, by the name that it was opened by and with links resolved; where it is now, if it or a folder above it was
+/// moved. Does not block on a server that is gone.
+/// \returns none when the descriptor is not open, is a pipe, a socket or the like, or the name was removed (another name of the same file is not
+/// looked for); also when "/proc" is not mounted.
+ZT_EXPORT Ref<NSString> pathForFileDescriptor(const Ref<NSFileManager>& self, std::int32_t descriptor);
+
+}  // namespace QvFoundationExtensions
 
 // --- Display of paths, and paths of URLs
 //
