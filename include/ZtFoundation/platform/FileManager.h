@@ -81,6 +81,55 @@ class ZT_EXPORT NSFileManager : public NSObject {
   /// links stay what they are called. Volumes are the start-up volume and those that `displayNameAtPath` names; what is mounted elsewhere, as
   /// /home may be, belongs to the volume around it. None when there is no such item; a link that leads nowhere is one.
   virtual Ref<NSArray> componentsToDisplayForPath(const Ref<NSString>& path);
+
+  // --- Copying, moving, removing
+  //
+  // The paths name the items themselves: a link at the end of a path is not followed, nor is any link inside a folder. A slash at the end does not
+  // count. What an operation makes must not exist: nothing is ever replaced. Items under a lock (`setFinderLock:`, or the system's immutable
+  // flag) are neither removed nor moved, and a locked folder gains and loses nothing.
+  //
+  // `handler` may be none. Else it is asked and told, in the thread of the caller, by those of these messages that it responds to:
+  // - `fileManager:willProcessPath:` (manager, string), no result: before each item.
+  // - `fileManager:shouldProceedAfterError:` (manager, dictionary), bool: after each error. The dictionary has "Error" (a text), "Path" and, unless
+  //   something is being removed, "ToPath". True leaves this item out, with what is in it, and goes on with the next; the operation then answers true
+  //   in the end, and what it made stays. Without this method the first error ends the operation.
+  // - `fileManager:shouldContinueAfterCopyingBytes:ofTotal:atPath:` (manager, uint64_t, uint64_t, string), bool: after each item and every few
+  //   megabytes of a long one: the bytes copied so far and in all, and the item. False cancels: the operation answers false and leaves nothing of the
+  //   copy. For the total everything is looked at beforehand.
+  // - `fileManager:shouldContinueAfterRemovingItems:atPath:` (manager, uint64_t, string), bool: after each item: how many are removed so far, and
+  //   the last one. False ends the removal, which answers false; what is gone is gone.
+  // What a handler throws passes through, after the copy so far has been removed.
+
+  /// Copies a file, or a folder with all that is in it. The folder of `destination` must exist. Kept are contents with their holes, permissions, times of
+  /// change and access to the nanosecond, extended attributes, access control lists, the lock, and owner and group where the process may give
+  /// them; where it may not, nobody gains a right. Links are copied as links, files with several names inside the folder keep them, and named
+  /// pipes, sockets and devices are made anew, where the process may. What the destination's file system cannot keep is left out. Other mounted file
+  /// systems in the folder are copied with it.
+  ///
+  /// A file system that can share blocks copies a file of any size at once. Of a file that another process writes, as much is copied as
+  /// it held at first, or less if it shrinks.
+  /// \returns false on any failure, which leaves the source as it is and nothing of the copy: no source, no folder for the copy, no right, no
+  /// room, something exists at `destination`, or it is in the folder itself.
+  virtual bool copyPath_toPath_handler(const Ref<NSString>& source, const Ref<NSString>& destination,
+                                       const Ref<NSObject>& handler);
+  /// Moves an item, folders as a whole. Inside a volume that is a change of name. To another volume it is copied as `copyPath_toPath_handler` does,
+  /// the copy is flushed to its device, and then the source is removed.
+  /// \returns false when the item could not be moved; it is still at `source` then, and nothing is at `destination`. If only the
+  /// removal of a source fails whose copy is complete, the copy stays as well as what is left of the source.
+  virtual bool movePath_toPath_handler(const Ref<NSString>& source, const Ref<NSString>& destination,
+                                       const Ref<NSObject>& handler);
+  /// Gives a file another name, as a hard link. Of a folder a copy is made whose files are hard links to those of the source.
+  /// \returns false on any failure, with nothing made, also for another volume.
+  virtual bool linkPath_toPath_handler(const Ref<NSString>& source, const Ref<NSString>& destination,
+                                       const Ref<NSObject>& handler);
+  /// Removes an item for good, a folder with all that is in it, however deep. Permissions are respected: in a folder that the process may not
+  /// change nothing is removed, and one that it may not read goes only if it is empty. Mounted file systems inside are not entered. The check for
+  /// locks comes right before each item, not before all.
+  /// \returns false when something stays: what comes after it in the order of the file system has not been touched.
+  virtual bool removeFileAtPath_handler(const Ref<NSString>& path, const Ref<NSObject>& handler);
+  /// The names of what is in a folder, without "." and "..", in the order of the file system. Links are followed. None when it cannot be
+  /// read.
+  virtual Ref<NSArray> directoryContentsAtPath(const Ref<NSString>& path);
 };
 
 }  // namespace ZtFoundation

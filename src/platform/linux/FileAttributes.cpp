@@ -32,8 +32,10 @@ namespace {
 
 constexpr mode_t kPermissionBits = 07777;
 constexpr const char* kAccessList = "system.posix_acl_access";
-// These speak about the old contents; the system itself drops or renews them when a file is written.
-constexpr std::array<std::string_view, 3> kBoundToContents{"security.capability", "security.ima", "security.evm"};
+// Rights that were given to the contents; the system itself drops them when a file is written.
+constexpr std::string_view kCapability = "security.capability";
+// These are bound to one file and its contents, and the system renews them.
+constexpr std::array<std::string_view, 2> kBoundToFile{"security.ima", "security.evm"};
 
 bool isNotAllowed(int error) { return error == EPERM || error == EACCES || error == ENOTSUP; }
 
@@ -114,12 +116,16 @@ bool removeInheritedAccessList(int file) {
   return ::fremovexattr(file, kAccessList) == 0 || errno == ENODATA || errno == ENOTSUP;
 }
 
-bool copyExtendedAttributes(int from, int to) {
+bool isCopied(std::string_view name, Contents contents) {
+  return std::ranges::find(kBoundToFile, name) == kBoundToFile.end() &&
+         (contents == Contents::Same || name != kCapability);
+}
+
+bool copyExtendedAttributes(int from, int to, Contents contents) {
   const auto names = attributeNames(from);
   if (!names) return false;
   for (const std::string& name : *names) {
-    if (std::ranges::find(kBoundToContents, name) != kBoundToContents.end()) continue;
-    if (!copyAttribute(from, to, name)) return false;
+    if (isCopied(name, contents) && !copyAttribute(from, to, name)) return false;
   }
   return std::ranges::find(*names, kAccessList) != names->end() || removeInheritedAccessList(to);
 }
@@ -176,10 +182,10 @@ void applyModificationDate(const NSDictionary& attributes, const std::string& pa
 
 }  // namespace
 
-bool copyAttributes(int from, const struct stat& status, int to) {
+bool copyAttributes(int from, const struct stat& status, int to, Contents contents) {
   const auto mode = copyOwner(status, to);
   // Last, because a change of owner clears bits and an access list sets some.
-  return mode && copyExtendedAttributes(from, to) && setPermissions(to, *mode);
+  return mode && copyExtendedAttributes(from, to, contents) && setPermissions(to, *mode);
 }
 
 mode_t permissionsIn(const Ref<NSDictionary>& attributes, mode_t otherwise) {

@@ -10,10 +10,13 @@
 
 namespace ZtFoundation::detail {
 
+/// Whether a file gets attributes together with the contents that they speak about.
+enum class Contents { New, Same };
+
 /// Gives the file open as `to` the owner, group, permissions, extended attributes and access control list of the one open as `from`,
 /// whose `status` is known. What the process may not give is left out, together with the rights that would then be
 /// somebody else's. False on any other failure.
-bool copyAttributes(int from, const struct stat& status, int to);
+bool copyAttributes(int from, const struct stat& status, int to, Contents contents = Contents::New);
 
 /// The permission bits that `attributes` asks for, else `otherwise`.
 mode_t permissionsIn(const Ref<NSDictionary>& attributes, mode_t otherwise);

@@ -20,7 +20,12 @@ ZT_REGISTER_CLASS(NSFileManager, ZT_CLASS_METHOD("defaultManager", &NSFileManage
                   ZT_METHOD("createFileAtPath:contents:attributes:",
                             &NSFileManager::createFileAtPath_contents_attributes),
                   ZT_METHOD("displayNameAtPath:", &NSFileManager::displayNameAtPath),
-                  ZT_METHOD("componentsToDisplayForPath:", &NSFileManager::componentsToDisplayForPath));
+                  ZT_METHOD("componentsToDisplayForPath:", &NSFileManager::componentsToDisplayForPath),
+                  ZT_METHOD("copyPath:toPath:handler:", &NSFileManager::copyPath_toPath_handler),
+                  ZT_METHOD("movePath:toPath:handler:", &NSFileManager::movePath_toPath_handler),
+                  ZT_METHOD("linkPath:toPath:handler:", &NSFileManager::linkPath_toPath_handler),
+                  ZT_METHOD("removeFileAtPath:handler:", &NSFileManager::removeFileAtPath_handler),
+                  ZT_METHOD("directoryContentsAtPath:", &NSFileManager::directoryContentsAtPath));
 
 using detail::FileDescriptor;
 using detail::systemPath;
