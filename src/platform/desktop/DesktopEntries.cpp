@@ -13,8 +13,6 @@ namespace ZtFoundation {
 
 namespace {
 
-constexpr char kSignatureKey[] = "X-ZtFoundation-Signature";
-
 struct Release {
   void operator()(GDesktopAppInfo* info) const { g_object_unref(info); }
   void operator()(char* text) const { g_free(text); }

@@ -15,6 +15,7 @@
 #include "platform/linux/CommandLine.h"
 #include "platform/linux/Executable.h"
 #include "platform/linux/FileErrors.h"
+#include "platform/linux/Folders.h"
 #include "platform/services/Service.h"
 #include "platform/services/Volumes.h"
 
@@ -23,7 +24,7 @@ namespace ZtFoundation::detail {
 namespace {
 
 // An entry is a few kilobytes long. What is much longer is none, and reading it could fill the memory.
-constexpr std::uint64_t kLongestEntry = 1 << 20;
+constexpr off_t kLongestEntry = 1 << 20;
 
 std::string_view lastComponent(std::string_view path) {
   while (path.size() > 1 && path.back() == '/') path.remove_suffix(1);
@@ -36,7 +37,6 @@ bool hasExtension(std::string_view path, std::string_view extension) {
   return name.size() > extension.size() && name.ends_with(extension);
 }
 
-bool isEntryName(std::string_view path) { return hasExtension(path, ".desktop"); }
 bool isInvisibleName(std::string_view path) { return lastComponent(path).starts_with('.'); }
 
 Ref<NSBundle> bundleAt(const std::string& path) {
@@ -134,18 +134,30 @@ std::string bundleProgram(const std::string& path) {
   return isProgram(program) ? program : std::string();
 }
 
+std::string bundleInformationPath(const std::string& path) {
+  const std::string contents = path + "/Contents";
+  const std::string information = (isFolder(contents) ? contents : path) + "/Info.plist";
+  return isRegular(information) ? information : std::string();
+}
+
 bool isApplicationBundle(const std::string& path) {
-  if (!hasExtension(path, ".app")) return false;
-  return isRegular(path + "/Contents/Info.plist") || !bundleProgram(path).empty();
+  return hasExtension(path, ".app") && (!bundleInformationPath(path).empty() || !bundleProgram(path).empty());
+}
+
+bool isEntryName(const std::string& path) { return hasExtension(path, ".desktop"); }
+
+bool isEntryFile(const std::string& path) {
+  struct stat status {};
+  return isEntryName(path) && ::stat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode) &&
+         status.st_size <= kLongestEntry;
+}
+
+std::optional<DesktopEntry> entryInFile(const std::string& path) {
+  return isEntryFile(path) ? service<DesktopEntries>().entryAtPath(path) : std::nullopt;
 }
 
 std::optional<DesktopEntry> applicationEntry(const std::string& path) {
-  struct stat status {};
-  if (!isEntryName(path) || ::stat(path.c_str(), &status) != 0 || !S_ISREG(status.st_mode) ||
-      static_cast<std::uint64_t>(status.st_size) > kLongestEntry) {
-    return std::nullopt;
-  }
-  std::optional<DesktopEntry> entry = DesktopEntries::production().entryAtPath(path);
+  std::optional<DesktopEntry> entry = entryInFile(path);
   return entry && !entry->isHidden ? entry : std::nullopt;
 }
 

@@ -11,11 +11,19 @@ namespace ZtFoundation::detail {
 
 /// Whether the folder at `path`, which need not exist, is to be shown as one item, by its name: "*.app", "*.bundle".
 bool isPackageName(const std::string& path);
+/// Whether an item of that name may be a desktop entry: "*.desktop".
+bool isEntryName(const std::string& path);
+/// The Info.plist of the bundle at `path`; empty when it is no file.
+std::string bundleInformationPath(const std::string& path);
 /// Whether an application bundle lies at `path`: a folder "*.app" with an Info.plist or an executable of its name.
 bool isApplicationBundle(const std::string& path);
 /// The executable file of the bundle at `path`; empty when there is none that may be executed.
 std::string bundleProgram(const std::string& path);
-/// The entry of an application that is there and not hidden, in the file "*.desktop" at `path`; none for anything else.
+/// Whether a file that may be a desktop entry lies at `path`: one of such a name, not longer than 1 MiB.
+bool isEntryFile(const std::string& path);
+/// The entry of an application in that file, hidden or not; none for anything else.
+std::optional<DesktopEntry> entryInFile(const std::string& path);
+/// The same, not hidden.
 std::optional<DesktopEntry> applicationEntry(const std::string& path);
 /// Whether a file that this process may execute lies at `path`.
 bool isProgram(const std::string& path);

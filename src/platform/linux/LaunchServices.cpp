@@ -1,5 +1,6 @@
 #include "platform/services/LaunchServices.h"
 
+#include "platform/linux/ApplicationIndex.h"
 #include "platform/linux/FileDescriptor.h"
 #include "platform/linux/ItemInformation.h"
 
@@ -26,9 +27,17 @@ class LinuxLaunchServices final : public LaunchServices {
     return informationAt(path, &detail::linkOrItemInformation, wanted, info);
   }
 
-  OSStatus LSFindApplicationForInfo(OSType, const Ref<NSString>&, Ref<NSURL>*) override {
-    return kLSApplicationNotFoundErr;
+  OSStatus LSFindApplicationForInfo(OSType creator, const Ref<NSString>& identifier, Ref<NSURL>* application) override {
+    const std::string path = index_.find(creator, identifier ? identifier->utf8() : std::string());
+    if (path.empty()) return kLSApplicationNotFoundErr;
+    if (application != nullptr) {
+      *application = NSURL::fileURLWithPath(NSString::stringWithFileSystemRepresentation(path));
+    }
+    return noErr;
   }
+
+ private:
+  detail::ApplicationIndex index_;
 };
 
 }  // namespace

@@ -7,13 +7,16 @@
 
 namespace ZtFoundation {
 
+/// The key by which an entry declares the signature of its application.
+inline constexpr char kSignatureKey[] = "X-ZtFoundation-Signature";
+
 /// Values as in the file, its escapes resolved. Empty for what it does not say.
 struct DesktopEntry {
   std::string command;        ///< with quotes and field codes
   std::string name;           ///< in the user's language
   std::string icon;           ///< a name or a path
   std::string workingFolder;  ///< a path
-  std::string signature;      ///< of X-ZtFoundation-Signature
+  std::string signature;      ///< of kSignatureKey
   bool isHidden = false;      ///< stands for "no such application here, nor in a later folder"
   bool inTerminal = false;
 };

@@ -1,0 +1,217 @@
+#include "platform/linux/ApplicationIndex.h"
+
+#include <dirent.h>
+#include <fcntl.h>
+
+#include <algorithm>
+#include <memory>
+#include <set>
+#include <unordered_map>
+
+#include <ZtFoundation/platform/Bundle.h>
+#include <ZtFoundation/platform/Dictionary.h>
+
+#include "platform/linux/ApplicationSignature.h"
+#include "platform/linux/FileContents.h"
+#include "platform/linux/FileDescriptor.h"
+#include "platform/linux/Folders.h"
+#include "platform/linux/ItemInformation.h"
+
+namespace ZtFoundation::detail {
+
+namespace {
+
+constexpr std::string_view kEntryExtension = ".desktop";
+constexpr int kDeepest = 8;  // folders in folders
+
+char lowercase(char byte) { return byte >= 'A' && byte <= 'Z' ? static_cast<char>(byte - 'A' + 'a') : byte; }
+
+bool equalInAnyCase(std::string_view a, std::string_view b) {
+  return std::equal(a.begin(), a.end(), b.begin(), b.end(),
+                    [](char x, char y) { return lowercase(x) == lowercase(y); });
+}
+
+std::string withoutEntryExtension(const std::string& name) {
+  if (name.size() < kEntryExtension.size()) return name;
+  const std::size_t stem = name.size() - kEntryExtension.size();
+  return equalInAnyCase(std::string_view(name).substr(stem), kEntryExtension) ? name.substr(0, stem) : name;
+}
+
+struct FolderItem {
+  std::string name;
+  unsigned char type;
+};
+
+// By name, without those that begin with a dot.
+std::vector<FolderItem> itemsIn(const std::string& folder) {
+  struct Close {
+    void operator()(DIR* stream) const noexcept { ::closedir(stream); }
+  };
+  std::vector<FolderItem> items;
+  const std::unique_ptr<DIR, Close> stream(::opendir(folder.c_str()));
+  if (!stream) return items;
+  while (const dirent* const entry = ::readdir(stream.get())) {
+    if (entry->d_name[0] != '.') items.push_back({entry->d_name, entry->d_type});
+  }
+  std::sort(items.begin(), items.end(), [](const FolderItem& a, const FolderItem& b) { return a.name < b.name; });
+  return items;
+}
+
+bool isFolderItem(const std::string& path, unsigned char type) {
+  return type == DT_DIR || ((type == DT_LNK || type == DT_UNKNOWN) && isFolder(path));
+}
+
+std::string textOf(const Ref<NSObject>& value) {
+  const Ref<NSString> text = as<NSString>(value);
+  return text ? text->utf8() : std::string();
+}
+
+std::vector<OSType> readSignatures(const std::string& path) {
+  if (!isEntryFile(path)) return {};
+  const FileDescriptor file(retryInterrupted([&] { return ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK); }));
+  const std::optional<std::string> text = file ? readToEnd(file.get()) : std::nullopt;
+  return text ? signaturesInEntry(*text) : std::vector<OSType>();
+}
+
+}  // namespace
+
+// Looks through folders.
+class ApplicationIndex::Lister {
+ public:
+  void list(const ApplicationFolder& folder) {
+    holdsEntries_ = folder.holdsEntries;
+    listFolder(folder.path, "", 0);
+  }
+
+  std::map<std::string, FileStamp> takeFolders() { return std::move(folders_); }
+  Applications takeApplications() { return std::move(applications_); }
+
+ private:
+  // Links may lead back to where they came from.
+  void listFolder(const std::string& path, const std::string& prefix, int depth) {
+    const FileStamp stamp(path);
+    folders_.emplace(path, stamp);
+    if (!stamp.isThere() || depth > kDeepest || !seen_.insert({stamp.identity(), holdsEntries_}).second) return;
+    for (const FolderItem& item : itemsIn(path)) listItem(path + "/" + item.name, item, prefix, depth);
+  }
+
+  void listItem(const std::string& path, const FolderItem& item, const std::string& prefix, int depth) {
+    if (isEntryName(item.name)) {
+      if (holdsEntries_) applications_.push_back({path, true, prefix + withoutEntryExtension(item.name)});
+    } else if (isFolderItem(path, item.type)) {
+      if (!isPackageName(item.name)) return listFolder(path, prefix + item.name + "-", depth + 1);
+      applications_.push_back({path, false});
+    }
+  }
+
+  bool holdsEntries_ = false;
+  std::set<std::pair<FileStamp::Identity, bool>> seen_;
+  std::map<std::string, FileStamp> folders_;
+  Applications applications_;
+};
+
+struct ApplicationIndex::Query {
+  OSType creator;
+  std::string identifier;
+
+  bool fitsIdentifier(const Application& application, bool inAnyCase) const {
+    if (identifier.empty()) return true;
+    return inAnyCase ? equalInAnyCase(application.identifier, identifier) : application.identifier == identifier;
+  }
+  bool mayFitSignature(const Application& application) const {
+    const auto fits = [this](OSType code) { return code == creator || code == kAnySignature; };
+    return creator == 0 || std::any_of(application.signatures.begin(), application.signatures.end(), fits);
+  }
+  bool fits(const DesktopEntry& entry) const {
+    return creator == 0 || signatureCode(NSString::stringWithValidUTF8(entry.signature)) == creator;
+  }
+};
+
+bool ApplicationIndex::isUpToDate(const std::vector<ApplicationFolder>& folders) const {
+  return folders == folders_ && std::all_of(listed_.begin(), listed_.end(), [](const auto& folder) {
+           return folder.second.stillHolds(FileStamp(folder.first));
+         });
+}
+
+// What is known of the contents of files is kept: it has stamps of its own.
+void ApplicationIndex::refresh() {
+  std::vector<ApplicationFolder> folders = applicationFolders();
+  if (isUpToDate(folders)) return;
+  Lister lister;
+  for (const ApplicationFolder& folder : folders) lister.list(folder);
+  std::unordered_map<std::string, Application> known;
+  for (Application& application : applications_) known.emplace(application.path, std::move(application));
+  folders_ = std::move(folders);
+  listed_ = lister.takeFolders();
+  applications_ = lister.takeApplications();
+  for (Application& application : applications_) {
+    const auto found = known.find(application.path);
+    if (found == known.end()) continue;
+    application.stamp = found->second.stamp;
+    application.signatures = std::move(found->second.signatures);
+    if (!application.isEntry) application.identifier = std::move(found->second.identifier);
+  }
+}
+
+void ApplicationIndex::updateBundle(Application& bundle) {
+  const std::string path = bundleInformationPath(bundle.path);
+  const FileStamp stamp(path);
+  if (bundle.stamp.stillHolds(stamp)) return;
+  bundle.stamp = stamp;
+  bundle.identifier.clear();
+  bundle.signatures.clear();
+  if (!isApplicationBundle(bundle.path) || path.empty()) return;
+  const Ref<NSBundle> contents = NSBundle::bundleWithPath(NSString::stringWithFileSystemRepresentation(bundle.path));
+  if (!contents) return;
+  bundle.identifier = withoutEntryExtension(textOf(contents->objectForInfoDictionaryKey("CFBundleIdentifier")));
+  const OSType code = signatureCode(as<NSString>(contents->objectForInfoDictionaryKey("CFBundleSignature")));
+  if (code != 0) bundle.signatures.push_back(code);
+}
+
+void ApplicationIndex::updateEntry(Application& entry) {
+  const FileStamp stamp(entry.path);
+  if (entry.stamp.stillHolds(stamp)) return;
+  entry.stamp = stamp;
+  entry.signatures = readSignatures(entry.path);
+}
+
+void ApplicationIndex::update(const Query& query) {
+  for (Application& application : applications_) {
+    if (!application.isEntry) {
+      updateBundle(application);
+    } else if (query.creator != 0) {
+      updateEntry(application);
+    }
+  }
+}
+
+// Of several entries with one identifier the first that is an application's decides; hidden, it hides the others.
+bool ApplicationIndex::isInstalled(const Application& application, const Query& query) const {
+  if (!application.isEntry) return true;
+  for (const Application& one : applications_) {
+    if (!one.isEntry || one.identifier != application.identifier) continue;
+    const std::optional<DesktopEntry> entry = entryInFile(one.path);
+    if (entry) return &one == &application && !entry->isHidden && query.fits(*entry);
+  }
+  return false;
+}
+
+const ApplicationIndex::Application* ApplicationIndex::first(const Query& query, bool inAnyCase) const {
+  const auto found = std::find_if(applications_.begin(), applications_.end(), [&](const Application& one) {
+    return query.fitsIdentifier(one, inAnyCase) && query.mayFitSignature(one) && isInstalled(one, query);
+  });
+  return found != applications_.end() ? &*found : nullptr;
+}
+
+std::string ApplicationIndex::find(OSType creator, const std::string& identifier) {
+  const Query query{creator, withoutEntryExtension(identifier)};
+  if (creator == 0 && query.identifier.empty()) return {};
+  const std::lock_guard guard(mutex_);
+  refresh();
+  update(query);
+  const Application* found = first(query, false);
+  if (found == nullptr && !query.identifier.empty()) found = first(query, true);
+  return found != nullptr ? found->path : std::string();
+}
+
+}  // namespace ZtFoundation::detail

@@ -1,0 +1,404 @@
+// Bundles and entries under folders of the test's own. The environment is that of a child process each time.
+
+#include <gtest/gtest.h>
+#include <stdlib.h>
+#include <sys/inotify.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <cstdio>
+#include <filesystem>
+#include <functional>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "platform/services/DesktopEntries.h"
+#include "platform/services/LaunchServices.h"
+#include "platform/services/Service.h"
+#include "support/ChildProcess.h"
+#include "support/ScratchFolder.h"
+
+namespace ZtFoundation {
+namespace {
+
+namespace files = std::filesystem;
+
+constexpr OSType kViewer = 0x56696577;  // 'View'
+
+// In a child process a failed comparison must print and be counted there.
+class Checks {
+ public:
+  void same(const std::string& what, const std::string& actual, const std::string& expected) {
+    if (actual == expected) return;
+    std::fprintf(stderr, "%s: found \"%s\", expected \"%s\"\n", what.c_str(), actual.c_str(), expected.c_str());
+    ++failures_;
+  }
+  void holds(const char* what, bool good) {
+    if (good) return;
+    std::fprintf(stderr, "does not hold: %s\n", what);
+    ++failures_;
+  }
+  int failures() const { return failures_; }
+
+ private:
+  int failures_ = 0;
+};
+
+// What LSFindApplicationForInfo answers: a path, or "none".
+std::string find(OSType creator, const Ref<NSString>& identifier) {
+  Ref<NSURL> url;
+  const OSStatus status = LaunchServices::production().LSFindApplicationForInfo(creator, identifier, &url);
+  if (status == kLSApplicationNotFoundErr) return url ? "an URL in spite of the error" : "none";
+  if (status != noErr) return "status " + std::to_string(status);
+  return url ? url->path()->fileSystemRepresentation() : "no URL";
+}
+std::string byIdentifier(const std::string& identifier) { return find(kLSUnknownCreator, identifier.c_str()); }
+std::string bySignature(OSType creator) { return find(creator, nullptr); }
+
+class ApplicationIndexTests : public testing::Test {
+ protected:
+  static constexpr char kOwn[] = "home/.local/share/applications/";
+  static constexpr char kSystem[] = "system/applications/";
+
+  ApplicationIndexTests() {
+    for (const char* const folder : {"home", "system"}) files::create_directories(scratch_ / folder);
+  }
+
+  std::string path(const std::string& name) const { return scratch_ / name; }
+  std::string own(const std::string& name) const { return path(kOwn + name); }
+  std::string system(const std::string& name) const { return path(kSystem + name); }
+
+  static void write(const std::string& path, const std::string& contents) {
+    files::create_directories(files::path(path).parent_path());
+    test::writeFile(path, contents);
+  }
+  static void writeEntry(const std::string& path, const std::string& keys = "Exec=sh\n") {
+    write(path, "[Desktop Entry]\nType=Application\nName=x\n" + keys);
+  }
+  static void writeSigned(const std::string& path, const std::string& signature,
+                          const std::string& keys = "Exec=sh\n") {
+    writeEntry(path, keys + "X-ZtFoundation-Signature=" + signature + "\n");
+  }
+  static void writeBundle(const std::string& path, const std::string& identifier, const std::string& signature) {
+    write(path + "/Contents/Info.plist", "<plist><dict><key>CFBundleIdentifier</key><string>" + identifier +
+                                             "</string><key>CFBundleSignature</key><string>" + signature +
+                                             "</string></dict></plist>");
+  }
+
+  void use(const std::string& dataFolders) {
+    ::setenv("HOME", path("home").c_str(), 1);
+    ::unsetenv("XDG_DATA_HOME");
+    ::setenv("XDG_DATA_DIRS", dataFolders.c_str(), 1);
+  }
+
+  // Runs `work` where only the test's folders hold applications.
+  int inOwnFolders(const std::function<void(Checks&)>& work) {
+    return test::inChild([&] {
+      use(path("system"));
+      Checks checks;
+      work(checks);
+      return checks.failures();
+    });
+  }
+
+  test::ScratchFolder scratch_;
+};
+
+TEST_F(ApplicationIndexTests, BundlesByIdentifierAndSignature) {
+  writeBundle(path("home/Applications/View.app"), "org.Example.View", "View");
+  writeBundle(path("home/Applications/Tools/Edit.app"), "org.example.edit", "Edit");
+  writeBundle(own("Third.app"), "org.example.third", "");
+  writeBundle(path("home/Applications/Plug.bundle"), "org.example.plug", "Plug");
+  writeBundle(path("home/Applications/Outer.app/Contents/Inner.app"), "org.example.inner", "Innr");
+  EXPECT_EQ(inOwnFolders([&](Checks& checks) {
+              checks.same("identifier", byIdentifier("org.Example.View"), path("home/Applications/View.app"));
+              checks.same("other case", byIdentifier("ORG.example.VIEW"), path("home/Applications/View.app"));
+              checks.same("with extension", byIdentifier("org.example.view.desktop"),
+                          path("home/Applications/View.app"));
+              checks.same("signature", bySignature(kViewer), path("home/Applications/View.app"));
+              checks.same("both", find(kViewer, "org.example.view"), path("home/Applications/View.app"));
+              checks.same("one of both", find(kViewer, "org.example.edit"), "none");
+              checks.same("in a folder", byIdentifier("org.example.edit"), path("home/Applications/Tools/Edit.app"));
+              checks.same("among entries", byIdentifier("org.example.third"), own("Third.app"));
+              checks.same("no application", byIdentifier("org.example.plug"), "none");
+              checks.same("inside another", byIdentifier("org.example.inner"), "none");
+            }),
+            0);
+}
+
+TEST_F(ApplicationIndexTests, EntriesByIdentifierAndSignature) {
+  writeSigned(own("org.Example.View.desktop"), "View");
+  writeEntry(own("vendor/tools/edit.desktop"));
+  writeEntry(system("plain.desktop"), "Exec=sh\nNoDisplay=true\n");
+  writeEntry(path("home/Applications/misplaced.desktop"));
+  writeEntry(own(".dotted.desktop"));
+  EXPECT_EQ(inOwnFolders([&](Checks& checks) {
+              for (const char* const identifier :
+                   {"org.Example.View", "org.Example.View.desktop", "ORG.EXAMPLE.VIEW", "org.example.view.DESKTOP"}) {
+                checks.same(identifier, byIdentifier(identifier), own("org.Example.View.desktop"));
+              }
+              checks.same("signature", bySignature(kViewer), own("org.Example.View.desktop"));
+              checks.same("both", find(kViewer, "org.example.view"), own("org.Example.View.desktop"));
+              checks.same("one of both", find(kViewer, "plain"), "none");
+              checks.same("in folders", byIdentifier("vendor-tools-edit.desktop"), own("vendor/tools/edit.desktop"));
+              checks.same("not by its name alone", byIdentifier("edit"), "none");
+              checks.same("not shown in menus", byIdentifier("plain"), system("plain.desktop"));
+              checks.same("in a folder for bundles", byIdentifier("misplaced"), "none");
+              checks.same("invisible", byIdentifier(".dotted"), "none");
+            }),
+            0);
+}
+
+TEST_F(ApplicationIndexTests, NothingAskedNothingFound) {
+  writeSigned(own("x.desktop"), "????");
+  writeBundle(path("home/Applications/X.app"), "", "????");
+  EXPECT_EQ(inOwnFolders([&](Checks& checks) {
+              checks.same("neither", find(kLSUnknownCreator, nullptr), "none");
+              checks.same("empty", find(kLSUnknownCreator, ""), "none");
+              checks.same("extension alone", find(kLSUnknownCreator, ".desktop"), "none");
+              checks.same("unknown", byIdentifier("no.such.application"), "none");
+              checks.same("unknown signature", bySignature(0x4E6F6E65), "none");
+              checks.same("no signature at all", bySignature(0x3F3F3F3F), "none");
+              checks.holds("no place for the answer",
+                           LaunchServices::production().LSFindApplicationForInfo(0, "x", nullptr) == noErr);
+            }),
+            0);
+}
+
+TEST_F(ApplicationIndexTests, FoldersGoInOrder) {
+  writeBundle(path("home/Applications/A.app"), "a", "SigA");
+  writeEntry(own("a.desktop"));
+  writeEntry(own("b.desktop"));
+  writeEntry(system("b.desktop"));
+  writeEntry(path("data/applications/c.desktop"));
+  writeEntry(system("c.desktop"));
+  writeSigned(system("y.desktop"), "Same");
+  writeSigned(system("x.desktop"), "Same");
+  EXPECT_EQ(inOwnFolders([&](Checks& checks) {
+              checks.same("own bundles", byIdentifier("a"), path("home/Applications/A.app"));
+              checks.same("own entries", byIdentifier("b"), own("b.desktop"));
+              use("relative:" + path("data") + ":" + path("system"));
+              checks.same("the environment's order", byIdentifier("c"), path("data/applications/c.desktop"));
+              use(path("system") + ":" + path("data"));
+              checks.same("the other order", byIdentifier("c"), system("c.desktop"));
+              checks.same("by name in a folder", bySignature(0x53616D65), system("x.desktop"));
+              ::setenv("XDG_DATA_HOME", path("data").c_str(), 1);
+              checks.same("another folder of the user", byIdentifier("c"), path("data/applications/c.desktop"));
+              checks.same("no longer", byIdentifier("b"), system("b.desktop"));
+            }),
+            0);
+}
+
+TEST_F(ApplicationIndexTests, TheSameLettersGoFirst) {
+  writeEntry(own("Edit.desktop"));
+  writeEntry(system("edit.desktop"));
+  EXPECT_EQ(inOwnFolders([&](Checks& checks) {
+              checks.same("lower", byIdentifier("edit"), system("edit.desktop"));
+              checks.same("upper", byIdentifier("Edit"), own("Edit.desktop"));
+              checks.same("neither", byIdentifier("EDIT"), own("Edit.desktop"));
+            }),
+            0);
+}
+
+TEST_F(ApplicationIndexTests, TheUsersEntriesStandForOthersOfTheSameIdentifier) {
+  writeEntry(own("hidden.desktop"), "Exec=sh\nHidden=true\n");
+  writeSigned(system("hidden.desktop"), "Hide");
+  writeEntry(own("broken.desktop"), "Exec=/no/such/program\n");
+  writeEntry(system("broken.desktop"));
+  writeSigned(own("other.desktop"), "New!");
+  writeSigned(system("other.desktop"), "Old!");
+  EXPECT_EQ(inOwnFolders([&](Checks& checks) {
+              checks.same("hidden", byIdentifier("hidden"), "none");
+              checks.same("hidden, by signature", bySignature(0x48696465), "none");
+              checks.same("without its program", byIdentifier("broken"), system("broken.desktop"));
+              checks.same("replaced", bySignature(0x4F6C6421), "none");
+              checks.same("replacing", bySignature(0x4E657721), own("other.desktop"));
+            }),
+            0);
+}
+
+TEST_F(ApplicationIndexTests, WhatIsBrokenIsSkipped) {
+  const std::string good = "[Desktop Entry]\nType=Application\nName=x\nExec=sh\nX-ZtFoundation-Signature=View\n";
+  writeEntry(own("a-missing.desktop"), "Exec=/no/such/program\nX-ZtFoundation-Signature=View\n");
+  writeEntry(own("a-tried.desktop"), "Exec=sh\nTryExec=/no/such/program\nX-ZtFoundation-Signature=View\n");
+  write(own("a-large.desktop"), good + std::string(1 << 20, '\n'));
+  write(own("a-noise.desktop"), "\xFF\xFE\0X-ZtFoundation-Signature=View\n");
+  write(own("a-empty.desktop"), "");
+  write(own("a-comment.desktop"),
+        "[Desktop Entry]\nType=Application\nName=x\nExec=sh\n#X-ZtFoundation-Signature=View\n");
+  write(own("a-group.desktop"),
+        "[Desktop Entry]\nType=Application\nName=x\nExec=sh\n[X]\nX-ZtFoundation-Signature=View\n");
+  write(own("a-key.desktop"), "[Desktop Entry]\nType=Application\nName=x\nExec=sh\nX-ZtFoundation-SignatureX=View\n");
+  files::create_directories(own("a-folder.desktop"));
+  ASSERT_EQ(::mkfifo(own("a-pipe.desktop").c_str(), 0600), 0);
+  ASSERT_EQ(::symlink("/no/such/file", own("a-lost.desktop").c_str()), 0);
+  ASSERT_EQ(::symlink(".", own("a-loop").c_str()), 0);
+  write(path("home/Applications/A.app/Contents/Info.plist"), "<plist><dict><key>CFBundleSignature</key>");
+  write(path("home/Applications/B.app/Contents/Info.plist"), "<plist><array/></plist>");
+  write(path("home/Applications/C.app/Contents/Info.plist"),
+        "<plist><dict><key>CFBundleSignature</key><integer>7</integer><key>CFBundleIdentifier</key><true/></dict></"
+        "plist>");
+  write(path("home/Applications/D.app"), "View");
+  files::create_directories(path("home/Applications/E.app/Contents"));
+  ASSERT_EQ(::mkfifo(path("home/Applications/E.app/Contents/Info.plist").c_str(), 0600), 0);
+  write(own("z-good.desktop"), good);
+  EXPECT_EQ(inOwnFolders([&](Checks& checks) {
+              checks.same("signature", bySignature(kViewer), own("z-good.desktop"));
+              for (const auto& item : files::directory_iterator(path(kOwn))) {
+                const std::string name = item.path().stem();
+                const bool isGood = name == "z-good" || name == "a-comment" || name == "a-group" || name == "a-key";
+                checks.same(name, byIdentifier(name), isGood ? item.path().string() : "none");
+              }
+            }),
+            0);
+}
+
+TEST_F(ApplicationIndexTests, SignaturesAreFourBytes) {
+  writeSigned(own("long.desktop"), "Viewer");
+  writeSigned(own("blank.desktop"), "WP\\s\\s");
+  writeSigned(own("short.desktop"), "ab");
+  writeEntry(own("spaced.desktop"), "Exec=sh\nX-ZtFoundation-Signature = Spac \n");
+  writeSigned(own("japanese.desktop"), "\xEF\xBD\xB1\xEF\xBD\xB1");  // B1 B1 in Shift-JIS
+  EXPECT_EQ(inOwnFolders([&](Checks& checks) {
+              checks.same("cut", bySignature(kViewer), own("long.desktop"));
+              checks.same("blanks", bySignature(0x57502020), own("blank.desktop"));
+              checks.same("filled up", bySignature(0x61620000), own("short.desktop"));
+              checks.same("blanks around", bySignature(0x53706163), own("spaced.desktop"));
+              checks.same("two bytes from 0x80 on", bySignature(0xFFB10000 | 0xB1000000), own("japanese.desktop"));
+            }),
+            0);
+}
+
+TEST_F(ApplicationIndexTests, ChangesAreNoticed) {
+  writeSigned(own("a.desktop"), "SigA");
+  writeBundle(path("home/Applications/B.app"), "b", "SigB");
+  constexpr OSType kSigA = 0x53696741, kSigB = 0x53696742;
+  EXPECT_EQ(inOwnFolders([&](Checks& checks) {
+              checks.same("before", bySignature(kSigA), own("a.desktop"));
+              writeSigned(own("a.desktop"), "SigC");
+              checks.same("changed in its place", bySignature(kSigA), "none");
+              writeSigned(system("sub/new.desktop"), "SigA");
+              checks.same("new folder", bySignature(kSigA), system("sub/new.desktop"));
+              checks.same("new entry", byIdentifier("sub-new"), system("sub/new.desktop"));
+              writeSigned(system("sub/newer.desktop"), "x");
+              checks.same("newer entry", byIdentifier("sub-newer"), system("sub/newer.desktop"));
+              files::remove_all(system("sub"));
+              checks.same("removed", byIdentifier("sub-new"), "none");
+              writeEntry(own("a.desktop"), "Exec=sh\nHidden=true\n");
+              checks.same("hidden", byIdentifier("a"), "none");
+              checks.same("bundle before", byIdentifier("b"), path("home/Applications/B.app"));
+              writeBundle(path("home/Applications/B.app"), "c", "SigC");
+              checks.same("bundle changed", byIdentifier("b"), "none");
+              checks.same("bundle changed, signature", bySignature(kSigB), "none");
+              checks.same("its new name", byIdentifier("c"), path("home/Applications/B.app"));
+              files::rename(path("home/Applications/B.app"), path("home/Applications/D.app"));
+              checks.same("moved", byIdentifier("c"), path("home/Applications/D.app"));
+            }),
+            0);
+}
+
+TEST_F(ApplicationIndexTests, AProgramMayComeAndGo) {
+  writeEntry(own("a.desktop"), "Exec=zt-test-program\n");
+  files::create_directories(path("bin"));
+  EXPECT_EQ(inOwnFolders([&](Checks& checks) {
+              ::setenv("PATH", path("bin").c_str(), 1);
+              checks.same("before", byIdentifier("a"), "none");
+              test::writeFile(path("bin/zt-test-program"), "#!/bin/sh\n");
+              ::chmod(path("bin/zt-test-program").c_str(), 0755);
+              checks.same("installed", byIdentifier("a"), own("a.desktop"));
+              files::remove(path("bin/zt-test-program"));
+              checks.same("removed", byIdentifier("a"), "none");
+            }),
+            0);
+}
+
+// Counts the entries that are parsed.
+class CountingEntries final : public DesktopEntries {
+ public:
+  std::optional<DesktopEntry> entryAtPath(const std::string&) override {
+    ++count;
+    DesktopEntry entry;
+    entry.command = "sh";
+    entry.signature = "View";
+    return entry;
+  }
+  int count = 0;
+};
+
+TEST_F(ApplicationIndexTests, OnlyWhatMayFitIsParsed) {
+  for (int at = 0; at < 50; ++at) writeSigned(own("e" + std::to_string(at) + ".desktop"), at == 25 ? "View" : "Edit");
+  EXPECT_EQ(inOwnFolders([&](Checks& checks) {
+              CountingEntries entries;
+              const ScopedService<DesktopEntries> scope(entries);
+              checks.same("identifier", byIdentifier("e7"), own("e7.desktop"));
+              checks.holds("one is parsed", entries.count == 1);
+              checks.same("signature", bySignature(kViewer), own("e25.desktop"));
+              checks.holds("one more is parsed", entries.count == 2);
+            }),
+            0);
+}
+
+// Tells how often files in a folder are opened.
+class OpenWatch {
+ public:
+  explicit OpenWatch(const std::string& folder) : queue_(::inotify_init1(IN_CLOEXEC | IN_NONBLOCK)) {
+    ::inotify_add_watch(queue_, folder.c_str(), IN_OPEN);
+  }
+  OpenWatch(const OpenWatch&) = delete;
+  OpenWatch& operator=(const OpenWatch&) = delete;
+  ~OpenWatch() { ::close(queue_); }
+
+  // Since the last call.
+  bool sawOne() {
+    alignas(inotify_event) char events[4096];
+    return ::read(queue_, events, sizeof events) > 0;
+  }
+
+ private:
+  int queue_;
+};
+
+TEST_F(ApplicationIndexTests, WhatIsUnchangedIsNotReadAgain) {
+  writeSigned(own("a.desktop"), "Edit");
+  writeBundle(path("home/Applications/B.app"), "b", "SigB");
+  std::this_thread::sleep_for(std::chrono::milliseconds(2100));  // until no change can be missed
+  EXPECT_EQ(inOwnFolders([&](Checks& checks) {
+              OpenWatch entries(path(kOwn)), bundle(path("home/Applications/B.app/Contents"));
+              checks.same("first", bySignature(kViewer), "none");
+              checks.holds("entries are read", entries.sawOne());
+              checks.holds("bundles are read", bundle.sawOne());
+              checks.same("second", bySignature(kViewer), "none");
+              checks.holds("entries are not read again", !entries.sawOne());
+              checks.holds("bundles are not read again", !bundle.sawOne());
+              writeSigned(own("c.desktop"), "SigC");
+              entries.sawOne();
+              checks.same("third", bySignature(kViewer), "none");
+              checks.holds("the new one is read", entries.sawOne());
+              checks.holds("bundles are still not read again", !bundle.sawOne());
+            }),
+            0);
+}
+
+TEST_F(ApplicationIndexTests, ThreadsFindTheSame) {
+  writeSigned(own("a.desktop"), "View");
+  writeBundle(path("home/Applications/B.app"), "b", "SigB");
+  EXPECT_EQ(inOwnFolders([&](Checks& checks) {
+              std::vector<std::string> found(8);
+              std::vector<std::thread> threads;
+              for (std::size_t at = 0; at < found.size(); ++at) {
+                threads.emplace_back([&found, at] {
+                  for (int i = 0; i < 20; ++i) found[at] = bySignature(kViewer) + byIdentifier("b");
+                });
+              }
+              for (std::thread& thread : threads) thread.join();
+              for (const std::string& one : found) {
+                checks.same("each thread", one, own("a.desktop") + path("home/Applications/B.app"));
+              }
+            }),
+            0);
+}
+
+}  // namespace
+}  // namespace ZtFoundation
