@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <string_view>
 
+#include <ZtFoundation/platform/Array.h>
 #include <ZtFoundation/platform/Dictionary.h>
 #include <ZtFoundation/platform/FileManager.h>
 #include <ZtFoundation/platform/FileReference.h>
@@ -27,6 +28,58 @@ namespace ZtFoundation {
 // --- File operations
 
 // --- Volumes
+//
+//   Ref<NSString> card = JxVolumeCatalogInformation::volumePath("/media/me/Card/Photo.jpg");       // "/media/me/Card"
+//   if (JxVolumeCatalogInformation::volumeFreeSpace(card) > size) ...
+//   JxVolumeCatalogInformation::unmountVolume(card);
+//
+// A volume is a mounted file system that stores files, under each mount point by which a path reaches it; docs/volumes.md tells more. What the mount
+// table of the process knows is taken from there: listing volumes, and every question to the root path of a volume but those about space,
+// asks no server and so does not wait for one that is gone. The others wait as long as the file system does. Links on the way to an item are followed, a
+// link at its end is an item itself. None, and items that do not exist, give the answer of failure. Nothing is logged, except by the operations
+// of the file manager. Threads: safe; volumes may come and go between two calls.
+
+namespace JxVolumeCatalogInformation {
+
+/// The root paths of all volumes: "/" first, the others as they were mounted. None if there is no volume.
+ZT_EXPORT Ref<NSArray> volumePaths();
+/// The root path of the volume that holds the item; none on failure.
+ZT_EXPORT Ref<NSString> volumePath(const Ref<NSString>& self);
+/// True when the path is the root path of a volume, unit by unit: "/media/me/Card/" is none.
+ZT_EXPORT bool isVolume(const Ref<NSString>& self);
+/// True for the root path of a volume on the network.
+ZT_EXPORT bool isNetworkVolume(const Ref<NSString>& self);
+/// True for the root path of every volume other than "/", whether or not unmounting it would succeed.
+ZT_EXPORT bool isUnmountableVolume(const Ref<NSString>& self);
+/// Unmounts the volume with this root path, and ejects its medium where it can be taken out. Waits for it, and never for a password.
+/// \returns true when it is unmounted; false when it is in use, the process may not, or there is no such volume. "/" is always in use.
+ZT_EXPORT bool unmountVolume(const Ref<NSString>& self);
+/// The size of the item's volume, and what an ordinary process may still use of it, in bytes. Either pointer may be null.
+/// \returns false on failure; the counts are then left as they are.
+ZT_EXPORT bool volumeTotalSpace_freeSpace(const Ref<NSString>& self, std::uint64_t* totalSpace,
+                                          std::uint64_t* freeSpace);
+/// One of the two; 0 on failure.
+ZT_EXPORT std::uint64_t volumeTotalSpace(const Ref<NSString>& self);
+ZT_EXPORT std::uint64_t volumeFreeSpace(const Ref<NSString>& self);
+
+}  // namespace JxVolumeCatalogInformation
+
+namespace QvFoundationExtensions {
+
+// A call of the platform that fails is a line in the platform log: "[NSFileManager volumeRefWithPath:] FSPathMakeRef failed with error: -43".
+
+/// The number of the volume that holds the item, the same as long as it is mounted; 0 on failure.
+ZT_EXPORT FSVolumeRefNum volumeRefWithPath(const Ref<NSFileManager>& self, const Ref<NSString>& path);
+/// The kind of server that the item's volume comes from: 'afpm' (0x6166706D) for AFP, 'http' (0x68747470) for WebDAV, and others, see
+/// docs/volumes.md. 0 on failure, which is also what a local volume gives, with a line in the log.
+ZT_EXPORT OSType volumeTypeWithPath(const Ref<NSFileManager>& self, const Ref<NSString>& path);
+/// True when the item's volume is on the network.
+ZT_EXPORT bool isNetworkVolumeAtPath(const Ref<NSFileManager>& self, const Ref<NSString>& path);
+/// True when the type of the item's volume is 'afpm', or 'http'. For a local volume a line is logged at each call.
+ZT_EXPORT bool isAppleShareVolumeAtPath(const Ref<NSFileManager>& self, const Ref<NSString>& path);
+ZT_EXPORT bool isWebDAVVolumeAtPath(const Ref<NSFileManager>& self, const Ref<NSString>& path);
+
+}  // namespace QvFoundationExtensions
 
 // --- Free names
 //

@@ -29,6 +29,18 @@ bool LoggedCalls::FSGetVolumeInfo(FSVolumeRefNum volume, FSVolumeInfoBitmap want
   return check(error, "FSGetVolumeInfo");
 }
 
+bool LoggedCalls::FSGetVolumeParms(FSVolumeRefNum volume, GetVolParmsInfoBuffer* parameters) const {
+  return check(service<Volumes>().FSGetVolumeParms(volume, parameters, sizeof(*parameters)), "FSGetVolumeParms");
+}
+
+bool LoggedCalls::FSGetVolumeMountInfoSize(FSVolumeRefNum volume, std::size_t* size) const {
+  return check(service<Volumes>().FSGetVolumeMountInfoSize(volume, size), "FSGetVolumeMountInfoSize");
+}
+
+bool LoggedCalls::FSGetVolumeMountInfo(FSVolumeRefNum volume, void* buffer, std::size_t size) const {
+  return check(service<Volumes>().FSGetVolumeMountInfo(volume, buffer, size), "PBGetVolMountInfo");
+}
+
 bool LoggedCalls::FSFindFolder(FSVolumeRefNum volumeOrDomain, OSType type, bool create, FSRef* folder) const {
   return check(service<FolderManager>().FSFindFolder(volumeOrDomain, type, create, folder), "FSFindFolder");
 }

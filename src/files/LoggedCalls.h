@@ -19,6 +19,10 @@ class LoggedCalls {
   bool FSGetCatalogInfo(const FSRef& item, FSCatalogInfoBitmap wanted, FSCatalogInfo* info) const;
   bool FSSetCatalogInfo(const FSRef& item, FSCatalogInfoBitmap fields, const FSCatalogInfo& info) const;
   bool FSGetVolumeInfo(FSVolumeRefNum volume, FSVolumeInfoBitmap wanted, FSVolumeInfo* info) const;
+  bool FSGetVolumeParms(FSVolumeRefNum volume, GetVolParmsInfoBuffer* parameters) const;
+  bool FSGetVolumeMountInfoSize(FSVolumeRefNum volume, std::size_t* size) const;
+  /// The log has an older name for this call.
+  bool FSGetVolumeMountInfo(FSVolumeRefNum volume, void* buffer, std::size_t size) const;
   bool FSFindFolder(FSVolumeRefNum volumeOrDomain, OSType type, bool create, FSRef* folder) const;
   /// None when it fails.
   Ref<NSURL> CFURLCreateFromFSRef(const FSRef& item) const;
