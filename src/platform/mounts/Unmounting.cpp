@@ -1,6 +1,7 @@
 #include "platform/mounts/Unmounting.h"
 
 #include <libmount/libmount.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <memory>
@@ -35,17 +36,10 @@ OSErr errorFor(int systemError) {
   }
 }
 
-// davfs2 writes out what it has cached only where its own helper waits for it; the kernel shows its mounts under another type.
-const char* helperType(const Mount& mount) {
-  static constexpr OSType kWebDAV = 0x68747470;
-  return mount.type == "fuse" && mount.server == kWebDAV ? "davfs" : nullptr;
-}
-
 OSErr unmountByContext(libmnt_context* context, const Mount& mount) {
   mnt_context_set_target(context, mount.point.c_str());
   // The server need not answer: it is not to be asked what the mount point might be a link to.
   mnt_context_disable_canonicalize(context, 1);
-  if (const char* const type = helperType(mount)) mnt_context_set_fstype(context, type);
   const int result = mnt_context_umount(context);
   if (mnt_context_syscall_called(context)) return errorFor(mnt_context_get_syscall_errno(context));
   if (mnt_context_helper_executed(context)) return mnt_context_get_helper_status(context) == 0 ? noErr : fBsyErr;
@@ -63,7 +57,7 @@ std::vector<std::vector<std::string>> programsFor(const Mount& mount, const std:
 }
 
 OSErr unmountByPrograms(const Mount& mount, const std::string& device, const std::function<bool()>& isGone) {
-  OSErr error = permErr;
+  OSErr error = ::geteuid() == 0 ? ioErr : permErr;
   for (const std::vector<std::string>& program : programsFor(mount, device)) {
     const bool isBusy = complaintOf(program).find("busy") != std::string::npos;
     if (isGone()) return noErr;
@@ -79,7 +73,9 @@ OSErr unmount(const Mount& mount, const std::string& device, const std::function
   if (mount.point == "/") return fBsyErr;
   const Context context(mnt_new_context(), mnt_free_context);
   if (context == nullptr) return memFullErr;
-  if (mnt_context_is_restricted(context.get())) return unmountByPrograms(mount, device, isGone);
+  // Helpers of what a program serves talk to the terminal.
+  const bool isServedByProgram = mount.type.starts_with("fuse") && mount.type != "fuseblk";
+  if (isServedByProgram || mnt_context_is_restricted(context.get())) return unmountByPrograms(mount, device, isGone);
   const OSErr error = unmountByContext(context.get(), mount);
   return isGone() ? OSErr{noErr} : error != noErr ? error : OSErr{fBsyErr};
 }

@@ -111,10 +111,20 @@ VolumeTable::VolumeTable(const std::vector<Mount>& all, VolumeNumbers& numbers) 
     byMount_.emplace(volumes_[at].mount.id, at);
   }
   for (std::size_t at = 0; at < all.size(); ++at) {
-    const std::vector<std::size_t> way = mounts.wayDown(at);
-    const auto holder = std::find_if(way.begin(), way.end(), [&](auto one) { return byMount_.contains(all[one].id); });
-    if (holder != way.end()) byMount_.emplace(all[at].id, byMount_.at(all[*holder].id));
+    if (const Volume* const holder = holderOf(all[at], all, mounts.wayDown(at))) {
+      byMount_.emplace(all[at].id, static_cast<std::size_t>(holder - volumes_.data()));
+    }
   }
+}
+
+// What a file that is mounted by itself is stored on, and for what stores nothing the volume below.
+const Volume* VolumeTable::holderOf(const Mount& mount, const std::vector<Mount>& all,
+                                    const std::vector<std::size_t>& wayDown) const {
+  const Volume* const storing = mount.storesFiles ? onDevice(mount.device, mount.point) : nullptr;
+  if (storing != nullptr) return storing;
+  const auto below =
+      std::find_if(wayDown.begin(), wayDown.end(), [&](auto at) { return ofMount(all[at].id) != nullptr; });
+  return below != wayDown.end() ? ofMount(all[*below].id) : nullptr;
 }
 
 const Volume* VolumeTable::numbered(FSVolumeRefNum number) const {

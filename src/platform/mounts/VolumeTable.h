@@ -30,7 +30,7 @@ class VolumeTable {
   const Volume* numbered(FSVolumeRefNum number) const;
   /// The one whose root is called exactly `path`.
   const Volume* rootedAt(const std::string& path) const;
-  /// The volume of the mount with the identifier: itself, or what its mount point lies on.
+  /// The volume that what is on the mount with the identifier belongs to.
   const Volume* ofMount(int id) const;
   /// The one with the longest root that `path` begins with. Links are not resolved.
   const Volume* above(std::string_view path) const;
@@ -38,6 +38,9 @@ class VolumeTable {
   const Volume* onDevice(dev_t device, std::string_view path) const;
 
  private:
+  const Volume* holderOf(const Mount& mount, const std::vector<Mount>& all,
+                         const std::vector<std::size_t>& wayDown) const;
+
   std::vector<Volume> volumes_;
   std::unordered_map<int, std::size_t> byMount_;
   std::unordered_map<std::string, std::size_t> byRoot_;
