@@ -105,6 +105,8 @@ class LinuxFileCatalog final : public FileCatalog {
   }
 
   Ref<NSURL> CFURLCreateFromFSRef(const FSRef* ref) override {
+    // The root of a volume whose server may be gone.
+    if (ref != nullptr && ref->identity().number == 0) return NSURL::fileURLWithPath(ref->path());
     const auto place = detail::placeOfReference(ref);
     return place ? NSURL::fileURLWithPath(NSString::stringWithFileSystemRepresentation(place->path)) : nullptr;
   }

@@ -13,9 +13,12 @@ namespace {
 // holds one does not expect to wait.
 constexpr std::chrono::milliseconds kSearchLimit{1000};
 
+// The root of a volume that could not be asked when the reference was made.
+bool isRootByPathAlone(const FSRef::Identity& identity) { return identity.number == 0; }
+
 std::optional<ItemPlace> placeIfSame(const std::string& path, const FSRef::Identity& identity) {
   const auto status = statusOfItem(path);
-  if (!status || identityOf(*status) != identity) return std::nullopt;
+  if (!status || !(isRootByPathAlone(identity) || identityOf(*status) == identity)) return std::nullopt;
   return ItemPlace{path, *status};
 }
 
