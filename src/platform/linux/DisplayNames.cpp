@@ -44,7 +44,7 @@ Ref<NSString> volumeNameAt(const Ref<NSString>& path) {
   FSRef root;
   const OSErr error =
       volumes.FSGetVolumeInfo(volumes.volumeHolding(item), 0, nullptr, kFSVolInfoNone, nullptr, &name, &root);
-  return error == noErr && root.identity() == item.identity() ? nameOf(name) : nullptr;
+  return error == noErr && root.path()->isEqual(item.path()) ? nameOf(name) : nullptr;
 }
 
 bool holdsDots(const std::filesystem::path& path) {
@@ -55,7 +55,7 @@ bool holdsDots(const std::filesystem::path& path) {
 std::filesystem::path wayTo(const std::string& path) {
   std::error_code error;
   const std::filesystem::path way = std::filesystem::absolute(path, error);
-  if (!holdsDots(way)) return way.lexically_normal();
+  if (!holdsDots(way)) return way;
   const std::filesystem::path name = way.filename();
   if (name.empty() || holdsDots(name)) return std::filesystem::canonical(way, error);
   return std::filesystem::canonical(way.parent_path(), error) / name;
@@ -82,11 +82,13 @@ Ref<NSArray> NSFileManager::componentsToDisplayForPath(const Ref<NSString>& path
   const std::filesystem::path way = wayTo(*bytes);
   if (!way.is_absolute()) return nullptr;
   const Ref<NSMutableArray> names = NSMutableArray::array();
-  Ref<NSString> item = NSString::stringWithFileSystemRepresentation(way.native());
-  for (bool isVolume = false; !isVolume; item = item->stringByDeletingLastPathComponent()) {
+  Ref<NSString> item = NSString::string();
+  const Ref<NSArray> components = NSString::stringWithFileSystemRepresentation(way.native())->pathComponents();
+  for (const Ref<NSObject>& component : *components) {
+    item = item->stringByAppendingPathComponent(as<NSString>(component));
+    if (volumeNameAt(item)) names->removeAllObjects();
     const auto name = send<Ref<NSString>>(this, ZT_SELECTOR("displayNameAtPath:"), item);
-    if (name) names->insertObject_atIndex(name, 0);
-    isVolume = item->isEqualToString("/") || volumeNameAt(item);
+    if (name) names->addObject(name);
   }
   return names->copy();
 }
