@@ -1,5 +1,7 @@
 # The targets of src/, examples/ and tools/. Sources are found by folder, so a new file needs no edit here.
 
+include(ZtFramework)
+
 set(ZT_MODULE_FOLDERS src/platform/unicode src/platform/desktop src/platform/mounts)
 
 # The sources of a folder and everything below it, without those of the optional modules.
@@ -34,8 +36,13 @@ function(zt_add_library)
   target_link_libraries(ZtFoundation PRIVATE $<BUILD_INTERFACE:ZtBuildOptions> ${CMAKE_DL_LIBS})
   zt_link_as_shared_object(ZtFoundation)
   set_target_properties(ZtFoundation PROPERTIES
-    LINKER_LANGUAGE CXX VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR})
+    LINKER_LANGUAGE CXX VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR}
+    ZT_MODULE_FILES "" EXPORT_PROPERTIES ZT_MODULE_FILES)
   add_library(ZtFoundation::ZtFoundation ALIAS ZtFoundation)
+
+  # By this name gdb finds what shows the library's values.
+  configure_file(${PROJECT_SOURCE_DIR}/tools/gdb/ZtFoundation-gdb.py
+    ${CMAKE_LIBRARY_OUTPUT_DIRECTORY}/libZtFoundation.so.${PROJECT_VERSION}-gdb.py COPYONLY)
 endfunction()
 
 # The linker options that keep a shared object quick to load and its interface to what is marked for export.
@@ -66,6 +73,7 @@ function(zt_add_module name folder)
   zt_link_as_shared_object(${target})
   set_target_properties(${target} PROPERTIES BUILD_RPATH "$ORIGIN" INSTALL_RPATH "$ORIGIN")
   set_property(GLOBAL APPEND PROPERTY ZT_MODULES ${target})
+  set_property(TARGET ZtFoundation APPEND PROPERTY ZT_MODULE_FILES lib${target}.so)
 endfunction()
 
 # Whoever runs with the library also needs its modules built, though it does not link them.
@@ -81,13 +89,17 @@ function(zt_need_modules target)
   endif()
 endfunction()
 
-# examples/<name>.cpp and examples/<name>/*.cpp each become build/.../examples/<name>; examples/<name>.bundle/ becomes
-# a bundle of that name there. An example that names packages in a file "pkg-config" is left out where they are not installed.
+# examples/<name>.cpp and examples/<name>/*.cpp each become build/.../examples/<name>; examples/<name>.bundle/ becomes a bundle
+# and examples/<name>.app/ an application package of that name there. An example that names packages in a file "pkg-config" is left
+# out where they are not installed.
 function(zt_add_examples)
   file(GLOB entries CONFIGURE_DEPENDS RELATIVE ${PROJECT_SOURCE_DIR}/examples ${PROJECT_SOURCE_DIR}/examples/*)
   foreach(entry IN LISTS entries)
     if(entry MATCHES "\\.bundle$")
       zt_add_bundle(${entry})
+      continue()
+    elseif(entry MATCHES "\\.app$")
+      zt_add_application(${entry})
       continue()
     elseif(IS_DIRECTORY ${PROJECT_SOURCE_DIR}/examples/${entry})
       zt_sources(sources examples/${entry})
@@ -133,6 +145,17 @@ function(zt_add_bundle bundle)
   configure_file(${PROJECT_SOURCE_DIR}/examples/${bundle}/Info.plist ${contents}/Info.plist COPYONLY)
 endfunction()
 
+# An application package with the library inside: its program, named like the package, and its Info.plist.
+function(zt_add_application package)
+  zt_sources(sources examples/${package})
+  get_filename_component(name ${package} NAME_WE)
+  set(target example-${package})
+  zt_add_program(${target} ${name} examples/${package}/Contents/Linux ${sources})
+  zt_embed_framework(${target})
+  configure_file(${PROJECT_SOURCE_DIR}/examples/${package}/Info.plist
+    ${CMAKE_BINARY_DIR}/examples/${package}/Contents/Info.plist COPYONLY)
+endfunction()
+
 # tools/<name>/*.cpp becomes build/.../bin/<name>.
 function(zt_add_tools)
   file(GLOB entries CONFIGURE_DEPENDS RELATIVE ${PROJECT_SOURCE_DIR}/tools ${PROJECT_SOURCE_DIR}/tools/*)
@@ -140,7 +163,7 @@ function(zt_add_tools)
     zt_sources(sources tools/${entry})
     if(sources)
       zt_add_program(${entry} ${entry} bin ${sources})
-      install(TARGETS ${entry} RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+      install(TARGETS ${entry} RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT runtime)
     endif()
   endforeach()
 endfunction()
