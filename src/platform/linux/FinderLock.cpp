@@ -22,9 +22,19 @@ FileDescriptor openItem(int folder, const std::string& path) {
   return FileDescriptor(::openat(folder, path.c_str(), O_PATH | O_NOFOLLOW | O_CLOEXEC));
 }
 
+ssize_t attributeSize(int item) {
+  const ssize_t size = ::fgetxattr(item, kLockAttribute, nullptr, 0);
+  if (size >= 0 || errno != EBADF) return size;
+  return ::getxattr(pathOfDescriptor(item).c_str(), kLockAttribute, nullptr, 0);
+}
+
+bool isAnswerNo(int error) {
+  return error == ENODATA || error == ENOTSUP || error == EACCES || error == EPERM || error == ENOENT;
+}
+
+// Where an error hides the answer, the item is safer with a lock.
 bool hasAttribute(int item) {
-  if (::fgetxattr(item, kLockAttribute, nullptr, 0) >= 0) return true;
-  return errno == EBADF && ::getxattr(pathOfDescriptor(item).c_str(), kLockAttribute, nullptr, 0) >= 0;
+  return retryInterrupted([&] { return attributeSize(item); }) >= 0 || !isAnswerNo(errno);
 }
 
 bool isLocked(int item, const struct statx& status) {
