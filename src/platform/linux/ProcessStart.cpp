@@ -1,0 +1,166 @@
+#include "platform/linux/ProcessStart.h"
+
+#include <fcntl.h>
+#include <pthread.h>
+#include <sched.h>
+#include <signal.h>
+#include <sys/resource.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <memory>
+
+// Sanitizers keep accounts of functions that begin and end. Those here end in
+// another process.
+#if defined(__clang__)
+#define ZT_IN_OTHER_PROCESS __attribute__((disable_sanitizer_instrumentation))
+#else
+#define ZT_IN_OTHER_PROCESS                                                    \
+  __attribute__((no_sanitize("address", "thread", "undefined")))
+#endif
+
+namespace ZtFoundation::detail {
+
+namespace {
+
+// Enough for the few system calls below.
+struct alignas(16) Stack {
+  char bytes[std::size_t{16} * 1024];
+
+  void *top() noexcept { return bytes + sizeof bytes; }
+};
+
+/// What the three processes know of each other. All of it is made before the
+/// first of them starts, since neither may allocate memory.
+struct Start {
+  const char *path;
+  char *const *arguments;
+  char *const *environment;
+  rlim_t descriptorLimit;
+  Stack stackInBetween;
+  Stack stackOfProgram;
+  volatile int error;
+  volatile pid_t id;
+  int handle;
+};
+
+constexpr int kSignalCount = 64;
+constexpr std::size_t kSignalSetSize = kSignalCount / 8;
+
+// By the system's own calls: those of the C library leave out the signals that
+// it uses itself, and sanitizers would note the changes as made in the host,
+// whose memory this is.
+ZT_IN_OTHER_PROCESS void restoreSignals() {
+  static constexpr unsigned char kDefaults[64] =
+      {}; // the action of default handling, and the empty set
+  for (int signal = 1; signal <= kSignalCount; ++signal) {
+    ::syscall(SYS_rt_sigaction, signal, kDefaults, nullptr, kSignalSetSize);
+  }
+  ::syscall(SYS_rt_sigprocmask, SIG_SETMASK, kDefaults, nullptr,
+            kSignalSetSize);
+}
+
+ZT_IN_OTHER_PROCESS void closeDescriptors(rlim_t limit) {
+  constexpr unsigned first = STDERR_FILENO + 1;
+  if (::syscall(SYS_close_range, first, ~0U, 0) == 0)
+    return;
+  for (rlim_t each = first; each < limit; ++each)
+    ::syscall(SYS_close, each);
+}
+
+ZT_IN_OTHER_PROCESS int becomeProgram(void *argument) {
+  Start &start = *static_cast<Start *>(argument);
+  closeDescriptors(start.descriptorLimit);
+  restoreSignals();
+  ::execve(start.path, start.arguments, start.environment);
+  start.error = errno;
+  ::_exit(127);
+}
+
+// Shares the descriptors with us as well, so that the handle, which only a
+// parent can ask for safely, is ours.
+ZT_IN_OTHER_PROCESS int startInBetween(void *argument) {
+  Start &start = *static_cast<Start *>(argument);
+  constexpr int flags = CLONE_VM | CLONE_VFORK | CLONE_PIDFD | SIGCHLD;
+  start.id = ::clone(&becomeProgram, start.stackOfProgram.top(), flags, &start,
+                     &start.handle);
+  if (start.id < 0) {
+    start.error = errno;
+  } else if (start.error != 0) {
+    ::syscall(SYS_wait4, static_cast<pid_t>(start.id), nullptr, 0, nullptr);
+  }
+  ::_exit(0);
+}
+
+/// Blocks all signals for the length of a scope: a handler of the host must not
+/// run in a process that shares its memory.
+class BlockedSignals {
+public:
+  BlockedSignals() noexcept {
+    sigset_t all;
+    ::sigfillset(&all);
+    ::pthread_sigmask(SIG_SETMASK, &all, &before_);
+  }
+  BlockedSignals(const BlockedSignals &) = delete;
+  BlockedSignals &operator=(const BlockedSignals &) = delete;
+  ~BlockedSignals() { ::pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
+
+private:
+  sigset_t before_;
+};
+
+// Without a signal at its end, which also keeps it from the `wait` of other
+// threads.
+void runInBetween(Start &start) {
+  const BlockedSignals blocked;
+  constexpr int flags = CLONE_VM | CLONE_VFORK | CLONE_FILES;
+  const pid_t between =
+      ::clone(&startInBetween, start.stackInBetween.top(), flags, &start);
+  if (between < 0) {
+    start.error = errno;
+    return;
+  }
+  retryInterrupted(
+      [&] { return ::waitpid(between, nullptr, static_cast<int>(__WCLONE)); });
+}
+
+// Where the system must be asked for each: no process has more in practice.
+rlim_t descriptorLimit() {
+  constexpr rlim_t most = 1 << 16;
+  rlimit limit{};
+  return ::getrlimit(RLIMIT_NOFILE, &limit) == 0
+             ? std::min(limit.rlim_max, most)
+             : most;
+}
+
+std::vector<char *> pointersTo(const std::vector<std::string> &arguments) {
+  std::vector<char *> pointers;
+  for (const std::string &each : arguments)
+    pointers.push_back(const_cast<char *>(each.c_str()));
+  pointers.push_back(nullptr);
+  return pointers;
+}
+
+} // namespace
+
+StartedProcess startProcess(const std::string &path,
+                            const std::vector<std::string> &arguments) {
+  const std::vector<char *> pointers = pointersTo(arguments);
+  const auto start = std::make_unique_for_overwrite<Start>();
+  start->path = path.c_str();
+  start->arguments = pointers.data();
+  start->environment = environ;
+  start->descriptorLimit = descriptorLimit();
+  start->error = 0;
+  start->id = -1;
+  start->handle = -1;
+  runInBetween(*start);
+  FileDescriptor handle(start->handle);
+  if (start->error != 0)
+    return {start->error, -1, FileDescriptor()};
+  return {0, start->id, std::move(handle)};
+}
+
+} // namespace ZtFoundation::detail
