@@ -4,26 +4,17 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 
-#include <array>
-
 #include "platform/linux/FileDescriptor.h"
+#include "platform/linux/FolderContents.h"
 
 namespace ZtFoundation {
 
 namespace {
 
 using detail::FileDescriptor;
+using detail::FolderContents;
 using detail::retryInterrupted;
 using detail::systemPath;
-
-// File systems in user space refuse larger ones, as some do that the C library reads with.
-constexpr std::size_t kBufferSize = 16384;
-struct alignas(dirent64) Buffer : std::array<char, kBufferSize> {};
-
-bool isKnownItem(const dirent64& entry) {
-  const std::string_view name = entry.d_name;
-  return entry.d_type != DT_LNK && entry.d_type != DT_UNKNOWN && name != "." && name != "..";
-}
 
 class LinuxFolderListing final : public FolderListing {
  public:
@@ -32,14 +23,10 @@ class LinuxFolderListing final : public FolderListing {
     if (!name) return;
     const FileDescriptor descriptor(
         retryInterrupted([&] { return ::open(name->c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC); }));
-    if (!descriptor) return;
-    Buffer buffer;
-    for (ssize_t length; (length = ::getdents64(descriptor.get(), buffer.data(), buffer.size())) > 0;) {
-      for (const char* at = buffer.data(); at != buffer.data() + length;) {
-        const auto* const entry = reinterpret_cast<const dirent64*>(at);
-        if (isKnownItem(*entry)) visit(entry->d_name);
-        at += entry->d_reclen;
-      }
+    FolderContents contents;
+    if (descriptor) contents.read(descriptor.get());  // what comes before an error counts
+    for (FolderContents::Entry item; contents.next(item);) {
+      if (item.type != DT_LNK && item.type != DT_UNKNOWN) visit(item.name);
     }
   }
 
