@@ -41,17 +41,8 @@ void appendComponents(std::string& path, std::string_view more) {
   visitComponents(more, [&](std::string_view component) { path.append("/").append(component); });
 }
 
-std::optional<std::string> resolved(const std::string& path) {
-  std::array<char, PATH_MAX> buffer;
-  if (::realpath(path.c_str(), buffer.data()) == nullptr) return std::nullopt;
-  return std::string(buffer.data());
-}
-
 std::optional<std::string> withoutParentComponents(const std::string& path) {
-  if (path.ends_with("/..")) return resolved(path);
-  const auto folder = resolved(parentOfPath(path));
-  if (!folder) return std::nullopt;
-  return pathInFolder(*folder, nameOfPath(path));
+  return path.ends_with("/..") ? canonicalPath(path) : canonicalItemPath(path);
 }
 
 }  // namespace
@@ -68,6 +59,19 @@ std::optional<std::string> absolutePath(const std::string& path) {
   appendComponents(result, path);
   if (result.empty()) result += '/';
   return hasParentComponent(result) ? withoutParentComponents(result) : result;
+}
+
+std::optional<std::string> canonicalPath(const std::string& path) {
+  std::array<char, PATH_MAX> buffer;
+  if (::realpath(path.c_str(), buffer.data()) == nullptr) return std::nullopt;
+  return std::string(buffer.data());
+}
+
+std::optional<std::string> canonicalItemPath(const std::string& path) {
+  if (path == "/") return path;
+  const auto folder = canonicalPath(parentOfPath(path));
+  if (!folder) return std::nullopt;
+  return pathInFolder(*folder, nameOfPath(path));
 }
 
 std::string parentOfPath(const std::string& path) {

@@ -15,6 +15,11 @@ std::optional<std::string> absolutePath(const std::string& path);
 
 // Of absolute paths:
 
+/// The only path without any links that leads to the folder or file.
+std::optional<std::string> canonicalPath(const std::string& path);
+/// The same of an item, which may be a link itself.
+std::optional<std::string> canonicalItemPath(const std::string& path);
+
 /// The folder that holds the item; "/" for "/".
 std::string parentOfPath(const std::string& path);
 /// The item's name; "/" for "/".

@@ -22,32 +22,33 @@ std::optional<ItemPlace> placeIfSame(const std::string& path, const FSRef::Ident
   return ItemPlace{path, *status};
 }
 
+// Links lead to folders as well as any other way.
 bool isFolderOnDevice(const std::string& path, std::uint64_t device) {
-  const auto status = statusOfItem(path);
-  return status && isFolder(*status) && identityOf(*status).device == device;
+  const auto status = statusOfItem(path + "/.");
+  return status && identityOf(*status).device == device;
 }
 
-// The first folder above `path` that is still there, on `device` and not above
-// `top`.
-std::optional<std::string> nearestFolder(const std::string& path, std::uint64_t device, const std::string& top) {
-  for (std::string folder = parentOfPath(path); isInFolder(folder, top); folder = parentOfPath(folder)) {
-    if (isFolderOnDevice(folder, device)) return folder;
-    if (folder == "/") break;
+// The first folder above `path` that is still there, on `device`; none when the volume is.
+std::optional<std::string> nearestFolder(const std::string& path, std::uint64_t device) {
+  std::string folder = parentOfPath(path);
+  while (!isFolderOnDevice(folder, device)) {
+    if (folder == "/") return std::nullopt;
+    folder = parentOfPath(folder);
   }
-  return std::nullopt;
+  return canonicalPath(folder);
 }
 
 std::optional<ItemPlace> searchFor(const FSRef::Identity& identity, const std::string& path) {
-  const auto mounts = mountTable();
-  const MountedFileSystem* mount = mountHolding(mounts, path);
-  if (mount == nullptr) return std::nullopt;
-  const auto nearest = nearestFolder(path, identity.device, mount->mountPoint);
+  const auto nearest = nearestFolder(path, identity.device);
   if (!nearest) return std::nullopt;
-  SearchOrder order{identity.number, {}, *nearest, mount->mountPoint, {}, kSearchLimit};
+  const auto mounts = mountTable();
+  const MountedFileSystem* mount = mountHolding(mounts, *nearest);
+  if (mount == nullptr) return std::nullopt;
+  SearchOrder order = orderForVolume(mounts, *mount);
+  order.number = identity.number;
   order.isRight = [&](const std::string& candidate) { return placeIfSame(candidate, identity).has_value(); };
-  for (const MountedFileSystem& other : mounts) {
-    if (other.mountPoint != mount->mountPoint) order.barred.insert(other.mountPoint);
-  }
+  order.nearest = *nearest;
+  order.limit = kSearchLimit;
   const auto found = searchOutwards(order).path;
   return found ? placeIfSame(*found, identity) : std::nullopt;
 }

@@ -91,6 +91,15 @@ class OutwardSearch {
 
 }  // namespace
 
+SearchOrder orderForVolume(const std::vector<MountedFileSystem>& mounts, const MountedFileSystem& volume) {
+  SearchOrder order;
+  order.top = volume.mountPoint;
+  for (const MountedFileSystem& mount : mounts) {
+    if (mount.mountPoint != volume.mountPoint) order.barred.insert(mount.mountPoint);
+  }
+  return order;
+}
+
 SearchResult searchOutwards(const SearchOrder& order) { return OutwardSearch(order).run(); }
 
 }  // namespace ZtFoundation::detail

@@ -9,6 +9,9 @@
 #include <optional>
 #include <string>
 #include <unordered_set>
+#include <vector>
+
+#include "platform/linux/MountTable.h"
 
 namespace ZtFoundation::detail {
 
@@ -23,6 +26,9 @@ struct SearchOrder {
   std::unordered_set<std::string> barred;
   std::chrono::milliseconds limit{};
 };
+
+/// All of one of the mounted file systems, and none of the others.
+SearchOrder orderForVolume(const std::vector<MountedFileSystem>& mounts, const MountedFileSystem& volume);
 
 struct SearchResult {
   std::optional<std::string> path;
