@@ -156,7 +156,7 @@ function(zt_add_application package)
     ${CMAKE_BINARY_DIR}/examples/${package}/Contents/Info.plist COPYONLY)
 endfunction()
 
-# tools/<name>/*.cpp becomes build/.../bin/<name>.
+# tools/<name>/*.cpp becomes build/.../bin/<name>; tools/<name>/<name>.1 is its man page.
 function(zt_add_tools)
   file(GLOB entries CONFIGURE_DEPENDS RELATIVE ${PROJECT_SOURCE_DIR}/tools ${PROJECT_SOURCE_DIR}/tools/*)
   foreach(entry IN LISTS entries)
@@ -164,6 +164,8 @@ function(zt_add_tools)
     if(sources)
       zt_add_program(${entry} ${entry} bin ${sources})
       install(TARGETS ${entry} RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT runtime)
+      install(FILES ${PROJECT_SOURCE_DIR}/tools/${entry}/${entry}.1
+        DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT runtime)
     endif()
   endforeach()
 endfunction()

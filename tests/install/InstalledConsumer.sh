@@ -29,7 +29,7 @@ END
 { cmake -G Ninja -S . -B build -DCMAKE_PREFIX_PATH="$prefix" && cmake --build build; } >cmake.log || { cat cmake.log; exit 1; }
 
 folder=$(dirname "$(find "$prefix" -name ZtFoundation.pc)")
-flags=$(PKG_CONFIG_PATH=$folder pkg-config --define-prefix --cflags --libs ZtFoundation)
+flags=$(PKG_CONFIG_PATH=$folder pkg-config --cflags --libs ZtFoundation)
 # shellcheck disable=SC2086
 "${CXX:-g++}" -std=c++20 example.cpp $flags -Wl,-rpath,"${folder%/pkgconfig}" -o example
 
