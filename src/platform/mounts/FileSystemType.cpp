@@ -83,31 +83,23 @@ bool hasOption(std::string_view options, std::string_view wanted) {
 
 bool isFuse(std::string_view type) { return type == "fuse" || type.starts_with("fuse."); }
 
-}  // namespace
-
-bool storesFiles(const char* type) {
-  // libmount calls everything without a disk a pseudo file system, and knows not all that shows something else as files.
-  static constexpr std::string_view kStoring[] = {"tmpfs",
-                                                  "ramfs",
-                                                  "rootfs",
-                                                  "overlay",
-                                                  "virtiofs",
-                                                  "vboxsf",
-                                                  "fuse.encfs",
-                                                  "fuse.archivemount",
-                                                  "fuse.rofiles-fuse",
-                                                  "fuse.avfsd",
-                                                  "fuse.gvfsd-fuse",
-                                                  "fuse.gvfs-fuse-daemon"};
-  static constexpr std::string_view kShowing[] = {"fusectl",     "fuse.portal", "fuse.lxcfs",
-                                                  "ocfs2_dlmfs", "secretmem",   "swap"};
-  if (contains(kStoring, type)) return true;
-  if (contains(kShowing, type)) return false;
+bool isPseudo(const char* type) {
   libmnt_fs* const fs = mnt_new_fs();
   mnt_fs_set_fstype(fs, type);
   const bool isPseudo = mnt_fs_is_pseudofs(fs) != 0;
   mnt_unref_fs(fs);
-  return !isPseudo;
+  return isPseudo;
+}
+
+}  // namespace
+
+bool storesFiles(const char* type) {
+  // libmount calls pseudo whatever has no disk.
+  static constexpr std::string_view kStoring[] = {"tmpfs", "ramfs", "rootfs", "overlay", "virtiofs", "vboxsf"};
+  static constexpr std::string_view kShowing[] = {"fusectl",    "fuse.lxcfs", "fuse.portal", "fuse.vmware-vmblock",
+                                                  "fuse.xwmfs", "ocfs2_dlmfs"};
+  if (contains(kShowing, type)) return false;
+  return isFuse(type) || contains(kStoring, type) || !isPseudo(type);
 }
 
 OSType serverKind(std::string_view type, std::string_view source, std::string_view options) {

@@ -111,6 +111,7 @@ VolumeTable::VolumeTable(const std::vector<Mount>& all, VolumeNumbers& numbers) 
     byMount_.emplace(volumes_[at].mount.id, at);
   }
   for (std::size_t at = 0; at < all.size(); ++at) {
+    if (byMount_.contains(all[at].id)) continue;
     if (const Volume* const holder = holderOf(all[at], all, mounts.wayDown(at))) {
       byMount_.emplace(all[at].id, static_cast<std::size_t>(holder - volumes_.data()));
     }

@@ -1,0 +1,94 @@
+// Changes of the mount table are seen, whatever the process does meanwhile.
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sched.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "RealVolumes.h"
+#include "support/ChildProcess.h"
+#include "support/ScratchFolder.h"
+
+namespace ZtFoundation::testing {
+namespace {
+
+class MountWatchTests : public RealVolumes {};
+
+TEST_F(MountWatchTests, AChildSeesItsOwnMounts) {
+  const std::string place = this->place();
+  SKIP_WITHOUT(place);
+  ASSERT_EQ(volumes_.at(place), 0);
+  EXPECT_EQ(test::inChild([&] {
+              if (::unshare(CLONE_NEWNS) != 0) return 1;
+              if (::mount("tmpfs", place.c_str(), "tmpfs", 0, nullptr) != 0) return 2;
+              return volumes_.has(place) ? 0 : 3;
+            }),
+            0);
+  EXPECT_EQ(volumes_.at(place), 0);
+  mounts_.memory("place");
+  EXPECT_NE(volumes_.at(place), 0) << "the child did not take the notice of the change";
+}
+
+TEST_F(MountWatchTests, TheHostMayCloseAllFiles) {
+  const std::string place = this->place();
+  SKIP_WITHOUT(place);
+  EXPECT_EQ(test::inChild([&] {
+              if (volumes_.has(place)) return 1;
+              for (int file = 3; file < 1000; ++file) ::close(file);
+              const int other = ::open("/dev/null", O_RDONLY);
+              mounts_.memory("place");
+              if (!volumes_.has(place)) return 2;
+              return ::fcntl(other, F_GETFD) >= 0 ? 0 : 3;
+            }),
+            0);
+  mounts_.unmount(place);
+}
+
+TEST_F(MountWatchTests, AProcessWhoseRootIsAMereFolderHasAStartUpVolume) {
+  const std::string memory = mounts_.memory("memory");
+  SKIP_WITHOUT(memory);
+  const std::string inside = mounts_.folder("memory/root/inside"), proc = mounts_.folder("memory/root/proc");
+  mounts_.memory("memory/root/inside");
+  EXPECT_EQ(test::inChild([&] {
+              if (::mount("proc", proc.c_str(), "proc", 0, nullptr) != 0) return 1;
+              if (::chroot((memory + "/root").c_str()) != 0 || ::chdir("/") != 0) return 2;
+              if (volumes_.roots() != std::vector<std::string>{"/", "/inside"}) return 3;
+              if (holderOf("/proc") != "/" || holderOf("/inside") != "/inside") return 4;
+              return volumes_.info("/", kFSVolInfoSizes).totalBytes > 0 ? 0 : 5;
+            }),
+            0);
+  ::umount2(proc.c_str(), MNT_DETACH);
+}
+
+TEST_F(MountWatchTests, ThreadsMayAskWhileVolumesComeAndGo) {
+  const std::string place = this->place();
+  SKIP_WITHOUT(place);
+  std::atomic<bool> isOver = false;
+  std::atomic<int> wrong = 0;
+  std::vector<std::thread> threads;
+  for (int i = 0; i < 3; ++i) {
+    threads.emplace_back([&] {
+      while (!isOver) {
+        wrong += volumes_.roots().front() != "/";
+        wrong += holderOf("/proc") != "/";
+      }
+    });
+  }
+  for (int i = 0; i < 20; ++i) {
+    mounts_.memory("place");
+    EXPECT_TRUE(volumes_.has(place));
+    mounts_.unmount(place);
+    EXPECT_FALSE(volumes_.has(place));
+  }
+  isOver = true;
+  for (std::thread& thread : threads) thread.join();
+  EXPECT_EQ(wrong, 0);
+}
+
+}  // namespace
+}  // namespace ZtFoundation::testing
