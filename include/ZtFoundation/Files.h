@@ -10,6 +10,7 @@
 #include <string_view>
 
 #include <ZtFoundation/platform/Array.h>
+#include <ZtFoundation/platform/Date.h>
 #include <ZtFoundation/platform/Dictionary.h>
 #include <ZtFoundation/platform/FileManager.h>
 #include <ZtFoundation/platform/FileReference.h>
@@ -20,10 +21,140 @@
 namespace ZtFoundation {
 
 // --- References and aliases
+//
+//   AliasHandle alias = nullptr;
+//   if (JxFileSystemRepresentation::pathStringToAlias("/home/me/Photo.jpg", &alias)) {
+//     ... later, the file may have been moved or renamed ...
+//     Ref<NSString> path = JxFileSystemRepresentation::pathStringFromAliasHandle(alias);
+//     DisposeHandle(alias);
+//   }
+//
+// FileReference.h says what references, aliases and file specifications are. A path or URL whose last component is a symbolic link names the link
+// itself; links before it are followed. A URL that is no file URL names nothing.
+//
+// A false or empty answer leaves the caller's record as it is: there is no such item, the process may not get to it, the URL or the path is none, or
+// the pointer is null.
+//
+// An alias finds its item where it was; else, for root, by the handle that the file system gave for it; else by a search of its volume,
+// which begins near the old place, reads every folder that the process may read, and ends after five seconds at the latest. If the item is nowhere
+// any more, what now has its path is taken for its successor, as an editor leaves one that saves by replacing the file; but only what is of the same
+// kind, and never while the item itself lives. Where numbers of items do not last (file systems of user programs: sshfs, for instance) only
+// the path counts. The path that an alias finds has no links before its last component. A reference, which is a thing of the moment,
+// searches for a second at the most and takes no successor.
+//
+// Blocks as long as the file system does. Threads: different records may be used by different threads at once.
+
+namespace JxFileSystemRepresentation {
+
+/// The path of the item, wherever it is now; none when it is gone.
+ZT_EXPORT Ref<NSString> pathStringFromFSRef(const FSRef* ref);
+/// The path of the item that the alias finds, which brings the alias up to date; none when the item is gone, its volume is not mounted, or the handle
+/// holds no alias.
+ZT_EXPORT Ref<NSString> pathStringFromAliasHandle(AliasHandle alias);
+
+/// Fills `ref` with a reference to the item at the path `self`.
+ZT_EXPORT bool pathStringToFSRef(const Ref<NSString>& self, FSRef* ref);
+/// Makes an alias of the item, which the caller releases with `DisposeHandle`.
+ZT_EXPORT bool pathStringToAlias(const Ref<NSString>& self, AliasHandle* alias);
+/// The same without the file system's handles: smaller, and after a move always found by search.
+ZT_EXPORT bool pathStringToAliasMinimal(const Ref<NSString>& self, AliasHandle* alias);
+/// Fills `specification`. False also for a name of more than 63 bytes, a folder whose number does not fit 32 bits, and an item on no volume.
+ZT_EXPORT bool pathStringToFSSpec(const Ref<NSString>& self, FSSpec* specification);
+
+/// The same with file URLs.
+ZT_EXPORT Ref<NSURL> URLFromFSRef(const FSRef* ref);
+ZT_EXPORT Ref<NSURL> URLFromAliasHandle(AliasHandle alias);
+ZT_EXPORT bool URLToFSRef(const Ref<NSURL>& self, FSRef* ref);
+ZT_EXPORT bool URLToAlias(const Ref<NSURL>& self, AliasHandle* alias);
+ZT_EXPORT bool URLToAliasMinimal(const Ref<NSURL>& self, AliasHandle* alias);
+ZT_EXPORT bool URLToFSSpec(const Ref<NSURL>& self, FSSpec* specification);
+
+}  // namespace JxFileSystemRepresentation
 
 // --- Existence and access
+//
+// Questions with yes or no, which answer no on any failure: nothing there, none, or no right to look. Links are followed, except by `isDeletable`.
+// What they ask the file manager they ask the default manager, by message. Block as long as the file system does. Threads: safe.
+
+namespace JxFileExistence {
+
+/// Whether anything exists at the path; a link that leads nowhere does not.
+ZT_EXPORT bool exists(const Ref<NSString>& self);
+/// Whether it exists and is not a folder.
+ZT_EXPORT bool fileExists(const Ref<NSString>& self);
+/// Whether it exists and is a folder.
+ZT_EXPORT bool directoryExists(const Ref<NSString>& self);
+
+/// The same of the URL's path, whatever the scheme.
+ZT_EXPORT bool exists(const Ref<NSURL>& self);
+ZT_EXPORT bool fileExists(const Ref<NSURL>& self);
+ZT_EXPORT bool directoryExists(const Ref<NSURL>& self);
+
+}  // namespace JxFileExistence
+
+namespace JxFileAccessibility {
+
+/// What this process may do with the item; the answers of the file manager's `isReadableFileAtPath` and so on.
+ZT_EXPORT bool isReadable(const Ref<NSString>& self);
+ZT_EXPORT bool isWritable(const Ref<NSString>& self);
+ZT_EXPORT bool isExecutable(const Ref<NSString>& self);
+ZT_EXPORT bool isDeletable(const Ref<NSString>& self);
+
+/// Stores the owner's permission bits: 4 to read, 2 to write, 1 to execute.
+/// \returns false, and stores nothing, when the pointer is null or there is no such item.
+ZT_EXPORT bool userPrivileges(const Ref<NSString>& self, std::uint8_t* privileges);
+/// Whether the owner has the right, whoever asks: no test of what this process may do.
+ZT_EXPORT bool canUserAccessToRead(const Ref<NSString>& self);
+ZT_EXPORT bool canUserAccessToWrite(const Ref<NSString>& self);
+ZT_EXPORT bool canUserAccessToExecute(const Ref<NSString>& self);
+
+}  // namespace JxFileAccessibility
+
+namespace QvFoundationExtensions {
+
+/// The answers of `self`, asked by message, about the path of a file URL. False, with a line in the log, for any other URL and for none.
+ZT_EXPORT bool fileExistsAtURL(const Ref<NSFileManager>& self, const Ref<NSURL>& url);
+/// `isDirectory` may be null; it is untouched when nothing exists.
+ZT_EXPORT bool fileExistsAtURL_isDirectory(const Ref<NSFileManager>& self, const Ref<NSURL>& url, bool* isDirectory);
+ZT_EXPORT bool isReadableFileAtURL(const Ref<NSFileManager>& self, const Ref<NSURL>& url);
+ZT_EXPORT bool isWritableFileAtURL(const Ref<NSFileManager>& self, const Ref<NSURL>& url);
+ZT_EXPORT bool isExecutableFileAtURL(const Ref<NSFileManager>& self, const Ref<NSURL>& url);
+ZT_EXPORT bool isDeletableFileAtURL(const Ref<NSFileManager>& self, const Ref<NSURL>& url);
+
+}  // namespace QvFoundationExtensions
 
 // --- Catalog information
+//
+// What the file system keeps about the item at a path; of a link, about the link. None, 0 or false when it cannot be told: a size of 0 also stands for
+// an item that cannot be read. Block as long as the file system does. Threads: safe.
+
+namespace JxFileCatalogInformation {
+
+/// Reserved: always none.
+ZT_EXPORT Ref<NSDictionary> catalogInformations(const Ref<NSString>& self);
+
+/// To 1/65536 of a second. None also where the file system does not keep a date of birth.
+ZT_EXPORT Ref<NSDate> creationDate(const Ref<NSString>& self);
+/// Of the contents, to 1/65536 of a second.
+ZT_EXPORT Ref<NSDate> modificationDate(const Ref<NSString>& self);
+
+/// Bytes: of the contents (data), of the resource fork, which is the extended attribute "user.ZtFoundation.resources", and of both together. Logical sizes
+/// count the bytes that there are, physical ones the space that they take: blocks of 512 bytes. A folder has 0.
+ZT_EXPORT std::uint64_t fileLogicalSize(const Ref<NSString>& self);
+ZT_EXPORT std::uint64_t filePhysicalSize(const Ref<NSString>& self);
+ZT_EXPORT std::uint64_t dataLogicalSize(const Ref<NSString>& self);
+ZT_EXPORT std::uint64_t dataPhysicalSize(const Ref<NSString>& self);
+ZT_EXPORT std::uint64_t resourceLogicalSize(const Ref<NSString>& self);
+ZT_EXPORT std::uint64_t resourcePhysicalSize(const Ref<NSString>& self);
+
+/// Whether the item is locked: by `setFinderLock`, which is the extended attribute "user.ZtFoundation.locked", or by the system's immutable flag. No
+/// operation of the library changes, renames or removes a locked item, for root neither; nor the entries of a locked folder. A link has no lock.
+ZT_EXPORT bool isLockedByFinder(const Ref<NSString>& self);
+/// Locks or unlocks the item; unlocking takes the immutable flag away too. No result: `isLockedByFinder` tells. It stays as it is when there is
+/// no such item, it is no file or folder, its file system has no extended attributes, or the process has no right (its owner needs none to write it).
+ZT_EXPORT void setFinderLock(const Ref<NSString>& self, bool lock);
+
+}  // namespace JxFileCatalogInformation
 
 // --- File operations
 

@@ -48,6 +48,27 @@ ZT_EXPORT extern const std::string_view NSFileGroupOwnerAccountID;
 ZT_EXPORT extern const std::string_view NSFileOwnerAccountName;
 ZT_EXPORT extern const std::string_view NSFileGroupOwnerAccountName;
 
+// Further keys of the attributes that `fileAttributesAtPath_traverseLink` tells.
+
+/// A string, one of those below. Pipes are unknown.
+ZT_EXPORT extern const std::string_view NSFileType;
+ZT_EXPORT extern const std::string_view NSFileTypeDirectory;
+ZT_EXPORT extern const std::string_view NSFileTypeRegular;
+ZT_EXPORT extern const std::string_view NSFileTypeSymbolicLink;
+ZT_EXPORT extern const std::string_view NSFileTypeSocket;
+ZT_EXPORT extern const std::string_view NSFileTypeCharacterSpecial;
+ZT_EXPORT extern const std::string_view NSFileTypeBlockSpecial;
+ZT_EXPORT extern const std::string_view NSFileTypeUnknown;
+/// A number: bytes.
+ZT_EXPORT extern const std::string_view NSFileSize;
+/// A date; absent where the file system keeps none.
+ZT_EXPORT extern const std::string_view NSFileCreationDate;
+/// A number: hard links.
+ZT_EXPORT extern const std::string_view NSFileReferenceCount;
+/// Numbers: the device that the file system has now, and the item's number on it.
+ZT_EXPORT extern const std::string_view NSFileSystemNumber;
+ZT_EXPORT extern const std::string_view NSFileSystemFileNumber;
+
 class ZT_EXPORT NSFileManager : public NSObject {
   ZT_OBJECT(NSFileManager, NSObject)
  public:
@@ -71,6 +92,23 @@ class ZT_EXPORT NSFileManager : public NSObject {
   /// only if `attributes` has them. False when it cannot be made or written; what was written so far stays.
   virtual bool createFileAtPath_contents_attributes(const Ref<NSString>& path, const Ref<NSData>& contents,
                                                     const Ref<NSDictionary>& attributes);
+
+  // --- Access and attributes
+
+  /// What this process may do, by its effective user; links are followed. False when there is no such item, and on a file system that is mounted
+  /// for reading only for writing.
+  virtual bool isReadableFileAtPath(const Ref<NSString>& path);
+  /// False also for an item under a lock (`setFinderLock:`, or the system's immutable flag), for root too.
+  virtual bool isWritableFileAtPath(const Ref<NSString>& path);
+  /// Of a folder: whether it may be entered.
+  virtual bool isExecutableFileAtPath(const Ref<NSString>& path);
+  /// Whether this process may remove the item; of a link, the link. For that it must be able to write the folder, and own the item or the folder if
+  /// that is sticky; neither of the two may be locked, and the item may not be a mount point. What is in a folder is not looked at.
+  virtual bool isDeletableFileAtPath(const Ref<NSString>& path);
+
+  /// The item's type, size, permissions, dates, owner and group by number and (where they have one) by name, count of hard links and numbers: of a
+  /// link its own, or with `traverseLink` those of what it leads to. None when there is no such item.
+  virtual Ref<NSDictionary> fileAttributesAtPath_traverseLink(const Ref<NSString>& path, bool traverseLink);
 
   // --- Display names: what file browsers call items
 

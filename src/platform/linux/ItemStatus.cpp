@@ -22,6 +22,10 @@ std::optional<struct statx> statusOfItem(int folder, const std::string& path) no
 
 std::optional<struct statx> statusOfItem(const std::string& path) noexcept { return statusOfItem(AT_FDCWD, path); }
 
+std::optional<struct statx> statusOfEndOfLinks(const std::string& path) noexcept {
+  return status(AT_FDCWD, path.c_str(), 0);
+}
+
 std::optional<struct statx> statusOfDescriptor(int item) noexcept { return status(item, "", AT_EMPTY_PATH); }
 
 FSRef::Identity identityOf(const struct statx& status) noexcept {

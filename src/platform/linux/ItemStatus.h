@@ -15,7 +15,9 @@ namespace ZtFoundation::detail {
 /// item itself. None with the reason in `errno`.
 std::optional<struct statx> statusOfItem(int folder, const std::string& path) noexcept;
 std::optional<struct statx> statusOfItem(const std::string& path) noexcept;
-/// The same of an open item.
+/// The status of what the path leads to, links followed to their end.
+std::optional<struct statx> statusOfEndOfLinks(const std::string& path) noexcept;
+/// The status of an open item.
 std::optional<struct statx> statusOfDescriptor(int item) noexcept;
 
 FSRef::Identity identityOf(const struct statx& status) noexcept;

@@ -1,0 +1,80 @@
+#include <ZtFoundation/Files.h>
+
+#include "platform/services/Aliases.h"
+#include "platform/services/FileCatalog.h"
+#include "platform/services/Service.h"
+
+namespace ZtFoundation::JxFileSystemRepresentation {
+
+namespace {
+
+using NewAlias = OSErr (Aliases::*)(const FSRef*, AliasHandle*);
+
+bool resolve(AliasHandle alias, FSRef& ref) {
+  bool wasChanged = false;
+  return alias != nullptr && service<Aliases>().FSResolveAlias(alias, &ref, &wasChanged) == noErr;
+}
+
+bool makeAlias(const Ref<NSURL>& url, AliasHandle* alias, NewAlias make) {
+  FSRef ref;
+  return alias != nullptr && URLToFSRef(url, &ref) && (service<Aliases>().*make)(&ref, alias) == noErr;
+}
+
+bool makeAlias(const Ref<NSString>& path, AliasHandle* alias, NewAlias make) {
+  FSRef ref;
+  return alias != nullptr && pathStringToFSRef(path, &ref) && (service<Aliases>().*make)(&ref, alias) == noErr;
+}
+
+bool describe(const FSRef& ref, FSSpec* specification) {
+  return service<FileCatalog>().FSGetCatalogInfo(&ref, kFSCatInfoNone, nullptr, specification) == noErr;
+}
+
+}  // namespace
+
+Ref<NSString> pathStringFromFSRef(const FSRef* ref) {
+  const Ref<NSURL> url = ref != nullptr ? service<FileCatalog>().CFURLCreateFromFSRef(ref) : nullptr;
+  return url ? url->path() : nullptr;
+}
+
+Ref<NSString> pathStringFromAliasHandle(AliasHandle alias) {
+  FSRef ref;
+  return resolve(alias, ref) ? pathStringFromFSRef(&ref) : nullptr;
+}
+
+bool pathStringToFSRef(const Ref<NSString>& self, FSRef* ref) {
+  return ref != nullptr && self && service<FileCatalog>().CFURLGetFSRef(NSURL::fileURLWithPath(self), ref);
+}
+
+bool pathStringToAlias(const Ref<NSString>& self, AliasHandle* alias) {
+  return makeAlias(self, alias, &Aliases::FSNewAlias);
+}
+
+bool pathStringToAliasMinimal(const Ref<NSString>& self, AliasHandle* alias) {
+  return makeAlias(self, alias, &Aliases::FSNewAliasMinimal);
+}
+
+bool pathStringToFSSpec(const Ref<NSString>& self, FSSpec* specification) {
+  FSRef ref;
+  return specification != nullptr && pathStringToFSRef(self, &ref) && describe(ref, specification);
+}
+
+Ref<NSURL> URLFromFSRef(const FSRef* ref) { return NSURL::fileURLWithPath(pathStringFromFSRef(ref)); }
+
+Ref<NSURL> URLFromAliasHandle(AliasHandle alias) { return NSURL::fileURLWithPath(pathStringFromAliasHandle(alias)); }
+
+bool URLToFSRef(const Ref<NSURL>& self, FSRef* ref) {
+  return ref != nullptr && self && service<FileCatalog>().CFURLGetFSRef(self, ref);
+}
+
+bool URLToAlias(const Ref<NSURL>& self, AliasHandle* alias) { return makeAlias(self, alias, &Aliases::FSNewAlias); }
+
+bool URLToAliasMinimal(const Ref<NSURL>& self, AliasHandle* alias) {
+  return makeAlias(self, alias, &Aliases::FSNewAliasMinimal);
+}
+
+bool URLToFSSpec(const Ref<NSURL>& self, FSSpec* specification) {
+  FSRef ref;
+  return specification != nullptr && URLToFSRef(self, &ref) && describe(ref, specification);
+}
+
+}  // namespace ZtFoundation::JxFileSystemRepresentation
