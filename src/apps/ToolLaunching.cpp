@@ -8,29 +8,23 @@ namespace ZtFoundation {
 
 namespace {
 
-bool isPlainFile(const Ref<NSString> &path) {
+bool isPlainFile(const Ref<NSString>& path) {
   const Ref<NSURL> url = NSURL::fileURLWithPath(path);
-  if (!url)
-    return false;
+  if (!url) return false;
   LSItemInfoRecord info;
-  const OSStatus status = service<LaunchServices>().LSCopyItemInfoForURL(
-      url, kLSRequestBasicFlagsOnly, &info);
+  const OSStatus status = service<LaunchServices>().LSCopyItemInfoForURL(url, kLSRequestBasicFlagsOnly, &info);
   return status == 0 && (info.flags & kLSItemInfoIsPlainFile) != 0;
 }
 
-} // namespace
+}  // namespace
 
-bool ZtLSLaunchToolAtURLAndArguments(const Ref<NSURL> &tool,
-                                     const Ref<NSArray> &arguments) {
+bool ZtLSLaunchToolAtURLAndArguments(const Ref<NSURL>& tool, const Ref<NSArray>& arguments) {
   return tool && ZtLSLaunchToolAtPathAndArguments(tool->path(), arguments);
 }
 
-bool ZtLSLaunchToolAtPathAndArguments(const Ref<NSString> &tool,
-                                      const Ref<NSArray> &arguments) {
-  if (!tool || !isPlainFile(tool))
-    return false;
-  return NSTask::launchedTaskWithLaunchPath_arguments(tool, arguments)
-      ->isRunning();
+bool ZtLSLaunchToolAtPathAndArguments(const Ref<NSString>& tool, const Ref<NSArray>& arguments) {
+  if (!tool || !isPlainFile(tool)) return false;
+  return NSTask::launchedTaskWithLaunchPath_arguments(tool, arguments)->isRunning();
 }
 
-} // namespace ZtFoundation
+}  // namespace ZtFoundation

@@ -1,10 +1,8 @@
 /// \file Task.h
 /// `NSTask`: a program started beside the host.
 /// \code
-///   Ref<NSTask> task =
-///   NSTask::launchedTaskWithLaunchPath_arguments("/usr/bin/sort",
-///   NSArray::of("-u", "/tmp/list")); if (task->isRunning())
-///   task->waitUntilExit();
+///   Ref<NSTask> task = NSTask::launchedTaskWithLaunchPath_arguments("/usr/bin/sort", NSArray::of("-u", "/tmp/list"));
+///   if (task->isRunning()) task->waitUntilExit();
 /// \endcode
 /// The program has the environment, the working folder and the descriptors 0 to
 /// 2 of the host and no other descriptors, default signal handling and no
@@ -32,7 +30,7 @@ class NSArray;
 
 class ZT_EXPORT NSTask : public NSObject {
   ZT_OBJECT(NSTask, NSObject)
-public:
+ public:
   ~NSTask() override;
 
   /// Starts the program at `path`, links followed, relative to the working
@@ -45,9 +43,7 @@ public:
   /// does not start the file there (it is missing, a folder, not executable, no
   /// program for this machine, a script whose interpreter is missing ...), with
   /// the system's reason; and when an argument is no string or holds U+0000.
-  static Ref<NSTask>
-  launchedTaskWithLaunchPath_arguments(const Ref<NSString> &path,
-                                       const Ref<NSArray> &arguments);
+  static Ref<NSTask> launchedTaskWithLaunchPath_arguments(const Ref<NSString>& path, const Ref<NSArray>& arguments);
 
   /// Whether the program has not ended yet.
   bool isRunning();
@@ -57,10 +53,10 @@ public:
   /// end.
   std::int32_t processIdentifier() const;
 
-private:
+ private:
   explicit NSTask(std::unique_ptr<ChildProcess> process);
 
   const std::unique_ptr<ChildProcess> process_;
 };
 
-} // namespace ZtFoundation
+}  // namespace ZtFoundation

@@ -1,4 +1,4 @@
-#include "platform/services/ChildProcesses.h"
+#include "platform/linux/ChildProcesses.h"
 
 #include <poll.h>
 #include <signal.h>
@@ -25,22 +25,19 @@ constexpr idtype_t P_PIDFD = static_cast<idtype_t>(3);
 // True after the end; a negative time waits for it.
 bool hasEnded(int handle, int milliseconds) {
   pollfd poll{handle, POLLIN, 0};
-  return detail::retryInterrupted(
-             [&] { return ::poll(&poll, 1, milliseconds); }) == 1;
+  return detail::retryInterrupted([&] { return ::poll(&poll, 1, milliseconds); }) == 1;
 }
 
 // Programs are ours to reap only where we are what orphans are given to.
 bool areOrphansOurs() {
   int isReaper = 0;
-  return ::getpid() == 1 ||
-         (::prctl(PR_GET_CHILD_SUBREAPER, &isReaper) == 0 && isReaper != 0);
+  return ::getpid() == 1 || (::prctl(PR_GET_CHILD_SUBREAPER, &isReaper) == 0 && isReaper != 0);
 }
 
 // True when the program has ended. Where it is not ours to reap, this only
 // looks.
 bool reap(int handle) {
-  if (!hasEnded(handle, 0))
-    return false;
+  if (!hasEnded(handle, 0)) return false;
   siginfo_t ignored;
   ::waitid(P_PIDFD, static_cast<id_t>(handle), &ignored, WEXITED | WNOHANG);
   return true;
@@ -49,9 +46,9 @@ bool reap(int handle) {
 /// Programs of a host that orphans are given to, which nobody looks at any
 /// more. They are reaped when the next one starts.
 class Forgotten {
-public:
-  static Forgotten &shared() {
-    static Forgotten &shared = *new Forgotten;
+ public:
+  static Forgotten& shared() {
+    static Forgotten& shared = *new Forgotten;
     return shared;
   }
   void add(FileDescriptor handle) {
@@ -60,36 +57,29 @@ public:
   }
   void reapEnded() {
     const std::lock_guard guard(lock_);
-    std::erase_if(handles_,
-                  [](const FileDescriptor &each) { return reap(each.get()); });
+    std::erase_if(handles_, [](const FileDescriptor& each) { return reap(each.get()); });
   }
 
-private:
+ private:
   std::mutex lock_;
   std::vector<FileDescriptor> handles_;
 };
 
 class LinuxChildProcess final : public ChildProcess {
-public:
-  LinuxChildProcess(pid_t id, FileDescriptor handle)
-      : id_(id), handle_(std::move(handle)) {}
+ public:
+  LinuxChildProcess(pid_t id, FileDescriptor handle) : id_(id), handle_(std::move(handle)) {}
   ~LinuxChildProcess() override {
-    if (handle_ && !reap(handle_.get()) && areOrphansOurs())
-      Forgotten::shared().add(std::move(handle_));
+    if (handle_ && !reap(handle_.get()) && areOrphansOurs()) Forgotten::shared().add(std::move(handle_));
   }
 
   std::int32_t identifier() const override { return id_; }
-  bool isRunning() override {
-    return handle_ ? !reap(handle_.get()) : isThere();
-  }
+  bool isRunning() override { return handle_ ? !reap(handle_.get()) : isThere(); }
   void waitUntilExit() override {
-    if (handle_)
-      hasEnded(handle_.get(), -1);
-    while (isRunning())
-      ::poll(nullptr, 0, 10);
+    if (handle_) hasEnded(handle_.get(), -1);
+    while (isRunning()) ::poll(nullptr, 0, 10);
   }
 
-private:
+ private:
   // Where there are no handles: a little later another process may have the
   // number.
   bool isThere() const { return ::kill(id_, 0) == 0 || errno == EPERM; }
@@ -99,27 +89,30 @@ private:
 };
 
 class LinuxChildProcesses final : public ChildProcesses {
-public:
-  std::unique_ptr<ChildProcess> start(const std::string &path,
-                                      const std::vector<std::string> &arguments,
-                                      std::string *failure) override {
-    Forgotten::shared().reapEnded();
+ public:
+  std::unique_ptr<ChildProcess> start(const std::string& path, const std::vector<std::string>& arguments,
+                                      std::string* failure) override {
+    detail::reapForgotten();
     std::vector<std::string> all{path};
     all.insert(all.end(), arguments.begin(), arguments.end());
     detail::StartedProcess started = detail::startProcess(path, all);
-    if (started.error == 0)
-      return std::make_unique<LinuxChildProcess>(started.id,
-                                                 std::move(started.handle));
+    if (started.error == 0) return detail::watchProcess(started.id, std::move(started.handle));
     *failure = ::strerrordesc_np(started.error);
     return nullptr;
   }
 };
 
-} // namespace
+}  // namespace
 
-ChildProcesses &ChildProcesses::production() {
-  static ChildProcesses &processes = *new LinuxChildProcesses;
+std::unique_ptr<ChildProcess> detail::watchProcess(pid_t id, FileDescriptor handle) {
+  return std::make_unique<LinuxChildProcess>(id, std::move(handle));
+}
+
+void detail::reapForgotten() { Forgotten::shared().reapEnded(); }
+
+ChildProcesses& ChildProcesses::production() {
+  static ChildProcesses& processes = *new LinuxChildProcesses;
   return processes;
 }
 
-} // namespace ZtFoundation
+}  // namespace ZtFoundation

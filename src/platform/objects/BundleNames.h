@@ -11,27 +11,24 @@
 
 namespace ZtFoundation::detail {
 
-inline bool isFolder(const Ref<NSString> &path) {
+inline bool isFolder(const Ref<NSString>& path) {
   bool isFolder = false;
-  send<bool>(NSFileManager::defaultManager(),
-             ZT_SELECTOR("fileExistsAtPath:isDirectory:"), path, &isFolder);
+  send<bool>(NSFileManager::defaultManager(), ZT_SELECTOR("fileExistsAtPath:isDirectory:"), path, &isFolder);
   return isFolder;
 }
 
 /// Whether a path from a folder names something below it: it has no component
 /// that is empty, "." or "..".
-inline bool leadsInside(const Ref<NSString> &path) {
+inline bool leadsInside(const Ref<NSString>& path) {
   const Ref<NSArray> components = path->componentsSeparatedByString("/");
-  return std::none_of(components->begin(), components->end(),
-                      [](const Ref<NSObject> &component) {
-                        const std::string name =
-                            as<NSString>(component)->utf8();
-                        return name.empty() || name == "." || name == "..";
-                      });
+  return std::none_of(components->begin(), components->end(), [](const Ref<NSObject>& component) {
+    const std::string name = as<NSString>(component)->utf8();
+    return name.empty() || name == "." || name == "..";
+  });
 }
 
-inline bool isFileName(const Ref<NSString> &name) {
+inline bool isFileName(const Ref<NSString>& name) {
   return leadsInside(name) && name->rangeOfString("/").location == NSNotFound;
 }
 
-} // namespace ZtFoundation::detail
+}  // namespace ZtFoundation::detail

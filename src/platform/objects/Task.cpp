@@ -8,60 +8,46 @@
 
 namespace ZtFoundation {
 
-ZT_IMPLEMENT_CLASS(
-    NSTask, ZT_METHOD("isRunning", &NSTask::isRunning),
-    ZT_METHOD("waitUntilExit", &NSTask::waitUntilExit),
-    ZT_METHOD("processIdentifier", &NSTask::processIdentifier),
-    ZT_CLASS_METHOD("launchedTaskWithLaunchPath:arguments:",
-                    &NSTask::launchedTaskWithLaunchPath_arguments));
+ZT_IMPLEMENT_CLASS(NSTask, ZT_METHOD("isRunning", &NSTask::isRunning),
+                   ZT_METHOD("waitUntilExit", &NSTask::waitUntilExit),
+                   ZT_METHOD("processIdentifier", &NSTask::processIdentifier),
+                   ZT_CLASS_METHOD("launchedTaskWithLaunchPath:arguments:",
+                                   &NSTask::launchedTaskWithLaunchPath_arguments));
 
 namespace {
 
-[[noreturn]] void raise(const Ref<NSString> &reason) {
-  throw NSException(NSInvalidArgumentException(), reason);
-}
+[[noreturn]] void raise(const Ref<NSString>& reason) { throw NSException(NSInvalidArgumentException(), reason); }
 
 // As the program gets it.
-std::string bytesOf(const Ref<NSObject> &text) {
+std::string bytesOf(const Ref<NSObject>& text) {
   const Ref<NSString> string = as<NSString>(text);
-  if (!string)
-    raise("a launch path or an argument is no string");
+  if (!string) raise("a launch path or an argument is no string");
   std::string bytes = string->fileSystemRepresentation();
-  if (bytes.find('\0') != std::string::npos)
-    raise("a launch path or an argument holds U+0000");
+  if (bytes.find('\0') != std::string::npos) raise("a launch path or an argument holds U+0000");
   return bytes;
 }
 
-std::vector<std::string> bytesOfAll(const Ref<NSArray> &arguments) {
+std::vector<std::string> bytesOfAll(const Ref<NSArray>& arguments) {
   std::vector<std::string> all;
-  if (!arguments)
-    return all;
-  for (const Ref<NSObject> &each : *arguments)
-    all.push_back(bytesOf(each));
+  if (!arguments) return all;
+  for (const Ref<NSObject>& each : *arguments) all.push_back(bytesOf(each));
   return all;
 }
 
-} // namespace
+}  // namespace
 
-NSTask::NSTask(std::unique_ptr<ChildProcess> process)
-    : process_(std::move(process)) {}
+NSTask::NSTask(std::unique_ptr<ChildProcess> process) : process_(std::move(process)) {}
 NSTask::~NSTask() = default;
 
-Ref<NSTask>
-NSTask::launchedTaskWithLaunchPath_arguments(const Ref<NSString> &path,
-                                             const Ref<NSArray> &arguments) {
+Ref<NSTask> NSTask::launchedTaskWithLaunchPath_arguments(const Ref<NSString>& path, const Ref<NSArray>& arguments) {
   std::string failure;
-  auto process = service<ChildProcesses>().start(
-      bytesOf(path), bytesOfAll(arguments), &failure);
-  if (!process)
-    raise(NSString::stringWithFormat("cannot launch %@: %s", path, failure));
+  auto process = service<ChildProcesses>().start(bytesOf(path), bytesOfAll(arguments), &failure);
+  if (!process) raise(NSString::stringWithFormat("cannot launch %@: %s", path, failure));
   return Ref<NSTask>::adopt(new NSTask(std::move(process)));
 }
 
 bool NSTask::isRunning() { return process_->isRunning(); }
 void NSTask::waitUntilExit() { process_->waitUntilExit(); }
-std::int32_t NSTask::processIdentifier() const {
-  return process_->identifier();
-}
+std::int32_t NSTask::processIdentifier() const { return process_->identifier(); }
 
-} // namespace ZtFoundation
+}  // namespace ZtFoundation

@@ -13,7 +13,7 @@ namespace ZtFoundation {
 
 /// A program that was started. Forgetting it does not end it.
 class ChildProcess {
-public:
+ public:
   virtual ~ChildProcess() = default;
 
   virtual std::int32_t identifier() const = 0;
@@ -23,18 +23,17 @@ public:
 };
 
 class ChildProcesses {
-public:
+ public:
   virtual ~ChildProcesses() = default;
-  static ChildProcesses &production();
+  static ChildProcesses& production();
 
   /// Starts the program at `path`, which no search path completes, with these
   /// arguments behind its path. It has the environment, the working folder and
   /// the descriptors 0 to 2 of this process and no others, default signal
   /// handling and no signal blocked. Null, with the reason in `failure`, when
   /// the system cannot start it.
-  virtual std::unique_ptr<ChildProcess>
-  start(const std::string &path, const std::vector<std::string> &arguments,
-        std::string *failure) = 0;
+  virtual std::unique_ptr<ChildProcess> start(const std::string& path, const std::vector<std::string>& arguments,
+                                              std::string* failure) = 0;
 };
 
-} // namespace ZtFoundation
+}  // namespace ZtFoundation

@@ -10,13 +10,13 @@
 namespace ZtFoundation {
 
 class FolderNames {
-public:
+ public:
   virtual ~FolderNames() = default;
-  static FolderNames &production();
+  static FolderNames& production();
 
   /// The names of everything in the folder, links too, in the order of their
   /// bytes. Of a folder that cannot be read, what could be.
-  virtual std::vector<std::string> sorted(const std::string &folder) = 0;
+  virtual std::vector<std::string> sorted(const std::string& folder) = 0;
 };
 
-} // namespace ZtFoundation
+}  // namespace ZtFoundation
