@@ -69,11 +69,6 @@ struct Item {
   bool mayBeVolume = false;  // by what the kernel says at once
 };
 
-// A link whose name tells nothing is known by the name of what it leads to.
-std::string tellingPath(const std::string& path) {
-  return isPackageName(path) || isEntryName(path) || !isLink(path) ? path : withoutLinks(path);
-}
-
 // Without asking a server where the kernel knows the item.
 OSStatus findItem(const std::string& path, Item* item) {
   struct statx status {};
@@ -124,6 +119,10 @@ LSItemInfoFlags fileFlags(const Item& item) {
 }  // namespace
 
 bool isPackageName(const std::string& path) { return hasExtension(path, ".app") || hasExtension(path, ".bundle"); }
+
+std::string tellingPath(const std::string& path) {
+  return isPackageName(path) || isEntryName(path) || !isLink(path) ? path : withoutLinks(path);
+}
 
 bool isProgram(const std::string& path) { return isRegular(path) && ::access(path.c_str(), X_OK) == 0; }
 

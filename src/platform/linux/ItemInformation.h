@@ -13,6 +13,8 @@ namespace ZtFoundation::detail {
 bool isPackageName(const std::string& path);
 /// Whether an item of that name may be a desktop entry: "*.desktop".
 bool isEntryName(const std::string& path);
+/// The path whose name tells what the item at `path` is: of a link that has no name of a package or an entry the one that it leads to.
+std::string tellingPath(const std::string& path);
 /// The Info.plist of the bundle at `path`; empty when it is no file.
 std::string bundleInformationPath(const std::string& path);
 /// Whether an application bundle lies at `path`: a folder "*.app" with an Info.plist or an executable of its name.

@@ -12,11 +12,18 @@
 
 namespace ZtFoundation::detail {
 
+/// In what a program finds itself.
+struct Surroundings {
+  std::string folder;  ///< the one to work in; empty for that of this process
+  bool isOnItsOwn =
+      false;  ///< a session of its own, nothing on standard input, and nothing to write to where output is closed here
+};
+
 struct StartedProcess {
-  int error = 0; ///< errno of what failed, and nothing runs
+  int error = 0;  ///< errno of what failed, and nothing runs
   pid_t id = -1;
-  FileDescriptor handle; ///< of the process (pidfd); nothing where the system
-                         ///< has no such handles
+  FileDescriptor handle;  ///< of the process (pidfd); nothing where the system
+                          ///< has no such handles
 };
 
 /// Starts the program at `path` with `arguments`, the first of which is what it
@@ -33,7 +40,7 @@ struct StartedProcess {
 /// could not be started without a pipe.
 ///
 /// Any thread may call this at any time, whatever other threads do.
-StartedProcess startProcess(const std::string &path,
-                            const std::vector<std::string> &arguments);
+StartedProcess startProcess(const std::string& path, const std::vector<std::string>& arguments,
+                            const Surroundings& surroundings = {});
 
-} // namespace ZtFoundation::detail
+}  // namespace ZtFoundation::detail
