@@ -157,6 +157,40 @@ ZT_EXPORT void setFinderLock(const Ref<NSString>& self, bool lock);
 }  // namespace JxFileCatalogInformation
 
 // --- File operations
+//
+//   switch (JxFileOperation::copyFileTo("/photos/Trip.jpg", "/backup/Trip.jpg")) {
+//     case noErr: ...
+//     case dupFNErr: ...                                       // the answers are those of <ZtFoundation/platform/FileErrors.h>
+//   }
+//
+// Create, copy, rename and remove the item at a path. Nothing is raised or logged: the answer is 0 or an error number. The checks come in the order in
+// which the errors are listed. Partial work is not undone, except that a copy is whole or not there at all. Block as long as the
+// file system does. Threads: safe.
+
+namespace JxFileOperation {
+
+/// `JxTalvoZtWdExensions::createFileWithContents_autoname` with false.
+ZT_EXPORT OSStatus createFileWithContents(const Ref<NSString>& self, const Ref<NSData>& contents);
+/// `JxTalvoZtWdExensions::copyFileTo_autoname` with false.
+ZT_EXPORT OSStatus copyFileTo(const Ref<NSString>& self, const Ref<NSString>& destination);
+
+/// Makes the folder and, with `recursively`, every missing folder above it. Names are taken as they stand, also with a ":".
+/// \returns 0 when at least one folder was made; -48 when all exist already and, without `recursively`, when the folder above is missing or the path ends
+/// with "/"; -50 for no path; else the error of the first folder that could not be made. Folders made so far stay.
+ZT_EXPORT OSStatus createDirectoryWithRecursively(const Ref<NSString>& self, bool recursively);
+
+/// Gives the item another name in its folder; `newName` is a single name. Never replaces another item. Of a link, the link itself.
+/// \returns -50 for no new name, nothing at the path, or an empty new name; -37 for a name that cannot be one (it has a "/", or is too long); -48 when it
+/// is taken; -45 for a locked item; else the error of the system.
+ZT_EXPORT OSStatus renameFileTo(const Ref<NSString>& self, const Ref<NSString>& newName);
+
+/// Removes the item for good, a folder with all that is in it, by the default manager's `removeFileAtPath_handler`. With `unlocking` a lock of the
+/// item itself is taken away first.
+/// \returns -50 when nothing exists at the path (a link that leads nowhere is nothing); -5000 when the owner of the item, or of the folder around it, has
+/// no permission to write it, whoever asks; -50 when it cannot be removed as a whole, as a locked item cannot without `unlocking`.
+ZT_EXPORT OSStatus removeFileForcefully(const Ref<NSString>& self, bool unlocking);
+
+}  // namespace JxFileOperation
 
 // --- Volumes
 //
@@ -245,6 +279,18 @@ ZT_EXPORT Ref<NSString> unusedTalvoPathForDirectory(const Ref<NSString>& self, b
 /// The same for a file.
 ZT_EXPORT Ref<NSString> unusedTalvoFilePath(const Ref<NSString>& self);
 
+/// Writes `contents` (none: nothing) into a file: at `self`, replacing what a file there holds; with `autoname` at the free path that
+/// `unusedTalvoFilePath` gives for it.
+/// \returns 0; -50 when there is no path; -43 when the folder is missing; -5000 when the process may not write it; -34 when its volume
+/// has fewer free bytes than `contents`; -50 when the file cannot be made or written.
+ZT_EXPORT OSStatus createFileWithContents_autoname(const Ref<NSString>& self, const Ref<NSData>& contents, bool autoname);
+/// Copies the file at `self`, as the default manager's `copyPath_toPath_handler` does, to `destination`, or with `autoname` to the free path that
+/// `unusedTalvoFilePath` gives for it. A link to a file is copied as a link.
+/// \returns 0; -50 for no destination; -43 when there is no file at `self` (a folder is none); -5000 when its owner has no permission to read it,
+/// whoever asks; -43 when the folder of `destination` is missing; -5000 when its owner has no permission to write it; -48 when something exists at
+/// `destination` (without `autoname`); -34 when its volume has fewer free bytes than the source takes on disk; -50 when copying fails.
+ZT_EXPORT OSStatus copyFileTo_autoname(const Ref<NSString>& self, const Ref<NSString>& destination, bool autoname);
+
 }  // namespace JxTalvoZtWdExensions
 
 namespace QvFoundationExtensions {
@@ -274,6 +320,17 @@ ZT_EXPORT Ref<NSString> uniqueTemporaryPathWithPrefix_suffix_pathExtension(const
 ZT_EXPORT extern const std::string_view QvRootDirectoryPath;
 /// "/Volumes"
 ZT_EXPORT extern const std::string_view QvVolumesDirectoryPath;
+
+namespace JxTalvoZtWdExensions {
+
+/// Whether the user may delete the item: this process may remove it, its owner may write it (whoever asks; links followed), and its path is none of
+/// /Applications, /Library, /System and /Users, the home folder, and Desktop, Documents, Library, Movies, Music, Pictures and Sites in it. Paths are
+/// compared unit by unit, so "/Users/" is another one, and what lies in these folders is not protected. The home folder is that of the first
+/// call that gets so far. Blocks as long as the file system does.
+/// \returns false also when there is no such item, the home folder is not known, or for none.
+ZT_EXPORT bool isTalvoDeletable(const Ref<NSString>& self);
+
+}  // namespace JxTalvoZtWdExensions
 
 namespace QvPathExtensions {
 

@@ -60,8 +60,9 @@ class Removal : FolderVisitor {
   virtual bool isKept(int folder, const char* name) const { return hasLock(folder, name); }
   // Why nothing in the open folder may be removed; 0 for no reason.
   virtual int obstacle(int folder) const {
-    if (walk_.descent().identity().isMountPoint) return EBUSY;
-    return isLocked(folder) ? EPERM : 0;
+    const FolderIdentity& identity = walk_.descent().identity();
+    if (identity.isMountPoint) return EBUSY;
+    return identity.isImmutable || ::fgetxattr(folder, kLockAttribute, nullptr, 0) >= 0 ? EPERM : 0;
   }
 
   const FolderDescent& descent() const { return walk_.descent(); }

@@ -24,6 +24,7 @@ bool identify(int folder, const char* name, FolderIdentity& identity) noexcept {
   identity.device = (std::uint64_t{status.stx_dev_major} << 32) | status.stx_dev_minor;
   identity.number = status.stx_ino;
   identity.isMountPoint = (status.stx_attributes & STATX_ATTR_MOUNT_ROOT) != 0;
+  identity.isImmutable = (status.stx_attributes & STATX_ATTR_IMMUTABLE) != 0;
   return true;
 }
 

@@ -14,6 +14,7 @@ struct FolderIdentity {
   std::uint64_t device = 0;
   std::uint64_t number = 0;
   bool isMountPoint = false;  ///< another file system, or part of one, is mounted here
+  bool isImmutable = false;
 
   bool isSameAs(const FolderIdentity& other) const noexcept { return device == other.device && number == other.number; }
 };
