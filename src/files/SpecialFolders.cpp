@@ -40,8 +40,7 @@ Ref<NSString> findFolderForType_inVolumeWithPath_create(const Ref<NSFileManager>
 Ref<NSString> JxFindFolderExtensions::homePicturesDirectory() {
   FSRef folder;
   const OSErr error = service<FolderManager>().FSFindFolder(kUserDomain, kPictureDocumentsFolderType, true, &folder);
-  const Ref<NSURL> url = error == noErr ? service<FileCatalog>().CFURLCreateFromFSRef(&folder) : nullptr;
-  return url ? url->path() : nullptr;
+  return error == noErr ? JxFileSystemRepresentation::pathStringFromFSRef(&folder) : nullptr;
 }
 
 }  // namespace ZtFoundation
