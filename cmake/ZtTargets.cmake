@@ -132,7 +132,16 @@ function(zt_add_example name)
   endif()
 endfunction()
 
-# A plug-in: its code, named like the bundle, and its Info.plist.
+# Info.plist and Resources/ of a bundle.
+function(zt_copy_bundle_files bundle)
+  set(source ${PROJECT_SOURCE_DIR}/examples/${bundle})
+  file(GLOB_RECURSE files CONFIGURE_DEPENDS RELATIVE ${source} ${source}/Info.plist ${source}/Resources/*)
+  foreach(file IN LISTS files)
+    configure_file(${source}/${file} ${CMAKE_BINARY_DIR}/examples/${bundle}/Contents/${file} COPYONLY)
+  endforeach()
+endfunction()
+
+# A plug-in: its code, named like the bundle, and its other files.
 function(zt_add_bundle bundle)
   zt_sources(sources examples/${bundle})
   get_filename_component(name ${bundle} NAME_WE)
@@ -142,18 +151,17 @@ function(zt_add_bundle bundle)
   zt_use_library(${target})
   set_target_properties(${target} PROPERTIES
     PREFIX "" SUFFIX "" OUTPUT_NAME ${name} LIBRARY_OUTPUT_DIRECTORY ${contents}/Linux)
-  configure_file(${PROJECT_SOURCE_DIR}/examples/${bundle}/Info.plist ${contents}/Info.plist COPYONLY)
+  zt_copy_bundle_files(${bundle})
 endfunction()
 
-# An application package with the library inside: its program, named like the package, and its Info.plist.
+# An application package with the library inside: its program, named like the package, and its other files.
 function(zt_add_application package)
   zt_sources(sources examples/${package})
   get_filename_component(name ${package} NAME_WE)
   set(target example-${package})
   zt_add_program(${target} ${name} examples/${package}/Contents/Linux ${sources})
   zt_embed_framework(${target})
-  configure_file(${PROJECT_SOURCE_DIR}/examples/${package}/Info.plist
-    ${CMAKE_BINARY_DIR}/examples/${package}/Contents/Info.plist COPYONLY)
+  zt_copy_bundle_files(${package})
 endfunction()
 
 # tools/<name>/*.cpp becomes build/.../bin/<name>; tools/<name>/<name>.1 is its man page.

@@ -28,7 +28,7 @@ class ExecutableTests : public testing::Test {
   /// This program itself, cut after its header, with changes.
   static std::string header(const std::function<void(ElfW(Ehdr) &)>& change = [](ElfW(Ehdr) &) {}) {
     ElfW(Ehdr) header;
-    const std::string own = contentsOf("/proc/self/exe").value();
+    static const std::string own = contentsOf("/proc/self/exe").value();
     std::memcpy(&header, own.data(), sizeof header);
     change(header);
     return std::string(reinterpret_cast<const char*>(&header), sizeof header);
