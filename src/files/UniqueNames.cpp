@@ -7,7 +7,6 @@
 #include <vector>
 
 #include <ZtFoundation/Files.h>
-#include <ZtFoundation/platform/Runtime.h>
 
 #include "platform/services/FolderListing.h"
 #include "platform/services/Service.h"
@@ -16,6 +15,8 @@
 namespace ZtFoundation::JxTalvoZtWdExensions {
 
 namespace {
+
+using JxFileExistence::exists;
 
 enum class Style : char { Finder = ' ', Talvo = '_' };
 
@@ -146,10 +147,6 @@ class TakenNumbers {
   std::string ending_;
   std::vector<std::uint64_t> keys_;
 };
-
-bool exists(const Ref<NSString>& path) {
-  return send<bool>(NSFileManager::defaultManager(), ZT_SELECTOR("fileExistsAtPath:"), path);
-}
 
 // The first path in `parent` from `name` on at which nothing exists; none when the base gets too short.
 Ref<NSString> firstFreePath(const Ref<NSString>& parent, NumberedName& name) {

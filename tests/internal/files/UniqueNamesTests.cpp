@@ -1,6 +1,7 @@
 #include <ZtFoundation/Files.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <map>
 #include <random>
 
@@ -27,7 +28,8 @@ class FakeFolder : public FolderListing {
     return path->lastPathComponent()->fileSystemRepresentation().size() > mostBytes;
   }
 
-  bool contains(const std::u16string& name) const {
+  bool contains(std::u16string name) const {
+    if (ignoresCase) std::replace(name.begin(), name.end(), u'A', u'a');
     const auto found = items.find(name);
     return found != items.end() && found->second != Item::DanglingLink;
   }
@@ -35,6 +37,7 @@ class FakeFolder : public FolderListing {
   std::map<std::u16string, Item> items;
   std::size_t mostBytes = 1000;
   bool isReadable = true;
+  bool ignoresCase = false;  // of the letter A, with names in small letters
   int listings = 0;
   int questions = 0;
 };
@@ -140,6 +143,13 @@ TEST_F(UniqueNamesTests, ANameThatIsNotListedMayBeTakenAllTheSame) {
   EXPECT_EQ(talvo(u"a.jpg"), u"a_102.jpg");
   take(u"a_101.jpg", Item::DanglingLink);
   EXPECT_EQ(talvo(u"a.jpg"), u"a_101.jpg");
+}
+
+TEST_F(UniqueNamesTests, AFileSystemMayTakeOtherNamesForTheSame) {
+  folder.ignoresCase = true;
+  take(u"a.jpg");
+  takeNumbers(u"a_", 300, u".jpg");
+  EXPECT_EQ(talvo(u"A.jpg"), u"A_301.jpg");
 }
 
 TEST_F(UniqueNamesTests, OnlyThePlainFormOfANumberTakesIt) {
