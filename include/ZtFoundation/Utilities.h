@@ -342,12 +342,13 @@ ZT_EXPORT Class QvClassImplementingMethod(Class one, SEL selector);
 //   make<QvDisplayNameTransformer>()->transformedValue("/tmp/a.txt");   // "a.txt"
 //   ZtRectFromPoints({10, 20}, {4, 25});                                // origin (4, 20), size (6, 5)
 
-/// Turns a path or the URL of a file into the name that people see for the item. Works one way only; `transformedValueClass` is that of strings.
-/// Threads: safe.
+/// Turns a path or the URL of a file into the name that people see for the item. Threads: safe.
 class ZT_EXPORT QvDisplayNameTransformer : public NSValueTransformer {
   ZT_OBJECT(QvDisplayNameTransformer, NSValueTransformer)
  public:
+  /// The class of strings.
   static Class transformedValueClass();
+  /// False: names do not tell where an item is.
   static bool allowsReverseTransformation();
 
   /// A string: the default manager's `displayNameAtPath` for a path, `displayNameAtURL` for a URL (none for one that is not of a file or whose item

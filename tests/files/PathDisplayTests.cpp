@@ -4,6 +4,8 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <thread>
+#include <vector>
 
 #include "support/ReplacedMethod.h"
 #include "support/ScratchFolder.h"
@@ -215,6 +217,16 @@ TEST_F(DisplayNameAtURLTests, TheReceiverIsAsked) {
   EXPECT_EQ(name(NSURL::fileURLWithPath(folder.string("missing"))), "(none)");
   files = nullptr;
   EXPECT_EQ(logged(NSURL::fileURLWithPath(folder.string("a b.txt"))), "");
+}
+
+TEST(RootVolumeName, IsTheSameForAllThreads) {
+  std::vector<Ref<NSString>> names(4);
+  std::vector<std::thread> threads;
+  for (Ref<NSString>& name : names) {
+    threads.emplace_back([&name] { name = QvFoundationExtensions::rootVolumeName(NSFileManager::defaultManager()); });
+  }
+  for (std::thread& thread : threads) thread.join();
+  for (const Ref<NSString>& name : names) EXPECT_TRUE(isEqual(name, names.front()));
 }
 
 TEST(RootVolumeName, OfTheMachine) {

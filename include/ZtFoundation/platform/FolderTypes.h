@@ -32,6 +32,7 @@
 ///   volume where that lies, elsewhere `.Trash/<user number>` at the volume's root if an administrator made `.Trash` a real folder with the
 ///   sticky bit, else `.Trash-<user number>`. The temporary folder is the user's own where that lies on the volume, else `tmp` at the
 ///   volume's root if that is a real folder with the sticky bit, else `.tmp-<user number>`. All other folders are the user's.
+/// - By the same specification a trash keeps what was thrown away in its folder `files`, and where that came from in its folder `info`.
 #pragma once
 
 #include <cstdint>
