@@ -176,6 +176,7 @@ class Copying final : FolderVisitor {
   int makeFolder(int folder, const char* name) {
     struct stat status;
     if (::fstat(folder, &status) != 0) return errno;
+    status.st_atim = walk_.descent().identity().accessed;
     if (isInACircle()) return ELOOP;
     if (::mkdirat(toFolder(), name, S_IRWXU) != 0) return errno;
     if (!to_.enter(toFolder(), name)) {

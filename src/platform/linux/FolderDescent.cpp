@@ -1,7 +1,6 @@
 #include "platform/linux/FolderDescent.h"
 
 #include <fcntl.h>
-#include <sys/stat.h>
 
 #include <algorithm>
 
@@ -20,11 +19,13 @@ FileDescriptor openFolder(int at, const char* name) {
 
 bool identify(int folder, const char* name, FolderIdentity& identity) noexcept {
   struct statx status;
-  if (::statx(folder, name, AT_EMPTY_PATH | AT_SYMLINK_NOFOLLOW, STATX_INO, &status) != 0) return false;
+  if (::statx(folder, name, AT_EMPTY_PATH | AT_SYMLINK_NOFOLLOW, STATX_INO | STATX_ATIME, &status) != 0) return false;
   identity.device = (std::uint64_t{status.stx_dev_major} << 32) | status.stx_dev_minor;
   identity.number = status.stx_ino;
   identity.isMountPoint = (status.stx_attributes & STATX_ATTR_MOUNT_ROOT) != 0;
   identity.isImmutable = (status.stx_attributes & STATX_ATTR_IMMUTABLE) != 0;
+  identity.accessed.tv_sec = static_cast<time_t>(status.stx_atime.tv_sec);
+  identity.accessed.tv_nsec = status.stx_atime.tv_nsec;
   return true;
 }
 

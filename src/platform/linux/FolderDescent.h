@@ -2,6 +2,8 @@
 /// The way from a folder down to one below it.
 #pragma once
 
+#include <sys/stat.h>
+
 #include <cstdint>
 #include <vector>
 
@@ -15,6 +17,7 @@ struct FolderIdentity {
   std::uint64_t number = 0;
   bool isMountPoint = false;  ///< another file system, or part of one, is mounted here
   bool isImmutable = false;
+  timespec accessed{};  ///< before the folder was read here
 
   bool isSameAs(const FolderIdentity& other) const noexcept { return device == other.device && number == other.number; }
 };
