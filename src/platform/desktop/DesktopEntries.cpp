@@ -43,6 +43,8 @@ class GIOEntries final : public DesktopEntries {
     entry.workingFolder = value(info.get(), G_KEY_FILE_DESKTOP_KEY_PATH);
     entry.signature = value(info.get(), kSignatureKey);
     entry.isHidden = g_desktop_app_info_get_is_hidden(info.get()) != FALSE;
+    // One that is only reached over the session bus, which takes a thread that stays, has no command line.
+    if (entry.command.find_first_not_of(" \t\n\r") == std::string::npos) return std::nullopt;
     entry.inTerminal = g_desktop_app_info_get_boolean(info.get(), G_KEY_FILE_DESKTOP_KEY_TERMINAL) != FALSE;
     return entry;
   }

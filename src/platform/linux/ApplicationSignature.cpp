@@ -16,12 +16,12 @@ OSType byteAt(std::string_view bytes, std::size_t index) {
   return index < bytes.size() ? static_cast<OSType>(static_cast<signed char>(bytes[index])) : 0;
 }
 
-bool isBlank(char byte) { return byte == ' ' || byte == '\t' || byte == '\r'; }
-
-std::string_view trimmed(std::string_view text) {
-  while (!text.empty() && isBlank(text.front())) text.remove_prefix(1);
-  while (!text.empty() && isBlank(text.back())) text.remove_suffix(1);
-  return text;
+// Blanks behind a value belong to it, but for the first half of a line's end.
+std::string_view valueBehind(std::string_view line, std::size_t equals) {
+  const std::size_t start = line.find_first_not_of(" \t", equals + 1);
+  std::string_view value = start != std::string_view::npos ? line.substr(start) : std::string_view();
+  if (value.ends_with('\r')) value.remove_suffix(1);
+  return value;
 }
 
 OSType codeOfValue(std::string_view value) {
@@ -46,7 +46,7 @@ std::vector<OSType> signaturesInEntry(std::string_view text) {
   for (std::size_t at = text.find(key); at != std::string_view::npos; at = text.find(key, at + key.size())) {
     const std::string_view line = text.substr(at, text.find('\n', at) - at);
     const std::size_t equals = line.find('=');
-    if (equals != std::string_view::npos) codes.push_back(codeOfValue(trimmed(line.substr(equals + 1))));
+    if (equals != std::string_view::npos) codes.push_back(codeOfValue(valueBehind(line, equals)));
   }
   return codes;
 }

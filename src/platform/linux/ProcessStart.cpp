@@ -67,7 +67,8 @@ ZT_IN_OTHER_PROCESS void closeDescriptors(rlim_t limit) {
   for (rlim_t each = first; each < limit; ++each) ::syscall(SYS_close, each);
 }
 
-ZT_IN_OTHER_PROCESS bool isOpen(int descriptor) { return ::syscall(SYS_fcntl, descriptor, F_GETFD) >= 0; }
+// Open, and not to be closed when the program starts, as a file is that a library opened in the place of a closed one.
+ZT_IN_OTHER_PROCESS bool isHandedOn(int descriptor) { return ::syscall(SYS_fcntl, descriptor, F_GETFD) == 0; }
 
 ZT_IN_OTHER_PROCESS bool copyDescriptor(int from, int to) {
   return from == to || ::syscall(SYS_dup3, from, to, 0) >= 0;
@@ -79,7 +80,7 @@ ZT_IN_OTHER_PROCESS bool standOnItsOwn() {
   const int nothing = static_cast<int>(::syscall(SYS_openat, AT_FDCWD, "/dev/null", O_RDWR));
   if (nothing < 0 || !copyDescriptor(nothing, STDIN_FILENO)) return false;
   for (int output = STDOUT_FILENO; output <= STDERR_FILENO; ++output) {
-    if (!isOpen(output) && !copyDescriptor(nothing, output)) return false;
+    if (!isHandedOn(output) && !copyDescriptor(nothing, output)) return false;
   }
   if (nothing > STDERR_FILENO) ::syscall(SYS_close, nothing);
   return true;

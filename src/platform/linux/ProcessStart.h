@@ -16,7 +16,7 @@ namespace ZtFoundation::detail {
 struct Surroundings {
   std::string folder;  ///< the one to work in; empty for that of this process
   bool isOnItsOwn =
-      false;  ///< a session of its own, nothing on standard input, and nothing to write to where output is closed here
+      false;  ///< a session of its own, nothing on standard input, and nothing to write to where output is not handed on from here
 };
 
 struct StartedProcess {

@@ -24,6 +24,8 @@ constexpr Terminal kKnown[] = {
     {"kgx", "--"},
     {"gnome-terminal", "--"},
     {"konsole", "-e"},
+    {"xfce4-terminal", "-x"},
+    {"mate-terminal", "-x"},
     {"kitty", ""},
     {"foot", ""},
     {"st", "-e"},

@@ -259,13 +259,13 @@ TEST_F(ApplicationIndexTests, SignaturesAreFourBytes) {
   writeSigned(own("long.desktop"), "Viewer");
   writeSigned(own("blank.desktop"), "WP\\s\\s");
   writeSigned(own("short.desktop"), "ab");
-  writeEntry(own("spaced.desktop"), "Exec=sh\nX-ZtFoundation-Signature = Spac \n");
+  writeEntry(own("spaced.desktop"), "Exec=sh\nX-ZtFoundation-Signature = ab \n");
   writeSigned(own("japanese.desktop"), "\xEF\xBD\xB1\xEF\xBD\xB1");  // B1 B1 in Shift-JIS
   EXPECT_EQ(inOwnFolders([&](Checks& checks) {
               checks.same("cut", bySignature(kViewer), own("long.desktop"));
               checks.same("blanks", bySignature(0x57502020), own("blank.desktop"));
               checks.same("filled up", bySignature(0x61620000), own("short.desktop"));
-              checks.same("blanks around", bySignature(0x53706163), own("spaced.desktop"));
+              checks.same("blanks behind", bySignature(0x61622000), own("spaced.desktop"));
               checks.same("two bytes from 0x80 on", bySignature(0xFFB10000 | 0xB1000000), own("japanese.desktop"));
             }),
             0);

@@ -30,8 +30,10 @@ TEST(ApplicationSignatureTests, WhatIsNone) {
 
 TEST(ApplicationSignatureTests, LinesOfEntries) {
   EXPECT_THAT(signaturesInEntry("X-ZtFoundation-Signature=View\n"), ElementsAre(0x56696577U));
-  EXPECT_THAT(signaturesInEntry("[A]\nX-ZtFoundation-Signature \t= \tView \r\nB=C"), ElementsAre(0x56696577U));
+  EXPECT_THAT(signaturesInEntry("[A]\nX-ZtFoundation-Signature \t= \tView\r\nB=C"), ElementsAre(0x56696577U));
   EXPECT_THAT(signaturesInEntry("X-ZtFoundation-Signature=View"), ElementsAre(0x56696577U));
+  EXPECT_THAT(signaturesInEntry("X-ZtFoundation-Signature=  ab \n"), ElementsAre(0x61622000U));
+  EXPECT_THAT(signaturesInEntry("X-ZtFoundation-Signature=  "), ElementsAre(0U));
   EXPECT_THAT(signaturesInEntry("X-ZtFoundation-Signature=a\\sb"), ElementsAre(kAnySignature));
   EXPECT_THAT(signaturesInEntry("X-ZtFoundation-Signature=View\nX-ZtFoundation-Signature=Edit\n"),
               ElementsAre(0x56696577U, 0x45646974U));

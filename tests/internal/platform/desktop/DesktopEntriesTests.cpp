@@ -1,0 +1,107 @@
+// What the desktop module reads of entries.
+
+#include <gtest/gtest.h>
+#include <stdlib.h>
+
+#include <filesystem>
+#include <iterator>
+#include <optional>
+#include <string>
+
+#include "platform/linux/DesktopEntries.h"
+#include "support/ChildProcess.h"
+#include "support/ScratchFolder.h"
+
+namespace ZtFoundation {
+namespace {
+
+class DesktopEntriesTests : public testing::Test {
+ protected:
+  std::optional<DesktopEntry> read(const std::string& text) {
+    test::writeFile(scratch_ / "x.desktop", text);
+    return entries_.entryAtPath(scratch_ / "x.desktop");
+  }
+
+  // An entry with these lines beside those that every application has.
+  std::optional<DesktopEntry> readApplication(const char* lines) {
+    std::string text = "[Desktop Entry]\nType=Application\nName=x\n";
+    return read(text.append(lines));
+  }
+
+  test::ScratchFolder scratch_;
+  DesktopEntries& entries_ = desktopEntriesInModule("libZtFoundationDesktop.so");
+};
+
+TEST_F(DesktopEntriesTests, EveryValue) {
+  const auto entry = read(
+      "# a comment\n[Desktop Entry]\nType=Application\nName=The \\sName\nIcon=icon\nExec=sh \"a\\\\\\\\b\" %f\nPath=/a "
+      "b\n"
+      "Terminal=true\nX-ZtFoundation-Signature = a\\sb \n[Other]\nExec=other\n");
+  ASSERT_TRUE(entry);
+  EXPECT_EQ(entry->command, "sh \"a\\\\b\" %f");
+  EXPECT_EQ(entry->name, "The  Name");
+  EXPECT_EQ(entry->icon, "icon");
+  EXPECT_EQ(entry->workingFolder, "/a b");
+  EXPECT_EQ(entry->signature, "a b ");
+  EXPECT_TRUE(entry->inTerminal);
+  EXPECT_FALSE(entry->isHidden);
+}
+
+TEST_F(DesktopEntriesTests, WhatIsNotSaidIsEmpty) {
+  const auto entry = readApplication("Exec=sh\n");
+  ASSERT_TRUE(entry);
+  EXPECT_EQ(entry->icon, "");
+  EXPECT_EQ(entry->workingFolder, "");
+  EXPECT_EQ(entry->signature, "");
+  EXPECT_FALSE(entry->inTerminal);
+  EXPECT_FALSE(entry->isHidden);
+}
+
+TEST_F(DesktopEntriesTests, HiddenAndUnlistedEntriesAreRead) {
+  const auto hidden = readApplication("Exec=sh\nHidden=true\n");
+  ASSERT_TRUE(hidden);
+  EXPECT_TRUE(hidden->isHidden);
+  const auto unlisted = readApplication("Exec=sh\nNoDisplay=true\nOnlyShowIn=None;\n");
+  ASSERT_TRUE(unlisted);
+  EXPECT_FALSE(unlisted->isHidden);
+}
+
+TEST_F(DesktopEntriesTests, NamesInTheUsersLanguage) {
+  EXPECT_EQ(test::inChild([this] {
+              ::unsetenv("LC_ALL");
+              ::unsetenv("LC_MESSAGES");
+              ::setenv("LANG", "de_DE.UTF-8", 1);
+              ::setenv("LANGUAGE", "de", 1);
+              const auto entry = readApplication("Name[de]=Anzeige\nExec=sh\n");
+              return entry && entry->name == "Anzeige" ? 0 : 1;
+            }),
+            0);
+}
+
+TEST_F(DesktopEntriesTests, WhatIsNoApplicationOrNotInstalled) {
+  for (const char* const lines :
+       {"", "Exec=\n", "Exec=   \n", "Exec=/no/such/program\n", "Exec=no-such-program-anywhere\n", "Exec=sh \"a\n",
+        "Exec=sh\nTryExec=/no/such/program\n", "DBusActivatable=true\n", "Exec=\xFF\xFE\n"}) {
+    EXPECT_FALSE(readApplication(lines)) << lines;
+  }
+  for (const char* const text : {"", "noise", "[Desktop Entry]\nType=Link\nName=x\nURL=http://x/\nExec=sh\n",
+                                 "[Desktop Entry]\nName=x\nExec=sh\n", "[Other]\nType=Application\nName=x\nExec=sh\n",
+                                 "Type=Application\nName=x\nExec=sh\n"}) {
+    EXPECT_FALSE(read(text)) << text;
+  }
+  EXPECT_FALSE(read(std::string(100, '\0')));
+  EXPECT_FALSE(entries_.entryAtPath(scratch_ / "missing.desktop"));
+  EXPECT_FALSE(entries_.entryAtPath(scratch_.path()));
+}
+
+TEST_F(DesktopEntriesTests, ReadingStartsNoThread) {
+  EXPECT_EQ(test::inChild([this] {
+              const auto entry = readApplication("Exec=sh\n");
+              const auto threads = std::distance(std::filesystem::directory_iterator("/proc/self/task"), {});
+              return entry && threads == 1 ? 0 : 1;
+            }),
+            0);
+}
+
+}  // namespace
+}  // namespace ZtFoundation
