@@ -2,7 +2,6 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
-#include <sys/sysmacros.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -23,11 +22,17 @@ namespace ZtFoundation::detail {
 
 namespace {
 
+constexpr LSItemInfoFlags kVolume = kLSItemInfoIsVolume | kLSItemInfoIsContainer;
 // An entry is a few kilobytes long. What is much longer is none, and reading it could fill the memory.
 constexpr off_t kLongestEntry = 1 << 20;
 
-std::string_view lastComponent(std::string_view path) {
+std::string_view withoutLastSlashes(std::string_view path) {
   while (path.size() > 1 && path.back() == '/') path.remove_suffix(1);
+  return path;
+}
+
+std::string_view lastComponent(std::string_view path) {
+  path = withoutLastSlashes(path);
   return path.substr(path.rfind('/') + 1);
 }
 
@@ -48,10 +53,9 @@ bool isRegular(const std::string& path) {
   return ::stat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode);
 }
 
-bool isLink(std::string path) {
-  while (path.size() > 1 && path.back() == '/') path.pop_back();
+bool isLink(const std::string& path) {
   char byte;
-  return ::readlink(path.c_str(), &byte, 1) >= 0;
+  return ::readlink(std::string(withoutLastSlashes(path)).c_str(), &byte, 1) >= 0;
 }
 
 // The path itself where it cannot be told, as for a folder that this process may not search.
@@ -65,34 +69,27 @@ std::string withoutLinks(const std::string& path) {
 
 struct Item {
   std::string path;  // the one whose name tells what the item is
-  FSRef::Identity identity;
+  bool isFolder = false;
   bool mayBeVolume = false;  // by what the kernel says at once
 };
 
 // Without asking a server where the kernel knows the item.
 OSStatus findItem(const std::string& path, Item* item) {
   struct statx status {};
-  if (::statx(AT_FDCWD, path.c_str(), AT_NO_AUTOMOUNT | AT_STATX_DONT_SYNC, STATX_TYPE | STATX_INO, &status) != 0) {
+  if (::statx(AT_FDCWD, path.c_str(), AT_NO_AUTOMOUNT | AT_STATX_DONT_SYNC, STATX_TYPE, &status) != 0) {
     return fileError(errno);
   }
-  item->identity.device = ::makedev(status.stx_dev_major, status.stx_dev_minor);
-  item->identity.number = status.stx_ino;
-  item->identity.isFolder = S_ISDIR(status.stx_mode);
+  item->isFolder = S_ISDIR(status.stx_mode);
   const bool isTold = (status.stx_attributes_mask & STATX_ATTR_MOUNT_ROOT) != 0;
   item->mayBeVolume = !isTold || (status.stx_attributes & STATX_ATTR_MOUNT_ROOT) != 0;
   item->path = tellingPath(path);
   return noErr;
 }
 
-// Mount points whose file system stores no files are none.
-bool isVolume(const Item& item) {
-  if (!item.mayBeVolume) return false;
-  const Ref<NSString> path = NSString::stringWithFileSystemRepresentation(withoutLinks(item.path));
-  const FSVolumeRefNum volume = service<Volumes>().volumeHolding(FSRef(item.identity, path));
-  FSRef root;
-  return volume != kFSInvalidVolumeRefNum &&
-         service<Volumes>().FSGetVolumeInfo(volume, 0, nullptr, kFSVolInfoNone, nullptr, nullptr, &root) == noErr &&
-         path->isEqualToString(root.path());
+// By the table of mounts, which asks no server.
+bool isVolumeAt(const std::string& path) {
+  const Ref<NSString> root = NSString::stringWithFileSystemRepresentation(withoutLastSlashes(path));
+  return service<Volumes>().volumeRootedAt(root) != kFSInvalidVolumeRefNum;
 }
 
 std::string entryProgram(const std::string& path) {
@@ -102,11 +99,11 @@ std::string entryProgram(const std::string& path) {
 }
 
 bool isNative(const Item& item) {
-  return isNativeProgram(item.identity.isFolder ? bundleProgram(item.path) : entryProgram(item.path));
+  return isNativeProgram(item.isFolder ? bundleProgram(item.path) : entryProgram(item.path));
 }
 
 LSItemInfoFlags folderFlags(const Item& item) {
-  if (isVolume(item)) return kLSItemInfoIsVolume | kLSItemInfoIsContainer;
+  if (item.mayBeVolume && isVolumeAt(withoutLinks(item.path))) return kVolume;
   if (!isPackageName(item.path)) return kLSItemInfoIsContainer;
   const LSItemInfoFlags package = kLSItemInfoIsPackage | kLSItemInfoIsContainer;
   return isApplicationBundle(item.path) ? package | kLSItemInfoIsApplication : package;
@@ -161,10 +158,15 @@ std::optional<DesktopEntry> applicationEntry(const std::string& path) {
 }
 
 OSStatus itemInformation(const std::string& path, LSRequestedInfo wanted, LSItemInfoFlags* flags) {
+  const LSItemInfoFlags invisible = isInvisibleName(path) ? kLSItemInfoIsInvisible : 0;
+  // The root of a volume whose server is gone would keep us waiting.
+  if (isVolumeAt(path)) {
+    *flags = kVolume | invisible;
+    return noErr;
+  }
   Item item;
   if (const OSStatus status = findItem(path, &item); status != noErr) return status;
-  *flags = item.identity.isFolder ? folderFlags(item) : fileFlags(item);
-  if (isInvisibleName(path)) *flags |= kLSItemInfoIsInvisible;
+  *flags = (item.isFolder ? folderFlags(item) : fileFlags(item)) | invisible;
   const bool asksForNative = (wanted & kLSRequestAppTypeFlags) != 0 && (*flags & kLSItemInfoIsApplication) != 0;
   if (asksForNative && isNative(item)) *flags |= kLSItemInfoIsNativeApp;
   return noErr;

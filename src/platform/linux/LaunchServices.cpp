@@ -3,6 +3,8 @@
 #include "platform/linux/ApplicationIndex.h"
 #include "platform/linux/FileDescriptor.h"
 #include "platform/linux/ItemInformation.h"
+#include "platform/services/FileCatalog.h"
+#include "platform/services/Service.h"
 
 namespace ZtFoundation {
 
@@ -23,8 +25,9 @@ class LinuxLaunchServices final : public LaunchServices {
   }
 
   OSStatus LSCopyItemInfoForRef(const FSRef* ref, LSRequestedInfo wanted, LSItemInfoRecord* info) override {
-    const Ref<NSString> path = ref != nullptr ? ref->path() : nullptr;
-    return informationAt(path, &detail::linkOrItemInformation, wanted, info);
+    if (ref == nullptr || ref->isEmpty()) return paramErr;
+    const Ref<NSURL> url = service<FileCatalog>().CFURLCreateFromFSRef(ref);
+    return url ? informationAt(url->path(), &detail::linkOrItemInformation, wanted, info) : OSStatus{fnfErr};
   }
 
   OSStatus LSFindApplicationForInfo(OSType creator, const Ref<NSString>& identifier, Ref<NSURL>* application) override {

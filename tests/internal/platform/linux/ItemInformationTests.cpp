@@ -1,3 +1,4 @@
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -6,9 +7,12 @@
 #include <map>
 #include <string>
 
+#include "platform/services/FileCatalog.h"
 #include "platform/services/LaunchServices.h"
 #include "platform/services/Service.h"
 #include "platform/services/Volumes.h"
+#include "support/ChildProcess.h"
+#include "support/PrivateMounts.h"
 #include "support/ScratchFolder.h"
 
 namespace ZtFoundation {
@@ -48,7 +52,9 @@ class ItemInformationTests : public testing::Test {
   }
   Answer ofReference(const std::string& name) {
     LSItemInfoRecord info{kUntouched};
-    const FSRef ref({}, scratch_.string(name));
+    FSRef ref;
+    if (service<FileCatalog>().FSPathMakeRef(scratch_.string(name), &ref, nullptr) != noErr)
+      return {fnfErr, info.flags};
     const OSStatus status = LaunchServices::production().LSCopyItemInfoForRef(&ref, kLSRequestBasicFlagsOnly, &info);
     return {status, info.flags};
   }
@@ -159,7 +165,6 @@ TEST_F(ItemInformationTests, LinksThatLeadNowhere) {
   EXPECT_EQ(atPath(scratch_ / "loop"), (Answer{fnfErr, kUntouched}));
   EXPECT_EQ(ofReference("lost"), (Answer{noErr, kFile}));
   EXPECT_EQ(ofReference(".lost"), (Answer{noErr, kFile | kLSItemInfoIsInvisible}));
-  EXPECT_EQ(ofReference("missing"), (Answer{fnfErr, kUntouched}));
 }
 
 TEST_F(ItemInformationTests, ReferencesAnswerAsTheirPaths) {
@@ -175,6 +180,7 @@ TEST_F(ItemInformationTests, FailuresLeaveTheRecordAlone) {
   LaunchServices& services = LaunchServices::production();
   LSItemInfoRecord info{kUntouched};
   const FSRef none;
+  const FSRef gone({.device = 1, .number = 1}, scratch_.string("gone"));
   const Ref<NSURL> file = NSURL::fileURLWithPath(scratch_.string(""));
   EXPECT_EQ(atPath(scratch_ / "missing"), (Answer{fnfErr, kUntouched}));
   EXPECT_EQ(atPath(scratch_ / "missing/x.app"), (Answer{fnfErr, kUntouched}));
@@ -186,6 +192,7 @@ TEST_F(ItemInformationTests, FailuresLeaveTheRecordAlone) {
   EXPECT_EQ(services.LSCopyItemInfoForURL(file, kLSRequestBasicFlagsOnly, nullptr), paramErr);
   EXPECT_EQ(services.LSCopyItemInfoForRef(nullptr, kLSRequestBasicFlagsOnly, &info), paramErr);
   EXPECT_EQ(services.LSCopyItemInfoForRef(&none, kLSRequestBasicFlagsOnly, &info), paramErr);
+  EXPECT_EQ(services.LSCopyItemInfoForRef(&gone, kLSRequestBasicFlagsOnly, &info), fnfErr);
   EXPECT_EQ(info.flags, kUntouched);
 }
 
@@ -250,17 +257,13 @@ TEST_F(ItemInformationTests, FilesThatAreNoApplicationsEntry) {
 // Volumes as the test wants them: what `holding` says of paths, and where their roots are.
 class FakeVolumes final : public Volumes {
  public:
-  OSErr FSGetVolumeInfo(FSVolumeRefNum volume, std::uint32_t index, FSVolumeRefNum*, FSVolumeInfoBitmap wanted,
-                        FSVolumeInfo*, HFSUniStr255*, FSRef* root) override {
-    EXPECT_EQ(index, 0U);
-    EXPECT_EQ(wanted, kFSVolInfoNone);  // sizes would ask a server
-    if (volume != -7 || rootPath == nullptr) return nsvErr;
-    *root = FSRef({}, rootPath);
-    return noErr;
+  OSErr FSGetVolumeInfo(FSVolumeRefNum, std::uint32_t, FSVolumeRefNum*, FSVolumeInfoBitmap, FSVolumeInfo*,
+                        HFSUniStr255*, FSRef*) override {
+    return nsvErr;
   }
-  FSVolumeRefNum volumeHolding(const FSRef& item) override {
-    askedFor = item.path()->utf8();
-    return number;
+  FSVolumeRefNum volumeHolding(const FSRef&) override { return kFSInvalidVolumeRefNum; }
+  FSVolumeRefNum volumeRootedAt(const Ref<NSString>& path) override {
+    return path->utf8() == root ? -7 : kFSInvalidVolumeRefNum;
   }
   OSErr FSGetVolumeParms(FSVolumeRefNum, GetVolParmsInfoBuffer*, std::size_t) override { return nsvErr; }
   OSErr FSGetVolumeMountInfoSize(FSVolumeRefNum, std::size_t*) override { return nsvErr; }
@@ -269,36 +272,65 @@ class FakeVolumes final : public Volumes {
   std::vector<Ref<NSString>> mountedRemovableMedia() override { return {}; }
   bool unmountAndEjectDeviceAtPath(const Ref<NSString>&) override { return false; }
 
-  FSVolumeRefNum number = -7;
-  Ref<NSString> rootPath;
-  std::string askedFor;
+  std::string root;
 };
 
-// "/proc" is a mount point everywhere.
-TEST_F(ItemInformationTests, AMountPointIsAVolumeWhenTheVolumesSaySo) {
-  FakeVolumes volumes;
-  const ScopedService<Volumes> scope(volumes);
-  volumes.rootPath = "/proc";
-  EXPECT_EQ(atPath("/proc"), (Answer{noErr, kLSItemInfoIsVolume | kFolder}));
-  EXPECT_EQ(volumes.askedFor, "/proc");
-  EXPECT_EQ(atPath("/proc/../proc/"), (Answer{noErr, kLSItemInfoIsVolume | kFolder}));
-  makeLink("/proc", "X.app");
-  EXPECT_EQ(flags("X.app"), kLSItemInfoIsVolume | kFolder);
-  volumes.rootPath = "/";
-  EXPECT_EQ(atPath("/proc"), (Answer{noErr, kFolder}));
-  volumes.rootPath = nullptr;
-  EXPECT_EQ(atPath("/proc"), (Answer{noErr, kFolder}));
-  volumes.number = kFSInvalidVolumeRefNum;
-  EXPECT_EQ(atPath("/proc"), (Answer{noErr, kFolder}));
-}
-
-TEST_F(ItemInformationTests, VolumesAreNotAskedAboutOtherFolders) {
+TEST_F(ItemInformationTests, AVolumeIsWhatTheVolumesSay) {
   FakeVolumes volumes;
   const ScopedService<Volumes> scope(volumes);
   makeFolder("folder");
-  volumes.rootPath = scratch_.string("folder");
+  makeFolder("X.app");
   EXPECT_EQ(flags("folder"), kFolder);
-  EXPECT_EQ(volumes.askedFor, "");
+  volumes.root = scratch_ / "folder";
+  EXPECT_EQ(flags("folder"), kLSItemInfoIsVolume | kFolder);
+  EXPECT_EQ(flags("folder/"), kLSItemInfoIsVolume | kFolder);
+  volumes.root = scratch_ / "X.app";
+  EXPECT_EQ(flags("X.app"), kLSItemInfoIsVolume | kFolder);
+  volumes.root = "/";
+  EXPECT_EQ(atPath("/"), (Answer{noErr, kLSItemInfoIsVolume | kFolder}));
+}
+
+// "/proc" is a mount point everywhere.
+TEST_F(ItemInformationTests, OtherWaysToAMountPoint) {
+  FakeVolumes volumes;
+  const ScopedService<Volumes> scope(volumes);
+  makeLink("/proc", "link");
+  makeLink("/proc", "X.app");
+  EXPECT_EQ(atPath("/proc"), (Answer{noErr, kFolder}));
+  EXPECT_EQ(flags("link"), kFolder);
+  volumes.root = "/proc";
+  EXPECT_EQ(atPath("/proc/../proc/"), (Answer{noErr, kLSItemInfoIsVolume | kFolder}));
+  EXPECT_EQ(flags("link"), kLSItemInfoIsVolume | kFolder);
+  EXPECT_EQ(flags("X.app"), kLSItemInfoIsVolume | kFolder);
+}
+
+// A file system whose program never answers, as of a server that is gone.
+TEST_F(ItemInformationTests, AVolumeThatDoesNotAnswerKeepsNobodyWaiting) {
+  constexpr int kSkipped = 77;
+  const int result = test::inChild([&]() -> int {
+    ::alarm(30);
+    test::PrivateMounts mounts;
+    const int device = ::open("/dev/fuse", O_RDWR | O_CLOEXEC);
+    if (!mounts.isPossible() || device < 0) return kSkipped;
+    const std::string point = mounts.mountAt(mounts.folder("silent"), "silent", "fuse", 0,
+                                             "rootmode=40000,user_id=0,group_id=0,fd=" + std::to_string(device));
+    const Answer answer = atPath(point), withSlash = atPath(point + "/");
+    const bool isVolume = answer == Answer{noErr, kLSItemInfoIsVolume | kFolder} && withSlash == answer;
+    ::close(device);
+    return isVolume ? 0 : 1;
+  });
+  if (result == kSkipped) GTEST_SKIP() << "no right to mount, or no /dev/fuse";
+  EXPECT_EQ(result, 0);
+}
+
+TEST_F(ItemInformationTests, AReferenceFollowsItsItem) {
+  makeFolder("before");
+  FSRef ref;
+  ASSERT_EQ(service<FileCatalog>().FSPathMakeRef(scratch_.string("before"), &ref, nullptr), noErr);
+  files::rename(scratch_ / "before", scratch_ / ".after");
+  LSItemInfoRecord info{kUntouched};
+  EXPECT_EQ(LaunchServices::production().LSCopyItemInfoForRef(&ref, kLSRequestBasicFlagsOnly, &info), noErr);
+  EXPECT_EQ(info.flags, kFolder | kLSItemInfoIsInvisible);
 }
 
 }  // namespace
