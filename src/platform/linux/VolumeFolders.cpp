@@ -45,9 +45,12 @@ std::vector<FolderPlace> trashPlaces(const std::string& top) {
   return places;
 }
 
-std::vector<FolderPlace> temporaryPlaces(const std::string& top) {
-  const std::string common = inDirectory(top, "tmp");
-  if (isSharedFolder(common)) return {{common}};
+// Another volume may be mounted at the usual places.
+std::vector<FolderPlace> temporaryPlaces(FSVolumeRefNum volume, const std::string& top) {
+  for (const char* name : {"tmp", "var/tmp"}) {
+    const std::string common = inDirectory(top, name);
+    if (isSharedFolder(common) && liesOn(volume, common)) return {{common}};
+  }
   return {{inDirectory(top, ".tmp-").append(user()), false}};
 }
 
@@ -62,7 +65,7 @@ OSErr findPlacesOnVolume(FSVolumeRefNum volume, OSType type, const Directory& of
   if (error != noErr) return error;
   if (isKeptOnEachVolume(type) && !(ofUser && liesOn(volume, *ofUser))) {
     const std::string top = root.path()->fileSystemRepresentation();
-    *places = type == kTrashFolderType ? trashPlaces(top) : temporaryPlaces(top);
+    *places = type == kTrashFolderType ? trashPlaces(top) : temporaryPlaces(volume, top);
   } else if (ofUser) {
     places->push_back({*ofUser});
   }

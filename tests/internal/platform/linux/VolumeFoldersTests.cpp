@@ -77,8 +77,13 @@ TEST_F(VolumeFoldersTests, TheTemporaryFolderOfAnotherVolume) {
   EXPECT_EQ(places(kTemporaryFolderType, home), Paths{own});
   makeFolder(card + "/tmp", 0777);
   EXPECT_EQ(places(kTemporaryFolderType, home), Paths{own});
+  makeFolder(card + "/var", 0755);
+  makeFolder(card + "/var/tmp", 01777);
+  EXPECT_EQ(places(kTemporaryFolderType, home), Paths{card + "/var/tmp"});
   makeFolder(card + "/tmp", 01777);
   EXPECT_EQ(places(kTemporaryFolderType, home), Paths{card + "/tmp"});
+  volumes.add(-6, card + "/tmp", u"Memory");
+  EXPECT_EQ(places(kTemporaryFolderType, home), Paths{card + "/var/tmp"}) << "another volume is mounted there";
 }
 
 TEST_F(VolumeFoldersTests, TheUsersOwnCountWhereTheyLieOnTheVolume) {
