@@ -4,6 +4,7 @@
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <sys/file.h>
+#include <sys/ioctl.h>
 #include <sys/stat.h>
 #include <sys/xattr.h>
 #include <unistd.h>
@@ -95,6 +96,52 @@ ZT_INTERCEPT(int, renameat, "renameat", -1, (int folder, const char* from, int t
              (folder, from, target, to), noexcept)
 ZT_INTERCEPT(int, unlinkat, "unlinkat", -1, (int folder, const char* path, int flags), (folder, path, flags), noexcept)
 
+ZT_INTERCEPT(int, mkdirat, "mkdirat", -1, (int folder, const char* path, mode_t mode), (folder, path, mode), noexcept)
+ZT_INTERCEPT(int, mknodat, "mknodat", -1, (int folder, const char* path, mode_t mode, dev_t device),
+             (folder, path, mode, device), noexcept)
+ZT_INTERCEPT(int, symlinkat, "symlinkat", -1, (const char* destination, int folder, const char* path),
+             (destination, folder, path), noexcept)
+ZT_INTERCEPT(int, linkat, "linkat", -1, (int folder, const char* from, int target, const char* to, int flags),
+             (folder, from, target, to, flags), noexcept)
+ZT_INTERCEPT(int, renameat2, "renameat2", -1,
+             (int folder, const char* from, int target, const char* to, unsigned flags),
+             (folder, from, target, to, flags), noexcept)
+ZT_INTERCEPT(int, fchownat, "fchownat", -1, (int folder, const char* path, uid_t user, gid_t group, int flags),
+             (folder, path, user, group, flags), noexcept)
+ZT_INTERCEPT(int, fchmodat, "fchmodat", -1, (int folder, const char* path, mode_t mode, int flags),
+             (folder, path, mode, flags), noexcept)
+ZT_INTERCEPT(int, futimens, kIsWide ? "futimens" : "__futimens64", -1, (int file, const struct timespec* times),
+             (file, times), noexcept)
+ZT_INTERCEPT(int, utimensat, kIsWide ? "utimensat" : "__utimensat64", -1,
+             (int folder, const char* path, const struct timespec* times, int flags), (folder, path, times, flags),
+             noexcept)
+ZT_INTERCEPT(ssize_t, pread, "pread64", -1, (int file, void* buffer, size_t size, off_t at), (file, buffer, size, at), )
+ZT_INTERCEPT(ssize_t, copy_file_range, "copy_file_range", -1,
+             (int from, off64_t* in, int to, off64_t* out, size_t size, unsigned flags),
+             (from, in, to, out, size, flags), )
+ZT_INTERCEPT(int, ftruncate, "ftruncate64", -1, (int file, off_t size), (file, size), noexcept)
+ZT_INTERCEPT(off_t, lseek, "lseek64", -1, (int file, off_t at, int from), (file, at, from), noexcept)
+ZT_INTERCEPT(ssize_t, getdents64, "getdents64", -1, (int folder, void* buffer, size_t size), (folder, buffer, size),
+             noexcept)
+ZT_INTERCEPT(int, statx, "statx", -1, (int folder, const char* path, int flags, unsigned mask, struct statx* status),
+             (folder, path, flags, mask, status), noexcept)
+
+ZT_STAND_IN ssize_t pwrite(int file, const void* bytes, size_t size, off_t at) {
+  static const auto original = next<ssize_t (*)(int, const void*, size_t, off_t)>("pwrite64");
+  if (fails("pwrite")) return -1;
+  const auto* script = ZtFoundation::test::current;
+  return original(file, bytes, script != nullptr && script->isHalfWrite() && size > 1 ? size / 2 : size, at);
+}
+
+ZT_STAND_IN int ioctl(int file, unsigned long request, ...) noexcept {
+  static const auto original = next<int (*)(int, unsigned long, ...)>("ioctl");
+  std::va_list list;
+  va_start(list, request);
+  void* const argument = va_arg(list, void*);
+  va_end(list);
+  return fails("ioctl") ? -1 : original(file, request, argument);
+}
+
 ZT_STAND_IN int openat(int folder, const char* path, int flags, ...) {
   static const auto original = next<int (*)(int, const char*, int, ...)>("openat64");
   std::va_list list;
@@ -115,6 +162,12 @@ ZT_STAND_IN ssize_t write(int file, const void* bytes, size_t size) {
 ZT_STAND_IN int fsync(int file) {
   static const auto original = next<int (*)(int)>("fsync");
   if (fails("fsync")) return -1;
+  return ZtFoundation::test::current != nullptr ? 0 : original(file);
+}
+
+ZT_STAND_IN int syncfs(int file) noexcept {
+  static const auto original = next<int (*)(int)>("syncfs");
+  if (fails("syncfs")) return -1;
   return ZtFoundation::test::current != nullptr ? 0 : original(file);
 }
 
