@@ -48,6 +48,8 @@ OSErr unmountByContext(libmnt_context* context, const Mount& mount) {
 
 std::vector<std::vector<std::string>> programsFor(const Mount& mount, const std::string& device) {
   std::vector<std::vector<std::string>> programs{{"umount", mount.point}};
+  // Without this, which only root may say, it asks a server that may be gone.
+  if (::geteuid() == 0) programs.front().insert(programs.front().begin() + 1, "--no-canonicalize");
   if (mount.type.starts_with("fuse")) {
     programs.push_back({"fusermount3", "-u", mount.point});
     programs.push_back({"fusermount", "-u", mount.point});
