@@ -1,7 +1,10 @@
 #include "platform/services/Aliases.h"
 
+#include <dirent.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
+#include <unistd.h>
 
 #include <chrono>
 #include <cstring>
@@ -15,6 +18,14 @@
 #include "support/PrivateMounts.h"
 #include "support/Sanitizers.h"
 #include "support/ScratchFolder.h"
+
+// How often the library has read entries of folders, as searches do.
+static int foldersRead = 0;
+
+extern "C" ssize_t getdents64(int folder, void* buffer, std::size_t size) noexcept {
+  ++foldersRead;
+  return static_cast<ssize_t>(::syscall(SYS_getdents64, folder, buffer, size));
+}
 
 namespace ZtFoundation::test {
 namespace {
@@ -167,6 +178,27 @@ TEST_P(AliasesOn, FoldersAboveThatMovedAndVanished) {
   makeAliases(root + "/far/by");
   fs::rename(root + "/far/by", root + "/away");
   expectFound(root + "/away", "a folder");
+}
+
+TEST_P(AliasesOn, RootNeedsNoSearchWhileTheKernelRemembersTheName) {
+  makeAliases(file);
+  foldersRead = 0;
+  EXPECT_EQ(resolve(full).path, file);
+  fs::rename(file, root + "/far/away/from/here/renamed");
+  EXPECT_EQ(resolve(full).path, root + "/far/away/from/here/renamed");
+  EXPECT_EQ(foldersRead, 0);
+  EXPECT_EQ(resolve(minimal).path, root + "/far/away/from/here/renamed");
+  EXPECT_GT(foldersRead, 0);
+}
+
+TEST_P(AliasesOn, RootSearchesWhereTheFoldersHandleLeads) {
+  makeAliases(file);
+  fs::rename(root + "/near/by", root + "/far/away/from/here/by");
+  fs::rename(root + "/far/away/from/here/by/file", root + "/far/away/from/here/by/renamed");
+  PrivateMounts::dropCaches(root);
+  foldersRead = 0;
+  EXPECT_EQ(resolve(full).path, root + "/far/away/from/here/by/renamed");
+  EXPECT_LE(foldersRead, 2);
 }
 
 TEST_P(AliasesOn, ALinkIsAnItem) {
