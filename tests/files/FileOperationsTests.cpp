@@ -1,0 +1,155 @@
+#include <ZtFoundation/Files.h>
+#include <ZtFoundation/platform/Data.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <filesystem>
+
+#include "support/ScratchFolder.h"
+
+namespace ZtFoundation::test {
+namespace {
+
+using namespace JxFileOperation;
+using Names = std::set<std::string>;
+
+class FileOperationsTests : public testing::Test {
+ protected:
+  FileOperationsTests() {
+    ::umask(022);
+    std::filesystem::create_directory(folder / "a");
+    writeFile(folder / "a/f", "text");
+  }
+
+  OSStatus makeFolder(const std::string& name, bool recursively) {
+    return createDirectoryWithRecursively(folder.string(name), recursively);
+  }
+  bool isFolder(const std::string& name) const { return std::filesystem::is_directory(folder / name); }
+  bool exists(const std::string& name) const {
+    return std::filesystem::exists(std::filesystem::symlink_status(folder / name));
+  }
+
+  ScratchFolder folder;
+};
+
+// --- createFileWithContents, copyFileTo
+
+TEST_F(FileOperationsTests, CreatingReplacesAndCopyingDoesNot) {
+  EXPECT_EQ(createFileWithContents(folder.string("a/f"), NSData::dataWithBytes("new")), noErr);
+  EXPECT_EQ(contentsOf(folder / "a/f"), "new");
+  EXPECT_EQ(createFileWithContents(folder.string("a/empty"), nullptr), noErr);
+  EXPECT_EQ(contentsOf(folder / "a/empty"), "");
+  EXPECT_EQ(copyFileTo(folder.string("a/f"), folder.string("a/empty")), dupFNErr);
+  EXPECT_EQ(copyFileTo(folder.string("a/f"), folder.string("a/g")), noErr);
+  EXPECT_EQ(contentsOf(folder / "a/g"), "new");
+}
+
+// --- createDirectoryWithRecursively
+
+TEST_F(FileOperationsTests, AFolderThatExistsIsNoSuccess) {
+  for (const bool recursively : {false, true}) {
+    EXPECT_EQ(makeFolder("a", recursively), dupFNErr);
+    EXPECT_EQ(makeFolder("a/f", recursively), dupFNErr);
+    EXPECT_EQ(createDirectoryWithRecursively("/", recursively), dupFNErr);
+    EXPECT_EQ(createDirectoryWithRecursively("", recursively), dupFNErr);
+    EXPECT_EQ(createDirectoryWithRecursively(nullptr, recursively), paramErr);
+  }
+}
+
+TEST_F(FileOperationsTests, MissingFoldersAboveAreMadeOnlyWithTheFlag) {
+  EXPECT_EQ(makeFolder("a/b/c", false), dupFNErr);
+  EXPECT_FALSE(exists("a/b"));
+  EXPECT_EQ(makeFolder("a/b/c", true), noErr);
+  EXPECT_TRUE(isFolder("a/b/c"));
+  EXPECT_EQ(makeFolder("a/d", false), noErr);
+  EXPECT_EQ(makeFolder("a/e", true), noErr);
+  EXPECT_TRUE(isFolder("a/d"));
+  EXPECT_TRUE(isFolder("a/e"));
+}
+
+TEST_F(FileOperationsTests, ASlashAtTheEndCountsWithoutTheFlag) {
+  EXPECT_EQ(makeFolder("a/b/", false), dupFNErr);
+  EXPECT_FALSE(exists("a/b"));
+  EXPECT_EQ(makeFolder("a/b/", true), noErr);
+  EXPECT_TRUE(isFolder("a/b"));
+}
+
+TEST_F(FileOperationsTests, AColonStaysAColon) {
+  EXPECT_EQ(makeFolder("a/x:y", false), noErr);
+  EXPECT_TRUE(isFolder("a/x:y"));
+  EXPECT_EQ(makeFolder("a/p:q/r:s", true), noErr);
+  EXPECT_TRUE(isFolder("a/p:q/r:s"));
+}
+
+TEST_F(FileOperationsTests, ErrorsOfTheSystemPassThroughAndFoldersMadeBeforeStay) {
+  const std::string path = std::string("a/b/").append(300, 'n').append("/c");
+  EXPECT_EQ(makeFolder(path, true), bdNamErr);
+  EXPECT_TRUE(isFolder("a/b"));
+  EXPECT_NE(makeFolder("a/f/g", true), noErr);
+  EXPECT_EQ(contentsOf(folder / "a/f"), "text");
+}
+
+// --- renameFileTo
+
+TEST_F(FileOperationsTests, ItemsGetOtherNames) {
+  EXPECT_EQ(renameFileTo(folder.string("a/f"), "g:h"), noErr);
+  EXPECT_EQ(contentsOf(folder / "a/g:h"), "text");
+  EXPECT_EQ(renameFileTo(folder.string("a"), "b"), noErr);
+  EXPECT_EQ(folder.names(), Names{"b"});
+}
+
+TEST_F(FileOperationsTests, NamesThatCannotBeAreRefused) {
+  writeFile(folder / "a/g", "other");
+  EXPECT_EQ(renameFileTo(folder.string("a/f"), nullptr), paramErr);
+  EXPECT_EQ(renameFileTo(folder.string("a/f"), ""), paramErr);
+  EXPECT_EQ(renameFileTo(folder.string("a/missing"), "x"), paramErr);
+  EXPECT_EQ(renameFileTo(nullptr, "x"), paramErr);
+  EXPECT_EQ(renameFileTo(folder.string("a/f"), "g"), dupFNErr);
+  EXPECT_EQ(renameFileTo(folder.string("a/f"), "../x"), bdNamErr);
+  EXPECT_EQ(renameFileTo(folder.string("a/f"), ".."), bdNamErr);
+  EXPECT_EQ(renameFileTo(folder.string("a/f"), std::string(300, 'n')), bdNamErr);
+  EXPECT_EQ(contentsOf(folder / "a/f"), "text");
+  EXPECT_EQ(contentsOf(folder / "a/g"), "other");
+}
+
+// --- removeFileForcefully
+
+TEST_F(FileOperationsTests, ItemsAreRemovedWithAllThatIsInThem) {
+  EXPECT_EQ(removeFileForcefully(folder.string("a"), false), noErr);
+  EXPECT_EQ(folder.names(), Names{});
+}
+
+TEST_F(FileOperationsTests, WhatDoesNotExistCannotBeRemoved) {
+  std::filesystem::create_symlink("nowhere", folder / "broken");
+  for (const bool unlocking : {false, true}) {
+    EXPECT_EQ(removeFileForcefully(folder.string("missing"), unlocking), paramErr);
+    EXPECT_EQ(removeFileForcefully(folder.string("broken"), unlocking), paramErr);
+    EXPECT_EQ(removeFileForcefully(nullptr, unlocking), paramErr);
+  }
+}
+
+TEST_F(FileOperationsTests, TheOwnersPermissionsCountForEverybody) {
+  ::chmod((folder / "a/f").c_str(), 0444);
+  EXPECT_EQ(removeFileForcefully(folder.string("a/f"), true), afpAccessDenied);
+  ::chmod((folder / "a/f").c_str(), 0200);
+  ::chmod((folder / "a").c_str(), 0577);
+  EXPECT_EQ(removeFileForcefully(folder.string("a/f"), true), afpAccessDenied);
+  EXPECT_TRUE(exists("a/f"));
+  ::chmod((folder / "a").c_str(), 0700);
+  EXPECT_EQ(removeFileForcefully(folder.string("a/f"), true), noErr);
+}
+
+TEST_F(FileOperationsTests, ALockIsTakenAwayOnlyWithTheFlag) {
+  JxFileCatalogInformation::setFinderLock(folder.string("a/f"), true);
+  if (!JxFileCatalogInformation::isLockedByFinder(folder.string("a/f"))) GTEST_SKIP() << "no locks here";
+  EXPECT_EQ(removeFileForcefully(folder.string("a/f"), false), paramErr);
+  EXPECT_EQ(contentsOf(folder / "a/f"), "text");
+  EXPECT_TRUE(JxFileCatalogInformation::isLockedByFinder(folder.string("a/f")));
+  EXPECT_EQ(removeFileForcefully(folder.string("a"), true), paramErr) << "the lock of what is inside stays";
+  EXPECT_EQ(removeFileForcefully(folder.string("a/f"), true), noErr);
+  EXPECT_FALSE(exists("a/f"));
+}
+
+}  // namespace
+}  // namespace ZtFoundation::test
