@@ -8,7 +8,7 @@ import sys
 
 LIBRARY = pathlib.Path(os.environ["ZT_BUILD_DIR"]) / "lib/libZtFoundation.so"
 
-NEEDED = {"libstdc++.so.6", "libm.so.6", "libgcc_s.so.1", "libc.so.6", "ld-linux-x86-64.so.2"}
+NEEDED = {"libstdc++.so.6", "libm.so.6", "libgcc_s.so.1", "libc.so.6", "ld-linux-x86-64.so.2", "ld-linux.so.2"}
 
 # Names in our namespace, what the compiler makes for its classes, and the functions with C linkage.
 OURS = re.compile(r"^(?:(?:typeinfo(?: name)?|vtable|VTT|guard variable|construction vtable|non-virtual thunk to|"
