@@ -1,7 +1,7 @@
 #include <ZtFoundation/platform/FolderTypes.h>
 
 #include <algorithm>
-#include <iterator>
+#include <array>
 
 #include "platform/linux/BaseDirectories.h"
 #include "platform/linux/Folders.h"
@@ -31,7 +31,7 @@ struct FolderType {
   Directories (*systemBases)() = nullptr;  // those of the other domains
 };
 
-constexpr FolderType kFolderTypes[] = {
+constexpr auto kFolderTypes = std::to_array<FolderType>({
     {kDesktopFolderType, detail::homeDirectory, "Desktop", "XDG_DESKTOP_DIR"},
     {kDocumentsFolderType, detail::homeDirectory, "Documents", "XDG_DOCUMENTS_DIR"},
     {kPictureDocumentsFolderType, detail::homeDirectory, "Pictures", "XDG_PICTURES_DIR"},
@@ -46,11 +46,11 @@ constexpr FolderType kFolderTypes[] = {
     {kFontsFolderType, detail::dataHome, "fonts", nullptr, detail::dataDirectories},
     {kApplicationsFolderType, detail::dataHome, "applications", nullptr, detail::dataDirectories},
     {kTemporaryFolderType, detail::temporaryDirectory, "", nullptr, systemTemporary},
-};
+});
 
 const FolderType* folderType(OSType type) {
   const auto* const found = std::ranges::find(kFolderTypes, type, &FolderType::type);
-  return found != std::end(kFolderTypes) ? found : nullptr;
+  return found != kFolderTypes.end() ? found : nullptr;
 }
 
 std::string folderIn(const std::string& base, const FolderType& type) {
