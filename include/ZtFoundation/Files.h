@@ -212,6 +212,9 @@ ZT_EXPORT Ref<NSArray> volumePaths();
 ZT_EXPORT Ref<NSString> volumePath(const Ref<NSString>& self);
 /// True when the path is the root path of a volume, unit by unit: "/media/me/Card/" is none.
 ZT_EXPORT bool isVolume(const Ref<NSString>& self);
+/// Whether this process may read, or write, the root folder of the item's volume, by `JxFileAccessibility`. False when there is no volume.
+ZT_EXPORT bool isVolumeReadable(const Ref<NSString>& self);
+ZT_EXPORT bool isVolumeWritable(const Ref<NSString>& self);
 /// True for the root path of a volume on the network.
 ZT_EXPORT bool isNetworkVolume(const Ref<NSString>& self);
 /// True for the root path of every volume other than "/", whether or not unmounting it would succeed.

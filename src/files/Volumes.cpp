@@ -93,6 +93,16 @@ bool isVolume(const Ref<NSString>& self) {
   return self && anyVolume([&](const Ref<NSString>& path) { return path->isEqualToString(self); });
 }
 
+bool isVolumeReadable(const Ref<NSString>& self) {
+  const Ref<NSString> root = volumePath(self);
+  return root && JxFileAccessibility::isReadable(root);
+}
+
+bool isVolumeWritable(const Ref<NSString>& self) {
+  const Ref<NSString> root = volumePath(self);
+  return root && JxFileAccessibility::isWritable(root);
+}
+
 bool isNetworkVolume(const Ref<NSString>& self) {
   if (!isVolume(self)) return false;
   const FSVolumeRefNum volume = volumeHolding(self);

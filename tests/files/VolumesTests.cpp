@@ -10,6 +10,7 @@
 #include <filesystem>
 #include <string>
 
+#include "support/ChildProcess.h"
 #include "support/PrivateMounts.h"
 #include "support/ScratchFolder.h"
 
@@ -95,6 +96,23 @@ TEST_F(VolumesTests, Space) {
   EXPECT_EQ(volumeFreeSpace(string(tiny)), free);
   test::writeFile(tiny + "/rest", std::string(40 << 10, 'x'));
   EXPECT_EQ(volumeFreeSpace(string(tiny)), 0U);
+}
+
+TEST_F(VolumesTests, AccessToTheRootOfTheVolume) {
+  const std::string memory = mounts_.memory("memory");
+  SKIP_WITHOUT(memory);
+  test::writeFile(memory + "/file", "x");
+  const Ref<NSString> file = string(memory + "/file");
+  EXPECT_TRUE(isVolumeReadable(file));
+  EXPECT_TRUE(isVolumeWritable(file));
+  EXPECT_EQ(test::asOrdinaryUser([&] { return isVolumeReadable(file) && !isVolumeWritable(file) ? 0 : 1; }), 0);
+  mounts_.remountReadOnly(memory);
+  EXPECT_TRUE(isVolumeReadable(file));
+  EXPECT_FALSE(isVolumeWritable(file));
+  EXPECT_FALSE(isVolumeReadable("/missing/item"));
+  EXPECT_FALSE(isVolumeWritable("/missing/item"));
+  EXPECT_FALSE(isVolumeReadable(nullptr));
+  EXPECT_FALSE(isVolumeWritable(nullptr));
 }
 
 TEST_F(VolumesTests, MissingItems) {
