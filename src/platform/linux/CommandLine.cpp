@@ -130,9 +130,11 @@ class Filler {
   Filler(const DesktopEntry& entry, const std::string& entryPath, const std::string& document)
       : entry_(entry), entryPath_(entryPath), document_(document) {}
 
+  // None when the first is no program, or would be the document.
   std::optional<std::vector<std::string>> fill(const std::vector<std::string>& arguments) {
     for (const std::string& argument : arguments) {
-      if (!fillOne(argument)) return std::nullopt;
+      if (!fillOne(argument) || filled_.empty() || filled_.front().empty()) return std::nullopt;
+      if (&argument == &arguments.front() && tookDocument_) return std::nullopt;
     }
     if (!tookDocument_ && !document_.empty()) filled_.push_back(document_);
     return std::move(filled_);
@@ -206,8 +208,7 @@ std::optional<std::vector<std::string>> argumentsOfEntry(const DesktopEntry& ent
                                                          const std::string& document) {
   const std::optional<std::vector<std::string>> arguments = Splitter(entry.command).split();
   if (!arguments || arguments->empty()) return std::nullopt;
-  std::optional<std::vector<std::string>> filled = Filler(entry, entryPath, document).fill(*arguments);
-  return filled && !filled->empty() && !filled->front().empty() ? filled : std::nullopt;
+  return Filler(entry, entryPath, document).fill(*arguments);
 }
 
 std::string programNamed(const std::string& name) {

@@ -19,7 +19,8 @@ namespace ZtFoundation::detail {
 /// code; %i, %c and %k; %% is a percent sign. Those that are out of use go away. A code stays what it is inside of quotes, unless the quotes hold
 /// nothing else: there it would become part of text that may be a program of its own.
 ///
-/// None for a line that is not well-formed: quotes that do not end, a backslash at the end, a code that does not exist, no argument.
+/// None for a line that is not well-formed: quotes that do not end, a backslash at the end, a code that does not exist, no program, or a
+/// document for one.
 std::optional<std::vector<std::string>> argumentsOfEntry(const DesktopEntry& entry, const std::string& entryPath,
                                                          const std::string& document);
 
