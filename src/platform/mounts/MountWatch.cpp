@@ -2,26 +2,35 @@
 
 #include <fcntl.h>
 #include <poll.h>
+#include <sys/stat.h>
+#include <sys/sysmacros.h>
 #include <unistd.h>
 
 #include <cerrno>
 
 namespace ZtFoundation::mounts {
 
-MountWatch::Identity MountWatch::identityOf(const char* path) {
-  struct stat status;
-  return ::stat(path, &status) == 0 ? Identity{status.st_dev, status.st_ino} : Identity{};
-}
-
-// The table of a child is another file than its parent's. An open one stays that of the namespace and the root in which it was opened.
-MountWatch::Place MountWatch::place() const {
-  return {identityOf(path_.c_str()), identityOf("/proc/self/ns/mnt"), identityOf("/")};
+MountWatch::Place MountWatch::place() {
+  Place place{::getpid(), {}, 0};
+  struct statx root;
+  constexpr int flags = AT_NO_AUTOMOUNT | AT_STATX_DONT_SYNC;
+  if (::statx(AT_FDCWD, "/", flags, STATX_INO | STATX_MNT_ID, &root) != 0) return place;
+  place.root = {makedev(root.stx_dev_major, root.stx_dev_minor), root.stx_ino};
+  place.rootMount = root.stx_mnt_id;
+  return place;
 }
 
 // Whether the file is still the one that was opened: the host may have closed it, and opened something else under its number.
 bool MountWatch::isOpen() const {
   struct stat status;
-  return file_ >= 0 && ::fstat(file_, &status) == 0 && Identity{status.st_dev, status.st_ino} == place_.table;
+  return file_ >= 0 && ::fstat(file_, &status) == 0 && Identity{status.st_dev, status.st_ino} == identity_;
+}
+
+// A file that is not the kernel's own does not tell of changes; it is replaced by another one.
+bool MountWatch::isReplaced() const {
+  struct stat status;
+  return !path_.starts_with("/proc/") &&
+         (::stat(path_.c_str(), &status) != 0 || Identity{status.st_dev, status.st_ino} != identity_);
 }
 
 void MountWatch::close() {
@@ -30,7 +39,7 @@ void MountWatch::close() {
 }
 
 bool MountWatch::mayHaveChanged() const {
-  if (!isOpen() || place() != place_) return true;
+  if (!isOpen() || place() != place_ || isReplaced()) return true;
   pollfd changes{file_, POLLPRI, 0};
   return ::poll(&changes, 1, 0) != 0;
 }
@@ -39,6 +48,8 @@ std::string MountWatch::read() {
   close();
   place_ = place();
   file_ = ::open(path_.c_str(), O_RDONLY | O_CLOEXEC);
+  struct stat status;
+  if (::fstat(file_, &status) == 0) identity_ = {status.st_dev, status.st_ino};
   std::string text;
   char piece[16384];
   for (;;) {

@@ -2,9 +2,9 @@
 /// The text of the kernel's mount table, and whether it may have changed.
 #pragma once
 
-#include <sys/stat.h>
+#include <sys/types.h>
 
-#include <optional>
+#include <cstdint>
 #include <string>
 
 namespace ZtFoundation::mounts {
@@ -23,25 +23,27 @@ class MountWatch {
   std::string read();
 
  private:
-  // What a file or folder is known by.
+  // What a file is known by.
   struct Identity {
     dev_t device = 0;
     ino_t number = 0;
     bool operator==(const Identity&) const = default;
   };
+  // Where the process is. In another namespace the root is on another mount.
   struct Place {
-    Identity table;
-    Identity mountNamespace;
+    pid_t process = 0;
     Identity root;
+    std::uint64_t rootMount = 0;
     bool operator==(const Place&) const = default;
   };
-  static Identity identityOf(const char* path);
-  Place place() const;
+  static Place place();
+  bool isReplaced() const;
   bool isOpen() const;
   void close();
 
   const std::string path_;
   Place place_;
+  Identity identity_;
   int file_ = -1;
 };
 
