@@ -97,7 +97,7 @@ ZT_IN_OTHER_PROCESS int becomeProgram(void* argument) {
   restoreSignals();
   if (enterSurroundings(start)) ::execve(start.path, start.arguments, start.environment);
   start.error = errno;
-  ::_exit(127);
+  return 127;
 }
 
 // Shares the descriptors with us as well, so that the handle, which only a
@@ -111,7 +111,7 @@ ZT_IN_OTHER_PROCESS int startInBetween(void* argument) {
   } else if (start.error != 0) {
     ::syscall(SYS_wait4, static_cast<pid_t>(start.id), nullptr, 0, nullptr);
   }
-  ::_exit(0);
+  return 0;
 }
 
 /// Blocks all signals for the length of a scope: a handler of the host must not

@@ -89,6 +89,14 @@ TEST_F(BundleTests, AProgramInABundleHasThatBundle) {
   EXPECT_THAT(linesOf(folder / "link"), ElementsAre(path, "org.example.viewer", program, "Resident", "1", "1"));
 }
 
+TEST_F(BundleTests, TheMainBundleIsKnownByItsPathFromTheBeginning) {
+  const std::string path = bundle("Viewer.app");
+  const std::string program = path + "/Contents/Linux/viewer";
+  fs::copy_file(ZT_TEST_BUNDLES "/Host", program);
+  EXPECT_THAT(linesOf(program, "is '" + path + "'"), ElementsAre("1"));
+  EXPECT_THAT(linesOf(program, "is '" + path + "/Contents'"), ElementsAre("0"));
+}
+
 TEST_F(BundleTests, AProgramOutsideABundleHasItsFolder) {
   for (const std::string name : {"Contents", "App.app/Contents/Other", "App.app/Linux", "plain"}) {
     fs::create_directories(folder / name);
