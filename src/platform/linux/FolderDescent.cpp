@@ -25,7 +25,7 @@ bool identify(int folder, const char* name, FolderIdentity& identity) noexcept {
   identity.isMountPoint = (status.stx_attributes & STATX_ATTR_MOUNT_ROOT) != 0;
   identity.isImmutable = (status.stx_attributes & STATX_ATTR_IMMUTABLE) != 0;
   identity.accessed.tv_sec = static_cast<time_t>(status.stx_atime.tv_sec);
-  identity.accessed.tv_nsec = status.stx_atime.tv_nsec;
+  identity.accessed.tv_nsec = static_cast<long>(status.stx_atime.tv_nsec);
   return true;
 }
 
