@@ -20,7 +20,8 @@
 ///   may give them; where it may not, nobody gains a right that way. It is a new file nevertheless: other hard links to the old
 ///   one keep the old contents.
 /// - A new file is readable and writable by its owner only, or less if the process's umask says so.
-/// - An existing target must be a regular file that the process may read and write, in a folder that it may write.
+/// - An existing target must be a regular file that the process may read and write, in a folder that it may write. Neither of the two may
+///   be locked (`setFinderLock:`, or the system's immutable flag), for root neither.
 ///
 /// Threads: operations may be called by any thread.
 #pragma once
@@ -89,7 +90,8 @@ class ZT_EXPORT NSFileManager : public NSObject {
   virtual Ref<NSData> contentsAtPath(const Ref<NSString>& path);
   /// Makes a file, or empties the one that exists, and writes `contents` (none: nothing) into it, not atomically. A new file gets the
   /// permissions that the umask leaves unless `attributes` (may be none) has its own; of an existing file they are changed
-  /// only if `attributes` has them. False when it cannot be made or written; what was written so far stays.
+  /// only if `attributes` has them. False when it cannot be made or written; what was written so far stays. False too, and nothing is written,
+  /// for a file that is locked and for a new one in a locked folder.
   virtual bool createFileAtPath_contents_attributes(const Ref<NSString>& path, const Ref<NSData>& contents,
                                                     const Ref<NSDictionary>& attributes);
 

@@ -17,7 +17,7 @@ class Aliases {
   /// The same with less in it: it survives a move or a new name, but not both together with a lost identity.
   virtual OSErr FSNewAliasMinimal(const FSRef* target, AliasHandle* alias) = 0;
   /// The item, wherever it is on its volume now. Brings the alias up to date if that is not where the alias says, and tells so in `wasChanged`.
-  /// fnfErr when it is gone, nsvErr when its volume is not mounted, paramErr for bytes that are no alias.
+  /// An item that is gone has a successor, if one of its kind has its path now. Else fnfErr, nsvErr when its volume is not mounted, paramErr for bytes that are no alias.
   virtual OSErr FSResolveAlias(AliasHandle alias, FSRef* target, bool* wasChanged) = 0;
 };
 
