@@ -14,10 +14,11 @@ class Aliases {
 
   /// A new alias of the item, which the caller disposes of.
   virtual OSErr FSNewAlias(const FSRef* target, AliasHandle* alias) = 0;
-  /// The same with less in it: it survives a move or a new name, but not both together with a lost identity.
+  /// The same without the file system's handles: smaller, and after a move always found by a search.
   virtual OSErr FSNewAliasMinimal(const FSRef* target, AliasHandle* alias) = 0;
-  /// The item, wherever it is on its volume now. Brings the alias up to date if that is not where the alias says, and tells so in `wasChanged`.
-  /// An item that is gone has a successor, if one of its kind has its path now. Else fnfErr, nsvErr when its volume is not mounted, paramErr for bytes that are no alias.
+  /// The item, wherever it is on its volume now; if it is gone, what has its path, if that is of the same kind. Brings the alias up to date if
+  /// that is not what the alias says, and tells so in `wasChanged`. fnfErr when there is no such item, nsvErr when its volume is not mounted,
+  /// paramErr for bytes that are no alias.
   virtual OSErr FSResolveAlias(AliasHandle alias, FSRef* target, bool* wasChanged) = 0;
 };
 
