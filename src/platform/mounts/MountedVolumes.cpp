@@ -134,9 +134,10 @@ class MountedVolumes final : public Volumes {
   }
 
   OSErr FSGetVolumeMountInfo(FSVolumeRefNum number, void* buffer, std::size_t size) override {
-    VolMountInfoHeader found{sizeof(VolMountInfoHeader), 0};
-    const OSErr error = serverKindOf(number, &found.media);
+    OSType media = 0;
+    const OSErr error = serverKindOf(number, &media);
     if (error != noErr) return error;
+    const VolMountInfoHeader found{sizeof(VolMountInfoHeader), media};
     if (buffer != nullptr && size < sizeof(found)) return paramErr;
     if (buffer != nullptr) std::memcpy(buffer, &found, sizeof(found));
     return noErr;
