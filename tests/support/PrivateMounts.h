@@ -40,156 +40,128 @@
 namespace ZtFoundation::test {
 
 class PrivateMounts {
-public:
+ public:
   struct Disk {
-    std::string type; ///< ext4, xfs, btrfs, vfat ...: what there is a mkfs for
-    std::string name = type; ///< of the mount point in the store
-    bool readOnly = false;   ///< the device as well as the mount
-    std::string format =
-        {}; ///< more arguments of mkfs, "-L Label" for instance
-    std::string options = {}; ///< of the file system
-    unsigned megabytes = 0;   ///< 0: as few as the file system needs. Only what
-                              ///< is written takes memory.
+    std::string type;          ///< ext4, xfs, btrfs, vfat ...: what there is a mkfs for
+    std::string name = type;   ///< of the mount point in the store
+    bool readOnly = false;     ///< the device as well as the mount
+    std::string format = {};   ///< more arguments of mkfs, "-L Label" for instance
+    std::string options = {};  ///< of the file system
+    unsigned megabytes = 0;    ///< 0: as few as the file system needs. Only what
+                               ///< is written takes memory.
   };
 
   PrivateMounts() {
     if (::geteuid() != 0) {
       whyNot_ = "only root can mount";
-    } else if (::unshare(CLONE_NEWNS) != 0 ||
-               ::mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) !=
-                   0) {
-      whyNot_ =
-          std::string("no mount namespace of its own: ") + std::strerror(errno);
+    } else if (::unshare(CLONE_NEWNS) != 0 || ::mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0) {
+      whyNot_ = std::string("no mount namespace of its own: ") + std::strerror(errno);
     } else {
       makeStore();
     }
   }
-  PrivateMounts(const PrivateMounts &) = delete;
-  PrivateMounts &operator=(const PrivateMounts &) = delete;
+  PrivateMounts(const PrivateMounts&) = delete;
+  PrivateMounts& operator=(const PrivateMounts&) = delete;
   ~PrivateMounts() {
     while (!mounted_.empty()) {
       ::umount2(mounted_.back().c_str(), MNT_DETACH | UMOUNT_NOFOLLOW);
       mounted_.pop_back();
     }
-    if (!store_.empty())
-      ::rmdir(store_.c_str());
+    if (!store_.empty()) ::rmdir(store_.c_str());
   }
 
   bool isPossible() const { return !store_.empty(); }
-  const std::string &whyNot() const { return whyNot_; }
+  const std::string& whyNot() const { return whyNot_; }
   /// The folder that holds all the rest, a tmpfs.
-  const std::string &store() const { return store_; }
+  const std::string& store() const { return store_; }
 
   /// A new folder in the store, or the one of that name.
-  std::string folder(const std::string &name) const {
+  std::string folder(const std::string& name) const {
     const std::string path = store_ + "/" + name;
     std::filesystem::create_directories(path);
     return path;
   }
 
   /// A new file system on a loop device.
-  std::string disk(const Disk &wanted) {
-    if (!can(wanted.type, "mkfs." + wanted.type))
-      return {};
+  std::string disk(const Disk& wanted) {
+    if (!can(wanted.type, "mkfs." + wanted.type)) return {};
     const std::string image = store_ + "/" + wanted.name + ".image";
     std::ofstream(image).close();
-    std::filesystem::resize_file(image,
-                                 std::uintmax_t{megabytes(wanted)} << 20);
-    run("mkfs." + wanted.type + " " + (wanted.type == "ext4" ? "-q -F " : "") +
-        wanted.format + " '" + image + "'");
+    std::filesystem::resize_file(image, std::uintmax_t{megabytes(wanted)} << 20);
+    run("mkfs." + wanted.type + " " + (wanted.type == "ext4" ? "-q -F " : "") + wanted.format + " '" + image + "'");
     return mountImage(image, wanted);
   }
 
   /// What is in the folder `contents`, as a squashfs on a loop device.
-  std::string squashfs(const std::string &contents,
-                       const std::string &name = "squashfs") {
-    if (!can("squashfs", "mksquashfs"))
-      return {};
+  std::string squashfs(const std::string& contents, const std::string& name = "squashfs") {
+    if (!can("squashfs", "mksquashfs")) return {};
     const std::string image = store_ + "/" + name + ".image";
-    run("mksquashfs '" + contents + "' '" + image +
-        "' -quiet -no-progress -noappend");
-    return mountImage(image,
-                      {.type = "squashfs", .name = name, .readOnly = true});
+    run("mksquashfs '" + contents + "' '" + image + "' -quiet -no-progress -noappend");
+    return mountImage(image, {.type = "squashfs", .name = name, .readOnly = true});
   }
 
   /// A tmpfs; `options` such as "size=64k,nr_inodes=10" make it small.
-  std::string memory(const std::string &name,
-                     const std::string &options = "mode=755") {
-    return isPossible() ? mountAt(folder(name), "tmpfs", "tmpfs", 0, options)
-                        : std::string();
+  std::string memory(const std::string& name, const std::string& options = "mode=755") {
+    return isPossible() ? mountAt(folder(name), "tmpfs", "tmpfs", 0, options) : std::string();
   }
 
   /// The folder `lower` with a writable layer over it, which is in the store.
-  std::string overlay(const std::string &lower,
-                      const std::string &name = "overlay") {
-    if (!can("overlay", "true"))
-      return {};
-    const std::string layers = "lowerdir=" + lower +
-                               ",upperdir=" + folder(name + ".upper") +
-                               ",workdir=" + folder(name + ".work");
+  std::string overlay(const std::string& lower, const std::string& name = "overlay") {
+    if (!can("overlay", "true")) return {};
+    const std::string layers =
+        "lowerdir=" + lower + ",upperdir=" + folder(name + ".upper") + ",workdir=" + folder(name + ".work");
     return mountAt(folder(name), "overlay", "overlay", 0, layers);
   }
 
   /// `source`, a folder or a file, at `target`, which exists. Also for
   /// stand-ins of kernel files.
-  std::string bind(const std::string &source, const std::string &target) {
-    return isPossible() ? mountAt(target, source, "", MS_BIND, "")
-                        : std::string();
+  std::string bind(const std::string& source, const std::string& target) {
+    return isPossible() ? mountAt(target, source, "", MS_BIND, "") : std::string();
   }
 
   /// Any other mount at an existing folder.
-  std::string mountAt(const std::string &target, const std::string &source,
-                      const std::string &type, unsigned long flags,
-                      const std::string &options) {
-    if (::mount(source.c_str(), target.c_str(), type.c_str(), flags,
-                options.c_str()) != 0)
-      fail("mount " + target);
+  std::string mountAt(const std::string& target, const std::string& source, const std::string& type,
+                      unsigned long flags, const std::string& options) {
+    if (::mount(source.c_str(), target.c_str(), type.c_str(), flags, options.c_str()) != 0) fail("mount " + target);
     mounted_.push_back(target);
     return target;
   }
 
   /// Makes the file system at `path` read-only, not its device.
-  void remountReadOnly(const std::string &path) {
-    if (::mount(nullptr, path.c_str(), nullptr, MS_REMOUNT | MS_RDONLY,
-                nullptr) != 0)
-      fail("remount " + path);
+  void remountReadOnly(const std::string& path) {
+    if (::mount(nullptr, path.c_str(), nullptr, MS_REMOUNT | MS_RDONLY, nullptr) != 0) fail("remount " + path);
   }
 
   /// Unmounts what something else has mounted at `path` when the scope ends.
-  void unmountLater(const std::string &path) { mounted_.push_back(path); }
-  void unmount(const std::string &path) {
-    if (::umount2(path.c_str(), UMOUNT_NOFOLLOW) != 0)
-      fail("umount " + path);
+  void unmountLater(const std::string& path) { mounted_.push_back(path); }
+  void unmount(const std::string& path) {
+    if (::umount2(path.c_str(), UMOUNT_NOFOLLOW) != 0) fail("umount " + path);
     std::erase(mounted_, path);
   }
 
   /// Forgets names, inodes and pages that are only remembered. What is on the
   /// file system at `path` is written out first, so that it can be.
-  static void dropCaches(const std::string &path) {
+  static void dropCaches(const std::string& path) {
     const int folder = ::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     ::syncfs(folder);
     ::close(folder);
     std::ofstream("/proc/sys/vm/drop_caches") << "3" << std::flush;
   }
 
-  static bool hasProgram(const std::string &name) {
-    return std::system(
-               (kPath + ("command -v " + name) + " >/dev/null 2>&1").c_str()) ==
-           0;
+  static bool hasProgram(const std::string& name) {
+    return std::system((kPath + ("command -v " + name) + " >/dev/null 2>&1").c_str()) == 0;
   }
 
-private:
+ private:
   static constexpr char kPath[] = "PATH=\"$PATH:/usr/sbin:/sbin\"; ";
 
-  [[noreturn]] static void fail(const std::string &what) {
+  [[noreturn]] static void fail(const std::string& what) {
     throw std::runtime_error(what + ": " + std::strerror(errno));
   }
 
   void makeStore() {
-    std::string path =
-        (std::filesystem::temp_directory_path() / "zt-mounts-XXXXXX").string();
-    if (::mkdtemp(path.data()) == nullptr)
-      fail(path);
+    std::string path = (std::filesystem::temp_directory_path() / "zt-mounts-XXXXXX").string();
+    if (::mkdtemp(path.data()) == nullptr) fail(path);
     try {
       mountAt(path, "tmpfs", "tmpfs", 0, "mode=755");
     } catch (...) {
@@ -199,9 +171,8 @@ private:
     store_ = path;
   }
 
-  bool can(const std::string &type, const std::string &program) {
-    if (!isPossible())
-      return false;
+  bool can(const std::string& type, const std::string& program) {
+    if (!isPossible()) return false;
     if (!hasProgram(program)) {
       whyNot_ = program + " is not installed";
     } else if (!knows(type)) {
@@ -212,30 +183,27 @@ private:
     return false;
   }
 
-  static bool knows(const std::string &type) {
+  static bool knows(const std::string& type) {
     std::ifstream types("/proc/filesystems");
     std::string word;
     while (types >> word) {
-      if (word == type)
-        return true;
+      if (word == type) return true;
     }
-    return std::system(
-               (kPath + ("modprobe -q " + type) + " 2>/dev/null").c_str()) == 0;
+    return std::system((kPath + ("modprobe -q " + type) + " 2>/dev/null").c_str()) == 0;
   }
 
-  static void run(const std::string &command) {
+  static void run(const std::string& command) {
     if (std::system((kPath + command + " >/dev/null 2>&1").c_str()) != 0) {
       throw std::runtime_error("failed: " + command);
     }
   }
 
-  static unsigned megabytes(const Disk &disk) {
-    if (disk.megabytes != 0)
-      return disk.megabytes;
+  static unsigned megabytes(const Disk& disk) {
+    if (disk.megabytes != 0) return disk.megabytes;
     return disk.type == "xfs" ? 300 : disk.type == "btrfs" ? 128 : 16;
   }
 
-  std::string mountImage(const std::string &image, const Disk &disk) {
+  std::string mountImage(const std::string& image, const Disk& disk) {
     std::string device;
     const int loop = attach(image, disk.readOnly, device);
     const unsigned long flags = disk.readOnly ? MS_RDONLY : 0;
@@ -252,19 +220,15 @@ private:
 
   // A loop device that goes when it is no longer open or mounted. Other
   // processes may take a free one first.
-  static int attach(const std::string &image, bool readOnly,
-                    std::string &device) {
+  static int attach(const std::string& image, bool readOnly, std::string& device) {
     const int control = ::open("/dev/loop-control", O_RDWR | O_CLOEXEC);
-    const int file =
-        ::open(image.c_str(), (readOnly ? O_RDONLY : O_RDWR) | O_CLOEXEC);
+    const int file = ::open(image.c_str(), (readOnly ? O_RDONLY : O_RDWR) | O_CLOEXEC);
     loop_config config{};
     config.fd = static_cast<unsigned>(file);
-    config.info.lo_flags =
-        LO_FLAGS_AUTOCLEAR | (readOnly ? unsigned{LO_FLAGS_READ_ONLY} : 0);
+    config.info.lo_flags = LO_FLAGS_AUTOCLEAR | (readOnly ? unsigned{LO_FLAGS_READ_ONLY} : 0);
     int loop = -1;
     for (int attempt = 0; loop < 0 && attempt < 100; ++attempt) {
-      device =
-          "/dev/loop" + std::to_string(::ioctl(control, LOOP_CTL_GET_FREE));
+      device = "/dev/loop" + std::to_string(::ioctl(control, LOOP_CTL_GET_FREE));
       loop = ::open(device.c_str(), (readOnly ? O_RDONLY : O_RDWR) | O_CLOEXEC);
       if (loop >= 0 && ::ioctl(loop, LOOP_CONFIGURE, &config) != 0) {
         ::close(loop);
@@ -275,8 +239,7 @@ private:
     ::close(file);
     ::close(control);
     errno = error;
-    if (loop < 0)
-      fail("loop device for " + image);
+    if (loop < 0) fail("loop device for " + image);
     return loop;
   }
 
@@ -285,4 +248,4 @@ private:
   std::vector<std::string> mounted_;
 };
 
-} // namespace ZtFoundation::test
+}  // namespace ZtFoundation::test
