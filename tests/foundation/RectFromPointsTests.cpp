@@ -1,5 +1,4 @@
 #include <ZtFoundation/Utilities.h>
-#include <dlfcn.h>
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -7,6 +6,18 @@
 #include <type_traits>
 
 namespace ZtFoundation {
+
+// As a program in C declares them.
+extern "C" {
+struct PointInC {
+  CGFloat x, y;
+};
+struct RectInC {
+  CGFloat x, y, width, height;
+};
+RectInC rectFromPointsInC(PointInC a, PointInC b) __asm__("ZtRectFromPoints");
+}
+
 namespace {
 
 static_assert(std::is_trivial_v<NSRect> && std::is_standard_layout_v<NSRect>);
@@ -64,21 +75,8 @@ TEST(RectFromPoints, ACornerThatIsNoNumber) {
   EXPECT_TRUE(std::isnan(second.size.width));
 }
 
-// As a program in C declares them.
-extern "C" {
-struct PointInC {
-  CGFloat x, y;
-};
-struct RectInC {
-  CGFloat x, y, width, height;
-};
-using FunctionInC = RectInC (*)(PointInC, PointInC);
-}
-
 TEST(RectFromPoints, IsCalledFromC) {
-  const auto function = reinterpret_cast<FunctionInC>(::dlsym(RTLD_DEFAULT, "ZtRectFromPoints"));
-  ASSERT_NE(function, nullptr);
-  const RectInC rect = function({10, 20}, {4, 25});
+  const RectInC rect = rectFromPointsInC({10, 20}, {4, 25});
   EXPECT_EQ(rect.x, 4);
   EXPECT_EQ(rect.y, 20);
   EXPECT_EQ(rect.width, 6);
