@@ -354,9 +354,9 @@ ZT_EXPORT bool isVisibleFileAtPath(const Ref<NSFileManager>& self, const Ref<NSS
 ZT_EXPORT bool isVisibleFileAtURL(const Ref<NSFileManager>& self, const Ref<NSURL>& url);
 
 /// The path of an open file or folder, by the name that it was opened by and with links resolved; where it is now, if it or a folder above it was
-/// moved. Does not block on a server that is gone.
+/// moved. Waits for no server, unless the name ends in " (deleted)".
 /// \returns none when the descriptor is not open, is a pipe, a socket or the like, or the name was removed (another name of the same file is not
-/// looked for); also when "/proc" is not mounted.
+/// looked for); also when "/proc" is not mounted, and for a path of more than 4095 bytes.
 ZT_EXPORT Ref<NSString> pathForFileDescriptor(const Ref<NSFileManager>& self, std::int32_t descriptor);
 
 }  // namespace QvFoundationExtensions
