@@ -38,7 +38,12 @@ struct Renaming {
   std::string to;
 };
 
-bool isTaken(const Renaming& names) { return statusOfItem(names.folder, names.to).has_value(); }
+// Asked anew: a kernel may remember a name in other case that has just been given up.
+bool isTaken(const Renaming& names) {
+  struct statx status;
+  constexpr int flags = AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT | AT_STATX_FORCE_SYNC;
+  return ::statx(names.folder, names.to.c_str(), flags, STATX_TYPE | STATX_INO, &status) == 0;
+}
 
 // For file systems that cannot refuse to replace. A new link never replaces;
 // where there are no links either, a moment remains in which another process
@@ -74,7 +79,8 @@ bool isListed(int folder, const std::string& name) {
   return false;
 }
 
-// Over a third name, because systems take a change of case alone for no change.
+// Over a third name, because systems take a change of case alone for no change. If the new name is still taken when the item has given its
+// own up, it is another item's.
 int changeCase(const Renaming& names) {
   const std::string between = std::string(".ztcase-").append(std::to_string(::getpid()));
   const int error = renameWithoutReplacing({names.folder, names.from, between});
@@ -84,10 +90,11 @@ int changeCase(const Renaming& names) {
   return result;
 }
 
-int rename(const Renaming& names, const struct statx& status) {
+// A name that is taken without being listed is one in other case, perhaps the item's own. Numbers do not tell: file systems of user programs
+// have one for each form of a name.
+int rename(const Renaming& names) {
   const int error = renameWithoutReplacing(names);
-  const bool isOwnName = error == EEXIST && isSame(statusOfItem(names.folder, names.to), status);
-  return isOwnName && !isListed(names.folder, names.to) ? changeCase(names) : error;
+  return error == EEXIST && !isListed(names.folder, names.to) ? changeCase(names) : error;
 }
 
 // The names have been looked at by then, so what remains is one that the file
@@ -117,7 +124,7 @@ OSErr renameItem(const ItemPlace& item, const std::string& name) {
   const FileDescriptor folder = openFolder(parentOfPath(item.path));
   if (!folder || !isSame(statusOfItem(folder.get(), from), item.status)) return fnfErr;
   if (isLocked(folder.get()) || isLockedAt(folder.get(), from)) return fLckdErr;
-  return from == name ? OSErr{noErr} : errorOfName(rename({folder.get(), from, name}, item.status));
+  return from == name ? OSErr{noErr} : errorOfName(rename({folder.get(), from, name}));
 }
 
 }  // namespace ZtFoundation::detail

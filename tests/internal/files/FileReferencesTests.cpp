@@ -81,7 +81,7 @@ TEST_F(FileReferencesTests, AMissingItemHasNoRecord) {
   }
   EXPECT_TRUE(ref.isEmpty());
   EXPECT_EQ(alias, nullptr);
-  EXPECT_EQ(specification.parID, 0);
+  EXPECT_EQ(std::int32_t{specification.parID}, 0);
 }
 
 TEST_F(FileReferencesTests, NoPointerNoAnswer) {

@@ -408,6 +408,24 @@ TEST_F(AliasesTests, MissingArguments) {
   DisposeHandle(good);
 }
 
+TEST(AliasesOnOverlaysTests, AnItemOfALowerLayerIsItsOwnSuccessor) {
+  PrivateMounts mounts;
+  if (!mounts.isPossible()) GTEST_SKIP() << mounts.whyNot();
+  const std::string lower = mounts.folder("lower");
+  fs::create_directory(lower + "/inner");
+  writeFile(lower + "/inner/file", "text");
+  const std::string root = mounts.overlay(lower);
+  if (root.empty()) GTEST_SKIP() << mounts.whyNot();
+  const std::string file = root + "/inner/file";
+  const KeptAlias alias = aliasOf(file);
+  EXPECT_EQ(resolve(alias).path, file);
+  writeFile(file, "changed");
+  EXPECT_EQ(resolve(alias).path, file);
+  const KeptAlias later = aliasOf(file);
+  fs::rename(file, root + "/moved");
+  EXPECT_EQ(resolve(later).path, root + "/moved");
+}
+
 // bench/AliasSearch.cpp measures a volume of 200,000 items.
 TEST(AliasSearchTests, ASearchOfManyItemsIsQuick) {
   if (kIsSanitized) GTEST_SKIP() << "sanitizers are slow";

@@ -330,7 +330,7 @@ TEST_F(FileCatalogTests, NamesOfMoreThan63BytesHaveNoSpecification) {
   specification.parID = 77;
   FSCatalogInfo info;
   EXPECT_EQ(catalog.FSGetCatalogInfo(&tooLong, kFSCatInfoDataSizes, &info, &specification), bdNamErr);
-  EXPECT_EQ(specification.parID, 77);
+  EXPECT_EQ(std::int32_t{specification.parID}, 77);
   EXPECT_EQ(info.dataLogicalSize, 0U);
 }
 
