@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <sys/mman.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <limits>
@@ -90,6 +91,18 @@ TEST_F(PathsOfOpenFilesTests, WhatIsNoItemHasNoPath) {
   opened.insert(opened.end(), ends, ends + 4);
   opened.push_back(::memfd_create("memory", MFD_CLOEXEC));
   for (const int descriptor : opened) EXPECT_EQ(nameOf(descriptor), "(none)");
+}
+
+TEST_F(PathsOfOpenFilesTests, APathThatIsTooLongToBeToldIsNone) {
+  const std::string name(250, 'd');
+  int inside = open(".");
+  for (int depth = 0; depth < 17; ++depth) {
+    ASSERT_EQ(::mkdirat(inside, name.c_str(), 0700), 0);
+    opened.push_back(::openat(inside, name.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    inside = opened.back();
+    ASSERT_GE(inside, 0);
+  }
+  EXPECT_EQ(nameOf(inside), "(none)");
 }
 
 TEST_F(PathsOfOpenFilesTests, ADescriptorThatIsNotOpenHasNoPath) {
