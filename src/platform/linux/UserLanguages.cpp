@@ -52,7 +52,7 @@ class EnvironmentLanguages final : public UserLanguages {
 }  // namespace
 
 UserLanguages& UserLanguages::production() {
-  static EnvironmentLanguages shared;
+  static UserLanguages& shared = *new EnvironmentLanguages;
   return shared;
 }
 
