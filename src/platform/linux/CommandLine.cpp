@@ -25,8 +25,10 @@ class Argument {
   void addPlain(char byte) {
     text_ += byte;
     isPlain_ = true;
+    isInCode_ = byte == '%' && !isInCode_;
   }
   void addEscaped(char byte) {
+    breakCode();
     addLiteral(byte);
     isPlain_ = true;
   }
@@ -34,7 +36,10 @@ class Argument {
     addLiteral(byte);
     quoted_ += byte;
   }
-  void noteQuotes() { hasQuotes_ = true; }
+  void noteQuotes() {
+    breakCode();
+    hasQuotes_ = true;
+  }
 
   bool isEmpty() const { return text_.empty() && !hasQuotes_; }
   std::string take() {
@@ -45,10 +50,15 @@ class Argument {
   }
 
  private:
+  // What is quoted is never the letter of a code. A blank is none.
+  void breakCode() {
+    if (isInCode_) text_ += ' ';
+    isInCode_ = false;
+  }
   void addLiteral(char byte) { text_.append(byte == '%' ? 2 : 1, byte); }
 
   std::string text_, quoted_;
-  bool isPlain_ = false, hasQuotes_ = false;
+  bool isPlain_ = false, hasQuotes_ = false, isInCode_ = false;
 };
 
 // Divides a line into arguments whose field codes are still to be filled in.

@@ -74,8 +74,9 @@ TEST(CommandLineTests, ArgumentsAndFieldCodes) {
 }
 
 TEST(CommandLineTests, LinesThatAreRefused) {
-  for (const char* const command : {"", "  \n", "run \"a", "run 'a", "run a\\", "run \"a\\\"", "run %", "run %x",
-                                    "run 5%", "run %1", "\"\" x", "%f", "\"%u\"", "x%F", "%d"}) {
+  for (const char* const command :
+       {"", "  \n", "run \"a", "run 'a", "run a\\", "run \"a\\\"", "run %", "run %x", "run 5%", "run %1", "\"\" x",
+        "%f", "\"%u\"", "x%F", "%d", "run %\"u\"", "run %'%'", "run %\\f"}) {
     EXPECT_EQ(arguments(command), std::nullopt) << command;
     EXPECT_EQ(arguments(command, "/d/a b"), std::nullopt) << command;
   }
