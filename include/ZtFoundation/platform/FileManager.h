@@ -138,7 +138,7 @@ class ZT_EXPORT NSFileManager : public NSObject {
   //   copy. For the total everything is looked at beforehand.
   // - `fileManager:shouldContinueAfterRemovingItems:atPath:` (manager, uint64_t, string), bool: after each item: how many are removed so far, and
   //   the last one. False ends the removal, which answers false; what is gone is gone.
-  // What a handler throws passes through, after the copy so far has been removed.
+  // What a handler throws passes through, after the copy so far has been removed. What others have put into a copy meanwhile, or mounted there, stays.
 
   /// Copies a file, or a folder with all that is in it. The folder of `destination` must exist. Kept are contents with their holes, permissions, times of
   /// change and access to the nanosecond, extended attributes, access control lists, the lock, and owner and group where the process may give

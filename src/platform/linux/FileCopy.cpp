@@ -7,7 +7,6 @@
 
 #include <map>
 #include <new>
-#include <optional>
 
 #include "platform/linux/FileCopyContents.h"
 #include "platform/linux/FileCopyItems.h"
@@ -15,6 +14,7 @@
 #include "platform/linux/FinderLock.h"
 #include "platform/linux/FolderSize.h"
 #include "platform/linux/FolderWalk.h"
+#include "platform/linux/MadeItems.h"
 
 namespace ZtFoundation::detail {
 
@@ -94,7 +94,7 @@ class Copying final : FolderVisitor {
   }
 
   void undo() {
-    if (root_) removeOwnFolder(target_, *root_);
+    if (!own_.isEmpty()) removeMade(target_, root_, std::move(own_));
   }
 
   // --- Progress
@@ -126,6 +126,7 @@ class Copying final : FolderVisitor {
     announce(name);
     name_ = name;
     std::uint64_t size = 0;
+    own_.expectOne();
     const int error = copyOne(folder, name, type, size);
     if (error != 0) return finish(error, name);
     return finishItem(name, size) ? Step::GoOn : stop(ECANCELED);
@@ -178,27 +179,35 @@ class Copying final : FolderVisitor {
     if (::fstat(folder, &status) != 0) return errno;
     status.st_atim = walk_.descent().identity().accessed;
     if (isInACircle()) return ELOOP;
+    own_.expectOne();
     if (::mkdirat(toFolder(), name, S_IRWXU) != 0) return errno;
     if (!to_.enter(toFolder(), name)) {
       const int error = errno;
       ::unlinkat(toFolder(), name, AT_REMOVEDIR);
       return error;
     }
-    if (!root_) root_ = to_.identity();
+    if (own_.isEmpty()) root_ = to_.identity();
+    noted(0, name);
     folders_.push_back(status);
     // So that what comes into it gets only what the source has.
     ::fremovexattr(to_.folder(), "system.posix_acl_default");
     return 0;
   }
 
+  // Passes the errno on; for 0 there is now a copy of the item `name`.
+  int noted(int error, const char* name) {
+    if (error == 0) own_.note(walk_.path(), walk_.isInside() ? name : "");
+    return error;
+  }
+
   // In the copy itself, which was moved there, or in a folder that is mounted inside itself.
   bool isInACircle() const {
     const FolderIdentity& identity = walk_.descent().identity();
-    return (root_ && identity.isSameAs(*root_)) || (identity.isMountPoint && walk_.descent().passes(identity));
+    return (!own_.isEmpty() && identity.isSameAs(root_)) || (identity.isMountPoint && walk_.descent().passes(identity));
   }
 
   int copyOne(int folder, const char* name, unsigned char type, std::uint64_t& size) {
-    if (kind_ == CopyKind::Link) return errorOf(::linkat(folder, name, toFolder(), newName(name), 0));
+    if (kind_ == CopyKind::Link) return noted(errorOf(::linkat(folder, name, toFolder(), newName(name), 0)), name);
     return type == DT_REG ? copyFile(folder, name, size) : copyOther(folder, name);
   }
 
@@ -210,7 +219,7 @@ class Copying final : FolderVisitor {
     if (!S_ISREG(status.st_mode)) return ESTALE;
     size = static_cast<std::uint64_t>(status.st_size);
     const bool isLinked = status.st_nlink > 1 && linkToCopy(status, newName(name));
-    return isLinked ? 0 : copyOpenFile(from.get(), status, newName(name));
+    return noted(isLinked ? 0 : copyOpenFile(from.get(), status, newName(name)), name);
   }
 
   int copyOpenFile(int from, const struct stat& status, const char* name) {
@@ -226,8 +235,8 @@ class Copying final : FolderVisitor {
     struct stat status;
     if (::fstatat(folder, name, &status, AT_SYMLINK_NOFOLLOW) != 0) return errno;
     if (S_ISREG(status.st_mode) || S_ISDIR(status.st_mode)) return ESTALE;
-    if (status.st_nlink > 1 && linkToCopy(status, newName(name))) return 0;
-    const int error = makeOther(folder, name, status, toFolder(), newName(name));
+    if (status.st_nlink > 1 && linkToCopy(status, newName(name))) return noted(0, name);
+    const int error = noted(makeOther(folder, name, status, toFolder(), newName(name)), name);
     if (error == 0) remember(status, newName(name));
     return error;
   }
@@ -258,7 +267,7 @@ class Copying final : FolderVisitor {
   std::string pathFrom(const std::string& root, const char* name) const {
     if (!walk_.isInside()) return root;
     std::string path = std::string(root).append("/").append(walk_.path()).append(name);
-    while (path.back() == '/') path.pop_back();
+    while (path.size() > 1 && path.back() == '/') path.pop_back();
     return path;
   }
   std::string sourcePathOf(const char* name) const { return pathFrom(fromPath_, name); }
@@ -274,7 +283,8 @@ class Copying final : FolderVisitor {
   FolderWalk walk_{*this};
   FolderDescent to_;
   std::vector<struct stat> folders_;  // what the folders on the way are to become
-  std::optional<FolderIdentity> root_;
+  FolderIdentity root_;               // the copy's first folder
+  MadeItems own_;
   std::map<std::pair<dev_t, ino_t>, Made> made_;  // by the source's identity
   ContentsCopier contents_;
 

@@ -3,8 +3,6 @@
 #include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
-#include <sys/syscall.h>
-#include <sys/xattr.h>
 
 #include <algorithm>
 #include <new>
@@ -17,29 +15,6 @@ namespace ZtFoundation::detail {
 namespace {
 
 int errorOf(int result) { return result == 0 ? 0 : errno; }
-
-// --- Locks of files in a folder, which is open
-
-#ifndef SYS_getxattrat
-#define SYS_getxattrat 464  // the same on every processor
-#endif
-
-struct AttributeRequest {
-  alignas(8) std::uint64_t value = 0;
-  std::uint32_t size = 0;
-  std::uint32_t flags = 0;
-};
-
-// The immutable flag need not be looked at: the system minds it itself. One call where the system has it, because a removal asks for each file.
-bool hasLock(int folder, const char* name) {
-  const AttributeRequest request;
-  if (::syscall(SYS_getxattrat, folder, name, AT_SYMLINK_NOFOLLOW, kLockAttribute, &request, sizeof request) >= 0) {
-    return true;
-  }
-  return errno != ENODATA && errno != ENOTSUP && isLockedAt(folder, name);
-}
-
-// --- Removing
 
 class Removal : FolderVisitor {
  public:
@@ -57,15 +32,21 @@ class Removal : FolderVisitor {
   }
 
  protected:
-  virtual bool isKept(int folder, const char* name) const { return hasLock(folder, name); }
+  // The immutable flag need not be looked at: the system minds it itself.
+  virtual bool isKept(int folder, const char* name, unsigned char type) const {
+    return (type == DT_REG || type == DT_UNKNOWN) && hasLockAttributeAt(folder, name);
+  }
   // Why nothing in the open folder may be removed; 0 for no reason.
-  virtual int obstacle(int folder) const {
+  virtual int obstacle(int folder, const char*) const {
     const FolderIdentity& identity = walk_.descent().identity();
     if (identity.isMountPoint) return EBUSY;
-    return identity.isImmutable || ::fgetxattr(folder, kLockAttribute, nullptr, 0) >= 0 ? EPERM : 0;
+    return identity.isImmutable || hasLockAttribute(folder) ? EPERM : 0;
+  }
+  virtual bool proceedsAfter(int error, const char* name) {
+    return observer_ != nullptr && observer_->proceedsAfter(error, pathOf(name), std::string());
   }
 
-  const FolderDescent& descent() const { return walk_.descent(); }
+  const FolderWalk& walk() const { return walk_; }
 
  private:
   Step item(int folder, const char* name, unsigned char type) override {
@@ -75,7 +56,7 @@ class Removal : FolderVisitor {
 
   Step entered(int, const char* name, int folder) override {
     announce(name);
-    const int error = obstacle(folder);
+    const int error = obstacle(folder, name);
     return error == 0 ? Step::GoOn : finish(error, name, depth() - 1);
   }
 
@@ -96,14 +77,13 @@ class Removal : FolderVisitor {
   void lost(const char*) override { error_ = errno; }
 
   int removeFile(int folder, const char* name, unsigned char type) const {
-    const bool canBeLocked = type == DT_REG || type == DT_UNKNOWN;
-    return canBeLocked && isKept(folder, name) ? EPERM : errorOf(::unlinkat(folder, name, 0));
+    return isKept(folder, name, type) ? EPERM : errorOf(::unlinkat(folder, name, 0));
   }
 
   // `depth` is that of the folder around the item, which stays if the item does.
   Step finish(int error, const char* name, std::size_t depth) {
     if (error == 0) return goesOn(name) ? Step::GoOn : stop(ECANCELED);
-    if (observer_ == nullptr || !observer_->proceedsAfter(error, pathOf(name), std::string())) return stop(error);
+    if (!proceedsAfter(error, name)) return stop(error);
     keptDepth_ = std::max(keptDepth_, depth);
     return Step::Skip;
   }
@@ -138,14 +118,27 @@ class Removal : FolderVisitor {
 // Takes back what this process has made a moment ago, whatever locks and permissions it was given since.
 class Undoing final : public Removal {
  public:
-  explicit Undoing(const FolderIdentity& own) : Removal(std::string(), nullptr), own_(own) {}
+  Undoing(const FolderIdentity& root, MadeItems made)
+      : Removal(std::string(), nullptr), root_(root), made_(std::move(made)) {
+    made_.sort();
+  }
 
  private:
-  bool isKept(int, const char*) const override { return false; }
-  int obstacle(int) const override { return descent().depth() > 1 || descent().identity().isSameAs(own_) ? 0 : ENOENT; }
-  void approaching(int parent, const char* name) override { ::fchmodat(parent, name, S_IRWXU, AT_SYMLINK_NOFOLLOW); }
+  bool isKept(int, const char* name, unsigned char) const override { return !isMade(name); }
+  int obstacle(int, const char* name) const override {
+    const FolderIdentity& identity = walk().descent().identity();
+    if (identity.isMountPoint) return EBUSY;
+    return isMade(name) && (walk().isInside() || identity.isSameAs(root_)) ? 0 : EPERM;
+  }
+  void approaching(int parent, const char* name) override {
+    if (isMade(name)) ::fchmodat(parent, name, S_IRWXU, AT_SYMLINK_NOFOLLOW);
+  }
+  bool proceedsAfter(int, const char*) override { return true; }
 
-  FolderIdentity own_;
+  bool isMade(const char* name) const { return made_.contain(walk().path(), walk().isInside() ? name : ""); }
+
+  FolderIdentity root_;
+  MadeItems made_;
 };
 
 bool isOwnOrParent(const std::string& name) { return name == "." || name == ".."; }
@@ -176,9 +169,11 @@ int removeItem(const std::string& path, FileOperationObserver* observer) {
   }
 }
 
-void removeOwnFolder(const PlaceInFolder& place, const FolderIdentity& identity) noexcept {
+void removeMade(const PlaceInFolder& place, const FolderIdentity& root, MadeItems made) noexcept {
+  struct stat status;
+  if (::fstatat(place.folder.get(), place.name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) return;
   try {
-    Undoing(identity).run(place, DT_DIR);
+    Undoing(root, std::move(made)).run(place, static_cast<unsigned char>(IFTODT(status.st_mode)));
   } catch (const std::bad_alloc&) {
     // Then some of it stays.
   }

@@ -6,6 +6,7 @@
 
 #include "platform/linux/FileOperationObserver.h"
 #include "platform/linux/FolderDescent.h"
+#include "platform/linux/MadeItems.h"
 #include "platform/linux/PlaceInFolder.h"
 
 namespace ZtFoundation::detail {
@@ -13,7 +14,8 @@ namespace ZtFoundation::detail {
 /// Removes the item at `path`; FileManager.h says what hosts may rely on. Answers 0 or an errno; with a null observer the first error ends it.
 int removeItem(const std::string& path, FileOperationObserver* observer);
 
-/// Removes the folder `place.name` if it is still `identity`, and locked items too: what a copy that failed has made.
-void removeOwnFolder(const PlaceInFolder& place, const FolderIdentity& identity) noexcept;
+/// Removes what a copy that failed has made at `place`, locked or not. What others have put there meanwhile stays, with the folders around it, and so
+/// does everything if `place.name` is a folder and not `root`. Errors do not end it.
+void removeMade(const PlaceInFolder& place, const FolderIdentity& root, MadeItems made) noexcept;
 
 }  // namespace ZtFoundation::detail

@@ -6,10 +6,13 @@
 #include <ZtFoundation/platform/FileManager.h>
 #include <ZtFoundation/platform/Runtime.h>
 #include <gtest/gtest.h>
+#include <sched.h>
+#include <sys/mount.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <filesystem>
+#include <functional>
 
 #include "support/ChildProcess.h"
 #include "support/ScratchFolder.h"
@@ -34,6 +37,7 @@ class Watcher : public NSObject {
     lastTotal = total;
     lastPath = path->utf8();
     ++calls;
+    if (meanwhile) meanwhile();
     if (throws) throw NSException("Stop", "wanted");
     return calls < limit;
   }
@@ -47,6 +51,7 @@ class Watcher : public NSObject {
   std::vector<Ref<NSDictionary>> errors;
   bool proceeds = false;
   bool throws = false;
+  std::function<void()> meanwhile;
   int limit = 1000000;
   int calls = 0;
   std::uint64_t lastDone = 0;
@@ -121,6 +126,81 @@ TEST_F(FileOperationsTests, ACancelledCopyOfOneFileLeavesNothing) {
   EXPECT_EQ(folder.names(), Names{"from"});
   EXPECT_EQ(watcher->lastTotal, 20U << 20);
   EXPECT_EQ(watcher->lastPath, folder / "from/large");
+}
+
+TEST_F(FileOperationsTests, ACopyOfOneItemThatIsCancelledInTheEndLeavesNothing) {
+  std::filesystem::create_symlink("nowhere", folder / "from/link");
+  for (const char* name : {"from/a/small", "from/pipe", "from/link"}) {
+    const Ref<Watcher> one = make<Watcher>();
+    one->limit = 1;
+    const Ref<Watcher> linking = make<Watcher>();
+    linking->limit = 1;
+    EXPECT_FALSE(manager->copyPath_toPath_handler(folder.string(name), folder.string("to"), one)) << name;
+    EXPECT_FALSE(manager->linkPath_toPath_handler(folder.string(name), folder.string("to"), linking));
+    one->limit = 1000;
+    one->throws = true;
+    EXPECT_THROW(manager->copyPath_toPath_handler(folder.string(name), folder.string("to"), one), NSException);
+    EXPECT_EQ(folder.names(), Names{"from"}) << name;
+  }
+  EXPECT_EQ(contentsOf(folder / "from/a/small"), "12345");
+}
+
+// What is in the unfinished copy when it is cancelled, and is not of it.
+class FileOperationUndoTests : public FileOperationsTests {
+ protected:
+  // Cancels the copy of "from" once something is at `path` in it, and `intrude` has been there.
+  template <class Intrude>
+  void cancelAfter(const std::string& path, Intrude intrude) {
+    watcher->meanwhile = [&, path, intrude] {
+      if (!std::filesystem::exists(folder / path)) return;
+      intrude();
+      watcher->limit = 0;
+    };
+    EXPECT_FALSE(copy(watcher));
+    EXPECT_EQ(watcher->limit, 0);
+  }
+};
+
+TEST_F(FileOperationUndoTests, WhatOthersPutIntoACopyStays) {
+  std::filesystem::create_directories(folder / "mine/deep");
+  writeFile(folder / "mine/deep/file", "mine");
+  cancelAfter("to/a/small", [&] {
+    std::filesystem::rename(folder / "mine", folder / "to/a/mine");
+    writeFile(folder / "to/a/other", "other");
+  });
+  EXPECT_EQ(contentsOf(folder / "to/a/mine/deep/file"), "mine");
+  EXPECT_EQ(contentsOf(folder / "to/a/other"), "other");
+  std::filesystem::remove_all(folder / "to/a/mine");
+  std::filesystem::remove(folder / "to/a/other");
+  EXPECT_TRUE(std::filesystem::is_empty(folder / "to/a")) << "all else is gone";
+  std::filesystem::remove(folder / "to/a");
+  EXPECT_TRUE(std::filesystem::is_empty(folder / "to"));
+}
+
+TEST_F(FileOperationUndoTests, AnotherFolderInThePlaceOfTheCopyStays) {
+  cancelAfter("to/a/small", [&] {
+    std::filesystem::rename(folder / "to", folder / "away");
+    std::filesystem::create_directories(folder / "to/a");
+    writeFile(folder / "to/a/small", "mine");
+  });
+  EXPECT_EQ(contentsOf(folder / "to/a/small"), "mine");
+}
+
+TEST_F(FileOperationUndoTests, WhatIsMountedOnACopyStays) {
+  std::filesystem::create_directories(folder / "mine");
+  writeFile(folder / "mine/small", "mine");
+  const auto work = [&]() -> int {
+    if (::unshare(CLONE_NEWNS) != 0 || ::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0) return 77;
+    bool isMounted = false;
+    cancelAfter("to/a/small", [&] {
+      isMounted = ::mount((folder / "mine").c_str(), (folder / "to/a").c_str(), nullptr, MS_BIND, nullptr) == 0;
+    });
+    if (!isMounted) return 77;
+    return HasFailure() || contentsOf(folder / "mine/small") != "mine" ? 1 : 0;
+  };
+  const int result = inChild(work);
+  if (result == 77) GTEST_SKIP() << "no right to mount";
+  EXPECT_EQ(result, 0);
 }
 
 TEST_F(FileOperationsTests, WhatAHandlerThrowsPassesThroughAndLeavesNothing) {
