@@ -199,8 +199,8 @@ ZT_EXPORT OSStatus removeFileForcefully(const Ref<NSString>& self, bool unlockin
 //   JxVolumeCatalogInformation::unmountVolume(card);
 //
 // A volume is a mounted file system that stores files, under each mount point by which a path reaches it; docs/volumes.md tells more. What the mount
-// table of the process knows is taken from there: listing volumes, and every question to the root path of a volume but those about space,
-// asks no server and so does not wait for one that is gone. The others wait as long as the file system does. Links on the way to an item are followed, a
+// table of the process knows is taken from there: listing volumes, and every question to the root path of a volume but those about space and
+// access, asks no server and so does not wait for one that is gone. The others wait as long as the file system does. Links on the way to an item are followed, a
 // link at its end is an item itself. None, and items that do not exist, give the answer of failure. Nothing is logged, except by the operations
 // of the file manager. Threads: safe; volumes may come and go between two calls.
 
@@ -286,7 +286,8 @@ ZT_EXPORT Ref<NSString> unusedTalvoFilePath(const Ref<NSString>& self);
 /// `unusedTalvoFilePath` gives for it.
 /// \returns 0; -50 when there is no path; -43 when the folder is missing; -5000 when the process may not write it; -34 when its volume
 /// has fewer free bytes than `contents`; -50 when the file cannot be made or written.
-ZT_EXPORT OSStatus createFileWithContents_autoname(const Ref<NSString>& self, const Ref<NSData>& contents, bool autoname);
+ZT_EXPORT OSStatus createFileWithContents_autoname(const Ref<NSString>& self, const Ref<NSData>& contents,
+                                                   bool autoname);
 /// Copies the file at `self`, as the default manager's `copyPath_toPath_handler` does, to `destination`, or with `autoname` to the free path that
 /// `unusedTalvoFilePath` gives for it. A link to a file is copied as a link.
 /// \returns 0; -50 for no destination; -43 when there is no file at `self` (a folder is none); -5000 when its owner has no permission to read it,
@@ -401,7 +402,7 @@ namespace QvFoundationExtensions {
 
 /// What `self` answers to `displayNameAtPath` for the item at a file URL.
 /// \returns none when there is no such item (a link that leads nowhere is one). A URL of another kind, and none, gives none and the log line
-/// "IS NOT FILE URL: %@".
+/// "IS NOT FILE URL: %@". Blocks as long as the file system does.
 ZT_EXPORT Ref<NSString> displayNameAtURL(const Ref<NSFileManager>& self, const Ref<NSURL>& url);
 
 /// The name of the start-up volume: the label of its file system, else the name of the machine, else "/". Asked until it is known, then kept for the
@@ -436,15 +437,17 @@ ZT_EXPORT bool isFileLockedAtPath(const Ref<NSFileManager>& self, const Ref<NSSt
 ZT_EXPORT bool isLockedAtPath_volumeLocked_fileLocked(const Ref<NSFileManager>& self, const Ref<NSString>& path,
                                                       bool* volumeLocked, bool* fileLocked);
 /// Locks the item.
-/// \returns true when it is locked afterwards. Nothing is written to one that is locked already.
+/// \returns true when it is locked afterwards, and for a link, which stays without a lock. Nothing is written to one that is locked already.
 ZT_EXPORT bool lockFileAtPath(const Ref<NSFileManager>& self, const Ref<NSString>& path);
 /// Takes the item's lock away.
 /// \returns true when it is not locked afterwards. Nothing is written to one that is not locked.
 ZT_EXPORT bool unlockFileAtPath(const Ref<NSFileManager>& self, const Ref<NSString>& path);
 
 /// The path of a standard folder; <ZtFoundation/platform/FolderTypes.h> lists types and domains, and where their folders are. Of `domain` the low 16
-/// bits count. With `create` a missing folder is made with its parents, for its owner only (mode 0700); a link to a folder is a folder.
-/// \returns none when there is no such type, no such folder in the domain, or it is missing and not made.
+/// bits count. With `create` a missing folder is made with its parents, for its owner only (mode 0700), but not in a locked folder; a link to a
+/// folder is a folder.
+/// \returns none when there is no such type, no such folder in the domain, or it is missing and not made. A folder whose reference has no URL is
+/// logged without a number: "[NSFileManager findFolderForType:inDomain:create:] CFURLCreateFromFSRef failed."
 ZT_EXPORT Ref<NSString> findFolderForType_inDomain_create(const Ref<NSFileManager>& self, OSType type,
                                                           std::int32_t domain, bool create);
 /// The same with the number of a volume in place of the domain; failures are logged under the selector of that operation.
