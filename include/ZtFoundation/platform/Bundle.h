@@ -61,7 +61,8 @@ class ZT_EXPORT NSBundle : public NSObject {
 
   /// The path that the bundle was made with.
   Ref<NSString> bundlePath() const { return path_; }
-  /// The contents of Info.plist, read at the first call; an empty dictionary when it is missing, broken or no dictionary.
+  /// The contents of Info.plist, read at the first call; an empty dictionary when it is missing, no regular file, broken or no
+  /// dictionary.
   Ref<NSDictionary> infoDictionary();
   /// The entry of Info.plist, else none.
   Ref<NSObject> objectForInfoDictionaryKey(const Ref<NSString>& key);

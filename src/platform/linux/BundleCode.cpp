@@ -24,8 +24,7 @@ std::string resolved(const std::string& path) {
   return real != nullptr ? real.get() : std::string();
 }
 
-// Opening a pipe or a device would wait for it.
-bool isRegularFile(const std::string& path) {
+bool isRegular(const std::string& path) {
   struct stat status {};
   return ::stat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode);
 }
@@ -44,7 +43,7 @@ std::string programFile() {
   std::string name(PATH_MAX, '\0');
   const ssize_t length = ::readlink("/proc/self/exe", name.data(), name.size());
   name.resize(length > 0 ? static_cast<std::size_t>(length) : 0);
-  if (name.ends_with(kRemark) && !isRegularFile(name)) name.resize(name.size() - kRemark.size());
+  if (name.ends_with(kRemark) && !isRegular(name)) name.resize(name.size() - kRemark.size());
   return name;
 }
 
@@ -57,7 +56,7 @@ class LinuxBundleCode final : public BundleCode {
  public:
   CodeModule load(const std::string& path) override {
     const std::string file = resolved(path);
-    if (!isRegularFile(file) || isBroken(file)) return nullptr;
+    if (!isRegular(file) || isBroken(file)) return nullptr;
     try {
       return moduleOf(open(file));
     } catch (...) {
@@ -81,6 +80,8 @@ class LinuxBundleCode final : public BundleCode {
     if (module == nullptr) return {};
     return module == program() ? programFile() : resolved(static_cast<const link_map*>(module)->l_name);
   }
+
+  bool isRegularFile(const std::string& path) override { return isRegular(path); }
 
  private:
   // What has failed half-way stays loaded, and loading it again would look like success.

@@ -33,7 +33,9 @@ using detail::isFolder;
 
 namespace {
 
+// Opening a pipe would wait for somebody to write.
 Ref<NSDictionary> dictionaryInFile(const Ref<NSString>& path) {
+  if (!service<BundleCode>().isRegularFile(path->fileSystemRepresentation())) return nullptr;
   const Ref<NSData> bytes = NSFileManager::defaultManager()->contentsAtPath(path);
   return as<NSDictionary>(NSPropertyListSerialization::propertyListFromData_mutabilityOption_format_errorDescription(
       bytes, NSPropertyListImmutable, nullptr, nullptr));

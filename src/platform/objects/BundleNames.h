@@ -18,12 +18,12 @@ inline bool isFolder(const Ref<NSString>& path) {
 }
 
 /// Whether a path from a folder names something below it: it has no component
-/// that is empty, "." or "..".
+/// that is empty, "." or "..", or that the system would take for a shorter one.
 inline bool leadsInside(const Ref<NSString>& path) {
   const Ref<NSArray> components = path->componentsSeparatedByString("/");
   return std::none_of(components->begin(), components->end(), [](const Ref<NSObject>& component) {
     const std::string name = as<NSString>(component)->utf8();
-    return name.empty() || name == "." || name == "..";
+    return name.empty() || name == "." || name == ".." || name.find('\0') != std::string::npos;
   });
 }
 

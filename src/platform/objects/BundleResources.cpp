@@ -23,6 +23,7 @@ namespace {
 using Localizations = std::vector<Ref<NSString>>;
 
 constexpr std::string_view kFolderExtension = ".lproj";
+constexpr std::size_t kLongestName = 255;
 
 bool exists(const Ref<NSString>& path) {
   return send<bool>(NSFileManager::defaultManager(), ZT_SELECTOR("fileExistsAtPath:"), path);
@@ -74,8 +75,9 @@ void addUnlessThere(Localizations& localizations, std::string_view name) {
   if (!isThere && isFileName(text)) localizations.push_back(text);
 }
 
-// "pt_BR" as pt_BR, pt-BR and pt; the same for names of more parts.
+// "pt_BR" as pt_BR, pt-BR and pt; the same for names of more parts. What is longer than a name of a file can be is no language.
 void addForms(Localizations& localizations, std::string language) {
+  if (language.size() > kLongestName) return;
   for (;;) {
     addUnlessThere(localizations, language);
     for (const auto& [from, to] : {std::pair('_', '-'), std::pair('-', '_')}) {

@@ -25,6 +25,8 @@ class BundleCode {
   virtual CodeModule moduleAt(const void* address) = 0;
   /// The absolute path of the file that the module was loaded from, links resolved; empty when nobody knows.
   virtual std::string fileOf(CodeModule module) = 0;
+  /// Whether there is a regular file at `path`, links followed: one that opening and reading neither waits for nor changes.
+  virtual bool isRegularFile(const std::string& path) = 0;
 };
 
 }  // namespace ZtFoundation

@@ -1,9 +1,12 @@
 #include <ZtFoundation/platform/Bundle.h>
 
+#include <ZtFoundation/platform/Data.h>
 #include <ZtFoundation/platform/Dictionary.h>
+#include <ZtFoundation/platform/PropertyListSerialization.h>
 #include <ZtFoundation/platform/Runtime.h>
 #include <dlfcn.h>
 #include <gmock/gmock.h>
+#include <sys/stat.h>
 
 #include <cstdio>
 #include <filesystem>
@@ -122,6 +125,27 @@ TEST_F(BundleTests, TheIdentifierIsThatOfInfo) {
   for (const char* text : {"{}", "{CFBundleIdentifier = (a);}", "(CFBundleIdentifier)", "broken", ""}) {
     EXPECT_FALSE(NSBundle::bundleWithPath(bundle("b", text))->bundleIdentifier()) << text;
   }
+}
+
+TEST_F(BundleTests, AnInfoThatIsNoFileIsNotWaitedFor) {
+  const std::string path = bundle("a");
+  fs::remove(path + "/Contents/Info.plist");
+  ASSERT_EQ(::mkfifo((path + "/Contents/Info.plist").c_str(), 0600), 0);
+  EXPECT_FALSE(NSBundle::bundleWithPath(path)->bundleIdentifier());
+  EXPECT_EQ(NSBundle::bundleWithPath(path)->executablePath()->utf8(), path + "/Contents/Linux/a");
+}
+
+TEST_F(BundleTests, AnExecutableNameThatTheSystemWouldCutIsNone) {
+  const std::string path = bundle("a");
+  const Ref<NSString> name = std::u16string_view(u"Code\0x", 6);
+  const Ref<NSData> bytes = NSPropertyListSerialization::dataFromPropertyList_format_errorDescription(
+      NSDictionary::of({{"CFBundleExecutable", name}}), NSPropertyListBinaryFormat_v1_0, nullptr);
+  writeFile(path + "/Contents/Info.plist", std::string(bytes->view()));
+  fs::copy_file(ZT_TEST_BUNDLES "/Guest.so", path + "/Contents/Linux/Code");
+  const Ref<NSBundle> bundle = NSBundle::bundleWithPath(path);
+  ASSERT_TRUE(bundle->objectForInfoDictionaryKey("CFBundleExecutable"));
+  EXPECT_FALSE(bundle->executablePath());
+  EXPECT_FALSE(bundle->load());
 }
 
 TEST_F(BundleTests, AFlatBundleHasItsInfoAndItsCodeInTheFolder) {

@@ -47,6 +47,10 @@ TEST(BundleLanguages, ThoseThatAreNoFileNamesAreLeftOut) {
   EXPECT_EQ(orderFor({"../x", "/", "", ".", "..", "de/..", "_", "fr"}, {"../x", "fr", "Base"}), "fr Base");
 }
 
+TEST(BundleLanguages, NamesThatAreTooLongAreLeftOutAtOnce) {
+  EXPECT_EQ(orderFor({std::string(1'000'000, '_'), "fr", std::string(256, 'x')}, {"fr", "Base"}), "fr Base");
+}
+
 TEST(BundleLanguages, BaseIsTriedOnce) { EXPECT_EQ(orderFor({"Base", "fr"}, {"fr", "Base"}), "Base fr"); }
 
 TEST(BundleLanguages, NamesAreBytes) { EXPECT_EQ(orderFor({"\xFF"}, {"\xFF"}), "\xEF\xBF\xBD"); }
