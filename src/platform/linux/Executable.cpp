@@ -22,11 +22,13 @@ namespace {
 constexpr std::size_t kHeadSize = 256;
 constexpr int kDeepestInterpreter = 5;
 
+// Pipes and devices are not even opened, since that alone may set something going.
 std::string headOf(const std::string& path) {
-  constexpr int flags = O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK;  // a pipe must not make us wait
-  const FileDescriptor file(retryInterrupted([&] { return ::open(path.c_str(), flags); }));
   struct stat status {};
-  if (!file || ::fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode)) return {};
+  if (::stat(path.c_str(), &status) != 0 || !S_ISREG(status.st_mode)) return {};
+  constexpr int flags = O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK;
+  const FileDescriptor file(retryInterrupted([&] { return ::open(path.c_str(), flags); }));
+  if (!file) return {};
   std::string head(kHeadSize, '\0');
   const ssize_t got = retryInterrupted([&] { return ::pread(file.get(), head.data(), head.size(), 0); });
   head.resize(got > 0 ? static_cast<std::size_t>(got) : 0);

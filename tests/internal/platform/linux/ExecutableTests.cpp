@@ -1,8 +1,10 @@
 #include "platform/linux/Executable.h"
 
 #include <elf.h>
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <link.h>
+#include <signal.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -10,6 +12,7 @@
 #include <filesystem>
 #include <functional>
 
+#include "support/ChildProcess.h"
 #include "support/ScratchFolder.h"
 
 namespace ZtFoundation::test {
@@ -77,6 +80,19 @@ TEST_F(ExecutableTests, OtherFilesAreNot) {
   EXPECT_FALSE(isNativeProgram("/dev/null"));
   ASSERT_EQ(::mkfifo((folder / "pipe").c_str(), 0600), 0);
   EXPECT_FALSE(isNativeProgram(folder / "pipe"));
+}
+
+TEST_F(ExecutableTests, APipeIsNotOpened) {
+  const std::string pipe = folder / "pipe";
+  ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
+  const pid_t writer = startChild([&] { return ::open(pipe.c_str(), O_WRONLY); });
+  ::usleep(20000);
+  EXPECT_FALSE(isNativeProgram(pipe));
+  EXPECT_FALSE(isNative(std::string("#!").append(pipe)));
+  ::usleep(20000);
+  EXPECT_EQ(::waitpid(writer, nullptr, WNOHANG), 0) << "somebody let the writer go on";
+  ::kill(writer, SIGKILL);
+  waitForChild(writer);
 }
 
 TEST_F(ExecutableTests, LinksAreFollowed) {
