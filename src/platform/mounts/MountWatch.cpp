@@ -10,6 +10,12 @@
 
 namespace ZtFoundation::mounts {
 
+namespace {
+
+bool isShortage(int error) { return error == EMFILE || error == ENFILE || error == ENOMEM; }
+
+}  // namespace
+
 MountWatch::Place MountWatch::place() {
   Place place{::getpid(), {}, 0};
   struct statx root;
@@ -44,10 +50,11 @@ bool MountWatch::mayHaveChanged() const {
   return ::poll(&changes, 1, 0) != 0;
 }
 
-std::string MountWatch::read() {
+std::optional<std::string> MountWatch::read() {
   close();
   place_ = place();
   file_ = ::open(path_.c_str(), O_RDONLY | O_CLOEXEC);
+  if (file_ < 0) return isShortage(errno) ? std::nullopt : std::optional<std::string>("");
   struct stat status;
   if (::fstat(file_, &status) == 0) identity_ = {status.st_dev, status.st_ino};
   std::string text;
@@ -55,7 +62,11 @@ std::string MountWatch::read() {
   for (;;) {
     const ssize_t count = ::read(file_, piece, sizeof(piece));
     if (count < 0 && errno == EINTR) continue;
-    if (count <= 0) return text;
+    if (count == 0) return text;
+    if (count < 0) {
+      close();
+      return std::nullopt;
+    }
     text.append(piece, static_cast<std::size_t>(count));
   }
 }

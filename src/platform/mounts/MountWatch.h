@@ -5,6 +5,7 @@
 #include <sys/types.h>
 
 #include <cstdint>
+#include <optional>
 #include <string>
 
 namespace ZtFoundation::mounts {
@@ -19,8 +20,8 @@ class MountWatch {
 
   /// False when the table is what `read` answered last. Options of a file system that another mount of it changed do not count.
   bool mayHaveChanged() const;
-  /// Empty when there is none.
-  std::string read();
+  /// Empty when there is none. Nothing when it cannot be read just now, for lack of memory or because too many files are open.
+  std::optional<std::string> read();
 
  private:
   // What a file is known by.

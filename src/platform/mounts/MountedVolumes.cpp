@@ -8,6 +8,8 @@
 #include <cstring>
 #include <memory>
 #include <mutex>
+#include <optional>
+#include <utility>
 
 #include "platform/mounts/BlockDevice.h"
 #include "platform/mounts/MountWatch.h"
@@ -184,13 +186,13 @@ class MountedVolumes final : public Volumes {
   }
   // With the lock held.
   Table renewed() {
-    std::string text = watch_.read();
-    if (table_ != nullptr && text == text_) return table_;
-    const std::vector<mounts::Mount> all = mounts::parseMounts(text);
+    const Table last = std::exchange(table_, nullptr);  // asked for again if something is thrown here
+    std::optional<std::string> text = watch_.read();
+    if (last != nullptr && (!text || *text == text_)) return table_ = last;
+    text_ = std::move(text).value_or("");
+    const std::vector<mounts::Mount> all = mounts::parseMounts(text_);
     numbers_.keepOnly(all);
-    table_ = std::make_shared<const VolumeTable>(all, numbers_);
-    text_ = std::move(text);
-    return table_;
+    return table_ = std::make_shared<const VolumeTable>(all, numbers_);
   }
 
   static const Volume* at(const VolumeTable& table, std::uint32_t index) {

@@ -17,7 +17,8 @@ void VolumeNumbers::keepOnly(const std::vector<Mount>& mounts) {
   std::set<Key> present;
   for (const Mount& mount : mounts) present.insert(keyOf(mount));
   std::erase_if(numbers_, [&](const auto& entry) {
-    const bool isGone = !present.contains(entry.first);
+    const bool isInNoTable = std::get<0>(entry.first) < 0;
+    const bool isGone = !isInNoTable && !present.contains(entry.first);
     if (isGone) used_.erase(entry.second);
     return isGone;
   });

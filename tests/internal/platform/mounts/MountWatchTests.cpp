@@ -3,14 +3,17 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sched.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
 #include <atomic>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "RealVolumes.h"
+#include "StandInTable.h"
 #include "support/ChildProcess.h"
 #include "support/ScratchFolder.h"
 
@@ -47,6 +50,26 @@ TEST_F(MountWatchTests, TheHostMayCloseAllFiles) {
             }),
             0);
   mounts_.unmount(place);
+}
+
+// The child has to read the table anew, and cannot.
+TEST_F(MountWatchTests, WithTooManyFilesOpenTheLastTableCounts) {
+  StandInTable table;
+  table.set({{}, {.point = "/here"}});
+  const FSVolumeRefNum number = table->at("/here");
+  EXPECT_EQ(test::inChild([&] {
+              rlimit limit;
+              if (::getrlimit(RLIMIT_NOFILE, &limit) != 0) return 1;
+              const rlim_t before = std::exchange(limit.rlim_cur, 0);
+              if (::setrlimit(RLIMIT_NOFILE, &limit) != 0) return 2;
+              if (table->at("/here") != number) return 3;
+              limit.rlim_cur = before;
+              if (::setrlimit(RLIMIT_NOFILE, &limit) != 0) return 4;
+              if (table->at("/here") != number) return 5;
+              table.set({{}, {.point = "/there"}});
+              return table->at("/here") == 0 && table->at("/there") != 0 ? 0 : 6;
+            }),
+            0);
 }
 
 TEST_F(MountWatchTests, AProcessWhoseRootIsAMereFolderHasAStartUpVolume) {

@@ -48,6 +48,14 @@ TEST_F(VolumeNumbersTests, StayWhenTheMountMovesOrItsOptionsChange) {
   EXPECT_EQ(numberAfter({root, {.id = 5, .point = "/there", .options = "ro"}}, "/there"), number);
 }
 
+TEST_F(VolumeNumbersTests, StayForAStartUpVolumeThatTheTableDoesNotHave) {
+  const Line here{.id = 5, .point = "/here"};
+  const FSVolumeRefNum number = numberAfter({here}, "/");
+  EXPECT_LT(number, 0);
+  EXPECT_EQ(numberAfter({here, {.id = 6, .point = "/other"}}, "/"), number);
+  EXPECT_EQ(numberAfter({}, "/"), number);
+}
+
 // The kernel does give the identifiers of mounts again.
 TEST_F(VolumeNumbersTests, AreNewForAnotherMountWithTheSameIdentifier) {
   const Line root, here{.id = 5, .point = "/here"};
