@@ -98,7 +98,8 @@ bool BlockDevice::isReadOnly() const { return !folder_.empty() && firstLine(fold
 bool BlockDevice::isRemovable() const { return std::any_of(disks_.begin(), disks_.end(), isRemovableDisk); }
 
 void BlockDevice::eject(const std::string& disk) {
-  const int drive = open(nodeOf(disk).c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+  // Not while anything of it is in use, which includes what is mounted in other namespaces.
+  const int drive = open(nodeOf(disk).c_str(), O_RDONLY | O_EXCL | O_NONBLOCK | O_CLOEXEC);
   if (drive < 0) return;
   ioctl(drive, CDROMEJECT);
   close(drive);

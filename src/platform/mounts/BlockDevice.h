@@ -20,7 +20,7 @@ class BlockDevice {
   bool isRemovable() const;
   /// The folders in which the kernel keeps the disks that it is on.
   const std::vector<std::string>& disks() const { return disks_; }
-  /// Has the drive of a disk give its medium out, if it can.
+  /// Has the drive of a disk give its medium out, if it can and nothing of the disk is in use.
   static void eject(const std::string& disk);
 
  private:

@@ -30,14 +30,16 @@ std::vector<char*> environmentInEnglish() {
   return environment;
 }
 
-// Standard streams of its own, and none of what the host has done to its signals.
+// Standard streams of its own, no other files, and none of what the host has done to its signals.
 class Surroundings {
  public:
   explicit Surroundings(int errors) {
     posix_spawn_file_actions_init(&files_);
+    // This first: where the host has closed its streams, `errors` may be 1.
+    posix_spawn_file_actions_adddup2(&files_, errors, 2);
     posix_spawn_file_actions_addopen(&files_, 0, "/dev/null", O_RDONLY, 0);
     posix_spawn_file_actions_addopen(&files_, 1, "/dev/null", O_WRONLY, 0);
-    posix_spawn_file_actions_adddup2(&files_, errors, 2);
+    posix_spawn_file_actions_addclosefrom_np(&files_, 3);
     posix_spawnattr_init(&attributes_);
     sigset_t none, all;
     sigemptyset(&none);

@@ -40,10 +40,16 @@ OSErr unmountByContext(libmnt_context* context, const Mount& mount) {
   mnt_context_set_target(context, mount.point.c_str());
   // The server need not answer: it is not to be asked what the mount point might be a link to.
   mnt_context_disable_canonicalize(context, 1);
+  mnt_context_disable_helpers(context, 1);
   const int result = mnt_context_umount(context);
   if (mnt_context_syscall_called(context)) return errorFor(mnt_context_get_syscall_errno(context));
-  if (mnt_context_helper_executed(context)) return mnt_context_get_helper_status(context) == 0 ? noErr : fBsyErr;
   return errorFor(-result);
+}
+
+// Helpers talk to the standard streams, which would be those of the host.
+bool hasHelper(const Mount& mount) {
+  const bool isServedByProgram = mount.type.starts_with("fuse") && mount.type != "fuseblk";
+  return isServedByProgram || ::access(("/sbin/umount." + mount.type).c_str(), X_OK) == 0;
 }
 
 std::vector<std::vector<std::string>> programsFor(const Mount& mount, const std::string& device) {
@@ -75,9 +81,7 @@ OSErr unmount(const Mount& mount, const std::string& device, const std::function
   if (mount.point == "/") return fBsyErr;
   const Context context(mnt_new_context(), mnt_free_context);
   if (context == nullptr) return memFullErr;
-  // Helpers of what a program serves talk to the terminal.
-  const bool isServedByProgram = mount.type.starts_with("fuse") && mount.type != "fuseblk";
-  if (isServedByProgram || mnt_context_is_restricted(context.get())) return unmountByPrograms(mount, device, isGone);
+  if (hasHelper(mount) || mnt_context_is_restricted(context.get())) return unmountByPrograms(mount, device, isGone);
   const OSErr error = unmountByContext(context.get(), mount);
   return isGone() ? OSErr{noErr} : error != noErr ? error : OSErr{fBsyErr};
 }
