@@ -56,6 +56,8 @@ TEST_F(VolumesTests, TheStartUpVolume) {
   EXPECT_FALSE(unmountVolume("/"));
   EXPECT_EQ(bytes(volumePath("/proc/self")), "/");
   EXPECT_LT(volumeRefWithPath(files_, "/"), 0);
+  EXPECT_TRUE(isVolumeReadable("/proc/self"));
+  EXPECT_EQ(isVolumeWritable("/proc/self"), JxFileAccessibility::isWritable("/"));
 }
 
 TEST_F(VolumesTests, AMemoryCard) {

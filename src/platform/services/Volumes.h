@@ -61,7 +61,7 @@ inline constexpr OSType AppleShareMediaType = 0x6166706D;  // 'afpm'
 inline constexpr OSType kWebDAVMediaType = 0x68747470;     // 'http'
 
 /// Calls answer 0 or an error number; an error leaves what they would fill as it is. What they are asked to fill may be null where the caller
-/// does not want it. None but the sizes asks a server. A reference to the root of a volume that a server or a program answers for has the
+/// does not want it. None but the sizes and unmounting asks a server. A reference to the root of a volume that a server or a program answers for has the
 /// number 0 in its identity for that reason, and its path is where the volume is mounted.
 class Volumes {
  public:

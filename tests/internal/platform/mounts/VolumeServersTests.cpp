@@ -1,5 +1,6 @@
 // Volumes that come from servers: a WebDAV server and a server of files by SSH, both of the test's own.
 
+#include <ZtFoundation/Files.h>
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <signal.h>
@@ -66,6 +67,16 @@ class VolumeServersTests : public RealVolumes {
     return servers_.back();
   }
 
+  // The same as a host asks.
+  static bool areAskedAlike(const Ref<NSString>& root) {
+    using namespace JxVolumeCatalogInformation;
+    using namespace QvFoundationExtensions;
+    const Ref<NSFileManager> files = NSFileManager::defaultManager();
+    return volumePaths()->containsObject(root) && isVolume(root) && isNetworkVolume(root) &&
+           isUnmountableVolume(root) && volumePath(root)->isEqualToString(root) && isNetworkVolumeAtPath(files, root) &&
+           volumeTypeWithPath(files, root) != 0;
+  }
+
   // Asks the volume everything that its server is not needed for. In a process of its own, which is given up when it waits too long.
   ::testing::AssertionResult answersWithoutServer(const std::string& root) {
     const FSRef item({.device = volumes_.rootReference(volumes_.at(root)).identity().device, .number = 1},
@@ -78,7 +89,8 @@ class VolumeServersTests : public RealVolumes {
       if (volumes.name(root) != root.substr(root.rfind('/') + 1)) return 4;
       if (volumes->volumeHolding(item) != volumes.at(root)) return 5;
       if (volumes.rootReference(volumes.at(root)).identity().number != 0) return 6;
-      return volumes->mountedRemovableMedia().empty() ? 0 : 7;
+      if (!volumes->mountedRemovableMedia().empty()) return 7;
+      return areAskedAlike(stringOf(root)) ? 0 : 8;
     });
     int status = -1;
     const bool isOver = comesTrue([&] { return ::waitpid(child, &status, WNOHANG) == child; });
@@ -166,6 +178,7 @@ class SSHTests : public VolumeServersTests {
     ASSERT_TRUE(runs("sshfs -o ssh_command=" + command + " host:" + served() + " " + root_));
     mounts_.unmountLater(root_);
     server_ = std::stoi(test::contentsOf(mounts_.store() + "/pid").value_or("0"));
+    ASSERT_GT(server_, 0);  // other numbers mean more than one process
     servers_.push_back(server_);
   }
 
