@@ -6,7 +6,9 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <exception>
+#include <system_error>
 
 namespace ZtFoundation::test {
 
@@ -14,7 +16,9 @@ namespace ZtFoundation::test {
 template <class Work>
 pid_t startChild(Work work) {
   const pid_t child = ::fork();
-  if (child != 0) return child;
+  // Were -1 taken for a process, a signal to it would reach every other one.
+  if (child < 0) throw std::system_error(errno, std::generic_category(), "fork");
+  if (child > 0) return child;
   int status = 254;
   try {
     status = static_cast<int>(work());

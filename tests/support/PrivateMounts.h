@@ -84,7 +84,7 @@ class PrivateMounts {
 
   /// A new file system on a loop device.
   std::string disk(const Disk& wanted) {
-    if (!can(wanted.type, "mkfs." + wanted.type)) return {};
+    if (!can(wanted.type, "mkfs." + wanted.type) || !hasLoopDevices()) return {};
     const std::string image = store_ + "/" + wanted.name + ".image";
     std::ofstream(image).close();
     std::filesystem::resize_file(image, std::uintmax_t{megabytes(wanted)} << 20);
@@ -94,7 +94,7 @@ class PrivateMounts {
 
   /// What is in the folder `contents`, as a squashfs on a loop device.
   std::string squashfs(const std::string& contents, const std::string& name = "squashfs") {
-    if (!can("squashfs", "mksquashfs")) return {};
+    if (!can("squashfs", "mksquashfs") || !hasLoopDevices()) return {};
     const std::string image = store_ + "/" + name + ".image";
     run("mksquashfs '" + contents + "' '" + image + "' -quiet -no-progress -noappend");
     return mountImage(image, {.type = "squashfs", .name = name, .readOnly = true});
@@ -181,6 +181,16 @@ class PrivateMounts {
       return true;
     }
     return false;
+  }
+
+  // Containers often have none, or not the one that is free.
+  bool hasLoopDevices() {
+    const int control = ::open("/dev/loop-control", O_RDWR | O_CLOEXEC);
+    const int number = control >= 0 ? ::ioctl(control, LOOP_CTL_GET_FREE) : -1;
+    if (control >= 0) ::close(control);
+    const bool isThere = number >= 0 && ::access(("/dev/loop" + std::to_string(number)).c_str(), F_OK) == 0;
+    if (!isThere) whyNot_ = "there are no loop devices";
+    return isThere;
   }
 
   static bool knows(const std::string& type) {
