@@ -7,6 +7,7 @@
 #include <cerrno>
 
 #include "platform/linux/FileErrors.h"
+#include "platform/linux/FinderLock.h"
 
 namespace ZtFoundation::detail {
 
@@ -16,8 +17,10 @@ constexpr mode_t kForOwnerOnly = 0700;
 
 // A file system may refuse to make what exists with another error than EEXIST, so that is asked first. Another process may be
 // faster.
-bool makeOneFolder(const std::string& path) {
-  return isFolder(path) || ::mkdir(path.c_str(), kForOwnerOnly) == 0 || errno == EEXIST;
+OSErr makeOneFolder(const std::string& path) {
+  if (isFolder(path)) return noErr;
+  if (isFolderLocked(path)) return fLckdErr;
+  return ::mkdir(path.c_str(), kForOwnerOnly) == 0 || errno == EEXIST ? OSErr{noErr} : fileError(errno);
 }
 
 OSErr lookForFolder(const std::string& path) {
@@ -29,7 +32,7 @@ OSErr lookForFolder(const std::string& path) {
 OSErr makeFolders(const std::string& path) {
   for (std::size_t end = 0; end != path.size();) {
     end = std::min(path.find('/', end + 1), path.size());
-    if (!makeOneFolder(path.substr(0, end))) return fileError(errno);
+    if (const OSErr error = makeOneFolder(path.substr(0, end)); error != noErr) return error;
   }
   return isFolder(path) ? noErr : dupFNErr;
 }

@@ -6,6 +6,7 @@
 
 #include <filesystem>
 
+#include "platform/linux/FinderLock.h"
 #include "support/ChildProcess.h"
 #include "support/ScratchFolder.h"
 
@@ -18,6 +19,7 @@ using detail::provideFolder;
 class FoldersTests : public ::testing::Test {
  protected:
   FoldersTests() {
+    ::umask(022);
     std::filesystem::create_directory(folder / "there");
     writeFile(folder / "file", "text");
     std::filesystem::create_symlink("there", folder / "link");
@@ -68,6 +70,18 @@ TEST_F(FoldersTests, SomethingElseInTheWay) {
   for (const bool create : {false, true}) EXPECT_EQ(provide("file/x", create), fnfErr);
   EXPECT_EQ(contentsOf(folder / "file"), "text");
   EXPECT_FALSE(std::filesystem::exists(folder / "nowhere"));
+}
+
+TEST_F(FoldersTests, ALockedFolderGetsNoOthers) {
+  const std::string locked = folder / "there";
+  std::filesystem::create_directory(locked + "/a");
+  if (detail::setLocked(locked, true) != 0) GTEST_SKIP() << "items cannot be locked on this file system";
+  EXPECT_EQ(provide("there/b", true), fLckdErr);
+  EXPECT_EQ(provide("link/b/c", true), fLckdErr);
+  EXPECT_EQ(provide("there/a", true), noErr) << "is there";
+  EXPECT_EQ(provide("there/a/c", true), noErr) << "the lock is not that of the folders inside";
+  EXPECT_EQ(detail::setLocked(locked, false), 0);
+  EXPECT_FALSE(std::filesystem::exists(locked + "/b"));
 }
 
 TEST_F(FoldersTests, OtherErrorsPassThrough) {
