@@ -23,12 +23,13 @@ bool take(std::string_view& line, std::string_view expected) {
 
 void skipBlanks(std::string_view& line) { line.remove_prefix(std::min(line.find_first_not_of(" \t"), line.size())); }
 
-// The text up to the closing quote; none when there is no such quote.
+// The text up to the closing quote; none when there is no such quote, or a U+0000, at which the system would end the path.
 std::optional<std::string> unquoted(std::string_view rest) {
   std::string text;
   for (std::size_t at = 0; at < rest.size(); ++at) {
     if (rest[at] == '"') return text;
     if (rest[at] == '\\' && ++at == rest.size()) break;
+    if (rest[at] == '\0') break;
     text.push_back(rest[at]);
   }
   return std::nullopt;

@@ -52,6 +52,8 @@ TEST(UserDirectories, AreReadLineByLine) {
       {"XDG_MUSIC_DIR=\"${HOME}/Songs\"\n", std::nullopt},
       {"XDG_MUSIC_DIR=\"\\$HOME/Songs\"\n", std::nullopt},
       {"XDG_MUSIC_DIR=\"$HOME$HOME\"\n", std::nullopt},
+      {std::string("XDG_MUSIC_DIR=\"/a\0b\"\n", 21), std::nullopt},
+      {std::string("XDG_MUSIC_DIR=\"/a\\\0b\"\n", 22), std::nullopt},
       // Quoting.
       {"XDG_MUSIC_DIR=\"/a \\\"b\\\" \\\\ \\$c \\`d\\` \\e\"\n", "/a \"b\" \\ $c `d` e"},
       {"XDG_MUSIC_DIR=\"/a#b\"\n", "/a#b"},
