@@ -51,7 +51,7 @@ Ref<NSString> displayPathWithSeparetor(const Ref<NSString>& self, const Ref<NSSt
   if (!self) return nullptr;
   const auto components =
       send<Ref<NSArray>>(NSFileManager::defaultManager(), ZT_SELECTOR("componentsToDisplayForPath:"), self);
-  if (!components) return nullptr;
+  if (!components || components->count() == 0) return nullptr;
   const bool isPlain = !separator || separator->length() == 0;
   return components->componentsJoinedByString(isPlain ? Ref<NSString>(kPlainSeparator) : separator);
 }

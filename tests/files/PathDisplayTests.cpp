@@ -25,6 +25,7 @@ Ref<NSArray> threeComponents(NSFileManager&, const Ref<NSString>& path) {
   return NSArray::of("Startup", "a", path->lastPathComponent());
 }
 Ref<NSArray> noComponents(NSFileManager&, const Ref<NSString>&) { return nullptr; }
+Ref<NSArray> emptyComponents(NSFileManager&, const Ref<NSString>&) { return NSArray::array(); }
 
 namespace {
 
@@ -45,7 +46,11 @@ TEST(DisplayPath, JoinsTheComponents) {
 }
 
 TEST(DisplayPath, WithoutComponentsIsNone) {
-  const ReplacedMethod<&noComponents> replaced(NSFileManager::classObject(), kComponents);
+  {
+    const ReplacedMethod<&noComponents> replaced(NSFileManager::classObject(), kComponents);
+    EXPECT_FALSE(displayPathWithSeparetor("/", nullptr));
+  }
+  const ReplacedMethod<&emptyComponents> replaced(NSFileManager::classObject(), kComponents);
   EXPECT_FALSE(displayPathWithSeparetor("/", nullptr));
 }
 

@@ -36,7 +36,7 @@ bool liesOn(FSVolumeRefNum volume, const std::string& path) {
 
 std::string user() { return std::to_string(::geteuid()); }
 
-// By the trash specification of freedesktop.org: an administrator's folder counts only if it cannot be tampered with.
+// By the rules of freedesktop.org for trash: an administrator's folder counts only if it cannot be tampered with.
 std::vector<FolderPlace> trashPlaces(const std::string& top) {
   std::vector<FolderPlace> places;
   const std::string common = inDirectory(top, ".Trash");
