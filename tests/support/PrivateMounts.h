@@ -29,6 +29,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdint>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
@@ -54,6 +55,8 @@ class PrivateMounts {
   PrivateMounts() {
     if (::geteuid() != 0) {
       whyNot_ = "only root can mount";
+    } else if (!hasAllUsers()) {
+      whyNot_ = "root of a user namespace may not mount everything, nor become somebody else";
     } else if (::unshare(CLONE_NEWNS) != 0 || ::mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0) {
       whyNot_ = std::string("no mount namespace of its own: ") + std::strerror(errno);
     } else {
@@ -157,6 +160,13 @@ class PrivateMounts {
 
   [[noreturn]] static void fail(const std::string& what) {
     throw std::runtime_error(what + ": " + std::strerror(errno));
+  }
+
+  static bool hasAllUsers() {
+    std::ifstream map("/proc/self/uid_map");
+    std::uint32_t inside = 0, outside = 0, count = UINT32_MAX;  // where there is no map
+    map >> inside >> outside >> count;
+    return outside == 0 && count == UINT32_MAX;
   }
 
   void makeStore() {
