@@ -2,6 +2,8 @@
 #include <ZtFoundation/platform/Array.h>
 #include <ZtFoundation/platform/Runtime.h>
 
+#include <new>
+
 #include "platform/services/FileCatalog.h"
 #include "platform/services/Service.h"
 
@@ -49,7 +51,11 @@ OSStatus createDirectoryWithRecursively(const Ref<NSString>& self, bool recursiv
 OSStatus renameFileTo(const Ref<NSString>& self, const Ref<NSString>& newName) {
   FSRef reference;
   if (!newName || makeReference(self, &reference) != noErr || newName->length() == 0) return paramErr;
-  return service<FileCatalog>().FSRenameUnicode(&reference, newName);
+  try {
+    return service<FileCatalog>().FSRenameUnicode(&reference, newName);
+  } catch (const std::bad_alloc&) {
+    return memFullErr;
+  }
 }
 
 OSStatus removeFileForcefully(const Ref<NSString>& self, bool unlocking) {

@@ -62,6 +62,24 @@ TEST_F(AutonamingTests, CreatingAsksWhatTheProcessMay) {
   EXPECT_EQ(asOrdinaryUser([&] { return create("d/a", true) == afpAccessDenied ? 0 : 1; }), 0);
 }
 
+TEST_F(AutonamingTests, CreatingAndCopyingAskForDifferentRights) {
+  if (::geteuid() != 0) GTEST_SKIP() << "only root has rights that the owner lacks";
+  ::chmod(folder.path().c_str(), 0755);
+  ASSERT_EQ(asOrdinaryUser([&] { return create("d/a", true) == afpAccessDenied ? 0 : 1; }), 0)
+      << "the owner may, this process may not";
+  ::chmod((folder / "d").c_str(), 0555);
+  EXPECT_EQ(create("d/a", true), noErr) << "this process may, the owner may not";
+  EXPECT_EQ(copy("from.jpg", "d/b", true), afpAccessDenied);
+}
+
+TEST_F(AutonamingTests, ABareNameThatIsTakenHasNoFreeOne) {
+  const auto work = [&]() -> int {
+    if (::chdir(folder.path().c_str()) != 0) return 1;
+    return createFileWithContents_autoname("from.jpg", nullptr, true) == paramErr ? 0 : 2;
+  };
+  EXPECT_EQ(inChild(work), 0);
+}
+
 TEST_F(AutonamingTests, ACopyGetsAFreeNameOrIsRefused) {
   EXPECT_EQ(copy("from.jpg", "d/to.jpg", false), noErr);
   EXPECT_EQ(copy("from.jpg", "d/to.jpg", false), dupFNErr);
@@ -89,6 +107,10 @@ TEST_F(AutonamingTests, CopyingLooksAtTheOwnersPermissionsWhoeverAsks) {
   ::chmod((folder / "from.jpg").c_str(), 0244);
   EXPECT_EQ(copy("from.jpg", "missing/to", false), afpAccessDenied) << "the source comes before the folder";
   ::chmod((folder / "from.jpg").c_str(), 0400);
+  std::filesystem::create_directory(folder / "closed");
+  ::chmod((folder / "closed").c_str(), 0300);
+  EXPECT_EQ(copy("closed", "d/to", false), fnfErr) << "that it is a folder comes before its permissions";
+  EXPECT_EQ(copy("from.jpg", "from.jpg/to", false), fnfErr) << "so it does for the folder around the copy";
   ::chmod((folder / "d").c_str(), 0577);
   writeFile(folder / "d/taken", "old");
   EXPECT_EQ(copy("from.jpg", "d/taken", false), afpAccessDenied) << "the folder comes before the item in it";

@@ -82,6 +82,15 @@ TEST_F(FileOperationsTests, AColonStaysAColon) {
   EXPECT_TRUE(isFolder("a/p:q/r:s"));
 }
 
+TEST_F(FileOperationsTests, LinksToFoldersServeAsFolders) {
+  std::filesystem::create_symlink("a", folder / "link");
+  EXPECT_EQ(makeFolder("link/b", false), noErr);
+  EXPECT_EQ(makeFolder("link/c/d", true), noErr);
+  EXPECT_TRUE(isFolder("a/b"));
+  EXPECT_TRUE(isFolder("a/c/d"));
+  EXPECT_TRUE(std::filesystem::is_symlink(folder / "link"));
+}
+
 TEST_F(FileOperationsTests, ErrorsOfTheSystemPassThroughAndFoldersMadeBeforeStay) {
   const std::string path = std::string("a/b/").append(300, 'n').append("/c");
   EXPECT_EQ(makeFolder(path, true), bdNamErr);
@@ -138,6 +147,36 @@ TEST_F(FileOperationsTests, TheOwnersPermissionsCountForEverybody) {
   EXPECT_TRUE(exists("a/f"));
   ::chmod((folder / "a").c_str(), 0700);
   EXPECT_EQ(removeFileForcefully(folder.string("a/f"), true), noErr);
+}
+
+TEST_F(FileOperationsTests, WhatIsRefusedKeepsItsLock) {
+  const Ref<NSString> item = folder.string("a/f");
+  ::chmod((folder / "a/f").c_str(), 0444);
+  JxFileCatalogInformation::setFinderLock(item, true);
+  if (!JxFileCatalogInformation::isLockedByFinder(item)) GTEST_SKIP() << "no locks here";
+  EXPECT_EQ(removeFileForcefully(item, true), afpAccessDenied);
+  EXPECT_TRUE(JxFileCatalogInformation::isLockedByFinder(item));
+  ::chmod((folder / "a/f").c_str(), 0644);
+  ::chmod((folder / "a").c_str(), 0555);
+  EXPECT_EQ(removeFileForcefully(item, true), afpAccessDenied);
+  EXPECT_TRUE(JxFileCatalogInformation::isLockedByFinder(item));
+  ::chmod((folder / "a").c_str(), 0755);
+}
+
+TEST_F(FileOperationsTests, LockedItemsAndFoldersKeepTheirNames) {
+  JxFileCatalogInformation::setFinderLock(folder.string("a"), true);
+  if (!JxFileCatalogInformation::isLockedByFinder(folder.string("a"))) GTEST_SKIP() << "no locks here";
+  EXPECT_EQ(renameFileTo(folder.string("a"), "b"), fLckdErr);
+  EXPECT_EQ(renameFileTo(folder.string("a/f"), "g"), fLckdErr);
+  EXPECT_EQ(makeFolder("a/b", false), fLckdErr);
+  EXPECT_EQ(makeFolder("a/b", true), fLckdErr);
+  EXPECT_EQ(copyFileTo(folder.string("a/f"), folder.string("a/g")), paramErr);
+  EXPECT_EQ(createFileWithContents(folder.string("a/g"), nullptr), afpAccessDenied);
+  EXPECT_EQ(removeFileForcefully(folder.string("a/f"), true), paramErr) << "only the item's own lock is taken away";
+  JxFileCatalogInformation::setFinderLock(folder.string("a"), false);
+  JxFileCatalogInformation::setFinderLock(folder.string("a/f"), true);
+  EXPECT_EQ(createFileWithContents(folder.string("a/f"), nullptr), paramErr);
+  EXPECT_EQ(contentsOf(folder / "a/f"), "text");
 }
 
 TEST_F(FileOperationsTests, ALockIsTakenAwayOnlyWithTheFlag) {

@@ -2,7 +2,6 @@
 
 #include <dirent.h>
 #include <fcntl.h>
-#include <limits.h>
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -17,6 +16,7 @@
 #include "platform/linux/FileContents.h"
 #include "platform/linux/FileDescriptor.h"
 #include "platform/linux/FinderLock.h"
+#include "platform/linux/PlaceInFolder.h"
 
 namespace ZtFoundation::detail {
 
@@ -24,42 +24,8 @@ namespace {
 
 // --- Where the file is
 
-// A name in an open folder, so that nothing goes astray when a folder above is renamed meanwhile.
-struct Place {
-  FileDescriptor folder;
-  std::string name;
-};
-
 FileDescriptor openFolder(int at, const std::string& path, int flags) {
   return FileDescriptor(retryInterrupted([&] { return ::openat(at, path.c_str(), flags | O_DIRECTORY | O_CLOEXEC); }));
-}
-
-// What `path` names, seen from the folder `at`; none when that is no possible name of a file.
-std::optional<Place> placeOf(int at, const std::string& path) {
-  const std::size_t slash = path.rfind('/');
-  const bool isBare = slash == std::string::npos;
-  Place place{openFolder(at, isBare ? "." : path.substr(0, slash + 1), O_PATH), isBare ? path : path.substr(slash + 1)};
-  if (!place.folder || place.name.empty()) return std::nullopt;
-  return place;
-}
-
-std::optional<std::string> destinationOfLink(const Place& place) {
-  std::array<char, PATH_MAX> buffer;
-  const ssize_t length = ::readlinkat(place.folder.get(), place.name.c_str(), buffer.data(), buffer.size());
-  if (length < 0) return std::nullopt;
-  return std::string(buffer.data(), static_cast<std::size_t>(length));
-}
-
-// The end of the chain of links that starts at `path`, whether or not there is a file.
-std::optional<Place> endOfLinks(const std::string& path) {
-  constexpr int kLongestChain = 40;  // the kernel's own limit
-  auto place = placeOf(AT_FDCWD, path);
-  for (int links = 0; place && links <= kLongestChain; ++links) {
-    const auto destination = destinationOfLink(*place);
-    if (!destination) return errno == EINVAL || errno == ENOENT ? std::move(place) : std::nullopt;
-    place = placeOf(place->folder.get(), *destination);
-  }
-  return std::nullopt;
 }
 
 // --- The temporary file
@@ -167,7 +133,7 @@ bool flush(int item) {
 
 class Replacement {
  public:
-  explicit Replacement(Place place) : place_(std::move(place)) {}
+  explicit Replacement(PlaceInFolder place) : place_(std::move(place)) {}
 
   bool run(std::string_view bytes) {
     if (isLocked(folder()) || !examineExisting()) return false;
@@ -216,7 +182,7 @@ class Replacement {
            now.st_ino == installed_.st_ino && now.st_dev == installed_.st_dev;
   }
 
-  Place place_;
+  PlaceInFolder place_;
   FileDescriptor existing_;
   struct stat status_ {};
   struct stat installed_ {};
@@ -225,10 +191,10 @@ class Replacement {
 }  // namespace
 
 bool replaceFile(const std::string& path, std::string_view bytes) {
-  auto place = endOfLinks(path);
+  PlaceInFolder place = endOfLinks(path);
   if (!place) return false;
-  place->folder = openFolder(place->folder.get(), ".", O_RDONLY);
-  return place->folder && Replacement(std::move(*place)).run(bytes);
+  place.folder = openFolder(place.folder.get(), ".", O_RDONLY);
+  return place && Replacement(std::move(place)).run(bytes);
 }
 
 }  // namespace ZtFoundation::detail

@@ -10,6 +10,7 @@
 
 #include "platform/linux/AtomicFile.h"
 #include "platform/linux/FinderLock.h"
+#include "platform/linux/PlaceInFolder.h"
 
 namespace ZtFoundation {
 
@@ -51,8 +52,17 @@ std::optional<std::string> readGrowing(int file) {
   return bytes;
 }
 
-FileDescriptor open(const std::string& path, int flags, mode_t mode = 0) {
-  return FileDescriptor(retryInterrupted([&] { return ::open(path.c_str(), flags, mode); }));
+constexpr int kWriting = O_WRONLY | O_CLOEXEC | O_NOCTTY;
+
+FileDescriptor openToWrite(int at, const std::string& path, int flags, mode_t mode) {
+  return FileDescriptor(retryInterrupted([&] { return ::openat(at, path.c_str(), kWriting | flags, mode); }));
+}
+
+// At the end of a link that leads nowhere, the folder there counts. Another process may have been quicker.
+FileDescriptor makeFile(const std::string& path, mode_t mode) {
+  const PlaceInFolder place = endOfLinks(path);
+  if (!place || isLocked(place.folder.get())) return {};
+  return openToWrite(place.folder.get(), place.name, O_CREAT | O_NOFOLLOW, mode);
 }
 
 // Devices and pipes have nothing to lose.
@@ -63,19 +73,19 @@ bool makeEmpty(int file) {
 }
 
 bool writeInPlace(const std::string& path, std::string_view bytes) {
-  const FileDescriptor file = openEmpty(path, 0600);
-  return file && writeAll(file.get(), bytes);
+  FileDescriptor file = openEmpty(path, 0600);
+  return file && writeAll(file.get(), bytes) && closeWritten(std::move(file));
 }
 
 }  // namespace
 
 FileDescriptor openEmpty(const std::string& path, mode_t mode) {
-  constexpr int flags = O_WRONLY | O_CLOEXEC | O_NOCTTY;
-  FileDescriptor file = open(path, flags);
-  if (file) return isLocked(file.get()) || !makeEmpty(file.get()) ? FileDescriptor() : std::move(file);
-  if (errno != ENOENT || isFolderLocked(path)) return {};
-  return open(path, flags | O_CREAT | O_TRUNC, mode);
+  FileDescriptor file = openToWrite(AT_FDCWD, path, 0, 0);
+  if (!file && errno == ENOENT) file = makeFile(path, mode);
+  return file && !isLocked(file.get()) && makeEmpty(file.get()) ? std::move(file) : FileDescriptor();
 }
+
+bool closeWritten(FileDescriptor file) { return ::close(file.release()) == 0 || errno == EINTR; }
 
 std::optional<std::string> readToEnd(int file) {
   try {

@@ -23,4 +23,7 @@ FileDescriptor openEmpty(const std::string& path, mode_t mode);
 /// False on an error; part of the bytes may have been written then.
 bool writeAll(int file, std::string_view bytes);
 
+/// Closes what has been written. False on an error: some file systems tell only now that there was no room.
+bool closeWritten(FileDescriptor file);
+
 }  // namespace ZtFoundation::detail

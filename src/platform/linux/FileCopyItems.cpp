@@ -1,14 +1,12 @@
 #include "platform/linux/FileCopyItems.h"
 
 #include <fcntl.h>
-#include <limits.h>
 #include <unistd.h>
 
 #include <array>
-#include <optional>
-#include <string>
 
 #include "platform/linux/FileAttributes.h"
+#include "platform/linux/PlaceInFolder.h"
 
 namespace ZtFoundation::detail {
 
@@ -36,13 +34,6 @@ int giveAttributesByName(const struct stat& status, int folder, const char* name
     if (unlessLeftOut(error) != 0) return error;
   }
   return unlessLeftOut(errorOf(::utimensat(folder, name, Times(status).data(), AT_SYMLINK_NOFOLLOW)));
-}
-
-std::optional<std::string> destinationOfLink(int folder, const char* name) {
-  std::array<char, PATH_MAX> buffer;
-  const ssize_t length = ::readlinkat(folder, name, buffer.data(), buffer.size());
-  if (length < 0) return std::nullopt;
-  return std::string(buffer.data(), static_cast<std::size_t>(length));
 }
 
 int makeLink(int from, const char* name, int to, const char* newName) {

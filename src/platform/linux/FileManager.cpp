@@ -68,8 +68,9 @@ bool NSFileManager::createFileAtPath_contents_attributes(const Ref<NSString>& pa
                                                          const Ref<NSDictionary>& attributes) {
   const auto name = systemPath(path);
   if (!name) return false;
-  const FileDescriptor file = detail::openEmpty(*name, detail::permissionsIn(attributes, 0666));
+  FileDescriptor file = detail::openEmpty(*name, detail::permissionsIn(attributes, 0666));
   if (!file || (contents && !detail::writeAll(file.get(), contents->view()))) return false;
+  if (!detail::closeWritten(std::move(file))) return false;
   detail::applyAttributes(attributes, *name);
   return true;
 }

@@ -113,7 +113,8 @@ std::optional<std::string> nameForItem(const Ref<NSString>& name) {
 
 OSErr makeFolderIn(const ItemPlace& folder, const std::string& name) {
   const FileDescriptor open = openFolder(folder.path);
-  if (!open || !isSame(statusOfDescriptor(open.get()), folder.status)) return dirNFErr;
+  // A link to a folder serves as that folder.
+  if (!open || (!isLink(folder.status) && !isSame(statusOfDescriptor(open.get()), folder.status))) return dirNFErr;
   if (isLocked(open.get())) return fLckdErr;
   return errorOfName(errorOf(::mkdirat(open.get(), name.c_str(), 0777)));
 }

@@ -2,6 +2,7 @@
 /// Where a path leads, without looking at the item itself.
 #pragma once
 
+#include <optional>
 #include <string>
 
 #include "platform/linux/FileDescriptor.h"
@@ -20,5 +21,12 @@ struct PlaceInFolder {
 /// Links on the way are followed, one at the end is the item itself; slashes at the end do not count. The name is "." for the root, and may be "."
 /// or ".." where the path ends so. A place without a folder is an error, which errno tells.
 PlaceInFolder placeOf(std::string path);
+
+/// Where a file is, or would be made, when links are followed to their end. A path with a slash at the end names no file. A place without a folder is
+/// an error.
+PlaceInFolder endOfLinks(const std::string& path);
+
+/// Where the link `name` in an open folder leads; none on an error, which errno tells, EINVAL when it is no link.
+std::optional<std::string> destinationOfLink(int folder, const char* name);
 
 }  // namespace ZtFoundation::detail

@@ -21,6 +21,7 @@ class LittleRoom final : public Volumes {
  public:
   std::uint64_t freeBytes = 0;
   int asked = 0;
+  std::string folder;  // whose volume was asked for last
 
   OSErr FSGetVolumeInfo(FSVolumeRefNum, std::uint32_t, FSVolumeRefNum*, FSVolumeInfoBitmap, FSVolumeInfo* info,
                         HFSUniStr255*, FSRef*) override {
@@ -28,7 +29,10 @@ class LittleRoom final : public Volumes {
     if (info != nullptr) info->freeBytes = freeBytes;
     return noErr;
   }
-  FSVolumeRefNum volumeHolding(const FSRef&) override { return -7; }
+  FSVolumeRefNum volumeHolding(const FSRef& item) override {
+    folder = item.path()->lastPathComponent()->utf8();
+    return -7;
+  }
   OSErr FSGetVolumeParms(FSVolumeRefNum, GetVolParmsInfoBuffer*, std::size_t) override { return nsvErr; }
   OSErr FSGetVolumeMountInfoSize(FSVolumeRefNum, std::size_t*) override { return nsvErr; }
   OSErr FSGetVolumeMountInfo(FSVolumeRefNum, void*, std::size_t) override { return nsvErr; }
@@ -86,6 +90,21 @@ TEST_F(AutonamingStepsTests, ContentsNeedTheirLengthInRoom) {
   EXPECT_EQ(requests, std::vector<std::string>{"from_1 with contents"});
   answer = false;
   EXPECT_EQ(create(contents), paramErr);
+}
+
+TEST_F(AutonamingStepsTests, TheRoomIsThatOfTheFolderAndComesAfterItsRights) {
+  std::filesystem::create_directory(folder / "inner");
+  const Ref<NSString> target = folder.string("inner/a");
+  const Ref<NSData> contents = NSData::dataWithBytes("12345");
+  EXPECT_EQ(JxTalvoZtWdExensions::createFileWithContents_autoname(target, contents, false), dskFulErr);
+  EXPECT_EQ(volume.folder, "inner");
+  volume.folder.clear();
+  EXPECT_EQ(JxTalvoZtWdExensions::copyFileTo_autoname(folder.string("from"), target, false), dskFulErr);
+  EXPECT_EQ(volume.folder, "inner");
+  JxFileCatalogInformation::setFinderLock(folder.string("inner"), true);
+  if (!JxFileCatalogInformation::isLockedByFinder(folder.string("inner"))) GTEST_SKIP() << "no locks here";
+  EXPECT_EQ(JxTalvoZtWdExensions::createFileWithContents_autoname(target, contents, false), afpAccessDenied);
+  JxFileCatalogInformation::setFinderLock(folder.string("inner"), false);
 }
 
 TEST_F(AutonamingStepsTests, WithoutContentsRoomIsNotAskedFor) {

@@ -4,6 +4,8 @@
 #include <ZtFoundation/platform/Runtime.h>
 #include <gtest/gtest.h>
 
+#include <new>
+
 #include "platform/services/FileCatalog.h"
 #include "platform/services/Service.h"
 #include "support/ReplacedMethod.h"
@@ -20,6 +22,7 @@ class PathCatalog final : public FileCatalog {
   std::set<std::string> existing;
   std::map<std::string, OSErr> errors;  // of making the folder of that name
   OSErr renameAnswer = noErr;
+  bool hasNoMemory = false;
   Calls calls;
 
   OSErr FSPathMakeRef(const Ref<NSString>& path, FSRef* ref, bool*) override {
@@ -39,6 +42,7 @@ class PathCatalog final : public FileCatalog {
     return noErr;
   }
   OSErr FSRenameUnicode(const FSRef* ref, const Ref<NSString>& name) override {
+    if (hasNoMemory) throw std::bad_alloc();
     calls.push_back(ref->path()->utf8().append(" > ").append(name->utf8()));
     return renameAnswer;
   }
@@ -81,6 +85,8 @@ TEST_F(FileOperationStepsTests, NewNamesAndAnswersPassAsTheyStand) {
   EXPECT_EQ(JxFileOperation::renameFileTo("/a", ""), paramErr);
   EXPECT_EQ(JxFileOperation::renameFileTo("/missing", "x"), paramErr);
   EXPECT_EQ(catalog.calls, Calls{});
+  catalog.hasNoMemory = true;
+  EXPECT_EQ(JxFileOperation::renameFileTo("/a", "x"), memFullErr);
 }
 
 // --- Removal asks the default manager

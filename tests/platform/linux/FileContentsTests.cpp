@@ -149,7 +149,7 @@ TEST_F(FileContentsTests, WritingInPlaceFailsWhereNoFileCanBe) {
 
 TEST_F(FileContentsTests, AllIsWrittenInHoweverManyPieces) {
   const std::string contents(100000, 'w');
-  for (int at = 0; at < 3; ++at) {
+  for (int at = 0; at < 8; ++at) {
     FaultScript halves({at, 0, true});
     EXPECT_TRUE(write("file", contents));
     EXPECT_TRUE(contentsOf(folder / "file") == contents);
@@ -158,7 +158,7 @@ TEST_F(FileContentsTests, AllIsWrittenInHoweverManyPieces) {
     FaultScript failing({at, ENOSPC, false});
     const bool isWritten = write("file", contents);
     if (!failing.wasReached()) break;
-    EXPECT_EQ(isWritten, failing.faulted() == "close");
+    EXPECT_FALSE(isWritten) << failing.faulted();
   }
 }
 

@@ -1,3 +1,4 @@
+#include <ZtFoundation/Files.h>
 #include <ZtFoundation/platform/Data.h>
 #include <ZtFoundation/platform/Date.h>
 #include <ZtFoundation/platform/Dictionary.h>
@@ -213,6 +214,25 @@ TEST_F(FileManagerTests, FilesAreMadeOrRewritten) {
   EXPECT_EQ(modeOf("file"), 0600U);
   EXPECT_FALSE(manager->createFileAtPath_contents_attributes(folder.string("folder"), data, nullptr));
   EXPECT_FALSE(manager->createFileAtPath_contents_attributes(folder.string("missing/new"), data, nullptr));
+}
+
+TEST_F(FileManagerTests, LockedFilesAndFoldersGetNoContents) {
+  using JxFileCatalogInformation::setFinderLock;
+  const Ref<NSData> data = NSData::dataWithBytes("new");
+  const auto create = [&](const char* name) {
+    return manager->createFileAtPath_contents_attributes(folder.string(name), data, nullptr);
+  };
+  std::filesystem::create_symlink("folder/made", folder / "into folder");
+  setFinderLock(folder.string("file"), true);
+  setFinderLock(folder.string("folder"), true);
+  if (!JxFileCatalogInformation::isLockedByFinder(folder.string("file"))) GTEST_SKIP() << "no locks here";
+  for (const char* name : {"file", "link", "folder/made", "into folder"}) EXPECT_FALSE(create(name)) << name;
+  EXPECT_FALSE(manager->createDirectoryAtPath_attributes(folder.string("folder/inner"), nullptr));
+  EXPECT_EQ(contentsOf(folder / "file"), "text");
+  EXPECT_TRUE(std::filesystem::is_empty(folder / "folder"));
+  setFinderLock(folder.string("folder"), false);
+  EXPECT_TRUE(create("into folder"));
+  EXPECT_EQ(contentsOf(folder / "folder/made"), "new");
 }
 
 }  // namespace

@@ -1,6 +1,8 @@
 // Copies, moves and removals while system calls fail and processes are killed: the source is unharmed or moved as a whole, and there is no part
 // of a copy.
 
+#include <ZtFoundation/platform/Data.h>
+#include <ZtFoundation/platform/Dictionary.h>
 #include <ZtFoundation/platform/FileManager.h>
 #include <ZtFoundation/platform/String.h>
 #include <fcntl.h>
@@ -160,6 +162,36 @@ TEST_F(FileOperationFaultTests, ACopyIsWholeOrNotThereAndItsSourceUnharmed) {
   failEachCall([&] { std::filesystem::remove_all(to); }, [&] { return copy(from, to); }, check);
 }
 
+TEST_F(FileOperationFaultTests, ANewFileIsWholeOrAFailure) {
+  ScratchFolder folder;
+  const Ref<NSData> contents = NSData::dataWithBytes("some contents");
+  const auto create = [&] {
+    const FaultScript script({});
+    EXPECT_TRUE(NSFileManager::defaultManager()->createFileAtPath_contents_attributes(folder.string("file"), contents,
+                                                                                      nullptr));
+    return script.calls();
+  };
+  std::filesystem::remove(folder / "file");
+  const auto calls = create();
+  ASSERT_EQ(calls.back(), "close");
+  for (const int error : kErrors) {
+    for (std::size_t at = 0; at < calls.size(); ++at) {
+      std::filesystem::remove(folder / "file");
+      bool success;
+      {
+        const FaultScript script({static_cast<int>(at), error, false});
+        success = NSFileManager::defaultManager()->createFileAtPath_contents_attributes(folder.string("file"), contents,
+                                                                                        nullptr);
+      }
+      SCOPED_TRACE(testing::Message() << "call " << at << " (" << calls[at] << "): " << std::strerror(error));
+      EXPECT_TRUE(!success || contentsOf(folder / "file") == "some contents");
+      if (calls[at] == "write" || at + 1 == calls.size()) {
+        EXPECT_EQ(success, error == EINTR);
+      }
+    }
+  }
+}
+
 TEST_F(FileOperationFaultTests, ShortWritesAreContinued) {
   ScratchFolder folder;
   makeTree(folder / "from");
@@ -189,6 +221,37 @@ TEST_F(FileOperationFaultTests, ARemovalThatFailsCanBeMadeAgain) {
   };
   failEachCall(
       prepare, [&] { return removeItem(folder / "tree"); }, check);
+}
+
+TEST_F(FileOperationFaultTests, ALockHoldsThoughTheQuestionForItFails) {
+  ScratchFolder folder;
+  const auto prepare = [&] {
+    for (const char* path : {"tree", "tree/locked"}) {
+      ::removexattr((folder / path).c_str(), "user.ZtFoundation.locked");
+    }
+    std::filesystem::remove_all(folder / "tree");
+    std::filesystem::create_directories(folder / "tree/locked");
+    writeFile(folder / "tree/file", "text");
+    writeFile(folder / "tree/locked/file", "text");
+    for (const char* path : {"tree/file", "tree/locked"}) {
+      EXPECT_EQ(::setxattr((folder / path).c_str(), "user.ZtFoundation.locked", "1", 1, 0), 0);
+    }
+  };
+  for (const int error : {EIO, EMFILE, ENOMEM, EINTR, ENOSYS}) {
+    for (const char* path : {"tree", "tree/file", "tree/locked", "tree/locked/file"}) {
+      for (int at = 0;; ++at) {
+        prepare();
+        FaultScript script({at, error, false});
+        EXPECT_FALSE(removeItem(folder / path));
+        const std::string faulted = script.faulted();
+        SCOPED_TRACE(testing::Message() << path << " " << at << " (" << faulted << "): " << std::strerror(error));
+        EXPECT_TRUE(exists(folder / "tree/file"));
+        EXPECT_TRUE(exists(folder / "tree/locked/file"));
+        if (HasFailure()) return;
+        if (faulted.empty()) break;
+      }
+    }
+  }
 }
 
 TEST_F(FileOperationFaultTests, AMoveToAnotherVolumeLosesNothing) {

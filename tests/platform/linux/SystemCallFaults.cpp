@@ -6,6 +6,7 @@
 #include <sys/file.h>
 #include <sys/ioctl.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <sys/xattr.h>
 #include <unistd.h>
 
@@ -149,6 +150,28 @@ ZT_STAND_IN int openat(int folder, const char* path, int flags, ...) {
   const mode_t mode = (flags & O_CREAT) != 0 ? va_arg(list, mode_t) : 0;
   va_end(list);
   return fails("openat") ? -1 : original(folder, path, flags, mode);
+}
+
+ZT_STAND_IN int open(const char* path, int flags, ...) {
+  static const auto original = next<int (*)(const char*, int, ...)>("open64");
+  std::va_list list;
+  va_start(list, flags);
+  const mode_t mode = (flags & O_CREAT) != 0 ? va_arg(list, mode_t) : 0;
+  va_end(list);
+  return fails("open") ? -1 : original(path, flags, mode);
+}
+
+// What the C library has no function for yet: removals ask for attributes so.
+ZT_STAND_IN long syscall(long number, ...) noexcept {
+  static const auto original = next<long (*)(long, ...)>("syscall");
+  std::va_list list;
+  va_start(list, number);
+  long arguments[6];
+  for (long& argument : arguments) argument = va_arg(list, long);
+  va_end(list);
+  constexpr long kGetxattrat = SYS_openat2 + 27;
+  if (number == kGetxattrat && fails("getxattrat")) return -1;
+  return original(number, arguments[0], arguments[1], arguments[2], arguments[3], arguments[4], arguments[5]);
 }
 
 ZT_STAND_IN ssize_t write(int file, const void* bytes, size_t size) {
