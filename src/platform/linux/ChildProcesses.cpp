@@ -88,6 +88,12 @@ class LinuxChildProcess final : public ChildProcess {
   FileDescriptor handle_;
 };
 
+// Servers behind file systems may make up numbers that nobody knows.
+std::string textOf(int error) {
+  const char* text = ::strerrordesc_np(error);
+  return text != nullptr ? text : "error " + std::to_string(error);
+}
+
 class LinuxChildProcesses final : public ChildProcesses {
  public:
   std::unique_ptr<ChildProcess> start(const std::string& path, const std::vector<std::string>& arguments,
@@ -97,7 +103,7 @@ class LinuxChildProcesses final : public ChildProcesses {
     all.insert(all.end(), arguments.begin(), arguments.end());
     detail::StartedProcess started = detail::startProcess(path, all);
     if (started.error == 0) return detail::watchProcess(started.id, std::move(started.handle));
-    *failure = ::strerrordesc_np(started.error);
+    *failure = textOf(started.error);
     return nullptr;
   }
 };

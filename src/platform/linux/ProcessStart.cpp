@@ -1,6 +1,7 @@
 #include "platform/linux/ProcessStart.h"
 
 #include <fcntl.h>
+#include <poll.h>
 #include <pthread.h>
 #include <sched.h>
 #include <signal.h>
@@ -111,6 +112,7 @@ ZT_IN_OTHER_PROCESS int startInBetween(void* argument) {
   start.id = ::__clone(&becomeProgram, start.stackOfProgram.top(), flags, &start, &start.handle);
   if (start.id < 0) {
     start.error = errno;
+    start.handle = -1;  // the system may have told one before it gave up
   } else if (start.error != 0) {
     ::syscall(SYS_wait4, static_cast<pid_t>(start.id), nullptr, 0, nullptr);
   }
@@ -147,6 +149,20 @@ void runInBetween(Start& start) {
   retryInterrupted([&] { return ::waitpid(between, nullptr, static_cast<int>(__WCLONE)); });
 }
 
+// True when somebody has killed the process in between before it could tell how things went. The program that it leaves behind uses our memory
+// until it has begun.
+bool isAbandoned(const Start& start) { return start.id < 0 && (start.error == 0 || start.handle >= 0); }
+
+// Ends the program; where that cannot be done, its memory has to stay.
+void endAbandoned(std::unique_ptr<Start> start, const FileDescriptor& handle) {
+  pollfd end{handle.get(), POLLIN, 0};
+  if (::syscall(SYS_pidfd_send_signal, handle.get(), SIGKILL, nullptr, 0) == 0) {
+    retryInterrupted([&] { return ::poll(&end, 1, -1); });
+  } else {
+    static_cast<void>(start.release());
+  }
+}
+
 // Where the system must be asked for each: no process has more in practice.
 rlim_t descriptorLimit() {
   constexpr rlim_t most = 1 << 16;
@@ -166,7 +182,7 @@ std::vector<char*> pointersTo(const std::vector<std::string>& arguments) {
 StartedProcess startProcess(const std::string& path, const std::vector<std::string>& arguments,
                             const Surroundings& surroundings) {
   const std::vector<char*> pointers = pointersTo(arguments);
-  const auto start = std::make_unique_for_overwrite<Start>();
+  auto start = std::make_unique_for_overwrite<Start>();
   start->path = path.c_str();
   start->arguments = pointers.data();
   start->environment = environ;
@@ -178,6 +194,10 @@ StartedProcess startProcess(const std::string& path, const std::vector<std::stri
   start->handle = -1;
   runInBetween(*start);
   FileDescriptor handle(start->handle);
+  if (isAbandoned(*start)) {
+    endAbandoned(std::move(start), handle);
+    return {ECANCELED, -1, FileDescriptor()};
+  }
   if (start->error != 0) return {start->error, -1, FileDescriptor()};
   return {0, start->id, std::move(handle)};
 }

@@ -20,7 +20,7 @@ struct Surroundings {
 };
 
 struct StartedProcess {
-  int error = 0;  ///< errno of what failed, and nothing runs
+  int error = 0;  ///< errno of what failed, and nothing runs; ECANCELED when somebody killed the process in between
   pid_t id = -1;
   FileDescriptor handle;  ///< of the process (pidfd); nothing where the system
                           ///< has no such handles

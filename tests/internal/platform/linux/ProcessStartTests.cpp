@@ -5,8 +5,13 @@
 #include <linux/filter.h>
 #include <linux/seccomp.h>
 #include <poll.h>
+#include <sys/ioctl.h>
 #include <sys/prctl.h>
 #include <sys/syscall.h>
+
+#include <chrono>
+#include <cstdio>
+#include <future>
 
 #include "support/ChildProcess.h"
 #include "support/ScratchFolder.h"
@@ -23,16 +28,34 @@ void waitFor(const StartedProcess& process) {
   }
 }
 
-/// Whether the system takes away `call` from this process from now on, as an older system would not have it.
-bool takeAway(unsigned call) {
+/// Has the system answer `call` of this process with `answer` from now on; -1 where it does not let us.
+int filterCalls(unsigned call, unsigned answer, unsigned flags) {
   sock_filter steps[] = {
       {BPF_LD | BPF_W | BPF_ABS, 0, 0, offsetof(seccomp_data, nr)},
       {BPF_JMP | BPF_JEQ | BPF_K, 0, 1, call},
-      {BPF_RET | BPF_K, 0, 0, SECCOMP_RET_ERRNO | ENOSYS},
+      {BPF_RET | BPF_K, 0, 0, answer},
       {BPF_RET | BPF_K, 0, 0, SECCOMP_RET_ALLOW},
   };
   const sock_fprog filter{std::size(steps), steps};
-  return ::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0 && ::prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &filter) == 0;
+  if (::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) != 0) return -1;
+  return static_cast<int>(::syscall(SYS_seccomp, SECCOMP_SET_MODE_FILTER, flags, &filter));
+}
+
+/// Whether the system takes away `call` from this process from now on, as an older system would not have it.
+bool takeAway(unsigned call) { return filterCalls(call, SECCOMP_RET_ERRNO | ENOSYS, 0) == 0; }
+
+pid_t parentOf(pid_t process) {
+  const std::string status = contentsOf("/proc/" + std::to_string(process) + "/stat").value_or("");
+  int parent = -1;
+  return std::sscanf(status.c_str(), "%*d (%*[^)]) %*c %d", &parent) == 1 ? parent : -1;
+}
+
+/// Waits until a process asks for the call that `listener` is told of, and kills its parent instead of an answer. Answers the process.
+pid_t killParentOfCaller(int listener) {
+  seccomp_notif call{};
+  if (::ioctl(listener, SECCOMP_IOCTL_NOTIF_RECV, &call) != 0) return -1;
+  const auto process = static_cast<pid_t>(call.pid);
+  return ::kill(parentOf(process), SIGKILL) == 0 ? process : -1;
 }
 
 class ProcessStartTests : public testing::Test {
@@ -90,6 +113,22 @@ TEST_F(ProcessStartTests, ASystemThatStartsNoProcessTellsSo) {
   });
   if (status == 77) GTEST_SKIP() << "this process may not filter its system calls";
   EXPECT_EQ(status, ENOSYS);
+}
+
+TEST_F(ProcessStartTests, WhenTheProcessInBetweenIsKilledNothingRuns) {
+  const int status = inChild([] {
+    const int listener = filterCalls(SYS_execve, SECCOMP_RET_USER_NOTIF, SECCOMP_FILTER_FLAG_NEW_LISTENER);
+    if (listener < 0) return 77;
+    std::future<pid_t> caller = std::async(std::launch::async, [&] { return killParentOfCaller(listener); });
+    const StartedProcess process = startProcess("/bin/true", {"true"});
+    const pid_t program = caller.get();
+    if (program <= 0) return 1;
+    if (process.error != ECANCELED || process.id != -1 || process.handle) return 2;
+    const std::string state = contentsOf("/proc/" + std::to_string(program) + "/stat").value_or("");
+    return state.empty() || state.find(") Z ") != std::string::npos ? 0 : 3;
+  });
+  if (status == 77) GTEST_SKIP() << "this process may not filter its system calls";
+  EXPECT_EQ(status, 0);
 }
 
 }  // namespace
