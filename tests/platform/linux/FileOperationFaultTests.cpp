@@ -3,6 +3,7 @@
 
 #include <ZtFoundation/platform/Data.h>
 #include <ZtFoundation/platform/Dictionary.h>
+#include <ZtFoundation/platform/Dictionary.h>
 #include <ZtFoundation/platform/FileManager.h>
 #include <ZtFoundation/platform/String.h>
 #include <fcntl.h>
