@@ -3,7 +3,6 @@
 
 #include <ZtFoundation/platform/Data.h>
 #include <ZtFoundation/platform/Dictionary.h>
-#include <ZtFoundation/platform/Dictionary.h>
 #include <ZtFoundation/platform/FileManager.h>
 #include <ZtFoundation/platform/String.h>
 #include <fcntl.h>
