@@ -10,9 +10,9 @@
 /// | -37 | bdNamErr | ENAMETOOLONG, EILSEQ; a name that cannot be one |
 /// | -42 | tmfoErr | EMFILE, ENFILE |
 /// | -43 | fnfErr | ENOENT, ENOTDIR, ELOOP |
-/// | -44 | wPrErr | a volume locked by hardware |
+/// | -44 | wPrErr | none: a device locked by hardware gives EROFS like any other |
 /// | -45 | fLckdErr | EPERM on an item that is locked |
-/// | -46 | vLckdErr | EROFS; a volume locked by software |
+/// | -46 | vLckdErr | EROFS: a volume mounted for reading only |
 /// | -47 | fBsyErr | EBUSY, ETXTBSY, ENOTEMPTY |
 /// | -48 | dupFNErr | EEXIST |
 /// | -50 | paramErr | EINVAL, EBADF, EFAULT |

@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 #include <linux/fs.h>
 #include <sys/ioctl.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/xattr.h>
 
@@ -108,7 +109,7 @@ TEST_F(FinderLockTests, EachWayToNameAnItemWorks) {
 TEST_F(FinderLockTests, AMissingItemIsNotLockedAndCannotBe) {
   EXPECT_FALSE(isLocked(folder / "missing"));
   EXPECT_EQ(setLocked(folder / "missing", true), ENOENT);
-  EXPECT_FALSE(isLocked(-1));
+  EXPECT_TRUE(isLocked(-1)) << "what cannot be asked may be locked";
   EXPECT_EQ(setLocked(-1, true), EBADF);
 }
 
@@ -226,6 +227,32 @@ TEST_F(FinderLockTests, ALockedFolderGetsNoNewItemsAndKeepsItsOwn) {
   EXPECT_TRUE(save(inner + "/old", false));
   EXPECT_FALSE(NSFileManager::defaultManager()->createDirectoryAtPath_attributes(folder.string("inner/new"), nullptr));
   EXPECT_EQ(std::distance(std::filesystem::directory_iterator(inner), {}), 1);
+}
+
+TEST_F(FinderLockTests, WhereTheAnswerCannotBeHadTheItemCountsAsLocked) {
+  const auto work = [&]() -> int {
+    const rlimit none{0, 0};
+    if (isLocked(file) || ::setrlimit(RLIMIT_NOFILE, &none) != 0) return 1;
+    return isLocked(file) && isLockedAt(AT_FDCWD, file) && isFolderLocked(file) ? 0 : 2;
+  };
+  EXPECT_EQ(inChild(work), 0);
+  EXPECT_FALSE(isLocked(folder / "missing"));
+  EXPECT_FALSE(isLocked(file + "/missing"));
+  EXPECT_FALSE(isFolderLocked(folder / "missing/item"));
+}
+
+TEST_F(FinderLockTests, TheAttributeAloneCanBeAskedFor) {
+  for (const std::string& path : {file, inner}) {
+    const FileDescriptor item(::open(path.c_str(), O_PATH | O_CLOEXEC));
+    EXPECT_FALSE(detail::hasLockAttribute(item.get()));
+    EXPECT_FALSE(detail::hasLockAttributeAt(AT_FDCWD, path.c_str()));
+    ASSERT_EQ(setLocked(path, true), 0);
+    EXPECT_TRUE(detail::hasLockAttribute(item.get()));
+    EXPECT_TRUE(detail::hasLockAttributeAt(AT_FDCWD, path.c_str()));
+  }
+  std::filesystem::create_symlink("file", folder / "link");
+  EXPECT_FALSE(detail::hasLockAttributeAt(AT_FDCWD, (folder / "link").c_str()));
+  EXPECT_FALSE(detail::hasLockAttributeAt(AT_FDCWD, (folder / "missing").c_str()));
 }
 
 }  // namespace
