@@ -26,9 +26,9 @@ std::string value(GDesktopAppInfo* info, const char* key) {
   return text ? text.get() : "";
 }
 
-std::string nameOf(GDesktopAppInfo* info) {
-  const char* const name = g_app_info_get_name(G_APP_INFO(info));
-  return name != nullptr ? name : "";
+std::string valueInUsersLanguage(GDesktopAppInfo* info, const char* key) {
+  const Owned<char> text(g_desktop_app_info_get_locale_string(info, key));
+  return text ? text.get() : "";
 }
 
 class GIOEntries final : public DesktopEntries {
@@ -38,8 +38,8 @@ class GIOEntries final : public DesktopEntries {
     if (!info) return std::nullopt;
     DesktopEntry entry;
     entry.command = value(info.get(), G_KEY_FILE_DESKTOP_KEY_EXEC);
-    entry.name = nameOf(info.get());
-    entry.icon = value(info.get(), G_KEY_FILE_DESKTOP_KEY_ICON);
+    entry.name = valueInUsersLanguage(info.get(), G_KEY_FILE_DESKTOP_KEY_NAME);
+    entry.icon = valueInUsersLanguage(info.get(), G_KEY_FILE_DESKTOP_KEY_ICON);
     entry.workingFolder = value(info.get(), G_KEY_FILE_DESKTOP_KEY_PATH);
     entry.signature = value(info.get(), kSignatureKey);
     entry.isHidden = g_desktop_app_info_get_is_hidden(info.get()) != FALSE;

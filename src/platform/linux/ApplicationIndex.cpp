@@ -23,6 +23,8 @@ namespace {
 
 constexpr std::string_view kEntryExtension = ".desktop";
 constexpr int kDeepest = 8;  // folders in folders
+// Stands for what could not be read, and so is tried again each time: descriptors may have run out.
+constexpr FileStamp kNothing;
 
 char lowercase(char byte) { return byte >= 'A' && byte <= 'Z' ? static_cast<char>(byte - 'A' + 'a') : byte; }
 
@@ -42,14 +44,14 @@ struct FolderItem {
   unsigned char type;
 };
 
-// By name, without those that begin with a dot.
-std::vector<FolderItem> itemsIn(const std::string& folder) {
+// By name, without those that begin with a dot. None for a folder that cannot be read.
+std::optional<std::vector<FolderItem>> itemsIn(const std::string& folder) {
   struct Close {
     void operator()(DIR* stream) const noexcept { ::closedir(stream); }
   };
   std::vector<FolderItem> items;
   const std::unique_ptr<DIR, Close> stream(::opendir(folder.c_str()));
-  if (!stream) return items;
+  if (!stream) return std::nullopt;
   while (const dirent* const entry = ::readdir(stream.get())) {
     if (entry->d_name[0] != '.') items.push_back({entry->d_name, entry->d_type});
   }
@@ -57,20 +59,23 @@ std::vector<FolderItem> itemsIn(const std::string& folder) {
   return items;
 }
 
+bool mayBeLink(unsigned char type) { return type == DT_LNK || type == DT_UNKNOWN; }
+
 bool isFolderItem(const std::string& path, unsigned char type) {
-  return type == DT_DIR || ((type == DT_LNK || type == DT_UNKNOWN) && isFolder(path));
+  return type == DT_DIR || (mayBeLink(type) && isFolder(path));
 }
 
 std::string textOf(const Ref<NSObject>& value) {
   const Ref<NSString> text = as<NSString>(value);
-  return text ? text->utf8() : std::string();
+  return text ? text->fileSystemRepresentation() : std::string();
 }
 
-std::vector<OSType> readSignatures(const std::string& path) {
-  if (!isEntryFile(path)) return {};
+// None for a file that cannot be read.
+std::optional<std::vector<OSType>> readSignatures(const std::string& path) {
+  if (!isEntryFile(path)) return std::vector<OSType>();
   const FileDescriptor file(retryInterrupted([&] { return ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK); }));
   const std::optional<std::string> text = file ? readToEnd(file.get()) : std::nullopt;
-  return text ? signaturesInEntry(*text) : std::vector<OSType>();
+  return text ? std::optional(signaturesInEntry(*text)) : std::nullopt;
 }
 
 }  // namespace
@@ -92,16 +97,24 @@ class ApplicationIndex::Lister {
     const FileStamp stamp(path);
     folders_.emplace(path, stamp);
     if (!stamp.isThere() || depth > kDeepest || !seen_.insert({stamp.identity(), holdsEntries_}).second) return;
-    for (const FolderItem& item : itemsIn(path)) listItem(path + "/" + item.name, item, prefix, depth);
+    const std::optional<std::vector<FolderItem>> items = itemsIn(path);
+    if (!items) {
+      folders_[path] = kNothing;
+      return;
+    }
+    for (const FolderItem& item : *items) listItem(path + "/" + item.name, item, prefix, depth);
   }
 
   void listItem(const std::string& path, const FolderItem& item, const std::string& prefix, int depth) {
     if (isEntryName(item.name)) {
       if (holdsEntries_) applications_.push_back({path, true, prefix + withoutEntryExtension(item.name)});
-    } else if (isFolderItem(path, item.type)) {
-      if (!isPackageName(item.name)) return listFolder(path, prefix + item.name + "-", depth + 1);
-      applications_.push_back({path, false});
+      return;
     }
+    // What a link leads to may come later, and the folder around the link does not show that.
+    if (mayBeLink(item.type)) folders_.emplace(path, FileStamp(path));
+    if (!isFolderItem(path, item.type)) return;
+    if (!isPackageName(item.name)) return listFolder(path, prefix + item.name + "-", depth + 1);
+    applications_.push_back({path, false});
   }
 
   bool holdsEntries_ = false;
@@ -110,13 +123,18 @@ class ApplicationIndex::Lister {
   Applications applications_;
 };
 
+// Some identifiers end in ".desktop" themselves, so what is asked for is looked for as it is, too.
 struct ApplicationIndex::Query {
   OSType creator;
   std::string identifier;
+  std::string withoutExtension = withoutEntryExtension(identifier);
 
   bool fitsIdentifier(const Application& application, bool inAnyCase) const {
     if (identifier.empty()) return true;
-    return inAnyCase ? equalInAnyCase(application.identifier, identifier) : application.identifier == identifier;
+    const std::string& own = application.identifier;
+    if (own.empty()) return false;
+    return inAnyCase ? equalInAnyCase(own, identifier) || equalInAnyCase(own, withoutExtension)
+                     : own == identifier || own == withoutExtension;
   }
   bool mayFitSignature(const Application& application) const {
     const auto fits = [this](OSType code) { return code == creator || code == kAnySignature; };
@@ -162,8 +180,11 @@ void ApplicationIndex::updateBundle(Application& bundle) {
   bundle.signatures.clear();
   if (!isApplicationBundle(bundle.path) || path.empty()) return;
   const Ref<NSBundle> contents = NSBundle::bundleWithPath(NSString::stringWithFileSystemRepresentation(bundle.path));
-  if (!contents) return;
-  bundle.identifier = withoutEntryExtension(textOf(contents->objectForInfoDictionaryKey("CFBundleIdentifier")));
+  if (!contents || contents->infoDictionary()->count() == 0) {
+    bundle.stamp = kNothing;
+    return;
+  }
+  bundle.identifier = textOf(contents->objectForInfoDictionaryKey("CFBundleIdentifier"));
   const OSType code = signatureCode(as<NSString>(contents->objectForInfoDictionaryKey("CFBundleSignature")));
   if (code != 0) bundle.signatures.push_back(code);
 }
@@ -171,8 +192,9 @@ void ApplicationIndex::updateBundle(Application& bundle) {
 void ApplicationIndex::updateEntry(Application& entry) {
   const FileStamp stamp(entry.path);
   if (entry.stamp.stillHolds(stamp)) return;
-  entry.stamp = stamp;
-  entry.signatures = readSignatures(entry.path);
+  std::optional<std::vector<OSType>> signatures = readSignatures(entry.path);
+  entry.stamp = signatures ? stamp : kNothing;
+  entry.signatures = std::move(signatures).value_or(std::vector<OSType>());
 }
 
 void ApplicationIndex::update(const Query& query) {
@@ -204,13 +226,13 @@ const ApplicationIndex::Application* ApplicationIndex::first(const Query& query,
 }
 
 std::string ApplicationIndex::find(OSType creator, const std::string& identifier) {
-  const Query query{creator, withoutEntryExtension(identifier)};
-  if (creator == 0 && query.identifier.empty()) return {};
+  if (creator == 0 && identifier.empty()) return {};
+  const Query query{creator, identifier};
   const std::lock_guard guard(mutex_);
   refresh();
   update(query);
   const Application* found = first(query, false);
-  if (found == nullptr && !query.identifier.empty()) found = first(query, true);
+  if (found == nullptr && !identifier.empty()) found = first(query, true);
   return found != nullptr ? found->path : std::string();
 }
 

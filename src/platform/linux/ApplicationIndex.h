@@ -45,7 +45,7 @@ class ApplicationIndex {
 
   std::mutex mutex_;
   std::vector<ApplicationFolder> folders_;
-  std::map<std::string, FileStamp> listed_;  ///< each folder that was looked into
+  std::map<std::string, FileStamp> listed_;  ///< each folder that was looked into, and each link that may lead to one
   Applications applications_;
 };
 

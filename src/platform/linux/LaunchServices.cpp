@@ -31,7 +31,7 @@ class LinuxLaunchServices final : public LaunchServices {
   }
 
   OSStatus LSFindApplicationForInfo(OSType creator, const Ref<NSString>& identifier, Ref<NSURL>* application) override {
-    const std::string path = index_.find(creator, identifier ? identifier->utf8() : std::string());
+    const std::string path = index_.find(creator, identifier ? identifier->fileSystemRepresentation() : std::string());
     if (path.empty()) return kLSApplicationNotFoundErr;
     if (application != nullptr) {
       *application = NSURL::fileURLWithPath(NSString::stringWithFileSystemRepresentation(path));

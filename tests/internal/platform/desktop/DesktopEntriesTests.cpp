@@ -51,6 +51,7 @@ TEST_F(DesktopEntriesTests, WhatIsNotSaidIsEmpty) {
   const auto entry = readApplication("Exec=sh\n");
   ASSERT_TRUE(entry);
   EXPECT_EQ(entry->icon, "");
+  EXPECT_EQ(read("[Desktop Entry]\nType=Application\nExec=sh\n")->name, "");
   EXPECT_EQ(entry->workingFolder, "");
   EXPECT_EQ(entry->signature, "");
   EXPECT_FALSE(entry->inTerminal);
@@ -66,14 +67,14 @@ TEST_F(DesktopEntriesTests, HiddenAndUnlistedEntriesAreRead) {
   EXPECT_FALSE(unlisted->isHidden);
 }
 
-TEST_F(DesktopEntriesTests, NamesInTheUsersLanguage) {
+TEST_F(DesktopEntriesTests, NamesAndIconsInTheUsersLanguage) {
   EXPECT_EQ(test::inChild([this] {
               ::unsetenv("LC_ALL");
               ::unsetenv("LC_MESSAGES");
               ::setenv("LANG", "de_DE.UTF-8", 1);
               ::setenv("LANGUAGE", "de", 1);
-              const auto entry = readApplication("Name[de]=Anzeige\nExec=sh\n");
-              return entry && entry->name == "Anzeige" ? 0 : 1;
+              const auto entry = readApplication("Name[de]=Anzeige\nIcon=i\nIcon[de]=Bild\nExec=sh\n");
+              return entry && entry->name == "Anzeige" && entry->icon == "Bild" ? 0 : 1;
             }),
             0);
 }

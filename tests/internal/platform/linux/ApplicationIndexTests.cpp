@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <stdlib.h>
 #include <sys/inotify.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -54,7 +55,9 @@ std::string find(OSType creator, const Ref<NSString>& identifier) {
   if (status != noErr) return "status " + std::to_string(status);
   return url ? url->path()->fileSystemRepresentation() : "no URL";
 }
-std::string byIdentifier(const std::string& identifier) { return find(kLSUnknownCreator, identifier.c_str()); }
+std::string byIdentifier(const std::string& identifier) {
+  return find(kLSUnknownCreator, NSString::stringWithFileSystemRepresentation(identifier));
+}
 std::string bySignature(OSType creator) { return find(creator, nullptr); }
 
 class ApplicationIndexTests : public testing::Test {
@@ -147,6 +150,36 @@ TEST_F(ApplicationIndexTests, EntriesByIdentifierAndSignature) {
               checks.same("not shown in menus", byIdentifier("plain"), system("plain.desktop"));
               checks.same("in a folder for bundles", byIdentifier("misplaced"), "none");
               checks.same("invisible", byIdentifier(".dotted"), "none");
+            }),
+            0);
+}
+
+TEST_F(ApplicationIndexTests, IdentifiersMayEndLikeTheNamesOfEntries) {
+  writeEntry(own("org.example.desktop.desktop"));
+  writeBundle(path("home/Applications/Sample.app"), "org.sample.Desktop", "Samp");
+  writeBundle(path("home/Applications/Unnamed.app"), "", "Unna");
+  EXPECT_EQ(inOwnFolders([&](Checks& checks) {
+              const std::string entry = own("org.example.desktop.desktop");
+              checks.same("entry", byIdentifier("org.example.desktop"), entry);
+              checks.same("entry, other case", byIdentifier("org.Example.DESKTOP"), entry);
+              checks.same("entry, with extension", byIdentifier("org.example.desktop.desktop"), entry);
+              checks.same("another entry", byIdentifier("org.example"), "none");
+              const std::string bundle = path("home/Applications/Sample.app");
+              checks.same("bundle", byIdentifier("org.sample.Desktop"), bundle);
+              checks.same("bundle, other case", byIdentifier("org.sample.desktop"), bundle);
+              checks.same("bundle, with extension", byIdentifier("org.sample.Desktop.desktop"), bundle);
+              checks.same("another bundle", byIdentifier("org.sample"), "none");
+              checks.same("the extension of no name", find(0x556E6E61, ".desktop"), "none");
+            }),
+            0);
+}
+
+TEST_F(ApplicationIndexTests, NamesOfEntriesAreBytes) {
+  writeEntry(own("a\xFF.desktop"));
+  writeEntry(own("a\xFE.desktop"));
+  EXPECT_EQ(inOwnFolders([&](Checks& checks) {
+              checks.same("one", byIdentifier("a\xFF"), own("a\xFF.desktop"));
+              checks.same("another", byIdentifier("a\xFE.desktop"), own("a\xFE.desktop"));
             }),
             0);
 }
@@ -295,6 +328,56 @@ TEST_F(ApplicationIndexTests, ChangesAreNoticed) {
               checks.same("its new name", byIdentifier("c"), path("home/Applications/B.app"));
               files::rename(path("home/Applications/B.app"), path("home/Applications/D.app"));
               checks.same("moved", byIdentifier("c"), path("home/Applications/D.app"));
+            }),
+            0);
+}
+
+// As on a medium that comes and goes: the folder that holds the link does not change.
+TEST_F(ApplicationIndexTests, WhatLinksLeadToMayComeAndGo) {
+  const auto wait = [] { std::this_thread::sleep_for(std::chrono::milliseconds(2100)); };
+  files::create_directories(path("home/Applications"));
+  files::create_directories(own(""));
+  files::create_directory_symlink(path("medium/View.app"), path("home/Applications/Link.app"));
+  files::create_directory_symlink(path("medium/entries"), own("more"));
+  wait();  // so that nothing is listed again but for the links
+  EXPECT_EQ(inOwnFolders([&](Checks& checks) {
+              checks.same("before", byIdentifier("view"), "none");
+              writeBundle(path("medium/View.app"), "view", "View");
+              checks.same("bundle", byIdentifier("view"), path("home/Applications/Link.app"));
+              writeEntry(path("medium/entries/a.desktop"));
+              checks.same("entry", byIdentifier("more-a"), own("more/a.desktop"));
+              files::remove_all(path("medium"));
+              checks.same("bundle gone", byIdentifier("view"), "none");
+              checks.same("entry gone", byIdentifier("more-a"), "none");
+            }),
+            0);
+}
+
+void setMostDescriptors(rlim_t count) {
+  rlimit limit{};
+  ::getrlimit(RLIMIT_NOFILE, &limit);
+  limit.rlim_cur = count;
+  ::setrlimit(RLIMIT_NOFILE, &limit);
+}
+
+// What could not be read is not remembered as if nothing were there.
+TEST_F(ApplicationIndexTests, DescriptorsMayRunOut) {
+  const std::string entry = own("a.desktop"), bundle = path("home/Applications/B.app");
+  writeSigned(entry, "View");
+  writeBundle(bundle, "before", "SigB");
+  writeBundle(bundle + "/New", "after", "SigB");
+  std::this_thread::sleep_for(std::chrono::milliseconds(2100));  // until what is read is remembered
+  EXPECT_EQ(inOwnFolders([&](Checks& checks) {
+              setMostDescriptors(0);
+              checks.same("folders", byIdentifier("before") + byIdentifier("a"), "nonenone");
+              setMostDescriptors(1000);
+              checks.same("folders, again", byIdentifier("before") + byIdentifier("a"), bundle + entry);
+              files::rename(bundle + "/Contents", bundle + "/Old");
+              files::rename(bundle + "/New/Contents", bundle + "/Contents");
+              setMostDescriptors(0);
+              checks.same("files", bySignature(kViewer) + byIdentifier("after"), "nonenone");
+              setMostDescriptors(1000);
+              checks.same("files, again", bySignature(kViewer) + byIdentifier("after"), entry + bundle);
             }),
             0);
 }

@@ -181,6 +181,12 @@ TEST_F(WorkspaceTests, AnEntrysCommandLineIsStarted) {
               ElementsAre("two words", "The Name", entry, document, "-l", "file://" + scratch_.path() + "/a%20b"));
 }
 
+// The escapes of the file first, then the quotes, then the codes.
+TEST_F(WorkspaceTests, ACommandLineIsUnescapedTwice) {
+  ASSERT_TRUE(launch(makeEntryWithExec(R"("\\$HOME \\`id\\` \\\\ \\"" 'a\sb' a\sb "" 5%%)")));
+  EXPECT_THAT(reportedArguments(scratch_ / "reporter"), ElementsAre(R"($HOME `id` \ ")", "a b", "a", "b", "", "5%"));
+}
+
 TEST_F(WorkspaceTests, AnEntryWithoutACodeGetsTheFileLast) {
   const std::string document = makeDocument();
   ASSERT_TRUE(open(document, makeEntryWithExec("-a")));
