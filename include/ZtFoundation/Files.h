@@ -38,9 +38,9 @@ namespace ZtFoundation {
 // An alias finds its item where it was; else, for root, by the handle that the file system gave for it; else by a search of its volume,
 // which begins near the old place, reads every folder that the process may read, and ends after five seconds at the latest. If the item is nowhere
 // any more, what now has its path is taken for its successor, as an editor leaves one that saves by replacing the file; but only what is of the same
-// kind, and never while the item itself lives. Where numbers of items do not last (file systems of user programs: sshfs, for instance) only
-// the path counts. The path that an alias finds has no links before its last component. A reference, which is a thing of the moment,
-// searches for a second at the most and takes no successor.
+// kind, and never while the item itself lives. Where numbers of items do not last (file systems of user programs, sshfs for instance, and memory cards
+// that keep no dates of birth) only the path counts. The path that an alias finds has no links before its last component. A reference, which is
+// a thing of the moment, searches for a second at the most and takes no successor.
 //
 // Blocks as long as the file system does. Threads: different records may be used by different threads at once.
 

@@ -88,8 +88,18 @@ const MountedFileSystem* findVolume(const std::vector<MountedFileSystem>& mounts
 
 // --- Resolving
 
-// Where programs hand out numbers as they please, a number says nothing about the item.
-bool keepsNumbers(const std::string& type) { return type != "fuse" && !type.starts_with("fuse."); }
+bool isOfUserProgram(const std::string& type) { return type == "fuse" || type.starts_with("fuse."); }
+
+// These give an item another number each time that they meet it, or may be a program that does. A date of birth beside the number tells that the
+// item is the right one.
+bool renumbers(const std::string& type) {
+  return type == "vfat" || type == "msdos" || type == "exfat" || type == "fuseblk";
+}
+
+// Whether a number says anything about an item.
+bool keepsNumbers(const std::string& type, bool hasBirth) {
+  return !isOfUserProgram(type) && (hasBirth || !renumbers(type));
+}
 
 class Resolution {
  public:
@@ -98,7 +108,7 @@ class Resolution {
 
   std::optional<ItemPlace> run() {
     if (auto place = ifItem(path_)) return place;
-    if (!keepsNumbers(mount_.type)) return successor();
+    if (!keepsNumbers(mount_.type, alias_.item.identity.hasBirth)) return successor();
     openHandles();
     if (auto place = ifItem(handledPath_)) return place;
     const SearchResult result = search();
@@ -120,12 +130,22 @@ class Resolution {
     return holding != nullptr && holding->mountPoint == mount_.mountPoint;
   }
 
-  // The date of birth makes a number unique on its volume; without one it is so for as long as the item lives, on this device.
-  bool isItem(const struct statx& status) const {
-    const FSRef::Identity& wanted = alias_.item.identity;
-    FSRef::Identity found = identityOf(status);
-    if (found.hasBirth || isDeviceOfVolume(found.device)) found.device = wanted.device;
-    return found == wanted;
+  // The date of birth makes a number unique on its volume. Without one it is so for as long as the item lives, on this device; the file
+  // system's handle tells it from a later item of that number.
+  bool isItem(const std::string& path, const struct statx& status) const {
+    ItemTraits found = traitsOf(status);
+    const bool isOnVolumesDevice = isDeviceOfVolume(found.identity.device);
+    if (isOnVolumesDevice != wasOnVolumesDevice()) return false;
+    if (found.identity.hasBirth || isOnVolumesDevice) found.identity.device = alias_.item.identity.device;
+    return found == alias_.item && (found.identity.hasBirth || mayHaveItsHandle(path));
+  }
+
+  // A volume with snapshots has a device for each, and copies of the item with its number and its date.
+  bool wasOnVolumesDevice() const { return alias_.item.identity.device == alias_.volume.root.identity.device; }
+
+  bool mayHaveItsHandle(const std::string& path) const {
+    const auto handle = alias_.handle ? handleOfItem(path) : std::nullopt;
+    return !handle || *handle == *alias_.handle;
   }
 
   bool isDeviceOfVolume(std::uint64_t device) const {
@@ -135,7 +155,7 @@ class Resolution {
 
   std::optional<ItemPlace> ifItem(const std::string& path) const {
     const auto status = isOnVolume(path) ? statusOfItem(path) : std::nullopt;
-    if (!status || !isItem(*status)) return std::nullopt;
+    if (!status || !isItem(path, *status)) return std::nullopt;
     return ItemPlace{path, *status};
   }
 
@@ -193,7 +213,7 @@ class Resolution {
 std::optional<ItemPlace> placeUnmoved(const AliasContents& alias) {
   if (!alias.item.identity.hasBirth) return std::nullopt;
   const auto status = statusOfItem(alias.path);
-  if (!status || identityOf(*status) != alias.item.identity) return std::nullopt;
+  if (!status || traitsOf(*status) != alias.item) return std::nullopt;
   return ItemPlace{alias.path, *status};
 }
 

@@ -4,6 +4,7 @@
 #include <fcntl.h>
 
 #include <array>
+#include <cerrno>
 #include <deque>
 #include <string_view>
 
@@ -19,6 +20,12 @@ using Clock = std::chrono::steady_clock;
 // Some file systems refuse to fill a larger buffer.
 constexpr std::size_t kBufferSize = 16384;
 
+// Why a folder cannot be read in which this process would not reach an item anyway, or that is none, or has gone meanwhile.
+bool isOutOfReach(int error) {
+  return error == EACCES || error == EPERM || error == ENOENT || error == ENOTDIR || error == ELOOP ||
+         error == ENAMETOOLONG;
+}
+
 class OutwardSearch {
  public:
   explicit OutwardSearch(const SearchOrder& order) : order_(order), end_(Clock::now() + order.limit) {}
@@ -30,7 +37,7 @@ class OutwardSearch {
       done = folder;
       folder = parentOfPath(folder);
     }
-    return {found_, !isLate_};
+    return {found_, isComplete_};
   }
 
  private:
@@ -46,16 +53,24 @@ class OutwardSearch {
   }
 
   bool searchIn(const std::string& folder) {
-    isLate_ = Clock::now() >= end_;
-    if (isLate_) return true;
     constexpr int flags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC;
-    const FileDescriptor open(::open(folder.c_str(), flags));
-    if (!open) return false;
-    for (;;) {
-      const ssize_t filled = ::getdents64(open.get(), buffer_.data(), buffer_.size());
-      if (filled <= 0) return false;
-      if (searchEntries(folder, static_cast<std::size_t>(filled))) return true;
+    const FileDescriptor open(retryInterrupted([&] { return ::open(folder.c_str(), flags); }));
+    ssize_t filled = open ? read(open) : -1;
+    for (; filled > 0; filled = read(open)) {
+      if (searchEntries(folder, static_cast<std::size_t>(filled)) || isLate()) return true;
     }
+    if (filled < 0 && !isOutOfReach(errno)) isComplete_ = false;
+    return isLate();
+  }
+
+  ssize_t read(const FileDescriptor& folder) {
+    return retryInterrupted([&] { return ::getdents64(folder.get(), buffer_.data(), buffer_.size()); });
+  }
+
+  bool isLate() {
+    const bool late = Clock::now() >= end_;
+    if (late) isComplete_ = false;
+    return late;
   }
 
   bool searchEntries(const std::string& folder, std::size_t filled) {
@@ -83,7 +98,7 @@ class OutwardSearch {
 
   const SearchOrder& order_;
   const Clock::time_point end_;
-  bool isLate_ = false;
+  bool isComplete_ = true;
   std::deque<std::string> waiting_;
   std::optional<std::string> found_;
   alignas(dirent64) std::array<char, kBufferSize> buffer_;

@@ -1,7 +1,9 @@
 #include "platform/linux/ItemSearch.h"
 
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <filesystem>
 
@@ -105,6 +107,35 @@ TEST_F(ItemSearchTests, ALimitEndsTheSearch) {
   const auto result = find("top/f");
   EXPECT_EQ(result.path, std::nullopt);
   EXPECT_FALSE(result.isComplete);
+}
+
+TEST_F(ItemSearchTests, ALimitEndsTheSearchOfALargeFolder) {
+  constexpr int kLinks = 2000;
+  writeFile(folder / "top/near/f", "text");
+  for (int i = 1; i < kLinks; ++i) {
+    std::filesystem::create_hard_link(folder / "top/near/f",
+                                      folder / ("top/near/some longer name " + std::to_string(i)));
+  }
+  int count = 0;
+  order.limit = std::chrono::milliseconds(20);
+  order.number = numberOf(folder / "top/near/f");
+  order.isRight = [&](const std::string&) {
+    if (++count == 1) ::usleep(20000);
+    return false;
+  };
+  EXPECT_FALSE(searchOutwards(order).isComplete);
+  EXPECT_LT(count, kLinks);
+}
+
+TEST_F(ItemSearchTests, AFolderThatCannotBeReadForWantOfDescriptorsMayHoldTheItem) {
+  order.number = 1;
+  EXPECT_TRUE(searchOutwards(order).isComplete);
+  EXPECT_EQ(inChild([&] {
+              const rlimit none{0, 0};
+              if (::setrlimit(RLIMIT_NOFILE, &none) != 0) return 1;
+              return searchOutwards(order).isComplete ? 2 : 0;
+            }),
+            0);
 }
 
 TEST_F(ItemSearchTests, WhatMayNotBeReadIsPassedBy) {
