@@ -140,10 +140,18 @@ bool readHeader(Reader& reader, std::size_t size, OSType& userType) {
   return reader.isGood();
 }
 
+// Absolute, and spelt in the only way: no component is empty, "." or "..".
+bool isPlain(const std::string& path) {
+  if (path == "/") return true;
+  const std::string closed = path + '/';
+  const auto has = [&closed](std::string_view part) { return closed.find(part) != std::string::npos; };
+  return path.starts_with('/') && !has("//") && !has("/./") && !has("/../") && !has(std::string_view("\0", 1));
+}
+
 std::string readPath(Reader& reader, Field tag) {
-  const std::string_view path = reader.field(tag);
-  reader.expect(path.starts_with('/') && path.find('\0') == std::string_view::npos);
-  return std::string(path);
+  std::string path(reader.field(tag));
+  reader.expect(isPlain(path));
+  return path;
 }
 
 ItemTraits readItem(Reader& outer, Field tag) {

@@ -108,6 +108,15 @@ TEST(AliasRecordTests, ContradictionsAreNone) {
   EXPECT_TRUE(refuses([](AliasContents& c) { c.path = ""; }));
   EXPECT_TRUE(refuses([](AliasContents& c) { c.path = std::string("/media/a/\0", 10); }));
   EXPECT_TRUE(refuses([](AliasContents& c) { c.path = "/media/ab"; })) << "not on the volume";
+  for (const char* path :
+       {"/media/a/../b", "/media/a/..", "/media/a/./b", "/media/a/.", "/media/a//b", "/media/a/b/"}) {
+    EXPECT_TRUE(refuses([&](AliasContents& c) { c.path = path; })) << path << " is another spelling of a path";
+    EXPECT_TRUE(refuses([&](AliasContents& c) { c.path = c.volume.mountPoint = path; })) << path;
+  }
+  for (const char* path : {"/media/a", "/media/a/..b/.c/d..", "/media/a/..."}) {
+    EXPECT_FALSE(refuses([&](AliasContents& c) { c.path = path; })) << path;
+  }
+  EXPECT_FALSE(refuses([](AliasContents& c) { c.path = c.volume.mountPoint = "/"; }));
   EXPECT_TRUE(refuses([](AliasContents& c) { c.volume.mountPoint = "media"; }));
   EXPECT_TRUE(refuses([](AliasContents& c) { c.item.identity.bornNanoseconds = 1'000'000'000; }));
   EXPECT_TRUE(refuses([](AliasContents& c) { c.item.identity.hasBirth = false; })) << "a date that is none";

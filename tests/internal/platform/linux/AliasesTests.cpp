@@ -12,6 +12,7 @@
 #include <filesystem>
 #include <thread>
 
+#include "internal/platform/linux/CardOfACamera.h"
 #include "platform/linux/AliasRecord.h"
 #include "platform/services/FileCatalog.h"
 #include "support/ChildProcess.h"
@@ -424,6 +425,87 @@ TEST(AliasesOnOverlaysTests, AnItemOfALowerLayerIsItsOwnSuccessor) {
   const KeptAlias later = aliasOf(file);
   fs::rename(file, root + "/moved");
   EXPECT_EQ(resolve(later).path, root + "/moved");
+}
+
+// --- Items that look like the right one
+
+/// `alias` with some of what it says changed.
+template <class Change>
+KeptAlias forged(const KeptAlias& alias, Change change) {
+  detail::AliasContents contents = detail::decodeAlias(alias.bytes()).value();
+  change(contents);
+  const std::string bytes = detail::encodeAlias(contents).value();
+  AliasHandle handle = nullptr;
+  EXPECT_EQ(PtrToHand(bytes.data(), &handle, bytes.size()), noErr);
+  return KeptAlias(handle);
+}
+
+TEST_F(AliasesTests, AnItemOfAnotherKindIsNotTheItemWhateverItsNumber) {
+  constexpr std::uint8_t kSocket = 12;
+  const KeptAlias alias = forged(aliasOf(path), [](detail::AliasContents& contents) { contents.item.kind = kSocket; });
+  EXPECT_EQ(resolve(alias).error, fnfErr);
+  fs::rename(path, folder / "moved");
+  EXPECT_EQ(resolve(alias).error, fnfErr);
+}
+
+TEST(AliasesWithoutDatesTests, TheHandleTellsALaterItemOfTheSameNumber) {
+  PrivateMounts mounts;
+  const std::string root = mounts.disk({.type = "ext4", .format = "-I 128"});
+  if (root.empty()) GTEST_SKIP() << mounts.whyNot();
+  writeFile(root + "/file", "text");
+  const KeptAlias alias = aliasOf(root + "/file");
+  ASSERT_FALSE(detail::decodeAlias(alias.bytes())->item.identity.hasBirth);
+  fs::rename(root + "/file", root + "/moved");
+  EXPECT_EQ(resolve(alias).path, root + "/moved");
+  const ino_t number = numberOf(root + "/moved");
+  fs::remove(root + "/moved");
+  writeFile(root + "/later", "text");
+  if (numberOf(root + "/later") != number) GTEST_SKIP() << "this file system did not use the number again";
+  EXPECT_EQ(resolve(alias).error, fnfErr);
+}
+
+TEST(AliasesOnSnapshotsTests, ACopyInASnapshotIsNotTheItem) {
+  PrivateMounts mounts;
+  if (!PrivateMounts::hasProgram("btrfs")) GTEST_SKIP() << "no btrfs program here";
+  const std::string root = mounts.disk({.type = "btrfs"});
+  if (root.empty()) GTEST_SKIP() << mounts.whyNot();
+  fs::create_directories(root + "/near/far");
+  writeFile(root + "/near/file", "text");
+  const std::string command =
+      "PATH=$PATH:/sbin:/usr/sbin; btrfs subvolume snapshot '" + root + "' '" + root + "/near/copy' >/dev/null";
+  ASSERT_EQ(std::system(command.c_str()), 0);
+  const std::string copy = root + "/near/copy/near/file";
+  ASSERT_EQ(numberOf(copy), numberOf(root + "/near/file"));
+  for (const bool minimal : {false, true}) {
+    const KeptAlias alias = aliasOf(root + "/near/file", minimal);
+    const KeptAlias ofCopy = aliasOf(copy, minimal);
+    fs::create_directories(root + "/away/from/here/and/there");
+    fs::rename(root + "/near/file", root + "/away/from/here/and/there/file");
+    EXPECT_EQ(resolve(alias).path, root + "/away/from/here/and/there/file");
+    EXPECT_EQ(resolve(ofCopy).path, copy);
+    fs::rename(root + "/away/from/here/and/there/file", root + "/near/file");
+  }
+  const KeptAlias alias = aliasOf(root + "/near/file");
+  fs::remove(root + "/near/file");
+  EXPECT_EQ(resolve(alias).error, fnfErr);
+}
+
+TEST(AliasesWithoutNumbersTests, OnlyThePathCounts) {
+  PrivateMounts mounts;
+  const CardOfACamera card(mounts);
+  if (card.root.empty()) GTEST_SKIP() << "no root, no mount.exfat-fuse or no /dev/fuse here";
+  writeFile(card.root + "/file", "text");
+  writeFile(card.root + "/other", "other");
+  const KeptAlias alias = aliasOf(card.root + "/file");
+  if (detail::decodeAlias(alias.bytes())->item.identity.hasBirth) GTEST_SKIP() << "this one keeps dates of birth";
+  EXPECT_EQ(resolve(alias).path, card.root + "/file");
+  const KeptAlias renumbered = forged(alias, [&](detail::AliasContents& contents) {
+    contents.item.identity.number = numberOf(card.root + "/other");
+    contents.handle = detail::handleOfItem(card.root + "/other");
+  });
+  EXPECT_EQ(resolve(renumbered).path, card.root + "/file");
+  fs::remove(card.root + "/file");
+  EXPECT_EQ(resolve(renumbered).error, fnfErr);
 }
 
 // bench/AliasSearch.cpp measures a volume of 200,000 items.

@@ -9,10 +9,10 @@
 #include <algorithm>
 #include <cctype>
 #include <cerrno>
-#include <cstdlib>
 #include <filesystem>
 
-#include "support/PrivateMounts.h"
+#include "internal/platform/linux/CardOfACamera.h"
+#include "platform/linux/FileDescriptor.h"
 #include "support/ScratchFolder.h"
 
 // --- File systems that this machine may not have. The calls of the library come here first.
@@ -121,26 +121,6 @@ TEST_F(ItemNamesTests, AnotherItemInOtherCaseIsTaken) {
   EXPECT_EQ(folder.names(), (Names{"file", "other"}));
 }
 
-/// A volume that takes no heed of case and cannot refuse to replace; its root is empty if this machine has none.
-class CardOfACamera {
- public:
-  explicit CardOfACamera(PrivateMounts& mounts) {
-    if (!mounts.isPossible() || !PrivateMounts::hasProgram("mount.exfat-fuse") ||
-        !PrivateMounts::hasProgram("mkfs.exfat"))
-      return;
-    const std::string image = mounts.store() + "/card.image";
-    const std::string folder = mounts.folder("card");
-    const std::string command = "PATH=\"$PATH:/usr/sbin:/sbin\"; exec >/dev/null 2>&1; truncate -s 20M '" + image +
-                                "' && mkfs.exfat '" + image + "' && device=$(losetup -f --show '" + image +
-                                "') && { mount.exfat-fuse \"$device\" '" + folder +
-                                "'; result=$?; losetup -d \"$device\"; exit $result; }";
-    if (std::system(command.c_str()) != 0) return;
-    mounts.unmountLater(folder);
-    root = folder;
-  }
-  std::string root;
-};
-
 TEST_F(ItemNamesTests, OnTheCardOfACamera) {
   PrivateMounts mounts;
   const CardOfACamera card(mounts);
@@ -148,8 +128,11 @@ TEST_F(ItemNamesTests, OnTheCardOfACamera) {
   writeFile(card.root + "/file", "text");
   writeFile(card.root + "/other", "other");
   if (!std::filesystem::exists(card.root + "/FILE")) GTEST_SKIP() << "this one heeds case";
+  // An open item keeps its number, also when another test makes the system forget all it can.
   const auto renameThere = [&](const std::string& from, const std::string& to) {
-    return detail::renameItem(*detail::placeOfPath(card.root + "/" + from), to);
+    const std::string path = card.root + "/" + from;
+    const detail::FileDescriptor kept(::open(path.c_str(), O_PATH | O_CLOEXEC));
+    return detail::renameItem(*detail::placeOfPath(path), to);
   };
   EXPECT_EQ(renameThere("file", "other"), dupFNErr);
   EXPECT_EQ(renameThere("file", "OTHER"), dupFNErr);
