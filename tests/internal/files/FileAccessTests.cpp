@@ -6,6 +6,7 @@
 
 #include "support/ChildProcess.h"
 #include "support/RecordingLog.h"
+#include "support/ReplacedMethod.h"
 #include "support/ScratchFolder.h"
 
 namespace ZtFoundation::test {
@@ -101,6 +102,22 @@ TEST_F(FileAccessTests, WhatThisProcessMayDo) {
   file(0400);
   EXPECT_TRUE(isReadable(path));
   EXPECT_FALSE(isExecutable(path));
+}
+
+bool agree(NSFileManager&, const Ref<NSString>& path) { return path->utf8() == "/item"; }
+
+// For root the answers are alike.
+TEST(FileAccessStepsTests, EachQuestionIsPutToTheDefaultManagerByItsMessage) {
+  const std::pair<bool (*)(const Ref<NSString>&), SEL> questions[] = {
+      {isReadable, ZT_SELECTOR("isReadableFileAtPath:")},
+      {isWritable, ZT_SELECTOR("isWritableFileAtPath:")},
+      {isExecutable, ZT_SELECTOR("isExecutableFileAtPath:")},
+      {isDeletable, ZT_SELECTOR("isDeletableFileAtPath:")},
+  };
+  for (const auto& [question, selector] : questions) {
+    const ReplacedMethod<&agree> replaced(NSFileManager::classObject(), selector);
+    for (const auto& [other, otherSelector] : questions) EXPECT_EQ(other("/item"), other == question);
+  }
 }
 
 // --- URLs
