@@ -15,6 +15,7 @@ namespace {
 
 struct Release {
   void operator()(GDesktopAppInfo* info) const { g_object_unref(info); }
+  void operator()(GKeyFile* file) const { g_key_file_unref(file); }
   void operator()(char* text) const { g_free(text); }
 };
 
@@ -31,18 +32,26 @@ std::string valueInUsersLanguage(GDesktopAppInfo* info, const char* key) {
   return text ? text.get() : "";
 }
 
+bool isHidden(GKeyFile* file) {
+  return g_key_file_get_boolean(file, G_KEY_FILE_DESKTOP_GROUP, G_KEY_FILE_DESKTOP_KEY_HIDDEN, nullptr) != FALSE;
+}
+
 class GIOEntries final : public DesktopEntries {
  public:
   std::optional<DesktopEntry> entryAtPath(const std::string& path) override {
-    const Owned<GDesktopAppInfo> info(g_desktop_app_info_new_from_filename(path.c_str()));
-    if (!info) return std::nullopt;
+    const Owned<GKeyFile> file(g_key_file_new());
+    if (g_key_file_load_from_file(file.get(), path.c_str(), G_KEY_FILE_NONE, nullptr) == FALSE) return std::nullopt;
     DesktopEntry entry;
+    entry.isHidden = isHidden(file.get());
+    // Often such a file says nothing else, and to GIO it would be none.
+    if (entry.isHidden) return entry;
+    const Owned<GDesktopAppInfo> info(g_desktop_app_info_new_from_keyfile(file.get()));
+    if (!info) return std::nullopt;
     entry.command = value(info.get(), G_KEY_FILE_DESKTOP_KEY_EXEC);
     entry.name = valueInUsersLanguage(info.get(), G_KEY_FILE_DESKTOP_KEY_NAME);
     entry.icon = valueInUsersLanguage(info.get(), G_KEY_FILE_DESKTOP_KEY_ICON);
     entry.workingFolder = value(info.get(), G_KEY_FILE_DESKTOP_KEY_PATH);
     entry.signature = value(info.get(), kSignatureKey);
-    entry.isHidden = g_desktop_app_info_get_is_hidden(info.get()) != FALSE;
     // One that is only reached over the session bus, which takes a thread that stays, has no command line.
     if (entry.command.find_first_not_of(" \t\n\r") == std::string::npos) return std::nullopt;
     entry.inTerminal = g_desktop_app_info_get_boolean(info.get(), G_KEY_FILE_DESKTOP_KEY_TERMINAL) != FALSE;

@@ -62,6 +62,11 @@ TEST_F(DesktopEntriesTests, HiddenAndUnlistedEntriesAreRead) {
   const auto hidden = readApplication("Exec=sh\nHidden=true\n");
   ASSERT_TRUE(hidden);
   EXPECT_TRUE(hidden->isHidden);
+  for (const char* const text : {"[Desktop Entry]\nHidden=true\n", "[Desktop Entry]\nType=Application\nHidden=true\n",
+                                 "[Desktop Entry]\nType=Application\nHidden=true\nExec=/no/such/program\n"}) {
+    const auto entry = read(text);
+    EXPECT_TRUE(entry && entry->isHidden) << text;
+  }
   const auto unlisted = readApplication("Exec=sh\nNoDisplay=true\nOnlyShowIn=None;\n");
   ASSERT_TRUE(unlisted);
   EXPECT_FALSE(unlisted->isHidden);

@@ -238,6 +238,8 @@ TEST_F(ApplicationIndexTests, TheSameLettersGoFirst) {
 TEST_F(ApplicationIndexTests, TheUsersEntriesStandForOthersOfTheSameIdentifier) {
   writeEntry(own("hidden.desktop"), "Exec=sh\nHidden=true\n");
   writeSigned(system("hidden.desktop"), "Hide");
+  write(own("masked.desktop"), "[Desktop Entry]\nHidden=true\n");
+  writeSigned(system("masked.desktop"), "Mask");
   writeEntry(own("broken.desktop"), "Exec=/no/such/program\n");
   writeEntry(system("broken.desktop"));
   writeSigned(own("other.desktop"), "New!");
@@ -245,6 +247,8 @@ TEST_F(ApplicationIndexTests, TheUsersEntriesStandForOthersOfTheSameIdentifier) 
   EXPECT_EQ(inOwnFolders([&](Checks& checks) {
               checks.same("hidden", byIdentifier("hidden"), "none");
               checks.same("hidden, by signature", bySignature(0x48696465), "none");
+              checks.same("hidden by a file that says no more", byIdentifier("masked") + bySignature(0x4D61736B),
+                          "nonenone");
               checks.same("without its program", byIdentifier("broken"), system("broken.desktop"));
               checks.same("replaced", bySignature(0x4F6C6421), "none");
               checks.same("replacing", bySignature(0x4E657721), own("other.desktop"));
