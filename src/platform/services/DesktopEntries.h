@@ -26,7 +26,7 @@ class DesktopEntries {
   virtual ~DesktopEntries() = default;
   static DesktopEntries& production();
 
-  /// The entry in the file at `path`. Of a hidden one nothing else is told, as it need not say anything else. None when the file is no entry of
+  /// The entry in the file at `path`. Of a hidden one nothing else is told, as it need not say more. None when the file is no entry of
   /// an application, or the program of the application (Exec, and TryExec where there is one) is not installed.
   virtual std::optional<DesktopEntry> entryAtPath(const std::string& path) = 0;
 };
