@@ -60,7 +60,8 @@ int renameCautiously(const Renaming& names) {
 int renameWithoutReplacing(const Renaming& names) {
   const int error =
       errorOf(::renameat2(names.folder, names.from.c_str(), names.folder, names.to.c_str(), RENAME_NOREPLACE));
-  return error == EINVAL || error == ENOSYS || error == ENOTSUP ? renameCautiously(names) : error;
+  const bool isOnlyRemembered = error == EEXIST && !isTaken(names);
+  return error == EINVAL || error == ENOSYS || error == ENOTSUP || isOnlyRemembered ? renameCautiously(names) : error;
 }
 
 struct CloseListing {

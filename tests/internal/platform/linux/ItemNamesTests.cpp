@@ -10,6 +10,7 @@
 #include <cctype>
 #include <cerrno>
 #include <filesystem>
+#include <set>
 
 #include "internal/platform/linux/CardOfACamera.h"
 #include "platform/linux/FileDescriptor.h"
@@ -22,6 +23,9 @@ namespace {
 bool refusesFlags = false;  // no renaming without replacing
 bool hasLinks = true;
 bool ignoresCase = false;  // new names are kept as they are given, which in this world are in lower case
+bool remembersNames =
+    false;  // a name that was taken is so for renaming without replacing, also when it has been given up
+std::set<std::string> rememberedNames;
 
 std::string lowerCase(std::string name) {
   std::transform(name.begin(), name.end(), name.begin(), [](unsigned char c) { return std::tolower(c); });
@@ -42,7 +46,11 @@ int failing(int error) {
 
 extern "C" int renameat2(int from, const char* old, int to, const char* name, unsigned flags) noexcept {
   if (refusesFlags && flags != 0) return failing(EINVAL);
-  if (ignoresCase && isThere(to, lowerCase(name))) return failing(EEXIST);
+  if (ignoresCase && isThere(to, lowerCase(name))) {
+    rememberedNames.insert(name);
+    return failing(EEXIST);
+  }
+  if (remembersNames && flags != 0 && rememberedNames.contains(name)) return failing(EEXIST);
   return static_cast<int>(::syscall(SYS_renameat2, from, old, to, name, flags));
 }
 
@@ -65,7 +73,8 @@ class ItemNamesTests : public testing::Test {
  protected:
   ItemNamesTests() { writeFile(folder / "file", "text"); }
   ~ItemNamesTests() override {
-    refusesFlags = ignoresCase = false;
+    refusesFlags = ignoresCase = remembersNames = false;
+    rememberedNames.clear();
     hasLinks = true;
   }
 
@@ -112,6 +121,20 @@ TEST_F(ItemNamesTests, AChangeOfCaseAlone) {
   EXPECT_EQ(rename("file", "FILE"), noErr);
   EXPECT_EQ(folder.names(), Names{"FILE"});
   EXPECT_EQ(contentsOf(folder / "FILE"), "text");
+}
+
+TEST_F(ItemNamesTests, ANameThatTheKernelOnlyRemembersIsNotTaken) {
+  ignoresCase = remembersNames = true;
+  for (const bool links : {true, false}) {
+    hasLinks = links;
+    EXPECT_EQ(rename("file", "FILE"), noErr);
+    EXPECT_EQ(folder.names(), Names{"FILE"});
+    EXPECT_EQ(contentsOf(folder / "FILE"), "text");
+    std::filesystem::rename(folder / "FILE", folder / "file");
+  }
+  writeFile(folder / "other", "other");
+  EXPECT_EQ(rename("file", "OTHER"), dupFNErr);
+  EXPECT_EQ(folder.names(), (Names{"file", "other"}));
 }
 
 TEST_F(ItemNamesTests, AnotherItemInOtherCaseIsTaken) {
