@@ -157,8 +157,9 @@ class VirtualDisplay {
       ::close(ends[0]);
       const int nothing = ::open("/dev/null", O_RDWR);
       for (const int descriptor : {0, 1, 2}) ::dup2(nothing, descriptor);
-      ::execlp("Xvfb", "Xvfb", "-displayfd", std::to_string(ends[1]).c_str(), "-screen", "0", "320x240x24", "-nolisten",
-               "tcp", nullptr);
+      // Otherwise it begins anew when its last client leaves, and one that comes just then is turned away.
+      ::execlp("Xvfb", "Xvfb", "-noreset", "-displayfd", std::to_string(ends[1]).c_str(), "-screen", "0", "320x240x24",
+               "-nolisten", "tcp", nullptr);
       return 1;
     });
     ::close(ends[1]);
