@@ -1,4 +1,4 @@
-// What the desktop module reads of entries.
+// What the desktop module reads of entries. A program of its own: the tests of fonts need a process that has not opened the module yet.
 
 #include <gtest/gtest.h>
 #include <stdlib.h>
