@@ -129,7 +129,7 @@ class ZT_EXPORT NSFileManager : public NSObject {
   // flag) are neither removed nor moved, and a locked folder gains and loses nothing.
   //
   // `handler` may be none. Else it is asked and told, in the thread of the caller, by those of these messages that it responds to:
-  // - `fileManager:willProcessPath:` (manager, string), no result: before each item.
+  // - `fileManager:willProcessPath:` (manager, string), no result: before each item; of an item that a move only renames, afterwards.
   // - `fileManager:shouldProceedAfterError:` (manager, dictionary), bool: after each error. The dictionary has "Error" (a text), "Path" and, unless
   //   something is being removed, "ToPath". True leaves this item out, with what is in it, and goes on with the next; the operation then answers true
   //   in the end, and what it made stays. Without this method the first error ends the operation.
