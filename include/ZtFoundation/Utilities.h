@@ -82,7 +82,7 @@ ZT_EXPORT Ref<NSString> stringByReplacingAllOccurrencesOfString_withString(const
 ZT_EXPORT Ref<NSString> stringByReplacingAllOccurrencesOfCharactersInSet_withString(const Ref<NSString>& self,
                                                                                     const Ref<NSCharacterSet>& set,
                                                                                     const Ref<NSString>& replacement);
-/// Writes carriage return, line feed and tab as the two characters \r, \n and \t. Spaces stay.
+/// Writes carriage return, line feed and tab as the two characters `\r`, `\n` and `\t`. Spaces stay.
 ZT_EXPORT Ref<NSString> stringByReplacingAllOccurrencesOfWhiteSpaces(const Ref<NSString>& self);
 /// Leaves out each `target`, from left to right; what then stands side by side is not searched again.
 ZT_EXPORT Ref<NSString> stringByDeletingAllOccurrencesOfString(const Ref<NSString>& self, const Ref<NSString>& target);
@@ -190,7 +190,7 @@ ZT_EXPORT void performSelector_withEachObjectInSet(const Ref<NSObject>& self, SE
 
 extern "C" {
 
-// Three-way comparisons: -1 when the first is less, 0 when they are the same, +1 when it is greater. A NaN is the same as everything.
+/// Three-way comparison: -1 when the first is less, 0 when they are the same, +1 when it is greater. A NaN is the same as everything.
 ZT_EXPORT NSInteger QvCompareChar(signed char a, signed char b);
 ZT_EXPORT NSInteger QvCompareUnsignedChar(unsigned char a, unsigned char b);
 ZT_EXPORT NSInteger QvCompareShort(short a, short b);
@@ -205,6 +205,7 @@ ZT_EXPORT NSInteger QvCompareFloat(float a, float b);
 ZT_EXPORT NSInteger QvCompareDouble(double a, double b);
 /// Booleans stored as signed bytes order by their byte.
 ZT_EXPORT NSInteger QvCompareBool(signed char a, signed char b);
+/// Machine words and graphics floats, in the width of the build.
 ZT_EXPORT NSInteger QvCompareNSInteger(NSInteger a, NSInteger b);
 ZT_EXPORT NSInteger QvCompareNSUInteger(NSUInteger a, NSUInteger b);
 ZT_EXPORT NSInteger QvCompareCGFloat(CGFloat a, CGFloat b);
@@ -225,7 +226,9 @@ template <auto comparator>
 struct QvComparatorAdapter {
   using Value = typename detail::ComparedType<decltype(comparator)>::type;
 
+  /// Whether `a` comes before `b`.
   bool operator()(Value a, Value b) const { return comparator(a, b) < 0; }
+  /// The order of what two pointers point to.
   static int pointers(const void* a, const void* b) {
     return static_cast<int>(comparator(*static_cast<const Value*>(a), *static_cast<const Value*>(b)));
   }
@@ -234,6 +237,7 @@ struct QvComparatorAdapter {
 /// Arithmetic on numbers read as signed 32-bit integers (`intValue`); what does not fit wraps. None when either number is none.
 namespace JxArithmeticExtensions {
 
+/// The sum, the difference and the product.
 ZT_EXPORT Ref<NSNumber> plus(const Ref<NSNumber>& self, const Ref<NSNumber>& other);
 ZT_EXPORT Ref<NSNumber> minus(const Ref<NSNumber>& self, const Ref<NSNumber>& other);
 ZT_EXPORT Ref<NSNumber> times(const Ref<NSNumber>& self, const Ref<NSNumber>& other);
@@ -272,6 +276,7 @@ ZT_EXPORT NSUInteger unsignedIntegerValue(const Ref<NSNumber>& self);
 class ZT_EXPORT QvElapsedTime : public NSObject {
   ZT_OBJECT(QvElapsedTime, NSObject)
  public:
+  /// A stopwatch that `init` has yet to start.
   QvElapsedTime();
 
   /// A new stopwatch of exactly this class, sent `init`; none when that answers none.

@@ -26,6 +26,7 @@ class ZT_EXPORT NSAttributedString : public NSObject {
     Ref<NSDictionary> attributes;
   };
 
+  /// Empty text.
   NSAttributedString();
   /// The whole text with the same attributes, which may be none.
   explicit NSAttributedString(const Ref<NSString>& text, const Ref<NSDictionary>& attributes = nullptr);
@@ -36,7 +37,9 @@ class ZT_EXPORT NSAttributedString : public NSObject {
   /// The stretches one after another. Empty ones are dropped, neighbours with equal attributes joined.
   static Ref<NSAttributedString> attributedStringWithRuns(std::initializer_list<Run> runs);
 
+  /// The text without attributes.
   Ref<NSString> string() const { return text_; }
+  /// How many UTF-16 units the text has.
   NSUInteger length() const noexcept { return text_->length(); }
   /// The attributes at `index`, never none. `range`, which may be null, becomes the largest range around with the same ones.
   /// Raises NSRangeException past the end.

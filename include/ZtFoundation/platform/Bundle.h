@@ -80,6 +80,7 @@ class ZT_EXPORT NSBundle : public NSObject {
   /// (dlopen; other plug-ins; the modules that the library itself loads when they are first needed) or
   /// ends the process by `exit`. What has thrown is not tried again. A plug-in should therefore catch what its initialisers throw.
   bool load();
+  /// True when `load` has loaded the code.
   bool isLoaded() const noexcept { return module_.load(std::memory_order_acquire) != nullptr; }
   /// The class that Info.plist names, among those that the bundle's own code registered first, then among all; without such an entry the first
   /// class that the bundle's own code registered. Loads the code. Null when there is no such class.
@@ -101,6 +102,7 @@ class ZT_EXPORT NSBundle : public NSObject {
   /// they find nothing, so a result always lies among the resources, unless the bundle itself has links that lead out. An empty name finds
   /// nothing. Links are followed; one that leads nowhere does not exist.
   Ref<NSString> pathForResource_ofType(const Ref<NSString>& name, const Ref<NSString>& type);
+  /// The same in the subfolder; among the resources themselves when it is none.
   Ref<NSString> pathForResource_ofType_inDirectory(const Ref<NSString>& name, const Ref<NSString>& type,
                                                    const Ref<NSString>& subfolder);
   /// The same, but after the folder itself only `<localization>.lproj` is looked at, by exactly that name. All are when it is none.

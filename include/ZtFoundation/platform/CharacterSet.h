@@ -41,7 +41,9 @@ class ZT_EXPORT NSCharacterSet : public NSObject {
   /// Every code point that the receiver lacks, unpaired surrogates included.
   Ref<NSCharacterSet> invertedSet() const;
 
+  /// True when the set has the code point with the number of the unit.
   bool characterIsMember(unichar unit) const noexcept { return longCharacterIsMember(unit); }
+  /// True when the set has the code point.
   bool longCharacterIsMember(char32_t codePoint) const noexcept {
     return codePoint < 256 ? isInLatin1(codePoint) : isInRanges(codePoint);
   }

@@ -21,6 +21,7 @@ class ZT_EXPORT NSData : public NSObject {
   static Ref<NSData> data();
   /// A copy of the bytes; `bytes` may be null when `length` is 0.
   static Ref<NSData> dataWithBytes_length(const void* bytes, NSUInteger length);
+  /// A copy of the bytes.
   static Ref<NSData> dataWithBytes(std::string_view bytes) { return dataWithBytes_length(bytes.data(), bytes.size()); }
   /// Takes the string over without copying its bytes.
   static Ref<NSData> dataWithString(std::string&& bytes);
@@ -32,10 +33,14 @@ class ZT_EXPORT NSData : public NSObject {
     std::forward<Fill>(fill)(static_cast<unsigned char*>(const_cast<void*>(data->bytes_)));
     return result;
   }
+  /// Immutable data with the same bytes; `other` itself when it is immutable, none for none.
   static Ref<NSData> dataWithData(const Ref<NSData>& other);
 
+  /// How many bytes there are.
   NSUInteger length() const noexcept { return length_; }
+  /// The bytes where they lie, good until the data changes or goes.
   const void* bytes() const noexcept { return bytes_; }
+  /// The same.
   std::string_view view() const noexcept { return {static_cast<const char*>(bytes_), length_}; }
   /// The bytes of `range`, copied. Raises NSRangeException.
   Ref<NSData> subdataWithRange(NSRange range) const;
@@ -45,12 +50,16 @@ class ZT_EXPORT NSData : public NSObject {
   NSUInteger hash() const override;
   /// "<00010203 0405>": hexadecimal digits in groups of four bytes.
   Ref<NSString> description() const override;
+  /// Mutable data with the same bytes.
   Ref<NSMutableData> mutableCopy() const;
+  /// Immutable data with the same bytes: the receiver itself when it is immutable.
   Ref<NSData> copy() const;
 
   // File convenience; see FileManager.h for what atomically means.
   /// The whole file, following links; none when it cannot be read.
   static Ref<NSData> dataWithContentsOfFile(const Ref<NSString>& path);
+  /// Writes all bytes to the file, following links. False when that fails; if atomically, the old file is then as it
+  /// was.
   bool writeToFile_atomically(const Ref<NSString>& path, bool atomically) const;
 
  protected:
@@ -70,15 +79,22 @@ class ZT_EXPORT NSMutableData : public NSData {
 
   ~NSMutableData() override;
 
+  /// Empty data.
   static Ref<NSMutableData> data();
   static Ref<NSMutableData> dataWithLength(NSUInteger length);  ///< zero-filled
+  /// Mutable data with the same bytes, none for none.
   static Ref<NSMutableData> dataWithData(const Ref<NSData>& other);
 
+  /// The bytes for writing, good until the length changes.
   void* mutableBytes() noexcept { return const_cast<void*>(bytes_); }
+  /// Adds a copy of the bytes, which may be a part of this very data.
   void appendBytes_length(const void* bytes, NSUInteger length);
+  /// Adds the bytes of `other`; nothing for none.
   void appendData(const Ref<NSData>& other);
   /// New bytes are zero.
   void setLength(NSUInteger length);
+  /// Puts `length` bytes in place of `range`; `bytes` may be a part of this very data. Raises NSRangeException when the
+  /// range does not lie inside.
   void replaceBytesInRange_withBytes_length(NSRange range, const void* bytes, NSUInteger length);
 
  private:

@@ -14,11 +14,16 @@ class ZT_EXPORT NSDate : public NSObject {
  public:
   static constexpr ObjectKind kKind = ObjectKind::Date;
 
+  /// Now.
   static Ref<NSDate> date();
+  /// Seconds from 1 January 2001, 00:00 UTC, kept as they are.
   static Ref<NSDate> dateWithTimeIntervalSinceReferenceDate(NSTimeInterval seconds);
+  /// Seconds from 1 January 1970, 00:00 UTC.
   static Ref<NSDate> dateWithTimeIntervalSince1970(NSTimeInterval seconds);
 
+  /// Seconds from 1 January 2001, 00:00 UTC.
   NSTimeInterval timeIntervalSinceReferenceDate() const noexcept { return seconds_; }
+  /// Seconds from 1 January 1970, 00:00 UTC.
   NSTimeInterval timeIntervalSince1970() const noexcept { return seconds_ + NSTimeIntervalSince1970; }
 
   /// By the exact double; NaN equals NaN.
@@ -27,6 +32,7 @@ class ZT_EXPORT NSDate : public NSObject {
   NSUInteger hash() const override;
   /// "2001-01-01 00:00:00 +0000", always in UTC, to the second; years before 0 and after 9999 with a sign.
   Ref<NSString> description() const override;
+  /// Which is earlier; a NaN is before every other date and the same as itself. None is before any date.
   NSComparisonResult compare(const Ref<NSDate>& other) const;
 
  private:

@@ -36,7 +36,9 @@ class ZT_EXPORT NSDictionary : public NSCollection {
 
   ~NSDictionary() override;
 
+  /// An empty dictionary.
   static Ref<NSDictionary> dictionary();
+  /// A dictionary of one entry. Raises NSInvalidArgumentException when either is none.
   static Ref<NSDictionary> dictionaryWithObject_forKey(const Ref<NSObject>& object, const Ref<NSObject>& key);
   /// Of two entries with equal keys the later value stands in the earlier place.
   static Ref<NSDictionary> dictionaryWithEntries(std::initializer_list<DictionaryEntry> entries);
@@ -53,16 +55,22 @@ class ZT_EXPORT NSDictionary : public NSCollection {
   /// The hash under which a dictionary files `key`.
   static std::uint32_t hashOfKey(const NSObject& key);
 
+  /// How many entries there are.
   NSUInteger count() const noexcept { return count_; }
   /// The value, none when the key is absent or none.
   Ref<NSObject> objectForKey(const Ref<NSObject>& key) const { return lookUp(key.get()); }
   /// The value without sharing ownership, null when absent.
   NSObject* lookUp(const NSObject* key) const;
   NSObject* lookUp(std::string_view asciiKey) const;
+  /// True when there is a value for `key`; false for none.
   bool containsKey(const Ref<NSObject>& key) const { return lookUp(key.get()) != nullptr; }
+  /// The keys in order.
   Ref<NSArray> allKeys() const;
+  /// The values in the order of their keys.
   Ref<NSArray> allValues() const;
+  /// A mutable dictionary with the same entries.
   Ref<NSMutableDictionary> mutableCopy() const;
+  /// An immutable dictionary with the same entries: the receiver itself when it is immutable.
   Ref<NSDictionary> copy() const;
 
   /// The value under `key` as a T: std::string, bool, an integer or floating type, or a class of objects (then a `Ref`, else a
@@ -137,12 +145,17 @@ class ZT_EXPORT NSMutableDictionary : public NSDictionary {
  public:
   static constexpr bool kIsMutable = true;
 
+  /// An empty dictionary.
   static Ref<NSMutableDictionary> dictionary();
+  /// An empty dictionary with room for that many entries.
   static Ref<NSMutableDictionary> dictionaryWithCapacity(NSUInteger capacity);
+  /// A mutable dictionary with the same entries, none for none.
   static Ref<NSMutableDictionary> dictionaryWithDictionary(const Ref<NSDictionary>& other);
+  /// As for NSDictionary.
   static Ref<NSMutableDictionary> of(std::initializer_list<DictionaryEntry> entries) {
     return dictionaryWithDictionary(dictionaryWithEntries(entries));
   }
+  /// As for NSDictionary.
   static Ref<NSMutableDictionary> dictionaryByTaking(std::span<DictionaryEntry> entries,
                                                      std::span<const std::uint32_t> hashes = {});
 
@@ -150,7 +163,9 @@ class ZT_EXPORT NSMutableDictionary : public NSDictionary {
   void setObject_forKey(Ref<NSObject> object, const Ref<NSObject>& key);
   /// Removing a key that is absent does nothing.
   void removeObjectForKey(const Ref<NSObject>& key);
+  /// Leaves the dictionary empty.
   void removeAllObjects();
+  /// Sets each entry of `other`; nothing for none.
   void addEntriesFromDictionary(const Ref<NSDictionary>& other);
 
  private:

@@ -12,13 +12,16 @@ namespace ZtFoundation {
 /// Raised by value; carries a name that programs test and a reason for people.
 class ZT_EXPORT NSException : public std::exception {
  public:
+  /// An exception to be thrown by value; either may be none.
   NSException(Ref<NSString> name, Ref<NSString> reason);
   NSException(const NSException&);
   NSException(NSException&&) noexcept;
   NSException& operator=(const NSException&) = delete;
   ~NSException() override;
 
+  /// What programs test, such as "NSRangeException".
   const Ref<NSString>& name() const noexcept { return name_; }
+  /// What people read; may be none.
   const Ref<NSString>& reason() const noexcept { return reason_; }
   /// "name: reason" as UTF-8.
   const char* what() const noexcept override { return what_.c_str(); }

@@ -48,10 +48,14 @@ class FSRef {
     friend bool operator==(const Identity&, const Identity&) = default;
   };
 
+  /// The empty reference.
   FSRef() = default;
+  /// A reference to the item with that identity, made from `path`; the catalog makes them.
   FSRef(Identity identity, Ref<NSString> path) : identity_(identity), path_(std::move(path)) {}
 
+  /// True for a reference to nothing.
   bool isEmpty() const noexcept { return path_ == nullptr; }
+  /// What tells the item from every other one.
   const Identity& identity() const noexcept { return identity_; }
   /// Where the item was when the reference was made, absolute; none in an empty reference.
   const Ref<NSString>& path() const noexcept { return path_; }

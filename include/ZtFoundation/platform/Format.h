@@ -9,7 +9,7 @@
 /// \endcode
 /// - Conversions: `d i D u U x X o O c C s S p e E f F g G a A @ %`; `D U O` are `d u o`. `%s` takes UTF-8, `%S` UTF-16, either also a
 ///   string object. There is no `%n`.
-/// - Flags `- + blank # 0 '` (no digits are grouped), width, `.precision`, `*`, and numbered arguments (`%1$@`, `%2$*1$d`). Widths and
+/// - Flags `- + blank # 0` and the apostrophe (no digits are grouped), width, `.precision`, `*`, and numbered arguments (`%1$@`, `%2$*1$d`). Widths and
 ///   precisions above kMaximumFormatWidth count as that. Those of `%@`, `%s` and `%c` count UTF-16 units; a surrogate pair is not cut apart.
 /// - Length modifiers `h hh l ll q z t j L` are understood. Every argument knows its own size, so only `h` and `hh` change anything:
 ///   they keep the low bits. A `long double` is read as a double.
@@ -81,7 +81,9 @@ class FormatArgument {
       const Text& units) noexcept
       : FormatArgument(std::u16string_view(units)) {}
 
+  /// What was passed.
   constexpr Kind kind() const noexcept { return kind_; }
+  /// True for integers, enumerations and characters.
   constexpr bool isInteger() const noexcept { return kind_ <= Kind::Character; }
   /// The value of an integer; an unsigned one above the signed range keeps its bits.
   constexpr std::int64_t signedValue() const noexcept { return static_cast<std::int64_t>(bits_); }
@@ -91,11 +93,15 @@ class FormatArgument {
   }
   /// How many bytes the type of an integer has.
   constexpr unsigned size() const noexcept { return size_; }
+  /// The value of a floating argument.
   constexpr double real() const noexcept { return real_; }
   /// The address of an object, a text or whatever a pointer points to.
   constexpr const void* pointer() const noexcept { return pointer_; }
+  /// The object, null for none.
   const NSObject* object() const noexcept { return static_cast<const NSObject*>(pointer_); }
+  /// The bytes of text passed as UTF-8.
   std::string_view utf8() const noexcept { return {static_cast<const char*>(pointer_), length_}; }
+  /// The units of text passed as UTF-16.
   std::u16string_view utf16() const noexcept { return {static_cast<const char16_t*>(pointer_), length_}; }
 
  private:

@@ -21,24 +21,32 @@ class NSMutableIndexSet;
 class ZT_EXPORT NSIndexSet : public NSObject {
   ZT_OBJECT(NSIndexSet, NSObject)
  public:
+  /// An empty set.
   NSIndexSet() = default;
 
+  /// An empty set.
   static Ref<NSIndexSet> indexSet();
+  /// The set of that index.
   static Ref<NSIndexSet> indexSetWithIndex(NSUInteger index);
+  /// The indexes of the range, as many as a machine word can tell.
   static Ref<NSIndexSet> indexSetWithIndexesInRange(NSRange range);
 
   /// How many indexes there are; the largest machine word when they are more than it can tell.
   NSUInteger count() const noexcept;
   /// How many ranges they form.
   NSUInteger numberOfRanges() const noexcept { return ranges_.size(); }
+  /// True when `index` is in here.
   bool containsIndex(NSUInteger index) const;
   /// True when all of `other` is in here; false for none.
   bool containsIndexes(const Ref<NSIndexSet>& other) const;
   /// NSNotFound when there is none.
   NSUInteger firstIndex() const noexcept;
+  /// NSNotFound when there is none.
   NSUInteger lastIndex() const noexcept;
+  /// The next index above `index`; NSNotFound when there is none.
   NSUInteger indexGreaterThanIndex(NSUInteger index) const;
 
+  /// A mutable set with the same indexes.
   Ref<NSMutableIndexSet> mutableCopy() const;
 
   bool isEqual(const NSObject* other) const override;
@@ -62,19 +70,28 @@ class ZT_EXPORT NSIndexSet : public NSObject {
 class ZT_EXPORT NSMutableIndexSet : public NSIndexSet {
   ZT_OBJECT(NSMutableIndexSet, NSIndexSet)
  public:
+  /// An empty set.
   NSMutableIndexSet() noexcept : NSIndexSet(kMutableFlag) {}
 
+  /// An empty set.
   static Ref<NSMutableIndexSet> indexSet();
 
   /// An immutable set with the same indexes.
   Ref<NSIndexSet> copy() const;
 
+  /// Adding an index that is in here does nothing.
   void addIndex(NSUInteger index) { add(index, index); }
+  /// Adds all of `other`; nothing for none.
   void addIndexes(const Ref<NSIndexSet>& other);
+  /// Adds the indexes of the range; nothing for an empty one.
   void addIndexesInRange(NSRange range);
+  /// Removing an index that is not in here does nothing.
   void removeIndex(NSUInteger index) { remove(index, index); }
+  /// Removes all of `other`; nothing for none.
   void removeIndexes(const Ref<NSIndexSet>& other);
+  /// Removes the indexes of the range; nothing for an empty one.
   void removeIndexesInRange(NSRange range);
+  /// Leaves the set empty.
   void removeAllIndexes() noexcept;
 
  private:

@@ -29,11 +29,13 @@ class NSDictionary;
 class ZT_EXPORT NSNotification : public NSObject {
   ZT_OBJECT(NSNotification, NSObject)
  public:
+  /// A notification to post; any of the three may be none.
   static Ref<NSNotification> notificationWithName_object_userInfo(const Ref<NSString>& name,
                                                                   const Ref<NSObject>& object,
                                                                   const Ref<NSDictionary>& userInfo);
   ~NSNotification() override;
 
+  /// What happened.
   const Ref<NSString>& name() const noexcept { return name_; }
   /// The sender; may be none.
   const Ref<NSObject>& object() const noexcept { return object_; }
@@ -53,6 +55,7 @@ class ZT_EXPORT NSNotificationCenter : public NSObject {
  public:
   using Block = std::function<void(const Ref<NSNotification>&)>;
 
+  /// A center of one's own, without observers.
   NSNotificationCenter();
   ~NSNotificationCenter() override;
 
@@ -68,7 +71,9 @@ class ZT_EXPORT NSNotificationCenter : public NSObject {
 
   /// Does nothing without a notification or a name.
   void postNotification(const Ref<NSNotification>& notification);
+  /// Posts a new notification without further information.
   void postNotificationName_object(const Ref<NSString>& name, const Ref<NSObject>& object);
+  /// Posts a new notification.
   void postNotificationName_object_userInfo(const Ref<NSString>& name, const Ref<NSObject>& object,
                                             const Ref<NSDictionary>& userInfo);
 

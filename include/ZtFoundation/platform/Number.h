@@ -21,32 +21,51 @@ class ZT_EXPORT NSNumber : public NSObject {
 
   /// The one object for true or for false.
   static Ref<NSNumber> numberWithBool(bool value);
+  /// A number that holds the value as a signed integer.
   static Ref<NSNumber> numberWithInt(int value);
+  /// A number that holds the value as an integer.
   static Ref<NSNumber> numberWithUnsignedInt(unsigned value);
+  /// A number that holds the value as a signed integer.
   static Ref<NSNumber> numberWithLong(long value);
+  /// A value that fits a signed 64-bit integer is kept as one.
   static Ref<NSNumber> numberWithUnsignedLong(unsigned long value);
+  /// A number that holds the value as a signed integer.
   static Ref<NSNumber> numberWithLongLong(long long value);
   /// A value that fits a signed 64-bit integer is kept as one.
   static Ref<NSNumber> numberWithUnsignedLongLong(unsigned long long value);
+  /// A number that holds the value bit for bit.
   static Ref<NSNumber> numberWithDouble(double value);
   /// Described with the digits that tell a 32-bit float.
   static Ref<NSNumber> numberWithFloat(float value);
 
+  /// What the number holds.
   NumberType type() const noexcept { return static_cast<NumberType>(flags() >> 1); }
+  /// True for the two booleans.
   bool isBoolean() const noexcept { return type() == NumberType::Boolean; }
+  /// True for signed and unsigned integers; a boolean is none.
   bool isInteger() const noexcept { return type() == NumberType::Signed || type() == NumberType::Unsigned; }
+  /// True for floating values, whole ones too.
   bool isReal() const noexcept { return type() == NumberType::Double || type() == NumberType::Float; }
 
   // Reading as a type that does not hold the value: integers keep their low bits, floating values are cut toward zero and
   // saturate at the ends of the type, NaN reads as 0.
+  /// False only for a value of 0 and for NaN.
   bool boolValue() const noexcept;
+  /// The value as an int.
   int intValue() const noexcept;
+  /// The value as an unsigned int.
   unsigned unsignedIntValue() const noexcept;
+  /// The value as a long.
   long longValue() const noexcept;
+  /// The value as an unsigned long.
   unsigned long unsignedLongValue() const noexcept;
+  /// The value as a signed 64-bit integer.
   long long longLongValue() const noexcept;
+  /// The value as an unsigned 64-bit integer.
   unsigned long long unsignedLongLongValue() const noexcept;
+  /// The value as a double; large integers are rounded.
   double doubleValue() const noexcept;
+  /// The value as a float, rounded.
   float floatValue() const noexcept;
 
   bool isEqual(const NSObject* other) const override;

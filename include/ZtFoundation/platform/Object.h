@@ -64,6 +64,7 @@ class ZT_EXPORT NSObject {
   /// The text that "%@" prints. The default names class and address.
   virtual Ref<NSString> description() const;
 
+  /// What the object is, without a virtual call.
   ObjectKind kind() const noexcept { return kind_; }
   /// True for the mutable flavours of strings, data and collections.
   bool isMutable() const noexcept { return (flags_ & kMutableFlag) != 0; }

@@ -133,11 +133,14 @@ class Ref {
   /// Gives the object up without releasing it; the caller owns it then.
   [[nodiscard]] T* leak() noexcept { return std::exchange(object_, nullptr); }
 
+  /// Releases the object and holds none.
   void reset() noexcept {
     if (T* object = std::exchange(object_, nullptr)) detail::releaseObject(object);
   }
 
+  /// The object without sharing ownership, null for none.
   T* get() const noexcept { return object_; }
+  /// True unless this is none.
   explicit operator bool() const noexcept { return object_ != nullptr; }
 
   /// The object. Using an empty `Ref` this way raises NSInvalidArgumentException instead of crashing.
@@ -146,6 +149,7 @@ class Ref {
       detail::throwMessageToNone();
     return object_;
   }
+  /// The same as a reference.
   T& operator*() const { return *operator->(); }
 
   friend bool operator==(const Ref& a, const Ref& b) noexcept { return a.object_ == b.object_; }
@@ -174,8 +178,10 @@ Ref<T> make(Arguments&&... arguments) {
 
 }  // namespace ZtFoundation
 
+/// \cond
 /// Hashes by identity, as `==` compares.
 template <class T>
 struct std::hash<ZtFoundation::Ref<T>> {
   std::size_t operator()(const ZtFoundation::Ref<T>& ref) const noexcept { return std::hash<const void*>{}(ref.get()); }
 };
+/// \endcond

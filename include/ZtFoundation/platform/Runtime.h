@@ -97,13 +97,16 @@ class ZT_EXPORT RuntimeClass {
   using Factory = NSObject* (*)(Class isa);
   using Parent = Class (*)();
 
+  /// Made by ZT_IMPLEMENT_CLASS and ZT_REGISTER_CLASS.
   constexpr RuntimeClass(const char* className, Parent parent, Factory factory, RuntimeClass* meta,
                          std::span<const detail::MethodDescription> methods) noexcept
       : name_(className), parent_(parent), factory_(factory), metaclass_(meta), methods_(methods) {}
   RuntimeClass(const RuntimeClass&) = delete;
   RuntimeClass& operator=(const RuntimeClass&) = delete;
 
+  /// The name, good as long as the process lives.
   const char* name() const noexcept { return name_; }
+  /// Null for a root class.
   Class superclass() const { return parent_ != nullptr ? parent_() : madeFrom_; }
   /// The class whose instance methods are this class's own class methods; null for such a class itself.
   Class metaclass() const noexcept { return metaclass_; }
@@ -168,8 +171,11 @@ ZT_EXPORT Method class_getClassMethod(Class one, SEL selector);
 /// Adds a method to `one` alone. False, and nothing changes, when `one` itself (not a superclass) has the selector. `types` is the type encoding;
 /// the caller vouches that `implementation` has these types, unless it comes from `methodImplementation`.
 ZT_EXPORT bool class_addMethod(Class one, SEL selector, IMP implementation, const char* types);
+/// The implementation in force now.
 ZT_EXPORT IMP method_getImplementation(Method method);
+/// The types of the method, good as long as the process lives.
 ZT_EXPORT const char* method_getTypeEncoding(Method method);
+/// The selector of the method.
 ZT_EXPORT SEL method_getName(Method method);
 /// Answers the implementation that was in force before.
 ZT_EXPORT IMP method_setImplementation(Method method, IMP implementation);

@@ -16,19 +16,30 @@ class ZT_EXPORT NSSet : public NSCollection {
  public:
   static constexpr ObjectKind kKind = ObjectKind::Set;
 
+  /// An empty set.
   static Ref<NSSet> set();
+  /// Of equal objects the first is kept. Raises NSInvalidArgumentException for none among them.
   static Ref<NSSet> setWithObjects(std::initializer_list<Ref<NSObject>> objects);
+  /// The elements of the array; of equal ones the first is kept. None for none.
   static Ref<NSSet> setWithArray(const Ref<NSArray>& objects);
+  /// An immutable set with the same members; `other` itself when it is immutable, none for none.
   static Ref<NSSet> setWithSet(const Ref<NSSet>& other);
 
+  /// How many members there are.
   NSUInteger count() const noexcept { return members_->count(); }
+  /// True when a member is equal to `object`; false for none.
   bool containsObject(const Ref<NSObject>& object) const { return members_->containsKey(object); }
   /// The member that is equal to `object`, else none.
   Ref<NSObject> member(const Ref<NSObject>& object) const { return members_->objectForKey(object); }
+  /// The member that was added first, none in an empty set.
   Ref<NSObject> anyObject() const;
+  /// The members in the order in which they were added.
   Ref<NSArray> allObjects() const { return members_->allKeys(); }
+  /// True when `other` has every member of the receiver; false for none.
   bool isSubsetOfSet(const Ref<NSSet>& other) const;
+  /// A mutable set with the same members.
   Ref<NSMutableSet> mutableCopy() const;
+  /// An immutable set with the same members: the receiver itself when it is immutable.
   Ref<NSSet> copy() const;
 
   /// Entries whose key is the member.
@@ -52,12 +63,16 @@ class ZT_EXPORT NSMutableSet : public NSSet {
  public:
   static constexpr bool kIsMutable = true;
 
+  /// An empty set.
   static Ref<NSMutableSet> set();
+  /// A mutable set with the same members, none for none.
   static Ref<NSMutableSet> setWithSet(const Ref<NSSet>& other);
 
   /// Adding an equal object keeps the member that is there. Raises NSInvalidArgumentException for none.
   void addObject(const Ref<NSObject>& object);
+  /// Removing what is no member does nothing.
   void removeObject(const Ref<NSObject>& object);
+  /// Leaves the set empty.
   void removeAllObjects();
 
  private:

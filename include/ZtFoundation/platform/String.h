@@ -67,15 +67,22 @@ inline constexpr NSStringEncoding kInvalidStringEncoding = 0xFFFFFFFF;
 /// The units of a string where they lie; valid as long as the string lives and is not changed.
 class UnitView {
  public:
+  /// No units.
   constexpr UnitView() noexcept = default;
+  /// Units of one byte each, at the place given.
   constexpr UnitView(const char* narrow, NSUInteger length) noexcept : units_(narrow), length_(length) {}
+  /// Units of two bytes each, at the place given.
   constexpr UnitView(const char16_t* wide, NSUInteger length) noexcept : units_(wide), length_(length), wide_(true) {}
 
+  /// How many units there are.
   constexpr NSUInteger size() const noexcept { return length_; }
+  /// True when there are none.
   constexpr bool empty() const noexcept { return length_ == 0; }
   /// True when each unit takes two bytes; otherwise each is one byte with the value of the unit (0 to 255).
   constexpr bool isWide() const noexcept { return wide_; }
+  /// The units as bytes; only when they are not wide.
   std::string_view narrow() const noexcept { return {static_cast<const char*>(units_), length_}; }
+  /// The units; only when they are wide.
   std::u16string_view wide() const noexcept { return {static_cast<const char16_t*>(units_), length_}; }
   /// Unchecked.
   unichar operator[](NSUInteger index) const noexcept {
@@ -105,7 +112,9 @@ class ZT_EXPORT NSString : public NSObject {
   static Ref<NSString> string();
   /// An immutable string with the contents of `other`; `other` itself when it is immutable, none for none.
   static Ref<NSString> stringWithString(const Ref<NSString>& other);
+  /// The units as they are; `characters` may be null when `length` is 0.
   static Ref<NSString> stringWithCharacters_length(const unichar* characters, NSUInteger length);
+  /// A copy of the units.
   static Ref<NSString> stringWithUnits(UnitView units);
   /// Strict UTF-8: none when the bytes are not valid. No byte-order mark handling.
   static Ref<NSString> stringWithValidUTF8(std::string_view bytes);
@@ -128,11 +137,13 @@ class ZT_EXPORT NSString : public NSObject {
 
   // --- Units
 
+  /// How many UTF-16 units there are.
   NSUInteger length() const noexcept { return length_; }
   /// Raises NSRangeException past the end.
   unichar characterAtIndex(NSUInteger index) const;
   /// Copies the units of `range` to `buffer`, which holds at least that many.
   void getCharacters_range(unichar* buffer, NSRange range) const;
+  /// The units where they lie, good until the string changes or goes.
   UnitView units() const noexcept {
     if ((flags() & kWideFlag) != 0) return {static_cast<const char16_t*>(units_), length_};
     return {static_cast<const char*>(units_), length_};
@@ -146,6 +157,7 @@ class ZT_EXPORT NSString : public NSObject {
   std::string utf8() const;
   /// UTF-8, none when there is an unpaired surrogate.
   std::optional<std::string> strictUTF8() const;
+  /// The units as they are, unpaired surrogates included.
   std::u16string utf16() const;
   /// The bytes that name a file: UTF-8, with U+DC80..U+DCFF that stand alone as the bytes they carry.
   std::string fileSystemRepresentation() const;
@@ -156,6 +168,7 @@ class ZT_EXPORT NSString : public NSObject {
   using NSObject::isEqual;
   NSUInteger hash() const override;
   Ref<NSString> description() const override;
+  /// True for the same units; false for none.
   bool isEqualToString(const Ref<NSString>& other) const { return isEqual(other.get()); }
   /// By UTF-16 unit value.
   NSComparisonResult compare(const Ref<NSString>& other) const;
@@ -164,29 +177,44 @@ class ZT_EXPORT NSString : public NSObject {
   NSComparisonResult compare_options(const Ref<NSString>& other, NSUInteger options) const;
   /// Unit by unit; an empty prefix or suffix is none.
   bool hasPrefix(const Ref<NSString>& prefix) const;
+  /// Unit by unit; an empty suffix is none.
   bool hasSuffix(const Ref<NSString>& suffix) const;
 
   // --- Searching: a search that finds nothing answers kNotFoundRange; an empty or absent target is never found
 
+  /// The first occurrence, canonically equivalent text included.
   NSRange rangeOfString(const Ref<NSString>& target) const;
+  /// The first occurrence, or the last, as `options` (NSStringCompareOptions) tell.
   NSRange rangeOfString_options(const Ref<NSString>& target, NSUInteger options) const;
+  /// The same inside of `range`. Raises NSRangeException when that does not lie inside the string.
   NSRange rangeOfString_options_range(const Ref<NSString>& target, NSUInteger options, NSRange range) const;
+  /// The first character that is a member of `set`: one unit, or two for a surrogate pair.
   NSRange rangeOfCharacterFromSet(const Ref<NSCharacterSet>& set) const;
+  /// The first such character, or the last with NSBackwardsSearch; with NSAnchoredSearch only at that end.
   NSRange rangeOfCharacterFromSet_options(const Ref<NSCharacterSet>& set, NSUInteger options) const;
+  /// The same inside of `range`. Raises NSRangeException when that does not lie inside the string.
   NSRange rangeOfCharacterFromSet_options_range(const Ref<NSCharacterSet>& set, NSUInteger options,
                                                 NSRange range) const;
 
   // --- Parts and joins; each answers a new immutable string
 
+  /// The units from `index` on. Raises NSRangeException past the end.
   Ref<NSString> substringFromIndex(NSUInteger index) const;
+  /// The units before `index`. Raises NSRangeException past the end.
   Ref<NSString> substringToIndex(NSUInteger index) const;
+  /// The units of `range`. Raises NSRangeException when it does not lie inside.
   Ref<NSString> substringWithRange(NSRange range) const;
+  /// The receiver with `other` behind.
   Ref<NSString> stringByAppendingString(const Ref<NSString>& other) const;
   /// The pieces between occurrences of `separator` (literal search), empty ones included; never an empty array.
   Ref<NSArray> componentsSeparatedByString(const Ref<NSString>& separator) const;
+  /// By the Unicode rules, which may change the length; independent of the locale.
   Ref<NSString> lowercaseString() const;
+  /// By the Unicode rules, which may change the length; independent of the locale.
   Ref<NSString> uppercaseString() const;
+  /// Without the members of `set` at both ends; the same text for none.
   Ref<NSString> stringByTrimmingCharactersInSet(const Ref<NSCharacterSet>& set) const;
+  /// A mutable string with the same text.
   Ref<NSMutableString> mutableCopy() const;
   /// An immutable string with the same contents: the receiver itself when it is immutable.
   Ref<NSString> copy() const;
@@ -199,21 +227,33 @@ class ZT_EXPORT NSString : public NSObject {
 
   // --- Numbers in text: leading white space skipped, 0 when there is none
 
+  /// The decimal integer at the start; one that does not fit becomes the nearest that does.
   int intValue() const;
+  /// The decimal integer at the start; one that does not fit becomes the nearest that does.
   long long longLongValue() const;
+  /// The decimal number at the start, with a dot whatever the locale.
   double doubleValue() const;
   /// True for text that begins with Y, y, T, t or a number other than 0.
   bool boolValue() const;
 
   // --- Paths: see the class comment of each rule in docs/
 
+  /// True when the text begins with a slash.
   bool isAbsolutePath() const;
+  /// The names between slashes, without empty ones; for an absolute path "/" is the first.
   Ref<NSArray> pathComponents() const;
+  /// The last name; slashes at the end do not count. "/" for the root.
   Ref<NSString> lastPathComponent() const;
+  /// What stands behind the last dot of the last name, without the dot; empty when the dot begins or ends the name, or
+  /// there is none.
   Ref<NSString> pathExtension() const;
+  /// The path of the folder; empty for a single name, "/" for the root and what lies in it.
   Ref<NSString> stringByDeletingLastPathComponent() const;
+  /// Without the extension and its dot; without slashes at the end.
   Ref<NSString> stringByDeletingPathExtension() const;
+  /// With one slash between the two; just the other where one is empty.
   Ref<NSString> stringByAppendingPathComponent(const Ref<NSString>& component) const;
+  /// With a dot between the two; the path alone for an empty extension, an empty path and the root.
   Ref<NSString> stringByAppendingPathExtension(const Ref<NSString>& extension) const;
 
   // --- Bytes
@@ -221,9 +261,11 @@ class ZT_EXPORT NSString : public NSObject {
   /// The bytes decoded; a leading byte-order mark is dropped (UTF-8, UTF-16, UTF-32). None when the bytes are not valid in `encoding`
   /// or the encoding is unknown.
   static Ref<NSString> stringWithData_encoding(const Ref<NSData>& data, NSStringEncoding encoding);
+  /// The same from bytes.
   static Ref<NSString> stringWithBytes_length_encoding(const void* bytes, NSUInteger length, NSStringEncoding encoding);
   /// The text encoded, none when a character has no form in `encoding` and loss is not allowed; with loss each becomes one "?".
   Ref<NSData> dataUsingEncoding_allowLossyConversion(NSStringEncoding encoding, bool allowLossyConversion) const;
+  /// The same without loss.
   Ref<NSData> dataUsingEncoding(NSStringEncoding encoding) const;
 
  protected:
@@ -254,19 +296,29 @@ class ZT_EXPORT NSMutableString : public NSString {
 
   ~NSMutableString() override;
 
+  /// The empty string.
   static Ref<NSMutableString> string();
+  /// The empty string with room for that many units.
   static Ref<NSMutableString> stringWithCapacity(NSUInteger units);
+  /// A mutable string with the same text, none for none.
   static Ref<NSMutableString> stringWithString(const Ref<NSString>& other);
+  /// A copy of the units.
   static Ref<NSMutableString> stringWithUnits(UnitView units);
 
+  /// Adds the text of `other`, which may be this very string; nothing for none.
   void appendString(const Ref<NSString>& other);
+  /// Adds the units, which may be a part of this very string.
   void appendUnits(UnitView units);
+  /// Adds one UTF-16 unit.
   void appendCharacter(unichar unit);
   /// Appends UTF-8; bytes that are not valid become U+FFFD, one each.
   void appendUTF8(std::string_view bytes);
+  /// Adds the text made by `format` and its arguments; see Format.h.
   template <class... Arguments>
   void appendFormat(const Ref<NSString>& format, const Arguments&... arguments);
+  /// Raises NSRangeException when `index` is past the end, NSInvalidArgumentException when `other` is none.
   void insertString_atIndex(const Ref<NSString>& other, NSUInteger index);
+  /// Raises NSRangeException when `range` does not lie inside.
   void deleteCharactersInRange(NSRange range);
   /// Raises NSRangeException when `range` does not lie inside, NSInvalidArgumentException when `replacement` is none.
   void replaceCharactersInRange_withString(NSRange range, const Ref<NSString>& replacement);
@@ -274,6 +326,7 @@ class ZT_EXPORT NSMutableString : public NSString {
   NSUInteger replaceOccurrencesOfString_withString_options_range(const Ref<NSString>& target,
                                                                  const Ref<NSString>& replacement, NSUInteger options,
                                                                  NSRange range);
+  /// Puts the text of `other` in place of all. Raises NSInvalidArgumentException for none.
   void setString(const Ref<NSString>& other);
 
  private:

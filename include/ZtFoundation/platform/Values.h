@@ -90,6 +90,7 @@ auto valueAt(const Ref<U>& root, const Steps&... steps) {
 template <std::derived_from<NSObject> T>
 class ElementsOf {
  public:
+  /// The elements of `array`, which is kept alive; nothing for none.
   explicit ElementsOf(const Ref<NSArray>& array) : array_(array) {}
 
   class Iterator {
