@@ -231,7 +231,8 @@ TEST(PluginManagerDeathTest, WhoseInitialisationThrowsIsNone) {
   EXPECT_EXIT(
       {
         const bool refused = !load(bundle) && !load(bundle);
-        std::exit(refused && load(TestBundle("Recording", "RecordingManager")) ? 7 : 1);
+        const bool isAnotherLoaded = static_cast<bool>(load(TestBundle("Recording", "RecordingManager")));
+        std::exit(refused && isAnotherLoaded ? 7 : 1);  // not before the other one's folder is gone
       },
       testing::ExitedWithCode(7), "");
 }
