@@ -4,7 +4,6 @@
 #include <fcntl.h>
 
 #include <algorithm>
-#include <memory>
 #include <set>
 #include <unordered_map>
 
@@ -14,6 +13,7 @@
 #include "platform/linux/ApplicationSignature.h"
 #include "platform/linux/FileContents.h"
 #include "platform/linux/FileDescriptor.h"
+#include "platform/linux/FolderContents.h"
 #include "platform/linux/Folders.h"
 #include "platform/linux/ItemInformation.h"
 
@@ -46,14 +46,13 @@ struct FolderItem {
 
 // By name, without those that begin with a dot. None for a folder that cannot be read.
 std::optional<std::vector<FolderItem>> itemsIn(const std::string& folder) {
-  struct Close {
-    void operator()(DIR* stream) const noexcept { ::closedir(stream); }
-  };
+  const FileDescriptor listed(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  if (!listed) return std::nullopt;
+  FolderContents contents;
+  contents.read(listed.get());  // what comes before an error counts
   std::vector<FolderItem> items;
-  const std::unique_ptr<DIR, Close> stream(::opendir(folder.c_str()));
-  if (!stream) return std::nullopt;
-  while (const dirent* const entry = ::readdir(stream.get())) {
-    if (entry->d_name[0] != '.') items.push_back({entry->d_name, entry->d_type});
+  for (FolderContents::Entry entry; contents.next(entry);) {
+    if (entry.name[0] != '.') items.push_back({entry.name, entry.type});
   }
   std::sort(items.begin(), items.end(), [](const FolderItem& a, const FolderItem& b) { return a.name < b.name; });
   return items;

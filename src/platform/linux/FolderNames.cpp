@@ -1,10 +1,11 @@
 #include "platform/services/FolderNames.h"
 
-#include <dirent.h>
+#include <fcntl.h>
 
 #include <algorithm>
-#include <memory>
-#include <string_view>
+
+#include "platform/linux/FileDescriptor.h"
+#include "platform/linux/FolderContents.h"
 
 namespace ZtFoundation {
 
@@ -14,11 +15,10 @@ class LinuxFolderNames final : public FolderNames {
  public:
   std::vector<std::string> sorted(const std::string& folder) override {
     std::vector<std::string> names;
-    const std::unique_ptr<DIR, int (*)(DIR*)> listing(::opendir(folder.c_str()), &::closedir);
-    while (const dirent* entry = listing ? ::readdir(listing.get()) : nullptr) {
-      const std::string_view name = entry->d_name;
-      if (name != "." && name != "..") names.emplace_back(name);
-    }
+    const detail::FileDescriptor listed(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    detail::FolderContents contents;
+    if (listed) contents.read(listed.get());  // what comes before an error counts
+    for (detail::FolderContents::Entry item; contents.next(item);) names.emplace_back(item.name);
     std::sort(names.begin(), names.end());
     return names;
   }

@@ -1,6 +1,5 @@
 #include "platform/linux/ItemNames.h"
 
-#include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
@@ -8,11 +7,11 @@
 
 #include <array>
 #include <cerrno>
-#include <memory>
 
 #include "platform/linux/FileDescriptor.h"
 #include "platform/linux/FileErrors.h"
 #include "platform/linux/FinderLock.h"
+#include "platform/linux/FolderContents.h"
 #include "platform/linux/ItemPath.h"
 #include "platform/linux/ItemStatus.h"
 
@@ -64,18 +63,14 @@ int renameWithoutReplacing(const Renaming& names) {
   return error == EINVAL || error == ENOSYS || error == ENOTSUP || isOnlyRemembered ? renameCautiously(names) : error;
 }
 
-struct CloseListing {
-  void operator()(DIR* listing) const noexcept { ::closedir(listing); }
-};
-
 // Whether an entry has exactly this name, in every letter.
 bool isListed(int folder, const std::string& name) {
-  FileDescriptor open(::openat(folder, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-  const std::unique_ptr<DIR, CloseListing> listing(open ? ::fdopendir(open.get()) : nullptr);
-  if (!listing) return true;
-  open.release();
-  while (const dirent* entry = ::readdir(listing.get())) {
-    if (name == entry->d_name) return true;
+  const FileDescriptor listed(::openat(folder, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  if (!listed) return true;
+  FolderContents contents;
+  contents.read(listed.get());  // what comes before an error counts
+  for (FolderContents::Entry entry; contents.next(entry);) {
+    if (name == entry.name) return true;
   }
   return false;
 }
