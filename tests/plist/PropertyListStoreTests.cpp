@@ -11,6 +11,7 @@
 #include <filesystem>
 #include <sstream>
 
+#include "support/ReplacedMethod.h"
 #include "support/ScratchFolder.h"
 
 namespace ZtFoundation::test {
@@ -520,37 +521,21 @@ TEST_F(PropertyListStoreTests, StoresAnswerMessages) {
   EXPECT_TRUE(contentsOf(file)->starts_with("bplist00"));
 }
 
-// Puts a method back when it goes.
-class ReplacedMethod {
- public:
-  ReplacedMethod(Method method, IMP implementation)
-      : method_(method), before_(method_setImplementation(method, implementation)) {}
-  ReplacedMethod(const ReplacedMethod&) = delete;
-  ReplacedMethod& operator=(const ReplacedMethod&) = delete;
-  ~ReplacedMethod() { method_setImplementation(method_, before_); }
-
- private:
-  Method method_;
-  IMP before_;
-};
-
 TEST_F(PropertyListStoreTests, ReplacedMethodsCount) {
   const Ref<QvPropertyList> store = QvPropertyList::initWithPath(path);
-  const Method saving = class_getInstanceMethod(QvPropertyList::classObject(), ZT_SELECTOR("saveChanges"));
   {
-    const ReplacedMethod replaced(saving, methodImplementation<&neverSave>());
+    const test::ReplacedMethod<&neverSave> replaced(QvPropertyList::classObject(), ZT_SELECTOR("saveChanges"));
     EXPECT_FALSE(store->synchronize());
   }
   {
-    const ReplacedMethod replaced(saving, methodImplementation<&alwaysSaved>());
+    const test::ReplacedMethod<&alwaysSaved> replaced(QvPropertyList::classObject(), ZT_SELECTOR("saveChanges"));
     EXPECT_TRUE(store->synchronize());
     EXPECT_TRUE(folder.names().empty());
   }
   EXPECT_TRUE(store->synchronize());
   EXPECT_EQ(folder.names().size(), 1U);
 
-  const Method existence = class_getInstanceMethod(NSFileManager::classObject(), ZT_SELECTOR("fileExistsAtPath:"));
-  const ReplacedMethod replaced(existence, methodImplementation<&nothingExists>());
+  const test::ReplacedMethod<&nothingExists> replaced(NSFileManager::classObject(), ZT_SELECTOR("fileExistsAtPath:"));
   EXPECT_FALSE(QvPropertyList::initWithPath(path)->_serializedValues());
 }
 

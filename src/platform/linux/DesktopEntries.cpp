@@ -15,10 +15,7 @@ class NoEntries final : public DesktopEntries {
 }  // namespace
 
 DesktopEntries& desktopEntriesInModule(const char* file) {
-  void* const entry = moduleFunction(file, kDesktopEntriesEntry);
-  if (entry != nullptr) return *reinterpret_cast<DesktopEntriesEntry>(entry)();
-  static NoEntries& none = *new NoEntries;
-  return none;
+  return serviceInModule<DesktopEntries, NoEntries>(file, kDesktopEntriesEntry);
 }
 
 DesktopEntries& DesktopEntries::production() {

@@ -17,10 +17,7 @@ class NoFonts final : public TextMeasurer {
 }  // namespace
 
 TextMeasurer& textMeasurerInModule(const char* file) {
-  void* const entry = moduleFunction(file, kTextMeasurerEntry);
-  if (entry != nullptr) return *reinterpret_cast<TextMeasurerEntry>(entry)();
-  static NoFonts none;
-  return none;
+  return serviceInModule<TextMeasurer, NoFonts>(file, kTextMeasurerEntry);
 }
 
 TextMeasurer& TextMeasurer::production() {

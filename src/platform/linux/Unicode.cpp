@@ -54,12 +54,7 @@ class NoUnicode final : public Unicode {
 
 }  // namespace
 
-Unicode& unicodeInModule(const char* file) {
-  void* const entry = moduleFunction(file, kUnicodeModuleEntry);
-  if (entry != nullptr) return *reinterpret_cast<UnicodeModuleEntry>(entry)();
-  static NoUnicode none;
-  return none;
-}
+Unicode& unicodeInModule(const char* file) { return serviceInModule<Unicode, NoUnicode>(file, kUnicodeModuleEntry); }
 
 Unicode& Unicode::production() {
   static Unicode& loaded = unicodeInModule("libZtFoundationUnicode.so");

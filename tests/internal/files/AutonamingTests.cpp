@@ -8,8 +8,8 @@
 
 #include <filesystem>
 
+#include "platform/linux/Volumes.h"
 #include "platform/services/Service.h"
-#include "platform/services/Volumes.h"
 #include "support/ReplacedMethod.h"
 #include "support/ScratchFolder.h"
 
@@ -17,7 +17,7 @@ namespace ZtFoundation::test {
 namespace {
 
 /// One volume with as much room as wanted.
-class LittleRoom final : public Volumes {
+class LittleRoom final : public NoVolumes {
  public:
   std::uint64_t freeBytes = 0;
   int asked = 0;
@@ -33,12 +33,6 @@ class LittleRoom final : public Volumes {
     folder = item.path()->lastPathComponent()->utf8();
     return -7;
   }
-  OSErr FSGetVolumeParms(FSVolumeRefNum, GetVolParmsInfoBuffer*, std::size_t) override { return nsvErr; }
-  OSErr FSGetVolumeMountInfoSize(FSVolumeRefNum, std::size_t*) override { return nsvErr; }
-  OSErr FSGetVolumeMountInfo(FSVolumeRefNum, void*, std::size_t) override { return nsvErr; }
-  OSErr FSUnmountVolumeSync(FSVolumeRefNum) override { return nsvErr; }
-  std::vector<Ref<NSString>> mountedRemovableMedia() override { return {}; }
-  bool unmountAndEjectDeviceAtPath(const Ref<NSString>&) override { return false; }
 };
 
 std::vector<std::string> requests;

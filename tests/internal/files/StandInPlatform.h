@@ -8,15 +8,15 @@
 #include <string>
 #include <vector>
 
+#include "platform/linux/Volumes.h"
 #include "platform/services/FileCatalog.h"
 #include "platform/services/FolderManager.h"
 #include "platform/services/Service.h"
-#include "platform/services/Volumes.h"
 
 namespace ZtFoundation::test {
 
 /// Every item exists, on volume -7. What a call does not ask for is filled with ones, which nobody may look at.
-class StandInPlatform final : public FileCatalog, public Volumes, public FolderManager {
+class StandInPlatform final : public FileCatalog, public NoVolumes, public FolderManager {
  public:
   std::vector<std::string> calls;         ///< each with its arguments
   std::map<std::string, OSErr> failures;  ///< what a call answers, by its name
@@ -64,13 +64,6 @@ class StandInPlatform final : public FileCatalog, public Volumes, public FolderM
     if (name != nullptr) putName(*name);
     return noErr;
   }
-  FSVolumeRefNum volumeHolding(const FSRef&) override { return 0; }
-  OSErr FSGetVolumeParms(FSVolumeRefNum, GetVolParmsInfoBuffer*, std::size_t) override { return nsvErr; }
-  OSErr FSGetVolumeMountInfoSize(FSVolumeRefNum, std::size_t*) override { return nsvErr; }
-  OSErr FSGetVolumeMountInfo(FSVolumeRefNum, void*, std::size_t) override { return nsvErr; }
-  OSErr FSUnmountVolumeSync(FSVolumeRefNum) override { return nsvErr; }
-  std::vector<Ref<NSString>> mountedRemovableMedia() override { return {}; }
-  bool unmountAndEjectDeviceAtPath(const Ref<NSString>&) override { return false; }
 
   // FolderManager
 

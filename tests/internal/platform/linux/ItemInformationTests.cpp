@@ -7,10 +7,10 @@
 #include <map>
 #include <string>
 
+#include "platform/linux/Volumes.h"
 #include "platform/services/FileCatalog.h"
 #include "platform/services/LaunchServices.h"
 #include "platform/services/Service.h"
-#include "platform/services/Volumes.h"
 #include "support/ChildProcess.h"
 #include "support/PrivateMounts.h"
 #include "support/ScratchFolder.h"
@@ -255,22 +255,11 @@ TEST_F(ItemInformationTests, FilesThatAreNoApplicationsEntry) {
 }
 
 // Volumes as the test wants them: what `holding` says of paths, and where their roots are.
-class FakeVolumes final : public Volumes {
+class FakeVolumes final : public NoVolumes {
  public:
-  OSErr FSGetVolumeInfo(FSVolumeRefNum, std::uint32_t, FSVolumeRefNum*, FSVolumeInfoBitmap, FSVolumeInfo*,
-                        HFSUniStr255*, FSRef*) override {
-    return nsvErr;
-  }
-  FSVolumeRefNum volumeHolding(const FSRef&) override { return kFSInvalidVolumeRefNum; }
   FSVolumeRefNum volumeRootedAt(const Ref<NSString>& path) override {
     return path->utf8() == root ? -7 : kFSInvalidVolumeRefNum;
   }
-  OSErr FSGetVolumeParms(FSVolumeRefNum, GetVolParmsInfoBuffer*, std::size_t) override { return nsvErr; }
-  OSErr FSGetVolumeMountInfoSize(FSVolumeRefNum, std::size_t*) override { return nsvErr; }
-  OSErr FSGetVolumeMountInfo(FSVolumeRefNum, void*, std::size_t) override { return nsvErr; }
-  OSErr FSUnmountVolumeSync(FSVolumeRefNum) override { return nsvErr; }
-  std::vector<Ref<NSString>> mountedRemovableMedia() override { return {}; }
-  bool unmountAndEjectDeviceAtPath(const Ref<NSString>&) override { return false; }
 
   std::string root;
 };

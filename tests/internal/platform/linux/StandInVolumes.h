@@ -6,14 +6,14 @@
 #include <map>
 #include <string>
 
+#include "platform/linux/Volumes.h"
 #include "platform/services/FileCatalog.h"
 #include "platform/services/Service.h"
-#include "platform/services/Volumes.h"
 
 namespace ZtFoundation::test {
 
 /// The start-up volume, number -2, and whatever `add` adds. An item is on the volume with the longest root that its path begins with.
-class StandInVolumes final : public Volumes {
+class StandInVolumes final : public NoVolumes {
  public:
   struct Volume {
     std::string root;
@@ -44,13 +44,6 @@ class StandInVolumes final : public Volumes {
     }
     return holding;
   }
-
-  OSErr FSGetVolumeParms(FSVolumeRefNum, GetVolParmsInfoBuffer*, std::size_t) override { return nsvErr; }
-  OSErr FSGetVolumeMountInfoSize(FSVolumeRefNum, std::size_t*) override { return nsvErr; }
-  OSErr FSGetVolumeMountInfo(FSVolumeRefNum, void*, std::size_t) override { return nsvErr; }
-  OSErr FSUnmountVolumeSync(FSVolumeRefNum) override { return nsvErr; }
-  std::vector<Ref<NSString>> mountedRemovableMedia() override { return {}; }
-  bool unmountAndEjectDeviceAtPath(const Ref<NSString>&) override { return false; }
 
   static constexpr FSVolumeRefNum kStartUp = -2;
   std::map<FSVolumeRefNum, Volume> volumes{{kStartUp, {"/", u"Startup"}}};
