@@ -28,7 +28,7 @@ namespace ZtFoundation {
 // | signature | CFBundleSignature | the key X-ZtFoundation-Signature of the group [Desktop Entry] |
 // | identifier | CFBundleIdentifier | its desktop-file ID, from the name of the file: `org.example.View.desktop` |
 //
-// Desktop entries follow the Desktop Entry Specification: hidden ones (Hidden=true) are not found, and hide those of the same ID in later folders;
+// Desktop entries follow the rules of freedesktop.org: hidden ones (Hidden=true) are not found, and hide those of the same ID in later folders;
 // ones that menus leave out (NoDisplay=true) are. An entry whose program (TryExec or Exec) is not installed is no application, nor is one
 // without a command line. What is malformed is skipped. docs/formats/applications.md tells more.
 //
@@ -91,7 +91,7 @@ ZT_EXPORT bool ZtLSIsVolumeAtPath(const Ref<NSString>& path);
 // accepted its program; they start no threads and nothing has to be waited for.
 //
 // - A bundle's executable is started as it is. A desktop entry's command line (Exec) is divided into arguments and its field codes are
-//   filled in by the rules of the Desktop Entry Specification; no shell sees it, so a name is one argument whatever is in it. A code inside of
+//   filled in by the rules of freedesktop.org; no shell sees it, so a name is one argument whatever is in it. A code inside of
 //   quotes is only filled in where the quotes hold nothing else. The entry's working folder (Path) must exist.
 // - A file to open is given by its absolute path, or by its URL for %u and %U. A bundle gets it as its only argument, an entry without a code for
 //   files as its last.

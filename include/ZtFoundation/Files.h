@@ -29,7 +29,7 @@ namespace ZtFoundation {
 //     DisposeHandle(alias);
 //   }
 //
-// FileReference.h says what references, aliases and file specifications are. A path or URL whose last component is a symbolic link names the link
+// FileReference.h says what references, aliases and file description records are. A path or URL whose last component is a symbolic link names the link
 // itself; links before it are followed. A URL that is no file URL names nothing.
 //
 // A false or empty answer leaves the caller's record as it is: there is no such item, the process may not get to it, the URL or the path is none, or
@@ -58,8 +58,8 @@ ZT_EXPORT bool pathStringToFSRef(const Ref<NSString>& self, FSRef* ref);
 ZT_EXPORT bool pathStringToAlias(const Ref<NSString>& self, AliasHandle* alias);
 /// The same without the file system's handles: smaller, and after a move always found by search.
 ZT_EXPORT bool pathStringToAliasMinimal(const Ref<NSString>& self, AliasHandle* alias);
-/// Fills `specification`. False also for a name of more than 63 bytes, a folder whose number does not fit 32 bits, and an item on no volume.
-ZT_EXPORT bool pathStringToFSSpec(const Ref<NSString>& self, FSSpec* specification);
+/// Fills `description`. False also for a name of more than 63 bytes, a folder whose number does not fit 32 bits, and an item on no volume.
+ZT_EXPORT bool pathStringToFSSpec(const Ref<NSString>& self, FSSpec* description);
 
 /// The same with file URLs.
 ZT_EXPORT Ref<NSURL> URLFromFSRef(const FSRef* ref);
@@ -67,7 +67,7 @@ ZT_EXPORT Ref<NSURL> URLFromAliasHandle(AliasHandle alias);
 ZT_EXPORT bool URLToFSRef(const Ref<NSURL>& self, FSRef* ref);
 ZT_EXPORT bool URLToAlias(const Ref<NSURL>& self, AliasHandle* alias);
 ZT_EXPORT bool URLToAliasMinimal(const Ref<NSURL>& self, AliasHandle* alias);
-ZT_EXPORT bool URLToFSSpec(const Ref<NSURL>& self, FSSpec* specification);
+ZT_EXPORT bool URLToFSSpec(const Ref<NSURL>& self, FSSpec* description);
 
 }  // namespace JxFileSystemRepresentation
 

@@ -25,8 +25,8 @@ bool makeAlias(const Ref<NSString>& path, AliasHandle* alias, NewAlias make) {
   return alias != nullptr && pathStringToFSRef(path, &ref) && (service<Aliases>().*make)(&ref, alias) == noErr;
 }
 
-bool describe(const FSRef& ref, FSSpec* specification) {
-  return service<FileCatalog>().FSGetCatalogInfo(&ref, kFSCatInfoNone, nullptr, specification) == noErr;
+bool describe(const FSRef& ref, FSSpec* description) {
+  return service<FileCatalog>().FSGetCatalogInfo(&ref, kFSCatInfoNone, nullptr, description) == noErr;
 }
 
 }  // namespace
@@ -53,9 +53,9 @@ bool pathStringToAliasMinimal(const Ref<NSString>& self, AliasHandle* alias) {
   return makeAlias(self, alias, &Aliases::FSNewAliasMinimal);
 }
 
-bool pathStringToFSSpec(const Ref<NSString>& self, FSSpec* specification) {
+bool pathStringToFSSpec(const Ref<NSString>& self, FSSpec* description) {
   FSRef ref;
-  return specification != nullptr && pathStringToFSRef(self, &ref) && describe(ref, specification);
+  return description != nullptr && pathStringToFSRef(self, &ref) && describe(ref, description);
 }
 
 Ref<NSURL> URLFromFSRef(const FSRef* ref) { return NSURL::fileURLWithPath(pathStringFromFSRef(ref)); }
@@ -72,9 +72,9 @@ bool URLToAliasMinimal(const Ref<NSURL>& self, AliasHandle* alias) {
   return makeAlias(self, alias, &Aliases::FSNewAliasMinimal);
 }
 
-bool URLToFSSpec(const Ref<NSURL>& self, FSSpec* specification) {
+bool URLToFSSpec(const Ref<NSURL>& self, FSSpec* description) {
   FSRef ref;
-  return specification != nullptr && URLToFSRef(self, &ref) && describe(ref, specification);
+  return description != nullptr && URLToFSRef(self, &ref) && describe(ref, description);
 }
 
 }  // namespace ZtFoundation::JxFileSystemRepresentation

@@ -1,11 +1,11 @@
 /// \file FileReference.h
-/// Records that name an item of a file system other than by its path: references, aliases and file specifications.
+/// Records that name an item of a file system other than by its path: references, aliases and file description records.
 ///
 /// - A reference (`FSRef`) stands for one existing item: its identity, and the path that it was made from. A symbolic link is an item of
 ///   its own.
 /// - An alias (`AliasHandle`) finds its item again after the item has been moved inside its volume or given another name. It is a flat
 ///   record: its bytes may be stored and turned into a handle again in another process.
-/// - A file specification (`FSSpec`) is the older record: a volume, the number of a folder and a name.
+/// - A file description record (`FSSpec`) is the older record: a volume, the number of a folder and a name.
 /// \code
 ///   AliasHandle alias = nullptr;
 ///   if (JxFileSystemRepresentation::pathStringToAlias("/home/me/Photo.jpg", &alias)) {
@@ -68,7 +68,7 @@ class FSRef {
 };
 static_assert(sizeof(FSRef) == 80);
 
-/// A file specification. `name` begins with the count of the bytes that follow, 63 at most.
+/// A file description record. `name` begins with the count of the bytes that follow, 63 at most.
 #pragma pack(push, 2)
 struct FSSpec {
   FSVolumeRefNum vRefNum = 0;

@@ -13,7 +13,7 @@ namespace ZtFoundation::detail {
 /// The arguments with which the program of the entry at `entryPath` opens the file at `document`, or starts without one when that is empty;
 /// the program's own name or path is the first.
 ///
-/// By the Desktop Entry Specification: arguments are divided by blanks; in double quotes a backslash keeps the meaning of `"`, `` ` ``, `$` and
+/// By the rules of freedesktop.org: arguments are divided by blanks; in double quotes a backslash keeps the meaning of `"`, `` ` ``, `$` and
 /// itself from coming up. As toolkits do, single quotes enclose plain text and a backslash outside of quotes does so for one character. Then
 /// field codes are filled in: %f and %F by the path, %u and %U by the URL of the document, which becomes the last argument where there is no such
 /// code; %i, %c and %k; %% is a percent sign. Those that are out of use go away. A code stays what it is inside of quotes, unless the quotes hold

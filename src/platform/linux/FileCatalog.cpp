@@ -72,19 +72,19 @@ OSErr fillInfo(const ItemPlace& place, FSCatalogInfoBitmap wanted, FSCatalogInfo
   return info.volume != kFSInvalidVolumeRefNum ? noErr : nsvErr;
 }
 
-// --- File specifications
+// --- File description records
 
-OSErr fillSpecification(const ItemPlace& place, FSSpec& specification) {
+OSErr fillDescription(const ItemPlace& place, FSSpec& description) {
   const std::string name = detail::nameOfPath(place.path);
-  if (name.size() >= sizeof specification.name) return bdNamErr;
+  if (name.size() >= sizeof description.name) return bdNamErr;
   const auto parent = detail::statusOfItem(detail::parentOfPath(place.path) + "/.");
   if (!parent) return detail::fileError(errno);
   if (parent->stx_ino > static_cast<std::uint64_t>(std::numeric_limits<std::int32_t>::max())) return paramErr;
-  specification.vRefNum = volumeOf(place);
-  specification.parID = static_cast<std::int32_t>(parent->stx_ino);
-  specification.name[0] = static_cast<unsigned char>(name.size());
-  std::copy(name.begin(), name.end(), specification.name + 1);
-  return specification.vRefNum != kFSInvalidVolumeRefNum ? noErr : nsvErr;
+  description.vRefNum = volumeOf(place);
+  description.parID = static_cast<std::int32_t>(parent->stx_ino);
+  description.name[0] = static_cast<unsigned char>(name.size());
+  std::copy(name.begin(), name.end(), description.name + 1);
+  return description.vRefNum != kFSInvalidVolumeRefNum ? noErr : nsvErr;
 }
 
 class LinuxFileCatalog final : public FileCatalog {
@@ -112,16 +112,16 @@ class LinuxFileCatalog final : public FileCatalog {
   }
 
   OSErr FSGetCatalogInfo(const FSRef* ref, FSCatalogInfoBitmap wanted, FSCatalogInfo* info,
-                         FSSpec* specification) override {
+                         FSSpec* description) override {
     const auto place = detail::placeOfReference(ref);
     if (!place) return fnfErr;
     FSCatalogInfo filledInfo = info != nullptr ? *info : FSCatalogInfo{};
-    FSSpec filledSpecification;
+    FSSpec filled;
     OSErr error = info != nullptr ? fillInfo(*place, wanted, filledInfo) : OSErr{noErr};
-    if (error == noErr && specification != nullptr) error = fillSpecification(*place, filledSpecification);
+    if (error == noErr && description != nullptr) error = fillDescription(*place, filled);
     if (error != noErr) return error;
     if (info != nullptr) *info = filledInfo;
-    if (specification != nullptr) *specification = filledSpecification;
+    if (description != nullptr) *description = filled;
     return noErr;
   }
 

@@ -1,5 +1,5 @@
 /// \file DesktopEntries.h
-/// What the desktop's entries (files "*.desktop", freedesktop.org's Desktop Entry Specification) say of applications.
+/// What the desktop's entries (files "*.desktop", by the rules of freedesktop.org) say of applications.
 #pragma once
 
 #include <optional>

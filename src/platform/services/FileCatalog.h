@@ -55,9 +55,9 @@ class FileCatalog {
   /// Where the item is now, found again if it has moved; none when it is gone.
   virtual Ref<NSURL> CFURLCreateFromFSRef(const FSRef* ref) = 0;
 
-  /// The wanted fields of `info`, and the item's file specification; `info` and `specification` may be null.
+  /// The wanted fields of `info`, and the item's file description record; `info` and `description` may be null.
   virtual OSErr FSGetCatalogInfo(const FSRef* ref, FSCatalogInfoBitmap wanted, FSCatalogInfo* info,
-                                 FSSpec* specification) = 0;
+                                 FSSpec* description) = 0;
   /// Of the fields only the lock in the node flags can be set; of a link it is ignored.
   virtual OSErr FSSetCatalogInfo(const FSRef* ref, FSCatalogInfoBitmap fields, const FSCatalogInfo* info) = 0;
 

@@ -69,19 +69,19 @@ TEST_F(FileReferencesTests, AMissingItemHasNoRecord) {
   const Ref<NSString> paths[] = {missing, nullptr, "", folder.string("a b/x")};
   const Ref<NSURL> urls[] = {NSURL::fileURLWithPath(missing), nullptr, NSURL::URLWithString("http://example.org/etc")};
   FSRef ref;
-  FSSpec specification;
+  FSSpec description;
   AliasHandle alias = nullptr;
   for (const Ref<NSString>& each : paths) {
     EXPECT_FALSE(pathStringToFSRef(each, &ref) || pathStringToAlias(each, &alias) ||
-                 pathStringToAliasMinimal(each, &alias) || pathStringToFSSpec(each, &specification));
+                 pathStringToAliasMinimal(each, &alias) || pathStringToFSSpec(each, &description));
   }
   for (const Ref<NSURL>& each : urls) {
     EXPECT_FALSE(URLToFSRef(each, &ref) || URLToAlias(each, &alias) || URLToAliasMinimal(each, &alias) ||
-                 URLToFSSpec(each, &specification));
+                 URLToFSSpec(each, &description));
   }
   EXPECT_TRUE(ref.isEmpty());
   EXPECT_EQ(alias, nullptr);
-  EXPECT_EQ(std::int32_t{specification.parID}, 0);
+  EXPECT_EQ(std::int32_t{description.parID}, 0);
 }
 
 TEST_F(FileReferencesTests, NoPointerNoAnswer) {
@@ -102,7 +102,7 @@ TEST_F(FileReferencesTests, NoPointerNoAnswer) {
   EXPECT_EQ(URLFromFSRef(&empty), nullptr);
 }
 
-TEST_F(FileReferencesTests, FileSpecifications) {
+TEST_F(FileReferencesTests, FileDescriptions) {
   struct stat parent {};
   ASSERT_EQ(::stat(folder.path().c_str(), &parent), 0);
   if (parent.st_ino > 0x7FFFFFFF) GTEST_SKIP() << "large numbers on this file system";
@@ -232,16 +232,16 @@ const Step kSteps[] = {
        return URLToAliasMinimal(NSURL::fileURLWithPath("/p"), &alias);
      },
      {"CFURLGetFSRef", "FSNewAliasMinimal /made"}},
-    {"path to specification",
+    {"path to description",
      [] {
-       FSSpec specification;
-       return pathStringToFSSpec("/p", &specification);
+       FSSpec description;
+       return pathStringToFSSpec("/p", &description);
      },
      {"CFURLGetFSRef", "FSGetCatalogInfo /made 0"}},
-    {"URL to specification",
+    {"URL to description",
      [] {
-       FSSpec specification;
-       return URLToFSSpec(NSURL::fileURLWithPath("/p"), &specification);
+       FSSpec description;
+       return URLToFSSpec(NSURL::fileURLWithPath("/p"), &description);
      },
      {"CFURLGetFSRef", "FSGetCatalogInfo /made 0"}},
 };

@@ -9,8 +9,8 @@
 #include <filesystem>
 
 #include "platform/linux/FinderLock.h"
+#include "platform/linux/Volumes.h"
 #include "platform/services/Service.h"
-#include "platform/services/Volumes.h"
 #include "support/ChildProcess.h"
 #include "support/ScratchFolder.h"
 
@@ -18,22 +18,12 @@ namespace ZtFoundation::test {
 namespace {
 
 /// Everything lies on one volume.
-class OneVolume : public Volumes {
+class OneVolume : public NoVolumes {
  public:
-  OSErr FSGetVolumeInfo(FSVolumeRefNum, std::uint32_t, FSVolumeRefNum*, FSVolumeInfoBitmap, FSVolumeInfo*,
-                        HFSUniStr255*, FSRef*) override {
-    return nsvErr;
-  }
   FSVolumeRefNum volumeHolding(const FSRef& item) override {
     asked = item.path()->utf8();
     return number;
   }
-  OSErr FSGetVolumeParms(FSVolumeRefNum, GetVolParmsInfoBuffer*, std::size_t) override { return nsvErr; }
-  OSErr FSGetVolumeMountInfoSize(FSVolumeRefNum, std::size_t*) override { return nsvErr; }
-  OSErr FSGetVolumeMountInfo(FSVolumeRefNum, void*, std::size_t) override { return nsvErr; }
-  OSErr FSUnmountVolumeSync(FSVolumeRefNum) override { return nsvErr; }
-  std::vector<Ref<NSString>> mountedRemovableMedia() override { return {}; }
-  bool unmountAndEjectDeviceAtPath(const Ref<NSString>&) override { return false; }
 
   FSVolumeRefNum number = -3;
   std::string asked;
@@ -293,53 +283,53 @@ TEST_F(FileCatalogTests, TheVolume) {
   EXPECT_EQ(info.dataLogicalSize, 0U) << "an error fills nothing";
 }
 
-// --- File specifications
+// --- File description records
 
-TEST_F(FileCatalogTests, AFileSpecificationHoldsVolumeParentAndName) {
+TEST_F(FileCatalogTests, AFileDescriptionHoldsVolumeParentAndName) {
   writeFile(folder / "Namen \xC3\xA4", "text");
   if (statusOf(folder.path()).st_ino > 0x7FFFFFFF) GTEST_SKIP() << "large numbers on this file system";
   const FSRef ref = refTo("Namen \xC3\xA4");
-  FSSpec specification;
-  ASSERT_EQ(catalog.FSGetCatalogInfo(&ref, kFSCatInfoNone, nullptr, &specification), noErr);
-  EXPECT_EQ(specification.vRefNum, -3);
-  EXPECT_EQ(static_cast<std::uint64_t>(specification.parID), statusOf(folder.path()).st_ino);
-  EXPECT_EQ(specification.name[0], 8);
-  EXPECT_EQ(std::string(reinterpret_cast<const char*>(specification.name) + 1, 8), "Namen \xC3\xA4");
+  FSSpec description;
+  ASSERT_EQ(catalog.FSGetCatalogInfo(&ref, kFSCatInfoNone, nullptr, &description), noErr);
+  EXPECT_EQ(description.vRefNum, -3);
+  EXPECT_EQ(static_cast<std::uint64_t>(description.parID), statusOf(folder.path()).st_ino);
+  EXPECT_EQ(description.name[0], 8);
+  EXPECT_EQ(std::string(reinterpret_cast<const char*>(description.name) + 1, 8), "Namen \xC3\xA4");
 }
 
-TEST_F(FileCatalogTests, TheParentInAFileSpecificationIsTheFolderNotALinkToIt) {
+TEST_F(FileCatalogTests, TheParentInAFileDescriptionIsTheFolderNotALinkToIt) {
   if (statusOf(folder.path()).st_ino > 0x7FFFFFFF) GTEST_SKIP() << "large numbers on this file system";
   std::filesystem::create_directory(folder / "a");
   writeFile(folder / "a/file", "text");
   std::filesystem::create_directory_symlink("a", folder / "link");
   const FSRef ref = refTo("link/file");
-  FSSpec specification;
-  ASSERT_EQ(catalog.FSGetCatalogInfo(&ref, kFSCatInfoNone, nullptr, &specification), noErr);
-  EXPECT_EQ(static_cast<std::uint64_t>(specification.parID), statusOf(folder / "a").st_ino);
+  FSSpec description;
+  ASSERT_EQ(catalog.FSGetCatalogInfo(&ref, kFSCatInfoNone, nullptr, &description), noErr);
+  EXPECT_EQ(static_cast<std::uint64_t>(description.parID), statusOf(folder / "a").st_ino);
 }
 
-TEST_F(FileCatalogTests, NamesOfMoreThan63BytesHaveNoSpecification) {
+TEST_F(FileCatalogTests, NamesOfMoreThan63BytesHaveNoDescription) {
   if (statusOf(folder.path()).st_ino > 0x7FFFFFFF) GTEST_SKIP() << "large numbers on this file system";
   writeFile(folder / std::string(63, 'x'), "text");
   writeFile(folder / std::string(64, 'x'), "text");
   const FSRef fits = refTo(std::string(63, 'x'));
   const FSRef tooLong = refTo(std::string(64, 'x'));
-  FSSpec specification;
-  ASSERT_EQ(catalog.FSGetCatalogInfo(&fits, kFSCatInfoNone, nullptr, &specification), noErr);
-  EXPECT_EQ(specification.name[0], 63);
-  specification.parID = 77;
+  FSSpec description;
+  ASSERT_EQ(catalog.FSGetCatalogInfo(&fits, kFSCatInfoNone, nullptr, &description), noErr);
+  EXPECT_EQ(description.name[0], 63);
+  description.parID = 77;
   FSCatalogInfo info;
-  EXPECT_EQ(catalog.FSGetCatalogInfo(&tooLong, kFSCatInfoDataSizes, &info, &specification), bdNamErr);
-  EXPECT_EQ(std::int32_t{specification.parID}, 77);
+  EXPECT_EQ(catalog.FSGetCatalogInfo(&tooLong, kFSCatInfoDataSizes, &info, &description), bdNamErr);
+  EXPECT_EQ(std::int32_t{description.parID}, 77);
   EXPECT_EQ(info.dataLogicalSize, 0U);
 }
 
-TEST_F(FileCatalogTests, WithoutAVolumeThereIsNoSpecification) {
+TEST_F(FileCatalogTests, WithoutAVolumeThereIsNoDescription) {
   writeFile(folder / "file", "text");
   volume.number = 0;
   const FSRef ref = refTo("file");
-  FSSpec specification;
-  EXPECT_NE(catalog.FSGetCatalogInfo(&ref, kFSCatInfoNone, nullptr, &specification), noErr);
+  FSSpec description;
+  EXPECT_NE(catalog.FSGetCatalogInfo(&ref, kFSCatInfoNone, nullptr, &description), noErr);
 }
 
 // --- The lock
