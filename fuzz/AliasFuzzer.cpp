@@ -4,7 +4,7 @@
 #include <cstdlib>
 #include <string>
 
-#include "platform/linux/AliasRecord.h"
+#include "platform/linux/references/AliasRecord.h"
 
 namespace {
 

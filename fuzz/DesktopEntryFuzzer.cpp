@@ -8,8 +8,8 @@
 #include <string>
 #include <string_view>
 
-#include "platform/linux/ApplicationSignature.h"
-#include "platform/linux/CommandLine.h"
+#include "platform/linux/applications/ApplicationSignature.h"
+#include "platform/linux/applications/CommandLine.h"
 
 using namespace ZtFoundation;
 

@@ -8,7 +8,7 @@
 
 #include <filesystem>
 
-#include "platform/linux/Volumes.h"
+#include "platform/linux/volumes/Volumes.h"
 #include "platform/services/Service.h"
 #include "support/ReplacedMethod.h"
 #include "support/ScratchFolder.h"

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/linux/Volumes.h"
+#include "platform/linux/volumes/Volumes.h"
 #include "platform/services/FileCatalog.h"
 #include "platform/services/FolderManager.h"
 #include "platform/services/Service.h"

@@ -1,4 +1,4 @@
-#include "SystemCallFaults.h"
+#include "platform/linux/SystemCallFaults.h"
 
 #include <dirent.h>
 #include <dlfcn.h>

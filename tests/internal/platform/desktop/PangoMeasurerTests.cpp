@@ -16,7 +16,7 @@
 
 #include <ZtFoundation/Text.h>
 
-#include "platform/linux/TextMeasurer.h"
+#include "platform/linux/system/TextMeasurer.h"
 #include "platform/services/Service.h"
 #include "support/ChildProcess.h"
 #include "support/ScratchFolder.h"

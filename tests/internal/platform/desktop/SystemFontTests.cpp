@@ -8,7 +8,7 @@
 #include <functional>
 #include <string>
 
-#include "platform/linux/TextMeasurer.h"
+#include "platform/linux/system/TextMeasurer.h"
 #include "support/ChildProcess.h"
 #include "support/ScratchFolder.h"
 

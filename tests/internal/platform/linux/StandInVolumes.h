@@ -6,7 +6,7 @@
 #include <map>
 #include <string>
 
-#include "platform/linux/Volumes.h"
+#include "platform/linux/volumes/Volumes.h"
 #include "platform/services/FileCatalog.h"
 #include "platform/services/Service.h"
 

@@ -9,8 +9,8 @@
 #include <string>
 #include <vector>
 
-#include "platform/linux/ModuleLoader.h"
-#include "platform/linux/Volumes.h"
+#include "platform/linux/process/ModuleLoader.h"
+#include "platform/linux/volumes/Volumes.h"
 
 namespace ZtFoundation::testing {
 

@@ -8,7 +8,7 @@
 #include <optional>
 #include <string>
 
-#include "platform/linux/DesktopEntries.h"
+#include "platform/linux/applications/DesktopEntries.h"
 #include "support/ChildProcess.h"
 #include "support/ScratchFolder.h"
 

@@ -1,0 +1,238 @@
+#include "platform/linux/applications/ApplicationIndex.h"
+
+#include <dirent.h>
+#include <fcntl.h>
+
+#include <algorithm>
+#include <set>
+#include <unordered_map>
+
+#include <ZtFoundation/platform/Bundle.h>
+#include <ZtFoundation/platform/Dictionary.h>
+
+#include "platform/linux/applications/ApplicationSignature.h"
+#include "platform/linux/applications/ItemInformation.h"
+#include "platform/linux/files/FileContents.h"
+#include "platform/linux/files/FileDescriptor.h"
+#include "platform/linux/files/FolderContents.h"
+#include "platform/linux/folders/Folders.h"
+
+namespace ZtFoundation::detail {
+
+namespace {
+
+constexpr std::string_view kEntryExtension = ".desktop";
+constexpr int kDeepest = 8;  // folders in folders
+// Stands for what could not be read, and so is tried again each time: descriptors may have run out.
+constexpr FileStamp kNothing;
+
+char lowercase(char byte) { return byte >= 'A' && byte <= 'Z' ? static_cast<char>(byte - 'A' + 'a') : byte; }
+
+bool equalInAnyCase(std::string_view a, std::string_view b) {
+  return std::equal(a.begin(), a.end(), b.begin(), b.end(),
+                    [](char x, char y) { return lowercase(x) == lowercase(y); });
+}
+
+std::string withoutEntryExtension(const std::string& name) {
+  if (name.size() < kEntryExtension.size()) return name;
+  const std::size_t stem = name.size() - kEntryExtension.size();
+  return equalInAnyCase(std::string_view(name).substr(stem), kEntryExtension) ? name.substr(0, stem) : name;
+}
+
+struct FolderItem {
+  std::string name;
+  unsigned char type;
+};
+
+// By name, without those that begin with a dot. None for a folder that cannot be read.
+std::optional<std::vector<FolderItem>> itemsIn(const std::string& folder) {
+  const FileDescriptor listed(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  if (!listed) return std::nullopt;
+  FolderContents contents;
+  contents.read(listed.get());  // what comes before an error counts
+  std::vector<FolderItem> items;
+  for (FolderContents::Entry entry; contents.next(entry);) {
+    if (entry.name[0] != '.') items.push_back({entry.name, entry.type});
+  }
+  std::sort(items.begin(), items.end(), [](const FolderItem& a, const FolderItem& b) { return a.name < b.name; });
+  return items;
+}
+
+bool mayBeLink(unsigned char type) { return type == DT_LNK || type == DT_UNKNOWN; }
+
+bool isFolderItem(const std::string& path, unsigned char type) {
+  return type == DT_DIR || (mayBeLink(type) && isFolder(path));
+}
+
+std::string textOf(const Ref<NSObject>& value) {
+  const Ref<NSString> text = as<NSString>(value);
+  return text ? text->fileSystemRepresentation() : std::string();
+}
+
+// None for a file that cannot be read.
+std::optional<std::vector<OSType>> readSignatures(const std::string& path) {
+  if (!isEntryFile(path)) return std::vector<OSType>();
+  const FileDescriptor file(retryInterrupted([&] { return ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK); }));
+  const std::optional<std::string> text = file ? readToEnd(file.get()) : std::nullopt;
+  return text ? std::optional(signaturesInEntry(*text)) : std::nullopt;
+}
+
+}  // namespace
+
+// Looks through folders.
+class ApplicationIndex::Lister {
+ public:
+  void list(const ApplicationFolder& folder) {
+    holdsEntries_ = folder.holdsEntries;
+    listFolder(folder.path, "", 0);
+  }
+
+  std::map<std::string, FileStamp> takeFolders() { return std::move(folders_); }
+  Applications takeApplications() { return std::move(applications_); }
+
+ private:
+  // Links may lead back to where they came from.
+  void listFolder(const std::string& path, const std::string& prefix, int depth) {
+    const FileStamp stamp(path);
+    folders_.emplace(path, stamp);
+    if (!stamp.isThere() || depth > kDeepest || !seen_.insert({stamp.identity(), holdsEntries_}).second) return;
+    const std::optional<std::vector<FolderItem>> items = itemsIn(path);
+    if (!items) {
+      folders_[path] = kNothing;
+      return;
+    }
+    for (const FolderItem& item : *items) listItem(path + "/" + item.name, item, prefix, depth);
+  }
+
+  void listItem(const std::string& path, const FolderItem& item, const std::string& prefix, int depth) {
+    if (isEntryName(item.name)) {
+      if (holdsEntries_) applications_.push_back({path, true, prefix + withoutEntryExtension(item.name)});
+      return;
+    }
+    // What a link leads to may come later, and the folder around the link does not show that.
+    if (mayBeLink(item.type)) folders_.emplace(path, FileStamp(path));
+    if (!isFolderItem(path, item.type)) return;
+    if (!isPackageName(item.name)) return listFolder(path, prefix + item.name + "-", depth + 1);
+    applications_.push_back({path, false});
+  }
+
+  bool holdsEntries_ = false;
+  std::set<std::pair<FileStamp::Identity, bool>> seen_;
+  std::map<std::string, FileStamp> folders_;
+  Applications applications_;
+};
+
+// Some identifiers end in ".desktop" themselves, so what is asked for is looked for as it is, too.
+struct ApplicationIndex::Query {
+  OSType creator;
+  std::string identifier;
+  std::string withoutExtension = withoutEntryExtension(identifier);
+
+  bool fitsIdentifier(const Application& application, bool inAnyCase) const {
+    if (identifier.empty()) return true;
+    const std::string& own = application.identifier;
+    if (own.empty()) return false;
+    return inAnyCase ? equalInAnyCase(own, identifier) || equalInAnyCase(own, withoutExtension)
+                     : own == identifier || own == withoutExtension;
+  }
+  bool mayFitSignature(const Application& application) const {
+    const auto fits = [this](OSType code) { return code == creator || code == kAnySignature; };
+    return creator == 0 || std::any_of(application.signatures.begin(), application.signatures.end(), fits);
+  }
+  bool fits(const DesktopEntry& entry) const {
+    return creator == 0 || signatureCode(NSString::stringWithValidUTF8(entry.signature)) == creator;
+  }
+};
+
+bool ApplicationIndex::isUpToDate(const std::vector<ApplicationFolder>& folders) const {
+  return folders == folders_ && std::all_of(listed_.begin(), listed_.end(), [](const auto& folder) {
+           return folder.second.stillHolds(FileStamp(folder.first));
+         });
+}
+
+// What is known of the contents of files is kept: it has stamps of its own.
+void ApplicationIndex::refresh() {
+  std::vector<ApplicationFolder> folders = applicationFolders();
+  if (isUpToDate(folders)) return;
+  Lister lister;
+  for (const ApplicationFolder& folder : folders) lister.list(folder);
+  std::unordered_map<std::string, Application> known;
+  for (Application& application : applications_) known.emplace(application.path, std::move(application));
+  folders_ = std::move(folders);
+  listed_ = lister.takeFolders();
+  applications_ = lister.takeApplications();
+  for (Application& application : applications_) {
+    const auto found = known.find(application.path);
+    if (found == known.end()) continue;
+    application.stamp = found->second.stamp;
+    application.signatures = std::move(found->second.signatures);
+    if (!application.isEntry) application.identifier = std::move(found->second.identifier);
+  }
+}
+
+void ApplicationIndex::updateBundle(Application& bundle) {
+  const std::string path = bundleInformationPath(bundle.path);
+  const FileStamp stamp(path);
+  if (bundle.stamp.stillHolds(stamp)) return;
+  bundle.stamp = stamp;
+  bundle.identifier.clear();
+  bundle.signatures.clear();
+  if (!isApplicationBundle(bundle.path) || path.empty()) return;
+  const Ref<NSBundle> contents = NSBundle::bundleWithPath(NSString::stringWithFileSystemRepresentation(bundle.path));
+  if (!contents || contents->infoDictionary()->count() == 0) {
+    bundle.stamp = kNothing;
+    return;
+  }
+  bundle.identifier = textOf(contents->objectForInfoDictionaryKey("CFBundleIdentifier"));
+  const OSType code = signatureCode(as<NSString>(contents->objectForInfoDictionaryKey("CFBundleSignature")));
+  if (code != 0) bundle.signatures.push_back(code);
+}
+
+void ApplicationIndex::updateEntry(Application& entry) {
+  const FileStamp stamp(entry.path);
+  if (entry.stamp.stillHolds(stamp)) return;
+  std::optional<std::vector<OSType>> signatures = readSignatures(entry.path);
+  entry.stamp = signatures ? stamp : kNothing;
+  entry.signatures = std::move(signatures).value_or(std::vector<OSType>());
+}
+
+void ApplicationIndex::update(const Query& query) {
+  for (Application& application : applications_) {
+    if (!application.isEntry) {
+      updateBundle(application);
+    } else if (query.creator != 0) {
+      updateEntry(application);
+    }
+  }
+}
+
+// Of several entries with one identifier the first that is an application's decides; hidden, it hides the others.
+bool ApplicationIndex::isInstalled(const Application& application, const Query& query) const {
+  if (!application.isEntry) return true;
+  for (const Application& one : applications_) {
+    if (!one.isEntry || one.identifier != application.identifier) continue;
+    const std::optional<DesktopEntry> entry = entryInFile(one.path);
+    if (entry) return &one == &application && !entry->isHidden && query.fits(*entry);
+  }
+  return false;
+}
+
+const ApplicationIndex::Application* ApplicationIndex::first(const Query& query, bool inAnyCase) const {
+  const auto found = std::find_if(applications_.begin(), applications_.end(), [&](const Application& one) {
+    return query.fitsIdentifier(one, inAnyCase) && query.mayFitSignature(one) && isInstalled(one, query);
+  });
+  return found != applications_.end() ? &*found : nullptr;
+}
+
+std::string ApplicationIndex::find(OSType creator, const std::string& identifier) {
+  if (creator == 0 && identifier.empty()) return {};
+  const Query query{creator, identifier};
+  const std::lock_guard guard(mutex_);
+  refresh();
+  update(query);
+  const Application* found = first(query, false);
+  if (found == nullptr && !identifier.empty()) found = first(query, true);
+  return found != nullptr ? found->path : std::string();
+}
+
+}  // namespace ZtFoundation::detail

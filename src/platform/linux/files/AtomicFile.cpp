@@ -1,0 +1,200 @@
+#include "platform/linux/files/AtomicFile.h"
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <cstdio>
+#include <memory>
+#include <optional>
+
+#include "platform/linux/files/FileAttributes.h"
+#include "platform/linux/files/FileContents.h"
+#include "platform/linux/files/FileDescriptor.h"
+#include "platform/linux/files/FinderLock.h"
+#include "platform/linux/files/PlaceInFolder.h"
+
+namespace ZtFoundation::detail {
+
+namespace {
+
+// --- Where the file is
+
+FileDescriptor openFolder(int at, const std::string& path, int flags) {
+  return FileDescriptor(retryInterrupted([&] { return ::openat(at, path.c_str(), flags | O_DIRECTORY | O_CLOEXEC); }));
+}
+
+// --- The temporary file
+
+constexpr std::string_view kTemporaryPrefix = ".ztsave-";
+constexpr std::size_t kRandomBytes = 16;
+
+std::optional<std::string> unpredictableName() {
+  std::array<unsigned char, kRandomBytes> random;
+  if (::getentropy(random.data(), random.size()) != 0) return std::nullopt;
+  std::string name(kTemporaryPrefix);
+  for (const unsigned char byte : random) {
+    name += "0123456789abcdef"[byte >> 4];
+    name += "0123456789abcdef"[byte & 15];
+  }
+  return name;
+}
+
+bool isTemporaryName(std::string_view name) {
+  return name.starts_with(kTemporaryPrefix) && name.size() == kTemporaryPrefix.size() + 2 * kRandomBytes &&
+         name.find_first_not_of("0123456789abcdef", kTemporaryPrefix.size()) == std::string_view::npos;
+}
+
+// A file that vanishes with this object unless it took another's place. It is locked as long as it is in use, which tells it from
+// one that a killed process left behind.
+class TemporaryFile {
+ public:
+  explicit TemporaryFile(int folder) : folder_(folder) {
+    constexpr int kAttempts = 100;
+    for (int attempt = 0; attempt < kAttempts && !isUsable_; ++attempt) {
+      if (!create()) return;
+    }
+  }
+  TemporaryFile(const TemporaryFile&) = delete;
+  TemporaryFile& operator=(const TemporaryFile&) = delete;
+  ~TemporaryFile() {
+    if (file_ && !isRenamed_) ::unlinkat(folder_, name_.c_str(), 0);
+  }
+
+  explicit operator bool() const noexcept { return isUsable_; }
+  int get() const noexcept { return file_.get(); }
+
+  bool renameTo(const std::string& name) {
+    isRenamed_ = ::renameat(folder_, name_.c_str(), folder_, name.c_str()) == 0;
+    return isRenamed_;
+  }
+
+ private:
+  // False when another attempt is pointless.
+  bool create() {
+    const auto name = unpredictableName();
+    if (!name) return false;
+    name_ = *name;
+    constexpr int flags = O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC;
+    file_ = FileDescriptor(retryInterrupted([&] { return ::openat(folder_, name_.c_str(), flags, 0600); }));
+    if (!file_) return errno == EEXIST;
+    return lock();
+  }
+
+  // Another process may take the file for an abandoned one in the moment before it is locked.
+  bool lock() {
+    retryInterrupted([&] { return ::flock(file_.get(), LOCK_EX); });
+    struct stat status;
+    if (::fstat(file_.get(), &status) != 0) return false;
+    isUsable_ = status.st_nlink != 0;
+    return true;
+  }
+
+  int folder_;
+  FileDescriptor file_;
+  std::string name_;
+  bool isUsable_ = false;
+  bool isRenamed_ = false;
+};
+
+bool isAbandoned(int folder, const char* name) {
+  constexpr int flags = O_RDWR | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
+  const FileDescriptor file(::openat(folder, name, flags));
+  struct stat status;
+  return file && ::fstat(file.get(), &status) == 0 && S_ISREG(status.st_mode) && status.st_uid == ::geteuid() &&
+         ::flock(file.get(), LOCK_EX | LOCK_NB) == 0;
+}
+
+struct CloseListing {
+  void operator()(DIR* listing) const noexcept { ::closedir(listing); }
+};
+
+void removeAbandonedFiles(int folder) {
+  FileDescriptor copy = openFolder(folder, ".", O_RDONLY);
+  if (!copy) return;
+  const std::unique_ptr<DIR, CloseListing> listing(::fdopendir(copy.get()));
+  if (!listing) return;
+  copy.release();
+  while (const dirent* entry = ::readdir(listing.get())) {
+    if (isTemporaryName(entry->d_name) && isAbandoned(folder, entry->d_name)) ::unlinkat(folder, entry->d_name, 0);
+  }
+}
+
+// --- Replacing
+
+// True as well where the file system has no way to flush such an item.
+bool flush(int item) {
+  return retryInterrupted([&] { return ::fsync(item); }) == 0 || errno == EINVAL || errno == ENOTSUP;
+}
+
+class Replacement {
+ public:
+  explicit Replacement(PlaceInFolder place) : place_(std::move(place)) {}
+
+  bool run(std::string_view bytes) {
+    if (isLocked(folder()) || !examineExisting()) return false;
+    removeAbandonedFiles(folder());
+    if (!install(bytes)) return false;
+    if (flush(folder())) return true;
+    undo();
+    return false;
+  }
+
+ private:
+  int folder() const noexcept { return place_.folder.get(); }
+
+  // False when what exists may not be replaced.
+  bool examineExisting() {
+    if (::fstatat(folder(), place_.name.c_str(), &status_, AT_SYMLINK_NOFOLLOW) != 0) return errno == ENOENT;
+    if (!S_ISREG(status_.st_mode) || ::faccessat(folder(), place_.name.c_str(), W_OK, AT_EACCESS) != 0) return false;
+    constexpr int flags = O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
+    existing_ = FileDescriptor(retryInterrupted([&] { return ::openat(folder(), place_.name.c_str(), flags); }));
+    return existing_ && ::fstat(existing_.get(), &status_) == 0 && S_ISREG(status_.st_mode) &&
+           !isLocked(existing_.get());
+  }
+
+  bool install(std::string_view bytes) {
+    TemporaryFile temporary(folder());
+    return temporary && writeAll(temporary.get(), bytes) &&
+           (!existing_ || copyAttributes(existing_.get(), status_, temporary.get())) && flush(temporary.get()) &&
+           ::fstat(temporary.get(), &installed_) == 0 && temporary.renameTo(place_.name);
+  }
+
+  // The device did not take the folder's change. Nobody can say what a crash would leave now, but until then the file is as the
+  // answer says.
+  void undo() {
+    if (!isStillInstalled()) return;
+    if (!existing_) {
+      ::unlinkat(folder(), place_.name.c_str(), 0);
+    } else if (const auto bytes = readToEnd(existing_.get())) {
+      install(*bytes);
+    }
+  }
+
+  // Not another process's file by now.
+  bool isStillInstalled() const {
+    struct stat now;
+    return ::fstatat(folder(), place_.name.c_str(), &now, AT_SYMLINK_NOFOLLOW) == 0 &&
+           now.st_ino == installed_.st_ino && now.st_dev == installed_.st_dev;
+  }
+
+  PlaceInFolder place_;
+  FileDescriptor existing_;
+  struct stat status_ {};
+  struct stat installed_ {};
+};
+
+}  // namespace
+
+bool replaceFile(const std::string& path, std::string_view bytes) {
+  PlaceInFolder place = endOfLinks(path);
+  if (!place) return false;
+  place.folder = openFolder(place.folder.get(), ".", O_RDONLY);
+  return place && Replacement(std::move(place)).run(bytes);
+}
+
+}  // namespace ZtFoundation::detail

@@ -1,0 +1,186 @@
+#include <ZtFoundation/platform/Date.h>
+#include <ZtFoundation/platform/Dictionary.h>
+#include <ZtFoundation/platform/FileManager.h>
+#include <ZtFoundation/platform/Number.h>
+#include <fcntl.h>
+#include <grp.h>
+#include <linux/capability.h>
+#include <pwd.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <vector>
+
+#include "platform/linux/files/FileDescriptor.h"
+#include "platform/linux/files/FinderLock.h"
+#include "platform/linux/files/ItemStatus.h"
+
+namespace ZtFoundation {
+
+constinit const std::string_view NSFileType = "NSFileType";
+constinit const std::string_view NSFileTypeDirectory = "NSFileTypeDirectory";
+constinit const std::string_view NSFileTypeRegular = "NSFileTypeRegular";
+constinit const std::string_view NSFileTypeSymbolicLink = "NSFileTypeSymbolicLink";
+constinit const std::string_view NSFileTypeSocket = "NSFileTypeSocket";
+constinit const std::string_view NSFileTypeCharacterSpecial = "NSFileTypeCharacterSpecial";
+constinit const std::string_view NSFileTypeBlockSpecial = "NSFileTypeBlockSpecial";
+constinit const std::string_view NSFileTypeUnknown = "NSFileTypeUnknown";
+constinit const std::string_view NSFileSize = "NSFileSize";
+constinit const std::string_view NSFileCreationDate = "NSFileCreationDate";
+constinit const std::string_view NSFileReferenceCount = "NSFileReferenceCount";
+constinit const std::string_view NSFileSystemNumber = "NSFileSystemNumber";
+constinit const std::string_view NSFileSystemFileNumber = "NSFileSystemFileNumber";
+
+namespace {
+
+using namespace detail;
+
+bool isAllowed(const Ref<NSString>& path, int access) {
+  const auto name = systemPath(path);
+  return name && ::faccessat(AT_FDCWD, name->c_str(), access, AT_EACCESS) == 0;
+}
+
+// What a link leads to is what would be written.
+bool isLockedAtEndOfLinks(const Ref<NSString>& path) {
+  const auto name = systemPath(path);
+  const FileDescriptor item(name ? ::open(name->c_str(), O_PATH | O_CLOEXEC) : -1);
+  return item && isLocked(item.get());
+}
+
+// --- Deleting
+
+// An item in its folder, which is open.
+struct Entry {
+  FileDescriptor folder;
+  std::string name;
+};
+
+// Nothing for paths that no item can be removed by: the root, and those that end in "." or "..".
+std::optional<Entry> entryOf(const Ref<NSString>& path) {
+  auto name = systemPath(path);
+  if (!name) return std::nullopt;
+  while (name->ends_with('/')) name->pop_back();
+  const std::size_t slash = name->rfind('/');
+  const std::string folder = slash == std::string::npos ? std::string(".") : name->substr(0, slash + 1);
+  std::string last = name->substr(slash + 1);
+  if (last.empty() || last == "." || last == "..") return std::nullopt;
+  return Entry{FileDescriptor(::open(folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC)), std::move(last)};
+}
+
+bool isMountPoint(const struct statx& item, const struct statx& folder) {
+  if ((item.stx_attributes_mask & STATX_ATTR_MOUNT_ROOT) != 0) {
+    return (item.stx_attributes & STATX_ATTR_MOUNT_ROOT) != 0;
+  }
+  return identityOf(item).device != identityOf(folder).device;
+}
+
+bool hasCapability(unsigned capability) {
+  __user_cap_header_struct header{_LINUX_CAPABILITY_VERSION_3, 0};
+  __user_cap_data_struct data[_LINUX_CAPABILITY_U32S_3] = {};
+  return ::syscall(SYS_capget, &header, data) == 0 && (data[capability / 32].effective >> (capability % 32) & 1U) != 0;
+}
+
+// In a sticky folder only those who own the item or the folder may remove it.
+bool isKeptBySticky(const struct statx& item, const struct statx& folder) {
+  const uid_t user = ::geteuid();
+  return (folder.stx_mode & S_ISVTX) != 0 && user != item.stx_uid && user != folder.stx_uid &&
+         !hasCapability(CAP_FOWNER);
+}
+
+bool mayChangeEntries(int folder) {
+  return ::faccessat(folder, ".", W_OK | X_OK, AT_EACCESS) == 0 && !isLocked(folder);
+}
+
+bool isDeletable(const Entry& entry) {
+  const auto folder = entry.folder ? statusOfDescriptor(entry.folder.get()) : std::nullopt;
+  const auto item = folder ? statusOfItem(entry.folder.get(), entry.name) : std::nullopt;
+  return item && mayChangeEntries(entry.folder.get()) && !isKeptBySticky(*item, *folder) &&
+         !isMountPoint(*item, *folder) && !isLockedAt(entry.folder.get(), entry.name);
+}
+
+// --- Attributes
+
+std::string_view typeOf(const struct statx& status) {
+  switch (status.stx_mode & S_IFMT) {
+    case S_IFDIR:
+      return NSFileTypeDirectory;
+    case S_IFREG:
+      return NSFileTypeRegular;
+    case S_IFLNK:
+      return NSFileTypeSymbolicLink;
+    case S_IFSOCK:
+      return NSFileTypeSocket;
+    case S_IFCHR:
+      return NSFileTypeCharacterSpecial;
+    case S_IFBLK:
+      return NSFileTypeBlockSpecial;
+    default:
+      return NSFileTypeUnknown;
+  }
+}
+
+Ref<NSDate> dateOf(const statx_timestamp& time) {
+  const double fraction = time.tv_nsec / 1e9;
+  return NSDate::dateWithTimeIntervalSince1970(static_cast<double>(time.tv_sec) + fraction);
+}
+
+template <class Record, class Lookup, class Member>
+Ref<NSString> accountName(unsigned identifier, Lookup lookup, Member name) {
+  std::vector<char> buffer(1024);
+  Record record;
+  Record* found = nullptr;
+  while (lookup(identifier, &record, buffer.data(), buffer.size(), &found) == ERANGE) {
+    buffer.resize(buffer.size() * 2);
+  }
+  return found != nullptr ? NSString::stringWithFileSystemRepresentation(found->*name) : nullptr;
+}
+
+void addAccounts(NSMutableDictionary& attributes, const struct statx& status) {
+  attributes.setObject_forKey(status.stx_uid, NSFileOwnerAccountID);
+  attributes.setObject_forKey(status.stx_gid, NSFileGroupOwnerAccountID);
+  const auto user = accountName<struct passwd>(status.stx_uid, ::getpwuid_r, &passwd::pw_name);
+  const auto group = accountName<struct group>(status.stx_gid, ::getgrgid_r, &group::gr_name);
+  if (user) attributes.setObject_forKey(user, NSFileOwnerAccountName);
+  if (group) attributes.setObject_forKey(group, NSFileGroupOwnerAccountName);
+}
+
+Ref<NSDictionary> attributesOf(const struct statx& status) {
+  const Ref<NSMutableDictionary> attributes = NSMutableDictionary::dictionary();
+  attributes->setObject_forKey(typeOf(status), NSFileType);
+  attributes->setObject_forKey(status.stx_size, NSFileSize);
+  attributes->setObject_forKey(status.stx_mode & 07777U, NSFilePosixPermissions);
+  attributes->setObject_forKey(dateOf(status.stx_mtime), NSFileModificationDate);
+  if ((status.stx_mask & STATX_BTIME) != 0) {
+    attributes->setObject_forKey(dateOf(status.stx_btime), NSFileCreationDate);
+  }
+  attributes->setObject_forKey(status.stx_nlink, NSFileReferenceCount);
+  attributes->setObject_forKey(identityOf(status).device, NSFileSystemNumber);
+  attributes->setObject_forKey(status.stx_ino, NSFileSystemFileNumber);
+  addAccounts(*attributes, status);
+  return attributes->copy();
+}
+
+}  // namespace
+
+bool NSFileManager::isReadableFileAtPath(const Ref<NSString>& path) { return isAllowed(path, R_OK); }
+
+bool NSFileManager::isWritableFileAtPath(const Ref<NSString>& path) {
+  return isAllowed(path, W_OK) && !isLockedAtEndOfLinks(path);
+}
+
+bool NSFileManager::isExecutableFileAtPath(const Ref<NSString>& path) { return isAllowed(path, X_OK); }
+
+bool NSFileManager::isDeletableFileAtPath(const Ref<NSString>& path) {
+  const auto entry = entryOf(path);
+  return entry && isDeletable(*entry);
+}
+
+Ref<NSDictionary> NSFileManager::fileAttributesAtPath_traverseLink(const Ref<NSString>& path, bool traverseLink) {
+  const auto name = systemPath(path);
+  if (!name) return nullptr;
+  const auto status = traverseLink ? statusOfEndOfLinks(*name) : statusOfItem(*name);
+  return status ? attributesOf(*status) : nullptr;
+}
+
+}  // namespace ZtFoundation

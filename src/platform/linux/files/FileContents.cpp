@@ -1,0 +1,126 @@
+#include "platform/linux/files/FileContents.h"
+
+#include <ZtFoundation/platform/Data.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <new>
+#include <stdexcept>
+
+#include "platform/linux/files/AtomicFile.h"
+#include "platform/linux/files/FinderLock.h"
+#include "platform/linux/files/PlaceInFolder.h"
+
+namespace ZtFoundation {
+
+namespace detail {
+
+namespace {
+
+constexpr std::size_t kSmallestRead = 4096;
+
+// One byte more than the file has, so that the end shows without another round.
+std::size_t sizeHint(int file) {
+  struct stat status;
+  if (::fstat(file, &status) != 0 || status.st_size <= 0) return kSmallestRead;
+  return static_cast<std::size_t>(status.st_size) + 1;
+}
+
+// Fills `bytes` up to its size; answers how far it got before the end, none on an error.
+std::optional<std::size_t> readInto(int file, std::string& bytes, std::size_t filled) {
+  while (filled < bytes.size()) {
+    const ssize_t got = retryInterrupted([&] { return ::read(file, &bytes[filled], bytes.size() - filled); });
+    if (got < 0) return std::nullopt;
+    if (got == 0) break;
+    filled += static_cast<std::size_t>(got);
+  }
+  return filled;
+}
+
+std::optional<std::string> readGrowing(int file) {
+  std::string bytes(sizeHint(file), '\0');
+  std::size_t filled = 0;
+  for (;;) {
+    const auto reached = readInto(file, bytes, filled);
+    if (!reached) return std::nullopt;
+    filled = *reached;
+    if (filled < bytes.size()) break;
+    bytes.resize(bytes.size() * 2);
+  }
+  bytes.resize(filled);
+  return bytes;
+}
+
+constexpr int kWriting = O_WRONLY | O_CLOEXEC | O_NOCTTY;
+
+FileDescriptor openToWrite(int at, const std::string& path, int flags, mode_t mode) {
+  return FileDescriptor(retryInterrupted([&] { return ::openat(at, path.c_str(), kWriting | flags, mode); }));
+}
+
+// At the end of a link that leads nowhere, the folder there counts. Another process may have been quicker.
+FileDescriptor makeFile(const std::string& path, mode_t mode) {
+  const PlaceInFolder place = endOfLinks(path);
+  if (!place || isLocked(place.folder.get())) return {};
+  return openToWrite(place.folder.get(), place.name, O_CREAT | O_NOFOLLOW, mode);
+}
+
+// Devices and pipes have nothing to lose.
+bool makeEmpty(int file) {
+  struct stat status;
+  if (::fstat(file, &status) != 0) return false;
+  return !S_ISREG(status.st_mode) || retryInterrupted([&] { return ::ftruncate(file, 0); }) == 0;
+}
+
+bool writeInPlace(const std::string& path, std::string_view bytes) {
+  FileDescriptor file = openEmpty(path, 0600);
+  return file && writeAll(file.get(), bytes) && closeWritten(std::move(file));
+}
+
+}  // namespace
+
+FileDescriptor openEmpty(const std::string& path, mode_t mode) {
+  FileDescriptor file = openToWrite(AT_FDCWD, path, 0, 0);
+  if (!file && errno == ENOENT) file = makeFile(path, mode);
+  return file && !isLocked(file.get()) && makeEmpty(file.get()) ? std::move(file) : FileDescriptor();
+}
+
+bool closeWritten(FileDescriptor file) { return ::close(file.release()) == 0 || errno == EINTR; }
+
+std::optional<std::string> readToEnd(int file) {
+  try {
+    return readGrowing(file);
+  } catch (const std::bad_alloc&) {
+    return std::nullopt;
+  } catch (const std::length_error&) {
+    return std::nullopt;
+  }
+}
+
+bool writeAll(int file, std::string_view bytes) {
+  while (!bytes.empty()) {
+    const ssize_t written = retryInterrupted([&] { return ::write(file, bytes.data(), bytes.size()); });
+    if (written <= 0) return false;
+    bytes.remove_prefix(static_cast<std::size_t>(written));
+  }
+  return true;
+}
+
+}  // namespace detail
+
+Ref<NSData> NSData::dataWithContentsOfFile(const Ref<NSString>& path) {
+  const auto name = detail::systemPath(path);
+  if (!name) return nullptr;
+  constexpr int flags = O_RDONLY | O_CLOEXEC | O_NOCTTY;
+  const detail::FileDescriptor file(detail::retryInterrupted([&] { return ::open(name->c_str(), flags); }));
+  auto bytes = file ? detail::readToEnd(file.get()) : std::nullopt;
+  return bytes ? NSData::dataWithString(std::move(*bytes)) : nullptr;
+}
+
+bool NSData::writeToFile_atomically(const Ref<NSString>& path, bool atomically) const {
+  const auto name = detail::systemPath(path);
+  if (!name) return false;
+  return atomically ? detail::replaceFile(*name, view()) : detail::writeInPlace(*name, view());
+}
+
+}  // namespace ZtFoundation

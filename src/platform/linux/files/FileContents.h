@@ -1,0 +1,29 @@
+/// \file FileContents.h
+/// Reading and writing open files as a whole.
+#pragma once
+
+#include <sys/types.h>
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "platform/linux/files/FileDescriptor.h"
+
+namespace ZtFoundation::detail {
+
+/// Everything from the present position to the end; none on an error, also for a folder. The size that the system tells is
+/// only a hint, so files that grow or shrink meanwhile, or tell 0, are read to where they end.
+std::optional<std::string> readToEnd(int file);
+
+/// The file at `path`, links followed, to be written from its beginning: made with the permissions `mode`, less the umask, if it is missing, else
+/// emptied. Nothing when it cannot be, or it is locked, or missing in a locked folder.
+FileDescriptor openEmpty(const std::string& path, mode_t mode);
+
+/// False on an error; part of the bytes may have been written then.
+bool writeAll(int file, std::string_view bytes);
+
+/// Closes what has been written. False on an error: some file systems tell only now that there was no room.
+bool closeWritten(FileDescriptor file);
+
+}  // namespace ZtFoundation::detail

@@ -1,0 +1,78 @@
+#include <ZtFoundation/platform/Data.h>
+#include <ZtFoundation/platform/Dictionary.h>
+#include <ZtFoundation/platform/FileManager.h>
+#include <ZtFoundation/platform/Runtime.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "platform/linux/files/FileAttributes.h"
+#include "platform/linux/files/FileContents.h"
+#include "platform/linux/files/FileDescriptor.h"
+#include "platform/linux/files/FinderLock.h"
+
+namespace ZtFoundation {
+
+ZT_REGISTER_CLASS(NSFileManager, ZT_CLASS_METHOD("defaultManager", &NSFileManager::defaultManager),
+                  ZT_METHOD("fileExistsAtPath:", &NSFileManager::fileExistsAtPath),
+                  ZT_METHOD("fileExistsAtPath:isDirectory:", &NSFileManager::fileExistsAtPath_isDirectory),
+                  ZT_METHOD("createDirectoryAtPath:attributes:", &NSFileManager::createDirectoryAtPath_attributes),
+                  ZT_METHOD("contentsAtPath:", &NSFileManager::contentsAtPath),
+                  ZT_METHOD("createFileAtPath:contents:attributes:",
+                            &NSFileManager::createFileAtPath_contents_attributes),
+                  ZT_METHOD("isReadableFileAtPath:", &NSFileManager::isReadableFileAtPath),
+                  ZT_METHOD("isWritableFileAtPath:", &NSFileManager::isWritableFileAtPath),
+                  ZT_METHOD("isExecutableFileAtPath:", &NSFileManager::isExecutableFileAtPath),
+                  ZT_METHOD("isDeletableFileAtPath:", &NSFileManager::isDeletableFileAtPath),
+                  ZT_METHOD("fileAttributesAtPath:traverseLink:", &NSFileManager::fileAttributesAtPath_traverseLink),
+                  ZT_METHOD("displayNameAtPath:", &NSFileManager::displayNameAtPath),
+                  ZT_METHOD("componentsToDisplayForPath:", &NSFileManager::componentsToDisplayForPath),
+                  ZT_METHOD("copyPath:toPath:handler:", &NSFileManager::copyPath_toPath_handler),
+                  ZT_METHOD("movePath:toPath:handler:", &NSFileManager::movePath_toPath_handler),
+                  ZT_METHOD("linkPath:toPath:handler:", &NSFileManager::linkPath_toPath_handler),
+                  ZT_METHOD("removeFileAtPath:handler:", &NSFileManager::removeFileAtPath_handler),
+                  ZT_METHOD("directoryContentsAtPath:", &NSFileManager::directoryContentsAtPath));
+
+using detail::FileDescriptor;
+using detail::systemPath;
+
+Ref<NSFileManager> NSFileManager::defaultManager() {
+  static NSFileManager* const shared = new NSFileManager;  // never destroyed, so it serves during exit too
+  return Ref<NSFileManager>(shared);
+}
+
+bool NSFileManager::fileExistsAtPath(const Ref<NSString>& path) {
+  const auto name = systemPath(path);
+  struct stat status;
+  return name && ::stat(name->c_str(), &status) == 0;
+}
+
+bool NSFileManager::fileExistsAtPath_isDirectory(const Ref<NSString>& path, bool* isDirectory) {
+  const auto name = systemPath(path);
+  struct stat status;
+  if (!name || ::stat(name->c_str(), &status) != 0) return false;
+  if (isDirectory != nullptr) *isDirectory = S_ISDIR(status.st_mode);
+  return true;
+}
+
+bool NSFileManager::createDirectoryAtPath_attributes(const Ref<NSString>& path, const Ref<NSDictionary>& attributes) {
+  const auto name = systemPath(path);
+  if (!name || detail::isFolderLocked(*name) || ::mkdir(name->c_str(), detail::permissionsIn(attributes, 0777)) != 0)
+    return false;
+  detail::applyAttributes(attributes, *name);
+  return true;
+}
+
+Ref<NSData> NSFileManager::contentsAtPath(const Ref<NSString>& path) { return NSData::dataWithContentsOfFile(path); }
+
+bool NSFileManager::createFileAtPath_contents_attributes(const Ref<NSString>& path, const Ref<NSData>& contents,
+                                                         const Ref<NSDictionary>& attributes) {
+  const auto name = systemPath(path);
+  if (!name) return false;
+  FileDescriptor file = detail::openEmpty(*name, detail::permissionsIn(attributes, 0666));
+  if (!file || (contents && !detail::writeAll(file.get(), contents->view()))) return false;
+  if (!detail::closeWritten(std::move(file))) return false;
+  detail::applyAttributes(attributes, *name);
+  return true;
+}
+
+}  // namespace ZtFoundation

@@ -1,0 +1,39 @@
+#include "platform/linux/files/FileStamp.h"
+
+#include <sys/stat.h>
+
+#include <ctime>
+
+namespace ZtFoundation::detail {
+
+namespace {
+
+constexpr std::int64_t kSecond = 1'000'000'000;
+constexpr std::int64_t kLongestTick = 2 * kSecond;
+
+std::int64_t nanoseconds(const timespec& time) { return std::int64_t{time.tv_sec} * kSecond + time.tv_nsec; }
+
+std::int64_t now() {
+  timespec time{};
+  ::clock_gettime(CLOCK_REALTIME, &time);
+  return nanoseconds(time);
+}
+
+}  // namespace
+
+FileStamp::FileStamp(const std::string& path) {
+  struct stat status {};
+  if (::stat(path.c_str(), &status) != 0) return;
+  device_ = status.st_dev;
+  number_ = status.st_ino;
+  size_ = static_cast<std::uint64_t>(status.st_size);
+  changed_ = nanoseconds(status.st_ctim);
+  isSettled_ = now() - changed_ > kLongestTick;
+}
+
+bool FileStamp::stillHolds(const FileStamp& now) const {
+  return isSettled_ && device_ == now.device_ && number_ == now.number_ && size_ == now.size_ &&
+         changed_ == now.changed_;
+}
+
+}  // namespace ZtFoundation::detail

@@ -1,0 +1,95 @@
+#include "platform/linux/files/ItemPath.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <climits>
+#include <cstdlib>
+#include <string_view>
+
+namespace ZtFoundation::detail {
+
+namespace {
+
+std::optional<std::string> currentFolder() {
+  std::array<char, PATH_MAX> buffer;
+  if (::getcwd(buffer.data(), buffer.size()) == nullptr) return std::nullopt;
+  if (buffer[0] == '/') return std::string(buffer.data());
+  errno = ENOENT;  // a folder that no path leads to
+  return std::nullopt;
+}
+
+bool hasParentComponent(std::string_view path) {
+  return path == ".." || path.starts_with("../") || path.ends_with("/..") ||
+         path.find("/../") != std::string_view::npos;
+}
+
+// Calls for each component that is neither empty nor ".".
+template <class Visit>
+void visitComponents(std::string_view path, Visit visit) {
+  while (!path.empty()) {
+    const std::size_t end = std::min(path.find('/'), path.size());
+    const std::string_view component = path.substr(0, end);
+    if (!component.empty() && component != ".") visit(component);
+    path.remove_prefix(std::min(end + 1, path.size()));
+  }
+}
+
+void appendComponents(std::string& path, std::string_view more) {
+  visitComponents(more, [&](std::string_view component) { path.append("/").append(component); });
+}
+
+std::optional<std::string> withoutParentComponents(const std::string& path) {
+  return path.ends_with("/..") ? canonicalPath(path) : canonicalItemPath(path);
+}
+
+}  // namespace
+
+std::optional<std::string> absolutePath(const std::string& path) {
+  std::string result;
+  if (path.empty()) errno = ENOENT;
+  if (path.empty()) return std::nullopt;
+  if (path.front() != '/') {
+    const auto start = currentFolder();
+    if (!start) return std::nullopt;
+    appendComponents(result, *start);
+  }
+  appendComponents(result, path);
+  if (result.empty()) result += '/';
+  return hasParentComponent(result) ? withoutParentComponents(result) : result;
+}
+
+std::optional<std::string> canonicalPath(const std::string& path) {
+  std::array<char, PATH_MAX> buffer;
+  if (::realpath(path.c_str(), buffer.data()) == nullptr) return std::nullopt;
+  return std::string(buffer.data());
+}
+
+std::optional<std::string> canonicalItemPath(const std::string& path) {
+  if (path == "/") return path;
+  const auto folder = canonicalPath(parentOfPath(path));
+  if (!folder) return std::nullopt;
+  return pathInFolder(*folder, nameOfPath(path));
+}
+
+std::string parentOfPath(const std::string& path) {
+  const std::size_t slash = path.rfind('/');
+  return slash == std::string::npos ? path : path.substr(0, std::max<std::size_t>(slash, 1));
+}
+
+std::string nameOfPath(const std::string& path) { return path == "/" ? path : path.substr(path.rfind('/') + 1); }
+
+std::string pathInFolder(const std::string& folder, const std::string& name) {
+  std::string path(folder);
+  if (path != "/") path += '/';
+  return path += name;
+}
+
+bool isInFolder(const std::string& path, const std::string& folder) {
+  if (folder == "/" || path == folder) return true;
+  return path.starts_with(folder) && path[folder.size()] == '/';
+}
+
+}  // namespace ZtFoundation::detail

@@ -1,0 +1,44 @@
+#include "platform/linux/files/ItemStatus.h"
+
+#include <fcntl.h>
+#include <sys/sysmacros.h>
+
+namespace ZtFoundation::detail {
+
+namespace {
+
+std::optional<struct statx> status(int folder, const char* path, int flags) noexcept {
+  constexpr unsigned wanted = STATX_BASIC_STATS | STATX_BTIME;
+  struct statx result;
+  if (::statx(folder, path, flags | AT_NO_AUTOMOUNT, wanted, &result) != 0) return std::nullopt;
+  return result;
+}
+
+}  // namespace
+
+std::optional<struct statx> statusOfItem(int folder, const std::string& path) noexcept {
+  return status(folder, path.c_str(), AT_SYMLINK_NOFOLLOW);
+}
+
+std::optional<struct statx> statusOfItem(const std::string& path) noexcept { return statusOfItem(AT_FDCWD, path); }
+
+std::optional<struct statx> statusOfEndOfLinks(const std::string& path) noexcept {
+  return status(AT_FDCWD, path.c_str(), 0);
+}
+
+std::optional<struct statx> statusOfDescriptor(int item) noexcept { return status(item, "", AT_EMPTY_PATH); }
+
+FSRef::Identity identityOf(const struct statx& status) noexcept {
+  FSRef::Identity identity;
+  identity.device = gnu_dev_makedev(status.stx_dev_major, status.stx_dev_minor);
+  identity.number = status.stx_ino;
+  identity.hasBirth = (status.stx_mask & STATX_BTIME) != 0;
+  if (identity.hasBirth) {
+    identity.bornSeconds = status.stx_btime.tv_sec;
+    identity.bornNanoseconds = status.stx_btime.tv_nsec;
+  }
+  identity.isFolder = isFolder(status);
+  return identity;
+}
+
+}  // namespace ZtFoundation::detail

@@ -1,0 +1,312 @@
+#include "platform/linux/operations/FileCopy.h"
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <sys/xattr.h>
+
+#include <map>
+#include <new>
+
+#include "platform/linux/files/FinderLock.h"
+#include "platform/linux/operations/FileCopyContents.h"
+#include "platform/linux/operations/FileCopyItems.h"
+#include "platform/linux/operations/FileRemoval.h"
+#include "platform/linux/operations/FolderSize.h"
+#include "platform/linux/operations/FolderWalk.h"
+#include "platform/linux/operations/MadeItems.h"
+
+namespace ZtFoundation::detail {
+
+namespace {
+
+int errorOf(int result) { return result == 0 ? 0 : errno; }
+
+// Whether the open folder is the one that is sought, or somewhere in it.
+bool isFolderIn(int folder, const FolderIdentity& sought) {
+  FileDescriptor at;
+  FolderIdentity found;
+  FolderIdentity before;
+  const char* next = ".";
+  do {
+    before = found;
+    at = FileDescriptor(::openat(at ? at.get() : folder, next, O_PATH | O_DIRECTORY | O_CLOEXEC));
+    if (!at || !identify(at.get(), "", found)) return false;
+    if (found.isSameAs(sought)) return true;
+    next = "..";
+  } while (!found.isSameAs(before));
+  return false;
+}
+
+// --- Trees
+
+class Copying final : FolderVisitor {
+ public:
+  Copying(const std::string& from, const std::string& to, CopyKind kind, FileOperationObserver* observer)
+      : fromPath_(from), toPath_(to), kind_(kind), observer_(observer), target_(placeOf(to)), placeError_(errno) {}
+
+  CopyResult run() {
+    try {
+      start();
+    } catch (const std::bad_alloc&) {
+      error_ = ENOMEM;
+    } catch (...) {
+      undo();
+      throw;
+    }
+    if (error_ != 0) undo();
+    return {error_, isComplete_};
+  }
+
+ private:
+  struct Made {
+    std::string path;  // from the target's folder
+    ino_t number;
+  };
+
+  // --- From the beginning
+
+  void start() {
+    const PlaceInFolder source = placeOf(fromPath_);
+    struct stat status;
+    const int error = examine(source, status);
+    if (error != 0) {
+      finish(error, "");
+      return;
+    }
+    const auto type = static_cast<unsigned char>(IFTODT(status.st_mode));
+    if (observer_ != nullptr && observer_->wantsBytes()) watchBytes(source, type);
+    if (type == DT_DIR) {
+      walk_.run(source.folder.get(), source.name.c_str());
+    } else {
+      item(source.folder.get(), source.name.c_str(), type);
+    }
+  }
+
+  int examine(const PlaceInFolder& source, struct stat& status) const {
+    if (!source || !target_) return !source ? errno : placeError_;
+    FolderIdentity identity;
+    const char* name = source.name.c_str();
+    if (::fstatat(source.folder.get(), name, &status, AT_SYMLINK_NOFOLLOW) != 0) return errno;
+    if (!identify(source.folder.get(), name, identity)) return errno;
+    if (isLocked(target_.folder.get())) return EPERM;
+    return S_ISDIR(status.st_mode) && isFolderIn(target_.folder.get(), identity) ? EINVAL : 0;
+  }
+
+  void undo() {
+    if (!own_.isEmpty()) removeMade(target_, root_, std::move(own_));
+  }
+
+  // --- Progress
+
+  void watchBytes(const PlaceInFolder& source, unsigned char type) {
+    total_ = sizeOfItem(source, type);
+    isWatched_ = true;
+    contents_ = ContentsCopier([this](std::uint64_t bytes) { return advance(bytes); });
+  }
+
+  bool advance(std::uint64_t bytes) {
+    constexpr std::uint64_t kPart = std::uint64_t{8} << 20;
+    inItem_ += bytes;
+    if (inItem_ - toldInItem_ < kPart) return true;
+    toldInItem_ = inItem_;
+    return observer_->continuesAfterBytes(done_ + inItem_, total_, sourcePathOf(name_));
+  }
+
+  // A file counts as it was measured, even if it has become another size by now.
+  bool finishItem(const char* name, std::uint64_t size) {
+    done_ += size;
+    inItem_ = toldInItem_ = 0;
+    return !isWatched_ || observer_->continuesAfterBytes(done_, total_, sourcePathOf(name));
+  }
+
+  // --- Visiting
+
+  Step item(int folder, const char* name, unsigned char type) override {
+    announce(name);
+    name_ = name;
+    std::uint64_t size = 0;
+    own_.expectOne();
+    const int error = copyOne(folder, name, type, size);
+    if (error != 0) return finish(error, name);
+    return finishItem(name, size) ? Step::GoOn : stop(ECANCELED);
+  }
+
+  Step entered(int, const char* name, int folder) override {
+    announce(name);
+    return finish(makeFolder(folder, newName(name)), name);
+  }
+
+  Step leaving(int folder) override {
+    const int error = giveAttributes(folder, folders_.back(), to_.folder());
+    folders_.pop_back();
+    if (!to_.leave()) return stop(errno);
+    return finish(error, "");
+  }
+
+  Step failed(int, const char* name) override {
+    const int error = errno;
+    announce(name);
+    return finish(error, name);
+  }
+
+  void lost(const char*) override { error_ = errno; }
+
+  Step finish(int error, const char* name) {
+    if (error == 0) return Step::GoOn;
+    if (error == ECANCELED || observer_ == nullptr) return stop(error);
+    if (!observer_->proceedsAfter(error, sourcePathOf(name), targetPathOf(name))) return stop(error);
+    isComplete_ = false;
+    return Step::Skip;
+  }
+
+  Step stop(int error) {
+    error_ = error;
+    return Step::Stop;
+  }
+
+  void announce(const char* name) {
+    if (observer_ != nullptr) observer_->willProcess(sourcePathOf(name));
+  }
+
+  // --- Making
+
+  int toFolder() const { return to_.isEmpty() ? target_.folder.get() : to_.folder(); }
+  const char* newName(const char* name) const { return walk_.isInside() ? name : target_.name.c_str(); }
+
+  int makeFolder(int folder, const char* name) {
+    struct stat status;
+    if (::fstat(folder, &status) != 0) return errno;
+    status.st_atim = walk_.descent().identity().accessed;
+    if (isInACircle()) return ELOOP;
+    own_.expectOne();
+    if (::mkdirat(toFolder(), name, S_IRWXU) != 0) return errno;
+    if (!to_.enter(toFolder(), name)) {
+      const int error = errno;
+      ::unlinkat(toFolder(), name, AT_REMOVEDIR);
+      return error;
+    }
+    if (own_.isEmpty()) root_ = to_.identity();
+    noted(0, name);
+    folders_.push_back(status);
+    // So that what comes into it gets only what the source has.
+    ::fremovexattr(to_.folder(), "system.posix_acl_default");
+    return 0;
+  }
+
+  // Passes the errno on; for 0 there is now a copy of the item `name`.
+  int noted(int error, const char* name) {
+    if (error == 0) own_.note(walk_.path(), walk_.isInside() ? name : "");
+    return error;
+  }
+
+  // In the copy itself, which was moved there, or in a folder that is mounted inside itself.
+  bool isInACircle() const {
+    const FolderIdentity& identity = walk_.descent().identity();
+    return (!own_.isEmpty() && identity.isSameAs(root_)) || (identity.isMountPoint && walk_.descent().passes(identity));
+  }
+
+  int copyOne(int folder, const char* name, unsigned char type, std::uint64_t& size) {
+    if (kind_ == CopyKind::Link) return noted(errorOf(::linkat(folder, name, toFolder(), newName(name), 0)), name);
+    return type == DT_REG ? copyFile(folder, name, size) : copyOther(folder, name);
+  }
+
+  int copyFile(int folder, const char* name, std::uint64_t& size) {
+    constexpr int flags = O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
+    const FileDescriptor from(retryInterrupted([&] { return ::openat(folder, name, flags); }));
+    struct stat status;
+    if (!from || ::fstat(from.get(), &status) != 0) return errno;
+    if (!S_ISREG(status.st_mode)) return ESTALE;
+    size = static_cast<std::uint64_t>(status.st_size);
+    const bool isLinked = status.st_nlink > 1 && linkToCopy(status, newName(name));
+    return noted(isLinked ? 0 : copyOpenFile(from.get(), status, newName(name)), name);
+  }
+
+  int copyOpenFile(int from, const struct stat& status, const char* name) {
+    NewFile to(toFolder(), name);
+    if (!to) return errno;
+    int error = contents_.copy(from, status, to.get());
+    if (error == 0) error = giveAttributes(from, status, to.get());
+    if (error == 0) remember(status, name);
+    return error == 0 ? to.finish() : error;
+  }
+
+  int copyOther(int folder, const char* name) {
+    struct stat status;
+    if (::fstatat(folder, name, &status, AT_SYMLINK_NOFOLLOW) != 0) return errno;
+    if (S_ISREG(status.st_mode) || S_ISDIR(status.st_mode)) return ESTALE;
+    if (status.st_nlink > 1 && linkToCopy(status, newName(name))) return noted(0, name);
+    const int error = noted(makeOther(folder, name, status, toFolder(), newName(name)), name);
+    if (error == 0) remember(status, newName(name));
+    return error;
+  }
+
+  // --- Files that have several names
+
+  void remember(const struct stat& status, const char* name) {
+    struct stat made;
+    if (status.st_nlink < 2 || !walk_.isInside()) return;
+    if (::fstatat(toFolder(), name, &made, AT_SYMLINK_NOFOLLOW) != 0) return;
+    made_[{status.st_dev, status.st_ino}] = {pathFrom(target_.name, name), made.st_ino};
+  }
+
+  // False when this is the first of its names, or the others cannot be had as links.
+  bool linkToCopy(const struct stat& status, const char* name) {
+    const auto made = made_.find({status.st_dev, status.st_ino});
+    if (made == made_.end()) return false;
+    if (::linkat(target_.folder.get(), made->second.path.c_str(), toFolder(), name, 0) != 0) return false;
+    struct stat found;
+    if (::fstatat(toFolder(), name, &found, AT_SYMLINK_NOFOLLOW) == 0 && found.st_ino == made->second.number)
+      return true;
+    ::unlinkat(toFolder(), name, 0);
+    return false;
+  }
+
+  // --- Paths
+
+  std::string pathFrom(const std::string& root, const char* name) const {
+    if (!walk_.isInside()) return root;
+    std::string path = std::string(root).append("/").append(walk_.path()).append(name);
+    while (path.size() > 1 && path.back() == '/') path.pop_back();
+    return path;
+  }
+  std::string sourcePathOf(const char* name) const { return pathFrom(fromPath_, name); }
+  std::string targetPathOf(const char* name) const { return pathFrom(toPath_, name); }
+
+  std::string fromPath_;
+  std::string toPath_;
+  CopyKind kind_;
+  FileOperationObserver* observer_;
+
+  PlaceInFolder target_;
+  int placeError_;
+  FolderWalk walk_{*this};
+  FolderDescent to_;
+  std::vector<struct stat> folders_;  // what the folders on the way are to become
+  FolderIdentity root_;               // the copy's first folder
+  MadeItems own_;
+  std::map<std::pair<dev_t, ino_t>, Made> made_;  // by the source's identity
+  ContentsCopier contents_;
+
+  bool isWatched_ = false;
+  const char* name_ = nullptr;
+  std::uint64_t total_ = 0;
+  std::uint64_t done_ = 0;
+  std::uint64_t inItem_ = 0;
+  std::uint64_t toldInItem_ = 0;
+
+  int error_ = 0;
+  bool isComplete_ = true;
+};
+
+}  // namespace
+
+CopyResult copyItem(const std::string& from, const std::string& to, CopyKind kind, FileOperationObserver* observer) {
+  try {
+    return Copying(from, to, kind, observer).run();
+  } catch (const std::bad_alloc&) {
+    return {ENOMEM, true};
+  }
+}
+
+}  // namespace ZtFoundation::detail

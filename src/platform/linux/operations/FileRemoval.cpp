@@ -1,0 +1,182 @@
+#include "platform/linux/operations/FileRemoval.h"
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <new>
+
+#include "platform/linux/files/FinderLock.h"
+#include "platform/linux/operations/FolderWalk.h"
+
+namespace ZtFoundation::detail {
+
+namespace {
+
+int errorOf(int result) { return result == 0 ? 0 : errno; }
+
+class Removal : FolderVisitor {
+ public:
+  Removal(std::string path, FileOperationObserver* observer) : path_(std::move(path)), observer_(observer) {}
+
+  // Answers 0 or an errno. `type` is that of a folder's entry.
+  int run(const PlaceInFolder& place, unsigned char type) {
+    const char* name = place.name.c_str();
+    if (type == DT_DIR) {
+      walk_.run(place.folder.get(), name);
+    } else {
+      item(place.folder.get(), name, type);
+    }
+    return error_;
+  }
+
+ protected:
+  // The immutable flag need not be looked at: the system minds it itself.
+  virtual bool isKept(int folder, const char* name, unsigned char type) const {
+    return (type == DT_REG || type == DT_UNKNOWN) && hasLockAttributeAt(folder, name);
+  }
+  // Why nothing in the open folder may be removed; 0 for no reason.
+  virtual int obstacle(int folder, const char*) const {
+    const FolderIdentity& identity = walk_.descent().identity();
+    if (identity.isMountPoint) return EBUSY;
+    return identity.isImmutable || hasLockAttribute(folder) ? EPERM : 0;
+  }
+  virtual bool proceedsAfter(int error, const char* name) {
+    return observer_ != nullptr && observer_->proceedsAfter(error, pathOf(name), std::string());
+  }
+
+  const FolderWalk& walk() const { return walk_; }
+
+ private:
+  Step item(int folder, const char* name, unsigned char type) override {
+    announce(name);
+    return finish(removeFile(folder, name, type), name, depth());
+  }
+
+  Step entered(int, const char* name, int folder) override {
+    announce(name);
+    const int error = obstacle(folder, name);
+    return error == 0 ? Step::GoOn : finish(error, name, depth() - 1);
+  }
+
+  Step left(int parent, const char* name) override {
+    if (keptDepth_ <= depth()) return finish(errorOf(::unlinkat(parent, name, AT_REMOVEDIR)), name, depth());
+    keptDepth_ = depth();
+    return Step::GoOn;
+  }
+
+  // Who may not look into a folder may remove it nevertheless if it is empty.
+  Step failed(int parent, const char* name) override {
+    const int error = errno;
+    announce(name);
+    const bool isRemoved = error == EACCES && ::unlinkat(parent, name, AT_REMOVEDIR) == 0;
+    return finish(isRemoved ? 0 : error, name, depth());
+  }
+
+  void lost(const char*) override { error_ = errno; }
+
+  int removeFile(int folder, const char* name, unsigned char type) const {
+    return isKept(folder, name, type) ? EPERM : errorOf(::unlinkat(folder, name, 0));
+  }
+
+  // `depth` is that of the folder around the item, which stays if the item does.
+  Step finish(int error, const char* name, std::size_t depth) {
+    if (error == 0) return goesOn(name) ? Step::GoOn : stop(ECANCELED);
+    if (!proceedsAfter(error, name)) return stop(error);
+    keptDepth_ = std::max(keptDepth_, depth);
+    return Step::Skip;
+  }
+
+  bool goesOn(const char* name) {
+    return observer_ == nullptr || observer_->continuesAfterItems(++removed_, pathOf(name));
+  }
+
+  Step stop(int error) {
+    error_ = error;
+    return Step::Stop;
+  }
+
+  void announce(const char* name) {
+    if (observer_ != nullptr) observer_->willProcess(pathOf(name));
+  }
+
+  std::size_t depth() const { return walk_.descent().depth(); }
+
+  std::string pathOf(const char* name) const {
+    return walk_.isInside() ? std::string(path_).append("/").append(walk_.path()).append(name) : path_;
+  }
+
+  std::string path_;
+  FileOperationObserver* observer_;
+  FolderWalk walk_{*this};
+  std::size_t keptDepth_ = 0;  // folders down to here are not empty in the end
+  std::uint64_t removed_ = 0;
+  int error_ = 0;
+};
+
+// Takes back what this process has made a moment ago, whatever locks and permissions it was given since.
+class Undoing final : public Removal {
+ public:
+  Undoing(const FolderIdentity& root, MadeItems made)
+      : Removal(std::string(), nullptr), root_(root), made_(std::move(made)) {
+    made_.sort();
+  }
+
+ private:
+  bool isKept(int, const char* name, unsigned char) const override { return !isMade(name); }
+  int obstacle(int, const char* name) const override {
+    const FolderIdentity& identity = walk().descent().identity();
+    if (identity.isMountPoint) return EBUSY;
+    return isMade(name) && (walk().isInside() || identity.isSameAs(root_)) ? 0 : EPERM;
+  }
+  void approaching(int parent, const char* name) override {
+    if (isMade(name)) ::fchmodat(parent, name, S_IRWXU, AT_SYMLINK_NOFOLLOW);
+  }
+  bool proceedsAfter(int, const char*) override { return true; }
+
+  bool isMade(const char* name) const { return made_.contain(walk().path(), walk().isInside() ? name : ""); }
+
+  FolderIdentity root_;
+  MadeItems made_;
+};
+
+bool isOwnOrParent(const std::string& name) { return name == "." || name == ".."; }
+
+// Why the item may not be removed; 0 for no reason.
+int obstacleAt(const PlaceInFolder& place, struct stat& status) {
+  if (!place) return errno;
+  if (isOwnOrParent(place.name)) return EINVAL;
+  if (::fstatat(place.folder.get(), place.name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) return errno;
+  return isLocked(place.folder.get()) ? EPERM : 0;
+}
+
+int remove(const std::string& path, FileOperationObserver* observer) {
+  const PlaceInFolder place = placeOf(path);
+  struct stat status;
+  const int error = obstacleAt(place, status);
+  if (error == 0) return Removal(path, observer).run(place, static_cast<unsigned char>(IFTODT(status.st_mode)));
+  return observer != nullptr && observer->proceedsAfter(error, path, std::string()) ? 0 : error;
+}
+
+}  // namespace
+
+int removeItem(const std::string& path, FileOperationObserver* observer) {
+  try {
+    return remove(path, observer);
+  } catch (const std::bad_alloc&) {
+    return ENOMEM;
+  }
+}
+
+void removeMade(const PlaceInFolder& place, const FolderIdentity& root, MadeItems made) noexcept {
+  struct stat status;
+  if (::fstatat(place.folder.get(), place.name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) return;
+  try {
+    Undoing(root, std::move(made)).run(place, static_cast<unsigned char>(IFTODT(status.st_mode)));
+  } catch (const std::bad_alloc&) {
+    // Then some of it stays.
+  }
+}
+
+}  // namespace ZtFoundation::detail

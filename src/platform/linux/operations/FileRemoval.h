@@ -1,0 +1,21 @@
+/// \file FileRemoval.h
+/// Removing an item with all that is in it.
+#pragma once
+
+#include <string>
+
+#include "platform/linux/files/PlaceInFolder.h"
+#include "platform/linux/operations/FileOperationObserver.h"
+#include "platform/linux/operations/FolderDescent.h"
+#include "platform/linux/operations/MadeItems.h"
+
+namespace ZtFoundation::detail {
+
+/// Removes the item at `path`; FileManager.h says what hosts may rely on. Answers 0 or an errno; with a null observer the first error ends it.
+int removeItem(const std::string& path, FileOperationObserver* observer);
+
+/// Removes what a copy that failed has made at `place`, locked or not. What others have put there meanwhile stays, with the folders around it, and so
+/// does everything if `place.name` is a folder and not `root`. Errors do not end it.
+void removeMade(const PlaceInFolder& place, const FolderIdentity& root, MadeItems made) noexcept;
+
+}  // namespace ZtFoundation::detail

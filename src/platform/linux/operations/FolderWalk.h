@@ -1,0 +1,70 @@
+/// \file FolderWalk.h
+/// Going through everything in a folder.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "platform/linux/files/FolderContents.h"
+#include "platform/linux/operations/FolderDescent.h"
+
+namespace ZtFoundation::detail {
+
+/// What a walk meets. An open folder and a name in it say where; errors come in errno.
+class FolderVisitor {
+ public:
+  enum class Step { GoOn, Skip, Stop };
+
+  virtual ~FolderVisitor() = default;
+
+  /// Anything but a folder; `type` as in a listing, DT_UNKNOWN for what cannot be looked at.
+  virtual Step item(int folder, const char* name, unsigned char type) = 0;
+  /// A folder before it is opened.
+  virtual void approaching(int /*parent*/, const char* /*name*/) {}
+  /// The folder before what is in it: where it is, and the folder itself. Skip passes over it.
+  virtual Step entered(int parent, const char* name, int folder) = 0;
+  /// The folder after what is in it, while it is open and afterwards.
+  virtual Step leaving(int /*folder*/) { return Step::GoOn; }
+  virtual Step left(int /*parent*/, const char* /*name*/) { return Step::GoOn; }
+  /// The folder cannot be opened or read.
+  virtual Step failed(int parent, const char* name) = 0;
+  /// The folder around `name` cannot be found again, so the walk stops.
+  virtual void lost(const char* name) = 0;
+};
+
+/// Walks depth first, without recursion, in few descriptors and without following links.
+class FolderWalk {
+ public:
+  explicit FolderWalk(FolderVisitor& visitor) : visitor_(visitor) {}
+
+  /// From the folder `name` in the open folder `at`. False when the visitor stopped it.
+  bool run(int at, const char* name);
+
+  /// Where the walk is, from the first folder: the names of the folders below it, each followed by "/".
+  const std::string& path() const noexcept { return path_; }
+  /// Whether the walk is in the first folder, not just before or after it.
+  bool isInside() const noexcept { return !levels_.empty(); }
+  const FolderDescent& descent() const noexcept { return descent_; }
+
+ private:
+  using Step = FolderVisitor::Step;
+
+  struct Level {
+    FolderContents contents;
+    std::size_t nameAt;  // in path_
+  };
+
+  int current() const noexcept { return descent_.isEmpty() ? at_ : descent_.folder(); }
+  Step enter(const char* name);
+  Step leave();
+  Step goOn();
+
+  FolderVisitor& visitor_;
+  int at_ = -1;
+  const char* name_ = nullptr;
+  FolderDescent descent_;
+  std::vector<Level> levels_;
+  std::string path_;
+};
+
+}  // namespace ZtFoundation::detail

@@ -1,0 +1,127 @@
+#include "platform/linux/references/ItemNames.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+
+#include "platform/linux/files/FileDescriptor.h"
+#include "platform/linux/files/FileErrors.h"
+#include "platform/linux/files/FinderLock.h"
+#include "platform/linux/files/FolderContents.h"
+#include "platform/linux/files/ItemPath.h"
+#include "platform/linux/files/ItemStatus.h"
+
+namespace ZtFoundation::detail {
+
+namespace {
+
+FileDescriptor openFolder(const std::string& path) {
+  return FileDescriptor(::open(path.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+}
+
+int errorOf(int result) { return result == 0 ? 0 : errno; }
+
+bool isSame(const std::optional<struct statx>& status, const struct statx& other) {
+  return status && identityOf(*status) == identityOf(other);
+}
+
+// --- Renaming in an open folder; each answers 0 or the system's error number
+
+struct Renaming {
+  int folder;
+  std::string from;
+  std::string to;
+};
+
+// Asked anew: a kernel may remember a name in other case that has just been given up.
+bool isTaken(const Renaming& names) {
+  struct statx status;
+  constexpr int flags = AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT | AT_STATX_FORCE_SYNC;
+  return ::statx(names.folder, names.to.c_str(), flags, STATX_TYPE | STATX_INO, &status) == 0;
+}
+
+// For file systems that cannot refuse to replace. A new link never replaces;
+// where there are no links either, a moment remains in which another process
+// may take the name.
+int renameCautiously(const Renaming& names) {
+  if (isTaken(names)) return EEXIST;
+  if (::linkat(names.folder, names.from.c_str(), names.folder, names.to.c_str(), 0) == 0) {
+    return errorOf(::unlinkat(names.folder, names.from.c_str(), 0));
+  }
+  if (errno == EEXIST) return EEXIST;
+  return errorOf(::renameat(names.folder, names.from.c_str(), names.folder, names.to.c_str()));
+}
+
+int renameWithoutReplacing(const Renaming& names) {
+  const int error =
+      errorOf(::renameat2(names.folder, names.from.c_str(), names.folder, names.to.c_str(), RENAME_NOREPLACE));
+  const bool isOnlyRemembered = error == EEXIST && !isTaken(names);
+  return error == EINVAL || error == ENOSYS || error == ENOTSUP || isOnlyRemembered ? renameCautiously(names) : error;
+}
+
+// Whether an entry has exactly this name, in every letter.
+bool isListed(int folder, const std::string& name) {
+  const FileDescriptor listed(::openat(folder, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  if (!listed) return true;
+  FolderContents contents;
+  contents.read(listed.get());  // what comes before an error counts
+  for (FolderContents::Entry entry; contents.next(entry);) {
+    if (name == entry.name) return true;
+  }
+  return false;
+}
+
+// Over a third name, because systems take a change of case alone for no change. If the new name is still taken when the item has given its
+// own up, it is another item's.
+int changeCase(const Renaming& names) {
+  const std::string between = std::string(".ztcase-").append(std::to_string(::getpid()));
+  const int error = renameWithoutReplacing({names.folder, names.from, between});
+  if (error != 0) return error;
+  const int result = renameWithoutReplacing({names.folder, between, names.to});
+  if (result != 0) renameWithoutReplacing({names.folder, between, names.from});
+  return result;
+}
+
+// A name that is taken without being listed is one in other case, perhaps the item's own. Numbers do not tell: file systems of user programs
+// have one for each form of a name.
+int rename(const Renaming& names) {
+  const int error = renameWithoutReplacing(names);
+  return error == EEXIST && !isListed(names.folder, names.to) ? changeCase(names) : error;
+}
+
+// The names have been looked at by then, so what remains is one that the file
+// system cannot keep.
+OSErr errorOfName(int error) { return error == EINVAL ? bdNamErr : fileError(error); }
+
+}  // namespace
+
+std::optional<std::string> nameForItem(const Ref<NSString>& name) {
+  auto bytes = systemPath(name);
+  if (!bytes || bytes->empty() || *bytes == "." || *bytes == ".." || bytes->find('/') != std::string::npos) {
+    return std::nullopt;
+  }
+  return bytes;
+}
+
+OSErr makeFolderIn(const ItemPlace& folder, const std::string& name) {
+  const FileDescriptor open = openFolder(folder.path);
+  // A link to a folder serves as that folder.
+  if (!open || (!isLink(folder.status) && !isSame(statusOfDescriptor(open.get()), folder.status))) return dirNFErr;
+  if (isLocked(open.get())) return fLckdErr;
+  return errorOfName(errorOf(::mkdirat(open.get(), name.c_str(), 0777)));
+}
+
+OSErr renameItem(const ItemPlace& item, const std::string& name) {
+  const std::string from = nameOfPath(item.path);
+  if (from == "/") return fBsyErr;
+  const FileDescriptor folder = openFolder(parentOfPath(item.path));
+  if (!folder || !isSame(statusOfItem(folder.get(), from), item.status)) return fnfErr;
+  if (isLocked(folder.get()) || isLockedAt(folder.get(), from)) return fLckdErr;
+  return from == name ? OSErr{noErr} : errorOfName(rename({folder.get(), from, name}));
+}
+
+}  // namespace ZtFoundation::detail

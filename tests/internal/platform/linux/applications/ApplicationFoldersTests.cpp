@@ -1,0 +1,62 @@
+#include "platform/linux/applications/ApplicationFolders.h"
+
+#include <gtest/gtest.h>
+#include <stdlib.h>
+
+#include <cstdio>
+#include <string>
+#include <vector>
+
+#include "support/ChildProcess.h"
+
+namespace ZtFoundation::detail {
+namespace {
+
+struct Environment {
+  const char* home;
+  const char* dataHome;
+  const char* dataFolders;
+  std::string expected;  // paths, those that hold entries with a star
+};
+
+void set(const char* name, const char* value) {
+  if (value != nullptr) {
+    ::setenv(name, value, 1);
+  } else {
+    ::unsetenv(name);
+  }
+}
+
+std::string text(const std::vector<ApplicationFolder>& folders) {
+  std::string all;
+  for (const ApplicationFolder& folder : folders) {
+    all.append(all.empty() ? "" : " ").append(folder.path).append(folder.holdsEntries ? "*" : "");
+  }
+  return all;
+}
+
+TEST(ApplicationFoldersTests, TheEnvironmentTells) {
+  const std::string defaults = "/usr/local/share/applications* /usr/share/applications* /Applications";
+  const Environment environments[] = {
+      {"/h", nullptr, nullptr, "/h/Applications /h/.local/share/applications* " + defaults},
+      {"/h", "", "", "/h/Applications /h/.local/share/applications* " + defaults},
+      {"/h", "relative", "relative:", "/h/Applications /h/.local/share/applications* " + defaults},
+      {"/h", "/own", "/a:/b", "/h/Applications /own/applications* /a/applications* /b/applications* /Applications"},
+      {"/h", "/own", ":/a::x:/own:/a", "/h/Applications /own/applications* /a/applications* /Applications"},
+  };
+  for (const Environment& environment : environments) {
+    EXPECT_EQ(test::inChild([&environment] {
+                set("HOME", environment.home);
+                set("XDG_DATA_HOME", environment.dataHome);
+                set("XDG_DATA_DIRS", environment.dataFolders);
+                const std::string actual = text(applicationFolders());
+                if (actual != environment.expected) std::fprintf(stderr, "%s\n", actual.c_str());
+                return actual == environment.expected ? 0 : 1;
+              }),
+              0)
+        << environment.expected;
+  }
+}
+
+}  // namespace
+}  // namespace ZtFoundation::detail

@@ -1,0 +1,49 @@
+#include "platform/linux/files/FileStamp.h"
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <string>
+
+#include "support/ScratchFolder.h"
+
+namespace ZtFoundation::detail {
+namespace {
+
+// Of files that nobody changes at the moment there are some everywhere.
+constexpr char kOldFile[] = "/proc/self/exe", kOldFolder[] = "/usr";
+
+TEST(FileStampTests, HoldsForWhatIsOldAndUnchanged) {
+  const test::ScratchFolder scratch;
+  const FileStamp folder(kOldFolder);
+  EXPECT_TRUE(folder.isThere());
+  EXPECT_TRUE(folder.stillHolds(FileStamp(kOldFolder)));
+  ASSERT_EQ(::symlink(kOldFolder, (scratch / "link").c_str()), 0);
+  EXPECT_TRUE(folder.stillHolds(FileStamp(scratch / "link")));
+  EXPECT_EQ(folder.identity(), FileStamp(scratch / "link").identity());
+}
+
+TEST(FileStampTests, AnotherItemHasAnother) {
+  const FileStamp folder(kOldFolder);
+  EXPECT_FALSE(folder.stillHolds(FileStamp(kOldFile)));
+  EXPECT_FALSE(folder.stillHolds(FileStamp("/no/such/item")));
+  EXPECT_FALSE(FileStamp("/no/such/item").stillHolds(folder));
+  EXPECT_NE(folder.identity(), FileStamp(kOldFile).identity());
+}
+
+TEST(FileStampTests, WhatIsMissingStaysMissing) {
+  EXPECT_FALSE(FileStamp("/no/such/item").isThere());
+  EXPECT_TRUE(FileStamp("/no/such/item").stillHolds(FileStamp("/no/such/item")));
+  EXPECT_TRUE(FileStamp().stillHolds(FileStamp("")));
+}
+
+// Another change in the same tick of the file system's clock would not show.
+TEST(FileStampTests, NeverHoldsForWhatIsNew) {
+  const test::ScratchFolder scratch;
+  test::writeFile(scratch / "file", "a");
+  EXPECT_FALSE(FileStamp(scratch / "file").stillHolds(FileStamp(scratch / "file")));
+  EXPECT_FALSE(FileStamp(scratch.path()).stillHolds(FileStamp(scratch.path())));
+}
+
+}  // namespace
+}  // namespace ZtFoundation::detail

@@ -1,0 +1,259 @@
+#include "platform/linux/files/FinderLock.h"
+
+#include <ZtFoundation/platform/Data.h>
+#include <ZtFoundation/platform/Dictionary.h>
+#include <ZtFoundation/platform/FileManager.h>
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <linux/fs.h>
+#include <sys/ioctl.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/xattr.h>
+
+#include <cerrno>
+#include <filesystem>
+
+#include "platform/linux/files/FileDescriptor.h"
+#include "support/ChildProcess.h"
+#include "support/ScratchFolder.h"
+
+namespace ZtFoundation::test {
+namespace {
+
+using detail::FileDescriptor;
+using detail::isFolderLocked;
+using detail::isLocked;
+using detail::isLockedAt;
+using detail::kLockAttribute;
+using detail::setLocked;
+
+// --- The kernel's own flag
+
+bool setImmutable(const std::string& path, bool immutable) {
+  const FileDescriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
+  int flags = 0;
+  if (!file || ::ioctl(file.get(), FS_IOC_GETFLAGS, &flags) != 0) return false;
+  flags = immutable ? flags | FS_IMMUTABLE_FL : flags & ~FS_IMMUTABLE_FL;
+  return ::ioctl(file.get(), FS_IOC_SETFLAGS, &flags) == 0;
+}
+
+/// Takes the flag away again, else the folder could not be removed.
+class Immutable {
+ public:
+  explicit Immutable(std::string path) : path_(std::move(path)), isSet_(setImmutable(path_, true)) {}
+  Immutable(const Immutable&) = delete;
+  Immutable& operator=(const Immutable&) = delete;
+  ~Immutable() { setImmutable(path_, false); }
+  explicit operator bool() const { return isSet_; }
+
+ private:
+  std::string path_;
+  bool isSet_;
+};
+
+bool hasAttribute(const std::string& path) { return ::lgetxattr(path.c_str(), kLockAttribute, nullptr, 0) >= 0; }
+
+unsigned modeOf(const std::string& path) {
+  struct stat status {};
+  EXPECT_EQ(::stat(path.c_str(), &status), 0);
+  return status.st_mode & 07777U;
+}
+
+class FinderLockTests : public testing::Test {
+ protected:
+  FinderLockTests() {
+    writeFile(file, "text");
+    std::filesystem::create_directory(inner);
+  }
+  void SetUp() override {
+    if (setLocked(file, true) == ENOTSUP) GTEST_SKIP() << "no extended attributes on this file system";
+    setLocked(file, false);
+  }
+
+  ScratchFolder folder;
+  const std::string file = folder / "file";
+  const std::string inner = folder / "inner";
+};
+
+TEST_F(FinderLockTests, FilesAndFoldersAreLockedAndUnlocked) {
+  for (const std::string& path : {file, inner}) {
+    EXPECT_FALSE(isLocked(path));
+    EXPECT_EQ(setLocked(path, true), 0);
+    EXPECT_TRUE(isLocked(path));
+    EXPECT_TRUE(hasAttribute(path));
+    EXPECT_EQ(setLocked(path, true), 0);
+    EXPECT_TRUE(isLocked(path));
+    EXPECT_EQ(setLocked(path, false), 0);
+    EXPECT_FALSE(isLocked(path));
+    EXPECT_FALSE(hasAttribute(path));
+    EXPECT_EQ(setLocked(path, false), 0);
+  }
+}
+
+TEST_F(FinderLockTests, EachWayToNameAnItemWorks) {
+  ASSERT_EQ(setLocked(file, true), 0);
+  const FileDescriptor opened(::open(file.c_str(), O_RDONLY | O_CLOEXEC));
+  const FileDescriptor named(::open(file.c_str(), O_PATH | O_CLOEXEC));
+  const FileDescriptor holder(::open(folder.path().c_str(), O_PATH | O_CLOEXEC));
+  EXPECT_TRUE(isLocked(opened.get()));
+  EXPECT_TRUE(isLocked(named.get()));
+  EXPECT_TRUE(isLockedAt(holder.get(), "file"));
+  EXPECT_FALSE(isLockedAt(holder.get(), "inner"));
+  EXPECT_EQ(setLocked(named.get(), false), 0);
+  EXPECT_FALSE(isLocked(opened.get()));
+  EXPECT_FALSE(isLocked(named.get()));
+  EXPECT_FALSE(isLockedAt(holder.get(), "file"));
+}
+
+TEST_F(FinderLockTests, AMissingItemIsNotLockedAndCannotBe) {
+  EXPECT_FALSE(isLocked(folder / "missing"));
+  EXPECT_EQ(setLocked(folder / "missing", true), ENOENT);
+  EXPECT_TRUE(isLocked(-1)) << "what cannot be asked may be locked";
+  EXPECT_EQ(setLocked(-1, true), EBADF);
+}
+
+TEST_F(FinderLockTests, ALinkCarriesNoLock) {
+  std::filesystem::create_symlink("file", folder / "link");
+  EXPECT_EQ(setLocked(folder / "link", true), 0);
+  EXPECT_FALSE(isLocked(folder / "link"));
+  EXPECT_FALSE(isLocked(file));
+  ASSERT_EQ(setLocked(file, true), 0);
+  EXPECT_FALSE(isLocked(folder / "link"));
+  EXPECT_EQ(setLocked(folder / "link", false), 0);
+  EXPECT_TRUE(isLocked(file));
+}
+
+TEST_F(FinderLockTests, APipeCannotBeLocked) {
+  ASSERT_EQ(::mkfifo((folder / "pipe").c_str(), 0600), 0);
+  EXPECT_EQ(setLocked(folder / "pipe", true), EPERM);
+  EXPECT_FALSE(isLocked(folder / "pipe"));
+}
+
+TEST_F(FinderLockTests, TheImmutableFlagIsALockAndUnlockingClearsBoth) {
+  ::chmod(folder.path().c_str(), 0755);
+  ASSERT_EQ(setLocked(file, true), 0);
+  const Immutable immutable(file);
+  if (!immutable) GTEST_SKIP() << "this process or file system cannot make a file immutable";
+  EXPECT_EQ(setLocked(file, false), 0);
+  EXPECT_FALSE(isLocked(file));
+  EXPECT_FALSE(hasAttribute(file));
+  ASSERT_TRUE(setImmutable(file, true));
+  EXPECT_TRUE(isLocked(file));
+  EXPECT_EQ(setLocked(file, true), 0);
+  EXPECT_EQ(asOrdinaryUser([&] { return setLocked(file, false); }), EPERM) << "only root may clear it";
+  EXPECT_TRUE(isLocked(file));
+}
+
+TEST_F(FinderLockTests, AnOwnerLocksAFileThatHeMayNotWrite) {
+  for (const unsigned mode : {0444U, 0555U, 04400U, 0600U}) {
+    ASSERT_EQ(::chmod(file.c_str(), mode), 0);
+    if (::geteuid() == 0) {
+      ASSERT_EQ(::chown(file.c_str(), kOrdinaryUser, kOrdinaryUser), 0);
+    }
+    ASSERT_EQ(::chmod(file.c_str(), mode), 0);
+    ::chmod(folder.path().c_str(), 0755);
+    EXPECT_EQ(asOrdinaryUser([&] { return setLocked(file, true) == 0 && isLocked(file) ? 0 : 1; }), 0) << mode;
+    EXPECT_TRUE(isLocked(file));
+    EXPECT_EQ(modeOf(file), mode);
+    EXPECT_EQ(asOrdinaryUser([&] { return setLocked(file, false); }), 0) << mode;
+    EXPECT_FALSE(isLocked(file));
+    EXPECT_EQ(modeOf(file), mode);
+  }
+}
+
+TEST_F(FinderLockTests, NobodyLocksAnothersFile) {
+  if (::geteuid() != 0) GTEST_SKIP() << "only root can be another user";
+  ::chmod(folder.path().c_str(), 0755);
+  ::chmod(file.c_str(), 0644);
+  EXPECT_EQ(asOrdinaryUser([&] { return setLocked(file, true); }), EACCES);
+  EXPECT_EQ(modeOf(file), 0644U);
+  EXPECT_FALSE(isLocked(file));
+}
+
+// --- Folders
+
+TEST_F(FinderLockTests, TheFolderThatAPathLiesIn) {
+  ASSERT_EQ(setLocked(inner, true), 0);
+  for (const std::string name : {"inner/a", "inner/a/", "inner//a//", "inner/./a"}) {
+    EXPECT_TRUE(isFolderLocked(folder / name)) << name;
+  }
+  for (const std::string name : {"inner", "inner/", "a", "missing/a", "file/a"}) {
+    EXPECT_FALSE(isFolderLocked(folder / name)) << name;
+  }
+  EXPECT_EQ(inChild([&] { return ::chdir(inner.c_str()) == 0 && isFolderLocked("a") && isFolderLocked("a/") ? 0 : 1; }),
+            0);
+  EXPECT_FALSE(isFolderLocked("/"));
+  EXPECT_FALSE(isFolderLocked(""));
+  std::filesystem::create_symlink("inner", folder / "link");
+  EXPECT_TRUE(isFolderLocked(folder / "link/a"));
+}
+
+// --- Operations of the library that ask for the lock, as root too
+
+bool save(const std::string& path, bool atomically) {
+  return NSData::dataWithBytes("new")->writeToFile_atomically(NSString::stringWithFileSystemRepresentation(path),
+                                                              atomically);
+}
+
+bool create(const std::string& path) {
+  return NSFileManager::defaultManager()->createFileAtPath_contents_attributes(
+      NSString::stringWithFileSystemRepresentation(path), NSData::dataWithBytes("new"), nullptr);
+}
+
+TEST_F(FinderLockTests, TheContentsOfALockedFileStay) {
+  ASSERT_EQ(setLocked(file, true), 0);
+  std::filesystem::create_symlink("file", folder / "link");
+  for (const char* name : {"file", "link"}) {
+    EXPECT_FALSE(save(folder / name, true));
+    EXPECT_FALSE(save(folder / name, false));
+    EXPECT_FALSE(create(folder / name));
+  }
+  EXPECT_EQ(contentsOf(file), "text");
+  EXPECT_EQ(folder.names(), (std::set<std::string>{"file", "inner", "link"}));
+  ASSERT_EQ(setLocked(file, false), 0);
+  EXPECT_TRUE(save(file, true));
+  EXPECT_TRUE(save(file, false));
+  EXPECT_TRUE(create(file));
+}
+
+TEST_F(FinderLockTests, ALockedFolderGetsNoNewItemsAndKeepsItsOwn) {
+  writeFile(inner + "/old", "text");
+  ASSERT_EQ(setLocked(inner, true), 0);
+  EXPECT_FALSE(save(inner + "/new", true));
+  EXPECT_FALSE(save(inner + "/new", false));
+  EXPECT_FALSE(create(inner + "/new"));
+  EXPECT_FALSE(save(inner + "/old", true)) << "that would be another file of the same name";
+  EXPECT_TRUE(save(inner + "/old", false));
+  EXPECT_FALSE(NSFileManager::defaultManager()->createDirectoryAtPath_attributes(folder.string("inner/new"), nullptr));
+  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(inner), {}), 1);
+}
+
+TEST_F(FinderLockTests, WhereTheAnswerCannotBeHadTheItemCountsAsLocked) {
+  const auto work = [&]() -> int {
+    const rlimit none{0, 0};
+    if (isLocked(file) || ::setrlimit(RLIMIT_NOFILE, &none) != 0) return 1;
+    return isLocked(file) && isLockedAt(AT_FDCWD, file) && isFolderLocked(file) ? 0 : 2;
+  };
+  EXPECT_EQ(inChild(work), 0);
+  EXPECT_FALSE(isLocked(folder / "missing"));
+  EXPECT_FALSE(isLocked(file + "/missing"));
+  EXPECT_FALSE(isFolderLocked(folder / "missing/item"));
+}
+
+TEST_F(FinderLockTests, TheAttributeAloneCanBeAskedFor) {
+  for (const std::string& path : {file, inner}) {
+    const FileDescriptor item(::open(path.c_str(), O_PATH | O_CLOEXEC));
+    EXPECT_FALSE(detail::hasLockAttribute(item.get()));
+    EXPECT_FALSE(detail::hasLockAttributeAt(AT_FDCWD, path.c_str()));
+    ASSERT_EQ(setLocked(path, true), 0);
+    EXPECT_TRUE(detail::hasLockAttribute(item.get()));
+    EXPECT_TRUE(detail::hasLockAttributeAt(AT_FDCWD, path.c_str()));
+  }
+  std::filesystem::create_symlink("file", folder / "link");
+  EXPECT_FALSE(detail::hasLockAttributeAt(AT_FDCWD, (folder / "link").c_str()));
+  EXPECT_FALSE(detail::hasLockAttributeAt(AT_FDCWD, (folder / "missing").c_str()));
+}
+
+}  // namespace
+}  // namespace ZtFoundation::test

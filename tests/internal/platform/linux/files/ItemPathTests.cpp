@@ -1,0 +1,86 @@
+#include "platform/linux/files/ItemPath.h"
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <filesystem>
+
+#include "support/ChildProcess.h"
+#include "support/ScratchFolder.h"
+
+namespace ZtFoundation::test {
+namespace {
+
+using detail::absolutePath;
+
+TEST(ItemPathTests, WhatNamesNothingOfItsOwnIsLeftOut) {
+  const std::pair<const char*, const char*> cases[] = {{"/", "/"},
+                                                       {"//", "/"},
+                                                       {"/.", "/"},
+                                                       {"/a/b", "/a/b"},
+                                                       {"/a/", "/a"},
+                                                       {"/a//b/", "/a/b"},
+                                                       {"/./a/.", "/a"},
+                                                       {"/a/.b/..c", "/a/.b/..c"},
+                                                       {"/a/b../c...", "/a/b../c..."}};
+  for (const auto& [path, expected] : cases) EXPECT_EQ(absolutePath(path), expected);
+}
+
+TEST(ItemPathTests, ARelativePathCountsFromTheCurrentFolder) {
+  const ScratchFolder folder;
+  const std::string canonical = std::filesystem::canonical(folder.path());
+  EXPECT_EQ(inChild([&] {
+              if (::chdir(canonical.c_str()) != 0) return 1;
+              return absolutePath("a/./b") == canonical + "/a/b" && absolutePath(".") == canonical ? 0 : 2;
+            }),
+            0);
+}
+
+TEST(ItemPathTests, ParentComponentsAreResolvedWhereTheyLead) {
+  const ScratchFolder folder;
+  const std::string canonical = std::filesystem::canonical(folder.path());
+  std::filesystem::create_directories(folder / "a/b");
+  std::filesystem::create_directory_symlink("a/b", folder / "link");
+  EXPECT_EQ(absolutePath(folder / "link/../x"), canonical + "/a/x");
+  EXPECT_EQ(absolutePath(folder / "a/b/.."), canonical + "/a");
+  EXPECT_EQ(absolutePath("/.."), "/");
+  EXPECT_EQ(absolutePath(folder / "a/../link"), canonical + "/link") << "the link itself";
+  errno = 0;
+  EXPECT_EQ(absolutePath(folder / "missing/../x"), std::nullopt);
+  EXPECT_EQ(errno, ENOENT);
+}
+
+TEST(ItemPathTests, WhereNoPathLeadsThereIsNone) {
+  errno = 0;
+  EXPECT_EQ(absolutePath(""), std::nullopt);
+  EXPECT_EQ(errno, ENOENT);
+  EXPECT_EQ(inChild([] {
+              const std::string path = ScratchFolder() / "";
+              std::filesystem::create_directory(path);
+              if (::chdir(path.c_str()) != 0 || !std::filesystem::remove(path)) return 1;
+              return absolutePath("a").has_value() || errno != ENOENT ? 2 : 0;
+            }),
+            0);
+}
+
+TEST(ItemPathTests, Parts) {
+  EXPECT_EQ(detail::parentOfPath("/a/b"), "/a");
+  EXPECT_EQ(detail::parentOfPath("/a"), "/");
+  EXPECT_EQ(detail::parentOfPath("/"), "/");
+  EXPECT_EQ(detail::nameOfPath("/a/b"), "b");
+  EXPECT_EQ(detail::nameOfPath("/"), "/");
+  EXPECT_EQ(detail::pathInFolder("/", "a"), "/a");
+  EXPECT_EQ(detail::pathInFolder("/a", "b"), "/a/b");
+}
+
+TEST(ItemPathTests, WhatIsInAFolder) {
+  EXPECT_TRUE(detail::isInFolder("/a/b", "/a"));
+  EXPECT_TRUE(detail::isInFolder("/a", "/a"));
+  EXPECT_TRUE(detail::isInFolder("/a", "/"));
+  EXPECT_FALSE(detail::isInFolder("/ab", "/a"));
+  EXPECT_FALSE(detail::isInFolder("/a", "/a/b"));
+}
+
+}  // namespace
+}  // namespace ZtFoundation::test

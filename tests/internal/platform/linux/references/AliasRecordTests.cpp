@@ -1,0 +1,155 @@
+#include "platform/linux/references/AliasRecord.h"
+
+#include <gtest/gtest.h>
+
+#include <random>
+
+namespace ZtFoundation::test {
+namespace {
+
+using detail::AliasContents;
+using detail::decodeAlias;
+using detail::encodeAlias;
+using detail::FileHandle;
+using detail::ItemTraits;
+
+ItemTraits item(std::uint64_t number, bool folder) {
+  ItemTraits traits;
+  traits.identity = {0x1122334455667788, number, -5, 999'999'999, true, folder};
+  traits.kind = folder ? 4 : 8;
+  return traits;
+}
+
+AliasContents sample() {
+  AliasContents contents;
+  contents.userType = 0x41424344;
+  contents.path = "/media/a/\xFF\xFE name";
+  contents.item = item(0xFEDCBA9876543210, false);
+  contents.volume = {"ext4", "/dev/sda1", item(2, true), 0x0102030405060708, "/media/a"};
+  contents.handle = FileHandle{-2, std::string("\0\1\2", 3)};
+  contents.parentHandle = FileHandle{1, std::string(128, 'h')};
+  return contents;
+}
+
+std::string bytesOf(const AliasContents& contents) { return encodeAlias(contents).value(); }
+
+TEST(AliasRecordTests, WhatIsWrittenIsReadAgain) {
+  AliasContents contents = sample();
+  EXPECT_EQ(decodeAlias(bytesOf(contents)), contents);
+  contents.parentHandle.reset();
+  EXPECT_EQ(decodeAlias(bytesOf(contents)), contents);
+  contents.handle.reset();
+  EXPECT_EQ(decodeAlias(bytesOf(contents)), contents);
+  contents.item.identity.hasBirth = false;
+  contents.item.identity.bornSeconds = 0;
+  contents.item.identity.bornNanoseconds = 0;
+  EXPECT_EQ(decodeAlias(bytesOf(contents)), contents);
+  contents.parentHandle = FileHandle{0, ""};
+  contents.volume.source.clear();
+  EXPECT_EQ(decodeAlias(bytesOf(contents)), contents);
+}
+
+// Stored records must be readable for ever, on every machine.
+TEST(AliasRecordTests, TheBytesAreTheDocumentedOnes) {
+  AliasContents contents;
+  contents.userType = 0x01020304;
+  contents.path = "/a/b";
+  contents.item.identity = {0x10, 0x20, 0x30, 0x40, true, false};
+  contents.item.kind = 8;
+  contents.volume = {"tmpfs", "t", item(0, true), 0x50, "/a"};
+  contents.volume.root.identity = {0x10, 1, 0, 0, false, true};
+  contents.handle = FileHandle{0x81, "xy"};
+  const std::string expected(
+      "\x04\x03\x02\x01"
+      "\x86\x00"
+      "\x01\x00"
+      "ZtAl"
+      "\x86\x00\x00\x00"
+      "\x01\x00\x04\x00/a/b"
+      "\x02\x00\x1E\x00"
+      "\x20\0\0\0\0\0\0\0"
+      "\x10\0\0\0\0\0\0\0"
+      "\x30\0\0\0\0\0\0\0"
+      "\x40\0\0\0"
+      "\x01\x08"
+      "\x03\x00\x05\x00tmpfs"
+      "\x04\x00\x01\x00t"
+      "\x05\x00\x1E\x00"
+      "\x01\0\0\0\0\0\0\0"
+      "\x10\0\0\0\0\0\0\0"
+      "\0\0\0\0\0\0\0\0"
+      "\0\0\0\0"
+      "\x00\x04"
+      "\x06\x00\x08\x00"
+      "\x50\0\0\0\0\0\0\0"
+      "\x07\x00\x02\x00/a"
+      "\x08\x00\x06\x00"
+      "\x81\0\0\0"
+      "xy",
+      0x86);
+  EXPECT_EQ(bytesOf(contents), expected);
+  EXPECT_EQ(decodeAlias(expected), contents);
+}
+
+TEST(AliasRecordTests, AnyBeginningOfARecordIsNone) {
+  const std::string bytes = bytesOf(sample());
+  for (std::size_t size = 0; size < bytes.size(); ++size) EXPECT_EQ(decodeAlias(bytes.substr(0, size)), std::nullopt);
+  EXPECT_EQ(decodeAlias(bytes + '\0'), std::nullopt);
+}
+
+TEST(AliasRecordTests, ContradictionsAreNone) {
+  const auto refuses = [](const auto& change) {
+    AliasContents contents = sample();
+    change(contents);
+    const auto bytes = encodeAlias(contents);
+    return bytes && !decodeAlias(*bytes);
+  };
+  EXPECT_TRUE(refuses([](AliasContents& c) { c.path = "relative"; }));
+  EXPECT_TRUE(refuses([](AliasContents& c) { c.path = ""; }));
+  EXPECT_TRUE(refuses([](AliasContents& c) { c.path = std::string("/media/a/\0", 10); }));
+  EXPECT_TRUE(refuses([](AliasContents& c) { c.path = "/media/ab"; })) << "not on the volume";
+  for (const char* path :
+       {"/media/a/../b", "/media/a/..", "/media/a/./b", "/media/a/.", "/media/a//b", "/media/a/b/"}) {
+    EXPECT_TRUE(refuses([&](AliasContents& c) { c.path = path; })) << path << " is another spelling of a path";
+    EXPECT_TRUE(refuses([&](AliasContents& c) { c.path = c.volume.mountPoint = path; })) << path;
+  }
+  for (const char* path : {"/media/a", "/media/a/..b/.c/d..", "/media/a/..."}) {
+    EXPECT_FALSE(refuses([&](AliasContents& c) { c.path = path; })) << path;
+  }
+  EXPECT_FALSE(refuses([](AliasContents& c) { c.path = c.volume.mountPoint = "/"; }));
+  EXPECT_TRUE(refuses([](AliasContents& c) { c.volume.mountPoint = "media"; }));
+  EXPECT_TRUE(refuses([](AliasContents& c) { c.item.identity.bornNanoseconds = 1'000'000'000; }));
+  EXPECT_TRUE(refuses([](AliasContents& c) { c.item.identity.hasBirth = false; })) << "a date that is none";
+  EXPECT_TRUE(refuses([](AliasContents& c) { c.item.kind = 16; }));
+  EXPECT_TRUE(refuses([](AliasContents& c) { c.handle->bytes.assign(129, 'h'); }));
+  EXPECT_FALSE(refuses([](AliasContents&) {}));
+}
+
+TEST(AliasRecordTests, WhatIsTooLongIsNotWritten) {
+  AliasContents contents = sample();
+  contents.volume.source.assign(65536, 's');
+  EXPECT_EQ(encodeAlias(contents), std::nullopt);
+  contents.volume.source.pop_back();
+  const std::string bytes = bytesOf(contents);
+  EXPECT_EQ(bytes.substr(4, 2), std::string(2, '\0')) << "more than its short size can tell";
+  EXPECT_EQ(decodeAlias(bytes), contents);
+}
+
+TEST(AliasRecordTests, ChangedBytesAreNoneOrAnotherAlias) {
+  const std::string good = bytesOf(sample());
+  std::mt19937 random(4711);
+  int decoded = 0;
+  for (int round = 0; round < 20000; ++round) {
+    std::string bytes = good;
+    bytes[random() % bytes.size()] = static_cast<char>(random());
+    if (round % 3 == 0) bytes[random() % bytes.size()] = static_cast<char>(random());
+    const auto contents = decodeAlias(bytes);
+    if (!contents) continue;
+    ++decoded;
+    EXPECT_EQ(encodeAlias(*contents), bytes) << "each alias has one form";
+  }
+  EXPECT_GT(decoded, 0);
+}
+
+}  // namespace
+}  // namespace ZtFoundation::test

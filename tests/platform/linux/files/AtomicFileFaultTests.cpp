@@ -1,0 +1,285 @@
+// A save while system calls fail, processes are killed, and others save too: the file is the old one or the new one.
+
+#include <ZtFoundation/platform/Data.h>
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/stat.h>
+#include <sys/xattr.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
+#include <random>
+
+#include "platform/linux/SystemCallFaults.h"
+#include "support/ChildProcess.h"
+#include "support/Sanitizers.h"
+#include "support/ScratchFolder.h"
+
+namespace ZtFoundation::test {
+namespace {
+
+using Names = std::set<std::string>;
+
+bool save(const std::string& path, const std::string& contents) {
+  return NSData::dataWithBytes(contents)->writeToFile_atomically(NSString::stringWithFileSystemRepresentation(path),
+                                                                 true);
+}
+
+// --- Failing system calls
+
+struct Situation {
+  const char* name;
+  bool hasFile;
+  bool isLink;
+};
+
+constexpr Situation kSituations[] = {{"new file", false, false},
+                                     {"existing file", true, false},
+                                     {"link to a file", true, true},
+                                     {"link to nowhere", false, true}};
+
+class Scene {
+ public:
+  explicit Scene(const Situation& situation) : situation_(situation) {
+    if (situation.isLink) std::filesystem::create_symlink("settings", folder_ / "link");
+    if (!situation.hasFile) return;
+    writeFile(file(), "old contents");
+    ::chmod(file().c_str(), 0640);
+    ::setxattr(file().c_str(), "user.zt.kept", "1", 1, 0);
+  }
+
+  bool save(const std::string& contents) { return test::save(situation_.isLink ? folder_ / "link" : file(), contents); }
+
+  std::string file() const { return folder_ / "settings"; }
+  std::optional<std::string> oldContents() const {
+    return situation_.hasFile ? std::optional<std::string>("old contents") : std::nullopt;
+  }
+
+  void expectNoLitter(bool fileExists) const {
+    Names names;
+    if (situation_.isLink) names.insert("link");
+    if (fileExists) names.insert("settings");
+    EXPECT_EQ(folder_.names(), names);
+    if (situation_.isLink) {
+      EXPECT_TRUE(std::filesystem::is_symlink(folder_ / "link"));
+    }
+  }
+
+  void expectMode() const {
+    struct stat status;
+    ASSERT_EQ(::stat(file().c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 07777U, situation_.hasFile ? 0640U : 0600U);
+  }
+
+ private:
+  Situation situation_;
+  ScratchFolder folder_;
+};
+
+// Saves with one fault; answers which function failed, empty when there are not so many calls.
+std::string saveWithFault(const Situation& situation, Fault fault) {
+  Scene scene(situation);
+  bool saved;
+  std::string faulted;
+  {
+    FaultScript script(fault);
+    saved = scene.save("new contents");
+    faulted = script.faulted();
+  }
+  SCOPED_TRACE(testing::Message() << situation.name << ": call " << fault.at << " (" << faulted << ") "
+                                  << (fault.error != 0 ? std::strerror(fault.error) : "writes half"));
+  EXPECT_EQ(contentsOf(scene.file()), saved ? "new contents" : scene.oldContents());
+  scene.expectNoLitter(saved || situation.hasFile);
+  if (saved || situation.hasFile) scene.expectMode();
+  return faulted;
+}
+
+TEST(AtomicFileFaultTests, AnyFailingCallLeavesTheOldFileOrTheNewOne) {
+  for (const Situation& situation : kSituations) {
+    for (const int error : {EIO, ENOSPC, EACCES, EPERM, ENOTSUP, EINVAL, EMFILE, EDQUOT, EINTR}) {
+      int at = 0;
+      while (!saveWithFault(situation, {at, error, false}).empty()) ++at;
+      EXPECT_GT(at, 15) << "the calls did not come by here";
+    }
+  }
+}
+
+TEST(AtomicFileFaultTests, ShortWritesAreContinued) {
+  for (const Situation& situation : kSituations) {
+    for (int at = 0; !saveWithFault(situation, {at, 0, true}).empty(); ++at) {
+    }
+  }
+}
+
+// The outcome of each call that matters when it fails for good, and of each that may be repeated.
+TEST(AtomicFileFaultTests, OnlyHarmlessFailuresAreSuccess) {
+  const std::set<std::string> decisive{"write", "fsync", "renameat", "fchmod", "getentropy"};
+  for (int at = 0;; ++at) {
+    Scene scene(kSituations[1]);
+    FaultScript script({at, EIO, false});
+    const bool saved = scene.save("new contents");
+    if (!script.wasReached()) break;
+    if (decisive.contains(script.faulted())) {
+      EXPECT_FALSE(saved) << script.faulted();
+    }
+    if (script.faulted() == "close") {
+      EXPECT_TRUE(saved) << "all was flushed before";
+    }
+  }
+}
+
+TEST(AtomicFileFaultTests, InterruptedCallsAreRepeated) {
+  const std::set<std::string> repeated{"openat", "write", "fsync", "flock"};
+  for (int at = 0;; ++at) {
+    Scene scene(kSituations[1]);
+    FaultScript script({at, EINTR, false});
+    const bool saved = scene.save("new contents");
+    if (!script.wasReached()) break;
+    if (repeated.contains(script.faulted())) {
+      EXPECT_TRUE(saved) << script.faulted();
+    }
+  }
+}
+
+TEST(AtomicFileFaultTests, AttributesThatMayNotBeSetAreNoFailure) {
+  for (const int error : {EPERM, EACCES, ENOTSUP}) {
+    for (int at = 0;; ++at) {
+      Scene scene(kSituations[1]);
+      FaultScript script({at, error, false});
+      const bool saved = scene.save("new contents");
+      if (!script.wasReached()) break;
+      const std::string faulted = script.faulted();
+      if (faulted == "fsetxattr" || faulted == "fgetxattr" || faulted == "flistxattr") {
+        EXPECT_TRUE(saved) << faulted;
+      }
+    }
+  }
+}
+
+TEST(AtomicFileFaultTests, AFolderThatCannotBeFlushedAtAllIsNoFailure) {
+  for (const int error : {EINVAL, ENOTSUP}) {
+    int flushes = 0;
+    for (int at = 0;; ++at) {
+      Scene scene(kSituations[1]);
+      FaultScript script({at, error, false});
+      const bool saved = scene.save("new contents");
+      if (!script.wasReached()) break;
+      if (script.faulted() != "fsync") continue;
+      ++flushes;
+      EXPECT_TRUE(saved);
+    }
+    EXPECT_EQ(flushes, 2);
+  }
+}
+
+TEST(AtomicFileFaultTests, EverythingIsFlushedBeforeAndAfterTheRename) {
+  Scene scene(kSituations[1]);
+  FaultScript script({});
+  ASSERT_TRUE(scene.save("new contents"));
+  std::vector<std::string> steps;
+  for (const std::string& call : script.calls()) {
+    if (call == "write" || call == "fsync" || call == "renameat" || call == "unlinkat") steps.push_back(call);
+  }
+  EXPECT_EQ(steps, (std::vector<std::string>{"write", "fsync", "renameat", "fsync"}));
+}
+
+TEST(AtomicFileFaultTests, AFileThatAnotherProcessReplacedIsNotUndone) {
+  Scene scene(kSituations[1]);
+  int folderFlush = -1;
+  {
+    Scene probe(kSituations[1]);
+    FaultScript script({});
+    ASSERT_TRUE(probe.save("new contents"));
+    for (std::size_t i = 0; i < script.calls().size(); ++i) {
+      if (script.calls()[i] == "fsync") folderFlush = static_cast<int>(i);
+    }
+  }
+  int flushes = 0;
+  FaultScript script({folderFlush, EIO, false});
+  const auto replaceByAnother = [&] {
+    writeFile(scene.file() + ".other", "another's");
+    std::filesystem::rename(scene.file() + ".other", scene.file());
+    ++flushes;
+  };
+  // The action runs before the first flush; the second is the folder's, so it is armed again from there.
+  script.before("fsync", [&] { script.before("fsync", replaceByAnother); });
+  EXPECT_FALSE(scene.save("new contents"));
+  EXPECT_EQ(flushes, 1);
+  EXPECT_EQ(contentsOf(scene.file()), "another's");
+}
+
+// --- Several processes
+
+constexpr std::size_t kVersionSize = 20000;
+
+// A text that is only whole as a whole: its number and as many of one letter as it takes.
+std::string version(unsigned number) {
+  std::string text = std::to_string(number) + " ";
+  return text + std::string(kVersionSize - text.size(), static_cast<char>('a' + number % 26));
+}
+
+// The number of the version, -1 for anything that is none.
+long numberOf(const std::optional<std::string>& contents) {
+  if (!contents || contents->size() != kVersionSize) return -1;
+  const unsigned long number = std::strtoul(contents->c_str(), nullptr, 10);
+  return version(static_cast<unsigned>(number)) == *contents ? static_cast<long>(number) : -1;
+}
+
+TEST(AtomicFileFaultTests, AKilledProcessLeavesAWholeFile) {
+  ScratchFolder folder;
+  const std::string file = folder / "settings";
+  ASSERT_TRUE(save(file, version(0)));
+  std::mt19937 random(20240229);
+  std::uniform_int_distribution<unsigned> microseconds(0, kIsSanitized ? 40000 : 4000);
+  long last = 0;
+  long newer = 0;
+  constexpr int kRounds = kIsSanitized ? 100 : 1000;
+  for (int round = 0; round < kRounds; ++round) {
+    const pid_t child = startChild([&]() -> int {
+      for (auto number = static_cast<unsigned>(last + 1);; ++number) save(file, version(number));
+    });
+    ::usleep(microseconds(random));
+    ::kill(child, SIGKILL);
+    ASSERT_EQ(waitForChild(child), -1);
+    const long found = numberOf(contentsOf(file));
+    ASSERT_GE(found, last) << "after round " << round;
+    newer += found > last ? 1 : 0;
+    last = found;
+    ASSERT_LE(folder.names().size(), 2U) << "what one round leaves is removed by the next";
+  }
+  EXPECT_GT(newer, kRounds / 20) << "too few rounds got as far as a save";
+  ASSERT_TRUE(save(file, version(1)));
+  EXPECT_EQ(folder.names(), Names{"settings"});
+}
+
+TEST(AtomicFileFaultTests, TwoProcessesThatSaveAtOnceNeverMix) {
+  ScratchFolder folder;
+  const std::string file = folder / "settings";
+  ASSERT_TRUE(save(file, version(0)));
+  const auto saveMany = [&](unsigned from) {
+    return [&, from]() -> int {
+      for (unsigned i = 0; i < 300; ++i) {
+        if (!save(file, version(from + i))) return 1;
+      }
+      return 0;
+    };
+  };
+  const pid_t first = startChild(saveMany(1000));
+  const pid_t second = startChild(saveMany(5000));
+  std::set<long> seen;
+  for (int i = 0; i < 3000; ++i) {
+    const long found = numberOf(contentsOf(file));
+    ASSERT_GE(found, 0);
+    seen.insert(found);
+  }
+  EXPECT_EQ(waitForChild(first), 0);
+  EXPECT_EQ(waitForChild(second), 0);
+  const long final = numberOf(contentsOf(file));
+  EXPECT_TRUE(final == 1299 || final == 5299) << final;
+  EXPECT_EQ(folder.names(), Names{"settings"});
+}
+
+}  // namespace
+}  // namespace ZtFoundation::test

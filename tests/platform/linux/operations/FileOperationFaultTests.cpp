@@ -1,0 +1,341 @@
+// Copies, moves and removals while system calls fail and processes are killed: the source is unharmed or moved as a whole, and there is no part
+// of a copy.
+
+#include <ZtFoundation/platform/Data.h>
+#include <ZtFoundation/platform/Dictionary.h>
+#include <ZtFoundation/platform/FileManager.h>
+#include <ZtFoundation/platform/String.h>
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/stat.h>
+#include <sys/xattr.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
+#include <map>
+#include <random>
+
+#include "platform/linux/SystemCallFaults.h"
+#include "support/ChildProcess.h"
+#include "support/Sanitizers.h"
+#include "support/ScopedEnvironment.h"
+#include "support/ScratchFolder.h"
+
+namespace ZtFoundation::test {
+namespace {
+
+constexpr int kErrors[] = {EIO, ENOSPC, EACCES, EPERM, ENOTSUP, EINVAL, EMFILE, EDQUOT, EINTR, ENOMEM, ENOSYS};
+
+Ref<NSString> stringOf(const std::string& path) { return NSString::stringWithFileSystemRepresentation(path); }
+
+bool copy(const std::string& from, const std::string& to) {
+  return NSFileManager::defaultManager()->copyPath_toPath_handler(stringOf(from), stringOf(to), nullptr);
+}
+bool move(const std::string& from, const std::string& to) {
+  return NSFileManager::defaultManager()->movePath_toPath_handler(stringOf(from), stringOf(to), nullptr);
+}
+bool removeItem(const std::string& path) {
+  return NSFileManager::defaultManager()->removeFileAtPath_handler(stringOf(path), nullptr);
+}
+
+bool exists(const std::string& path) {
+  struct stat status;
+  return ::lstat(path.c_str(), &status) == 0;
+}
+
+// Quicker than contentsOf, for there is much to read.
+std::string readWhole(const std::string& path, off_t size) {
+  std::string contents(static_cast<std::size_t>(size), '\0');
+  const int file = ::open(path.c_str(), O_RDONLY);
+  EXPECT_EQ(::read(file, contents.data(), contents.size()), static_cast<ssize_t>(size));
+  ::close(file);
+  return contents;
+}
+
+// Whether permissions, times and attributes are looked at, too.
+enum class Looking { AtContents, AtAll };
+
+std::string describe(const std::string& path, Looking looking) {
+  struct stat status {};
+  EXPECT_EQ(::lstat(path.c_str(), &status), 0) << path;
+  std::string text = std::to_string(status.st_mode & S_IFMT);
+  if (S_ISREG(status.st_mode)) text += readWhole(path, status.st_size);
+  if (S_ISLNK(status.st_mode)) text += std::filesystem::read_symlink(path);
+  if (looking == Looking::AtContents) return text;
+  text += " " + std::to_string(status.st_mode) + " " + std::to_string(status.st_mtim.tv_sec) + "." +
+          std::to_string(status.st_mtim.tv_nsec);
+  char value[16];
+  const ssize_t size = ::lgetxattr(path.c_str(), "user.zt.note", value, sizeof value);
+  return size < 0 ? text : text.append(value, static_cast<std::size_t>(size));
+}
+
+// What is at a path, and in it.
+std::map<std::string, std::string> snapshot(const std::string& root, Looking looking = Looking::AtAll) {
+  std::map<std::string, std::string> all;
+  if (!exists(root)) return all;
+  all[""] = describe(root, looking);
+  if (!std::filesystem::is_directory(std::filesystem::symlink_status(root))) return all;
+  for (const auto& entry : std::filesystem::recursive_directory_iterator(root)) {
+    all[entry.path().string().substr(root.size())] = describe(entry.path(), looking);
+  }
+  return all;
+}
+
+void makeTree(const std::string& root) {
+  std::filesystem::create_directories(root + "/folder/inner");
+  writeFile(root + "/empty", "");
+  writeFile(root + "/small", "small");
+  writeFile(root + "/folder/large", std::string(300000, 'x'));
+  writeFile(root + "/folder/inner/noted", "noted");
+  EXPECT_EQ(::setxattr((root + "/folder/inner/noted").c_str(), "user.zt.note", "kept", 4, 0), 0);
+  writeFile(root + "/holes", "begin");
+  std::filesystem::resize_file(root + "/holes", 1 << 17);
+  EXPECT_EQ(::link((root + "/small").c_str(), (root + "/folder/second name").c_str()), 0);
+  std::filesystem::create_symlink("small", root + "/link");
+  EXPECT_EQ(::mkfifo((root + "/pipe").c_str(), 0600), 0);
+  ::chmod((root + "/small").c_str(), 0640);
+  ::chmod((root + "/folder/inner").c_str(), 0711);
+  const timespec times[2] = {{1000000000, 1}, {900000000, 2}};
+  for (const char* item : {"/small", "/link", "/pipe", "/folder/inner", "/folder"}) {
+    EXPECT_EQ(::utimensat(AT_FDCWD, (root + item).c_str(), times, AT_SYMLINK_NOFOLLOW), 0);
+  }
+}
+
+class FileOperationFaultTests : public testing::Test {
+ protected:
+  FileOperationFaultTests() {
+    inMemory_.set("TMPDIR", "/dev/shm");
+    ::umask(022);
+  }
+
+  // Runs `work` with one fault after another until there are no more calls to fail; `check` gets its answer and the fault.
+  template <class Prepare, class Work, class Check>
+  void failEachCall(Prepare prepare, Work work, Check check) {
+    for (const int error : kErrors) {
+      for (int at = 0;; ++at) {
+        prepare();
+        bool success;
+        std::string faulted;
+        {
+          FaultScript script({at, error, false});
+          success = work();
+          faulted = script.faulted();
+        }
+        SCOPED_TRACE(testing::Message() << "call " << at << " (" << faulted << "): " << std::strerror(error));
+        check(success, error);
+        if (HasFailure()) return;
+        if (faulted.empty()) {
+          EXPECT_TRUE(success);
+          EXPECT_GT(at, 20) << "the calls did not come by here";
+          break;
+        }
+      }
+    }
+  }
+
+ private:
+  ScopedEnvironment inMemory_;
+};
+
+// Errors for which an attribute may be left out.
+bool isRefusal(int error) {
+  return error == EACCES || error == EPERM || error == ENOTSUP || error == EINVAL || error == ENOSYS;
+}
+
+TEST_F(FileOperationFaultTests, ACopyIsWholeOrNotThereAndItsSourceUnharmed) {
+  ScratchFolder folder;
+  const std::string from = folder / "from";
+  const std::string to = folder / "to";
+  makeTree(from);
+  const auto before = snapshot(from);
+  const auto contents = snapshot(from, Looking::AtContents);
+  const auto check = [&](bool success, int error) {
+    EXPECT_TRUE(snapshot(from) == before);
+    if (success) {
+      EXPECT_TRUE(isRefusal(error) ? snapshot(to, Looking::AtContents) == contents : snapshot(to) == before);
+    }
+    EXPECT_EQ(folder.names().size(), success ? 2U : 1U);
+  };
+  failEachCall([&] { std::filesystem::remove_all(to); }, [&] { return copy(from, to); }, check);
+}
+
+TEST_F(FileOperationFaultTests, ANewFileIsWholeOrAFailure) {
+  ScratchFolder folder;
+  const Ref<NSData> contents = NSData::dataWithBytes("some contents");
+  const auto create = [&] {
+    const FaultScript script({});
+    EXPECT_TRUE(NSFileManager::defaultManager()->createFileAtPath_contents_attributes(folder.string("file"), contents,
+                                                                                      nullptr));
+    return script.calls();
+  };
+  std::filesystem::remove(folder / "file");
+  const auto calls = create();
+  ASSERT_EQ(calls.back(), "close");
+  for (const int error : kErrors) {
+    for (std::size_t at = 0; at < calls.size(); ++at) {
+      std::filesystem::remove(folder / "file");
+      bool success;
+      {
+        const FaultScript script({static_cast<int>(at), error, false});
+        success = NSFileManager::defaultManager()->createFileAtPath_contents_attributes(folder.string("file"), contents,
+                                                                                        nullptr);
+      }
+      SCOPED_TRACE(testing::Message() << "call " << at << " (" << calls[at] << "): " << std::strerror(error));
+      EXPECT_TRUE(!success || contentsOf(folder / "file") == "some contents");
+      if (calls[at] == "write" || at + 1 == calls.size()) {
+        EXPECT_EQ(success, error == EINTR);
+      }
+    }
+  }
+}
+
+TEST_F(FileOperationFaultTests, ShortWritesAreContinued) {
+  ScratchFolder folder;
+  makeTree(folder / "from");
+  for (int at = 0;; ++at) {
+    std::filesystem::remove_all(folder / "to");
+    FaultScript script({at, 0, true});
+    EXPECT_TRUE(copy(folder / "from", folder / "to"));
+    if (!script.wasReached()) break;
+    if (script.faulted() != "pwrite") continue;
+    EXPECT_EQ(snapshot(folder / "to"), snapshot(folder / "from"));
+  }
+}
+
+TEST_F(FileOperationFaultTests, ARemovalThatFailsCanBeMadeAgain) {
+  ScratchFolder folder;
+  makeTree(folder / "kept");
+  const auto kept = snapshot(folder / "kept");
+  const auto prepare = [&] {
+    std::filesystem::remove_all(folder / "tree");
+    makeTree(folder / "tree");
+    std::filesystem::create_symlink(folder / "kept", folder / "tree/to kept");
+  };
+  const auto check = [&](bool success, int) {
+    EXPECT_EQ(exists(folder / "tree"), !success);
+    EXPECT_TRUE(success || removeItem(folder / "tree"));
+    EXPECT_TRUE(snapshot(folder / "kept") == kept);
+  };
+  failEachCall(
+      prepare, [&] { return removeItem(folder / "tree"); }, check);
+}
+
+TEST_F(FileOperationFaultTests, ALockHoldsThoughTheQuestionForItFails) {
+  ScratchFolder folder;
+  const auto prepare = [&] {
+    for (const char* path : {"tree", "tree/locked"}) {
+      ::removexattr((folder / path).c_str(), "user.ZtFoundation.locked");
+    }
+    std::filesystem::remove_all(folder / "tree");
+    std::filesystem::create_directories(folder / "tree/locked");
+    writeFile(folder / "tree/file", "text");
+    writeFile(folder / "tree/locked/file", "text");
+    for (const char* path : {"tree/file", "tree/locked"}) {
+      EXPECT_EQ(::setxattr((folder / path).c_str(), "user.ZtFoundation.locked", "1", 1, 0), 0);
+    }
+  };
+  for (const int error : {EIO, EMFILE, ENOMEM, EINTR, ENOSYS}) {
+    for (const char* path : {"tree", "tree/file", "tree/locked", "tree/locked/file"}) {
+      for (int at = 0;; ++at) {
+        prepare();
+        FaultScript script({at, error, false});
+        EXPECT_FALSE(removeItem(folder / path));
+        const std::string faulted = script.faulted();
+        SCOPED_TRACE(testing::Message() << path << " " << at << " (" << faulted << "): " << std::strerror(error));
+        EXPECT_TRUE(exists(folder / "tree/file"));
+        EXPECT_TRUE(exists(folder / "tree/locked/file"));
+        if (HasFailure()) return;
+        if (faulted.empty()) break;
+      }
+    }
+  }
+}
+
+TEST_F(FileOperationFaultTests, AMoveToAnotherVolumeLosesNothing) {
+  ScratchFolder folder;
+  ScopedEnvironment onDisk;
+  onDisk.set("TMPDIR", "/tmp");
+  ScratchFolder other;
+  struct stat first {};
+  struct stat second {};
+  ASSERT_EQ(::stat(folder.path().c_str(), &first) + ::stat(other.path().c_str(), &second), 0);
+  if (first.st_dev == second.st_dev) GTEST_SKIP() << "/tmp and /dev/shm are the same file system";
+  const std::string from = folder / "from";
+  const std::string to = other / "to";
+  const auto makeSource = [](const std::string& root) {
+    std::filesystem::create_directories(root + "/folder");
+    writeFile(root + "/folder/file", "text");
+    writeFile(root + "/other", "other");
+  };
+  makeSource(folder / "model");
+  const auto whole = snapshot(folder / "model", Looking::AtContents);
+  const auto prepare = [&] {
+    std::filesystem::remove_all(from);
+    std::filesystem::remove_all(to);
+    makeSource(from);
+  };
+  const auto check = [&](bool success, int) {
+    const bool isSourceWhole = snapshot(from, Looking::AtContents) == whole;
+    const bool isCopyWhole = snapshot(to, Looking::AtContents) == whole;
+    EXPECT_TRUE(isCopyWhole || (isSourceWhole && !exists(to)));
+    EXPECT_EQ(success, isCopyWhole && !exists(from));
+  };
+  failEachCall(
+      prepare, [&] { return move(from, to); }, check);
+}
+
+TEST_F(FileOperationFaultTests, AMoveInsideAVolumeReplacesNothing) {
+  ScratchFolder folder;
+  for (const bool isFolder : {false, true}) {
+    for (const int error : {EINVAL, ENOSYS, ENOTSUP, EIO}) {
+      std::filesystem::remove_all(folder / "from");
+      std::filesystem::remove_all(folder / "to");
+      isFolder ? makeTree(folder / "from") : writeFile(folder / "from", "text");
+      const auto before = snapshot(folder / "from");
+      int rename = 0;
+      {
+        FaultScript probe({});
+        EXPECT_FALSE(move(folder / "from", folder / "missing/to"));
+        ASSERT_TRUE(move(folder / "from", folder / "to"));
+        while (probe.calls()[static_cast<std::size_t>(rename)] != "renameat2") ++rename;
+      }
+      ASSERT_TRUE(move(folder / "to", folder / "from"));
+      FaultScript script({rename, error, false});
+      EXPECT_FALSE(move(folder / "from", folder / "missing/to"));
+      const bool moved = move(folder / "from", folder / "to");
+      EXPECT_EQ(script.faulted(), "renameat2");
+      EXPECT_EQ(moved, error != EIO) << "a file system without the flag has another way";
+      EXPECT_EQ(snapshot(moved ? folder / "to" : folder / "from"), before);
+      EXPECT_EQ(folder.names().size(), 1U);
+    }
+  }
+}
+
+TEST_F(FileOperationFaultTests, AKilledProcessLeavesTheSourceWhole) {
+  ScratchFolder folder;
+  makeTree(folder / "from");
+  for (int i = 0; i < 300; ++i) writeFile(folder / std::to_string(i).insert(0, "from/folder/"), "text");
+  const auto before = snapshot(folder / "from");
+  std::mt19937 random(20240229);
+  std::uniform_int_distribution<unsigned> microseconds(0, kIsSanitized ? 60000 : 6000);
+  int partial = 0;
+  for (int round = 0; round < 60; ++round) {
+    const pid_t child = startChild([&]() -> int { return copy(folder / "from", folder / "to") ? 0 : 1; });
+    ::usleep(microseconds(random));
+    ::kill(child, SIGKILL);
+    const int status = waitForChild(child);
+    ASSERT_EQ(snapshot(folder / "from"), before) << "after round " << round;
+    if (status == 0) {
+      EXPECT_EQ(snapshot(folder / "to"), before);
+    }
+    partial += status != 0 && exists(folder / "to") ? 1 : 0;
+    std::filesystem::remove_all(folder / "to");
+  }
+  EXPECT_GT(partial, 3) << "too few rounds were killed half-way";
+}
+
+}  // namespace
+}  // namespace ZtFoundation::test
