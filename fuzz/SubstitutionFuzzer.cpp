@@ -57,6 +57,5 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   parts.erase(parts.begin());
   const std::optional<std::string> expected = filled(text, parts);
   if (expected && filledByLibrary(text, parts) != expected) std::abort();
-  if (!expected && size < kLongestTemplate) filledByLibrary(text, parts);
   return 0;
 }

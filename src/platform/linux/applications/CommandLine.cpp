@@ -38,12 +38,12 @@ class Argument {
   }
   void noteQuotes() {
     breakCode();
-    hasQuotes_ = true;
+    ++quotes_;
   }
 
-  bool isEmpty() const { return text_.empty() && !hasQuotes_; }
+  bool isEmpty() const { return text_.empty() && quotes_ == 0; }
   std::string take() {
-    const bool isOneCode = !isPlain_ && quoted_.size() == 2 && quoted_[0] == '%';
+    const bool isOneCode = !isPlain_ && quotes_ == 1 && quoted_.size() == 2 && quoted_[0] == '%';
     std::string text = isOneCode ? std::move(quoted_) : std::move(text_);
     *this = Argument();
     return text;
@@ -58,7 +58,8 @@ class Argument {
   void addLiteral(char byte) { text_.append(byte == '%' ? 2 : 1, byte); }
 
   std::string text_, quoted_;
-  bool isPlain_ = false, hasQuotes_ = false, isInCode_ = false;
+  std::size_t quotes_ = 0;
+  bool isPlain_ = false, isInCode_ = false;
 };
 
 // Divides a line into arguments whose field codes are still to be filled in.

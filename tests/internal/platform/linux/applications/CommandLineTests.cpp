@@ -59,6 +59,7 @@ TEST(CommandLineTests, ArgumentsAndFieldCodes) {
       {R"(run a\ b C:\\x)", {"run", "a b", R"(C:\x)"}, {"run", "a b", R"(C:\x)", "/d/a b"}},
       {R"(run \%f)", {"run", "%f"}, {"run", "%f", "/d/a b"}},
       {R"(run \%\f)", {"run", "%f"}, {"run", "%f", "/d/a b"}},
+      {R"(run "%""f")", {"run", "%f"}, {"run", "%f", "/d/a b"}},
       {"run a\"b c\"'d'e", {"run", "ab cde"}, {"run", "ab cde", "/d/a b"}},
       {"run $HOME `id` ~ * ; & | > # (",
        {"run", "$HOME", "`id`", "~", "*", ";", "&", "|", ">", "#", "("},
