@@ -39,7 +39,7 @@ def opened_libraries(program):
 
 def compile_host(folder, name, *options):
     program = folder / name
-    subprocess.run([cached("CMAKE_CXX_COMPILER"), "-std=c++20", "-O2", f"-I{SOURCE}/include", SOURCE / f"bench/startup/{name}.cpp",
+    subprocess.run([cached("CMAKE_CXX_COMPILER"), "-std=c++20", "-O2", f"-I{SOURCE}/include", SOURCE / f"benchmarks/startup/{name}.cpp",
                     *options, "-o", program], check=True)
     return program
 

@@ -508,7 +508,7 @@ TEST(AliasesWithoutNumbersTests, OnlyThePathCounts) {
   EXPECT_EQ(resolve(renumbered).error, fnfErr);
 }
 
-// bench/AliasSearch.cpp measures a volume of 200,000 items.
+// benchmarks/AliasSearch.cpp measures a volume of 200,000 items.
 TEST(AliasSearchTests, ASearchOfManyItemsIsQuick) {
   if (kIsSanitized) GTEST_SKIP() << "sanitizers are slow";
   PrivateMounts mounts;
