@@ -1,0 +1,373 @@
+// Takes the place of `operator new` and `malloc` in this program, so that allocations can be made to fail.
+#include <support/FailingAllocations.h>
+
+#include <cxxabi.h>
+#include <dlfcn.h>
+#include <execinfo.h>
+#include <link.h>
+#include <unistd.h>
+
+#include <array>
+#include <atomic>
+#include <cerrno>
+#include <csignal>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <new>
+
+#include <ZtFoundation/platform/Exception.h>
+
+#include <support/Sanitizers.h>
+
+// What lies below: the sanitizers' allocator where there is one, else the C library's.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#define ZT_BELOW(name) __interceptor_##name
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
+#define ZT_BELOW(name) __interceptor_##name
+#endif
+#endif
+#ifndef ZT_BELOW
+#define ZT_BELOW(name) __libc_##name
+#endif
+
+extern "C" {
+void* ZT_BELOW(malloc)(std::size_t);
+void* ZT_BELOW(calloc)(std::size_t, std::size_t);
+void* ZT_BELOW(realloc)(void*, std::size_t);
+void* ZT_BELOW(memalign)(std::size_t, std::size_t);
+void ZT_BELOW(free)(void*);
+}
+
+namespace ZtFoundation::test::allocations {
+namespace {
+
+// Blocks made while an operation ran, by their addresses. Slots in use are listed, so forgetting all is quick.
+class LiveBlocks {
+ public:
+  void clear() noexcept {
+    const Lock lock(*this);
+    for (std::size_t i = 0; i < used_; ++i) slots_[usedSlots_[i]] = {};
+    used_ = 0;
+  }
+
+  void add(const void* block, std::size_t ordinal, std::size_t size) noexcept {
+    const Lock lock(*this);
+    std::size_t at = home(block);
+    while (slots_[at].block != nullptr && slots_[at].block != gone()) at = (at + 1) % kSlots;
+    if (slots_[at].block == nullptr) noteUsed(at);
+    slots_[at] = {block, ordinal, size};
+  }
+
+  void remove(const void* block) noexcept {
+    if (block == nullptr || used_.load(std::memory_order_relaxed) == 0) return;
+    const Lock lock(*this);
+    for (std::size_t at = home(block); slots_[at].block != nullptr; at = (at + 1) % kSlots) {
+      if (slots_[at].block == block) {
+        slots_[at].block = gone();
+        return;
+      }
+    }
+  }
+
+  std::optional<Leak> earliest() noexcept {
+    const Lock lock(*this);
+    std::optional<Leak> found;
+    for (std::size_t i = 0; i < used_; ++i) {
+      const Slot& slot = slots_[usedSlots_[i]];
+      if (slot.block == gone() || (found && found->ordinal < slot.ordinal)) continue;
+      found = Leak{slot.ordinal, slot.size};
+    }
+    return found;
+  }
+
+ private:
+  static constexpr std::size_t kSlots = std::size_t{1} << 18;
+  struct Slot {
+    const void* block = nullptr;
+    std::size_t ordinal = 0;
+    std::size_t size = 0;
+  };
+  class Lock {
+   public:
+    explicit Lock(LiveBlocks& blocks) noexcept : blocks_(blocks) {
+      while (blocks_.busy_.test_and_set(std::memory_order_acquire)) continue;
+    }
+    ~Lock() { blocks_.busy_.clear(std::memory_order_release); }
+    Lock(const Lock&) = delete;
+    Lock& operator=(const Lock&) = delete;
+
+   private:
+    LiveBlocks& blocks_;
+  };
+
+  static const void* gone() noexcept { return &instance; }
+  static std::size_t home(const void* block) noexcept {
+    return (reinterpret_cast<std::uintptr_t>(block) >> 4) * std::size_t{2654435761u} % kSlots;
+  }
+  void noteUsed(std::size_t at) noexcept {
+    if (used_ >= kSlots / 4 * 3) {
+      std::fputs("FailingAllocations: an operation allocates more than can be followed\n", stderr);
+      std::_Exit(1);
+    }
+    usedSlots_[used_++] = static_cast<std::uint32_t>(at);
+  }
+
+  std::array<Slot, kSlots> slots_{};
+  std::array<std::uint32_t, kSlots> usedSlots_{};
+  std::atomic<std::size_t> used_{0};
+  std::atomic_flag busy_{};
+
+ public:
+  static LiveBlocks instance;
+};
+constinit LiveBlocks LiveBlocks::instance{};
+
+// The testing thread alone has this on.
+struct Watch {
+  const char* name = nullptr;
+  bool isOn = false;
+  int pauses = 0;
+  Failing mode = Failing::One;
+  std::size_t first = 0;
+  std::size_t traced = 0;
+  std::size_t asked = 0;
+  std::size_t failed = 0;
+};
+constinit thread_local Watch watch;
+
+constinit std::array<void*, 40> frames{};
+constinit int frameCount = 0;
+
+// Where code lies whose calls of malloc count.
+struct CodeRanges {
+  struct Range {
+    std::uintptr_t begin, end;
+  };
+  std::array<Range, 64> ranges{};
+  std::size_t count = 0;
+  unsigned long long loads = 0;
+
+  static int visit(dl_phdr_info* info, std::size_t, void* self) {
+    CodeRanges& all = *static_cast<CodeRanges*>(self);
+    if (all.count == 0 && all.loads == info->dlpi_adds) return 1;
+    all.loads = info->dlpi_adds;
+    const bool isProgram = info->dlpi_name[0] == '\0';
+    const bool isCounted =
+        isProgram || std::strstr(info->dlpi_name, "libZtFoundation") || std::strstr(info->dlpi_name, "/libc.so");
+    for (int i = 0; isCounted && i < info->dlpi_phnum && all.count < all.ranges.size(); ++i) {
+      const auto& part = info->dlpi_phdr[i];
+      if (part.p_type != PT_LOAD || (part.p_flags & PF_X) == 0) continue;
+      const std::uintptr_t begin = info->dlpi_addr + part.p_vaddr;
+      all.ranges[all.count++] = {begin, begin + part.p_memsz};
+    }
+    return 0;
+  }
+  void find() noexcept {
+    count = 0;
+    loads = 0;
+    ::dl_iterate_phdr(&visit, this);
+  }
+  bool contains(const void* code) const noexcept {
+    const auto at = reinterpret_cast<std::uintptr_t>(code);
+    for (std::size_t i = 0; i < count; ++i) {
+      if (at >= ranges[i].begin && at < ranges[i].end) return true;
+    }
+    return false;
+  }
+};
+constinit CodeRanges countedCode{};
+
+void keepTrace() noexcept {
+  ++watch.pauses;
+  frameCount = ::backtrace(frames.data(), static_cast<int>(frames.size()));
+  --watch.pauses;
+}
+
+// Counts an allocation; false when it must fail.
+bool isAllowed() noexcept {
+  if (!watch.isOn || watch.pauses > 0) return true;
+  ++watch.asked;
+  if (watch.asked == watch.traced) keepTrace();
+  const bool fails =
+      watch.first != 0 && (watch.mode == Failing::One ? watch.asked == watch.first : watch.asked >= watch.first);
+  if (fails) ++watch.failed;
+  return !fails;
+}
+
+bool isWatched() noexcept { return watch.isOn && watch.pauses == 0; }
+
+void* noted(void* block, std::size_t size) noexcept {
+  if (block != nullptr && isWatched()) LiveBlocks::instance.add(block, watch.asked, size);
+  return block;
+}
+
+// Says what was running when the process ends for want of memory in a place that cannot tell.
+void tellWhatRan() noexcept {
+  if (watch.name == nullptr) return;
+  ++watch.pauses;
+  std::fprintf(stderr, "The process ends in %s with allocation %zu%s failing\n", watch.name, watch.first,
+               watch.mode == Failing::One ? "" : " and all after it");
+  frameCount = ::backtrace(frames.data(), static_cast<int>(frames.size()));
+  ::backtrace_symbols_fd(frames.data(), frameCount, STDERR_FILENO);
+}
+
+[[noreturn]] void tellAndAbort() {
+  tellWhatRan();
+  std::signal(SIGABRT, SIG_DFL);
+  std::abort();
+}
+
+void tellAndDie(int signal) {
+  tellWhatRan();
+  std::signal(signal, SIG_DFL);
+  std::raise(signal);
+}
+
+// The first stack walk loads what it needs.
+const bool isPrepared = [] {
+  frameCount = ::backtrace(frames.data(), static_cast<int>(frames.size()));
+  std::set_terminate(&tellAndAbort);
+  if (!kIsSanitized) std::signal(SIGSEGV, &tellAndDie);
+  return true;
+}();
+
+std::string readable(void* address) {
+  Dl_info info{};
+  if (::dladdr(address, &info) == 0 || info.dli_sname == nullptr) {
+    std::array<char, 300> text{};
+    std::snprintf(text.data(), text.size(), "%s+0x%zx", info.dli_fname != nullptr ? info.dli_fname : "?",
+                  static_cast<std::size_t>(static_cast<char*>(address) - static_cast<char*>(info.dli_fbase)));
+    return text.data();
+  }
+  int status = 0;
+  char* const plain = abi::__cxa_demangle(info.dli_sname, nullptr, nullptr, &status);
+  std::string text = plain != nullptr ? plain : info.dli_sname;
+  std::free(plain);
+  return text;
+}
+
+}  // namespace
+
+void start(const char* name, std::size_t first, Failing mode, std::size_t traced) noexcept {
+  LiveBlocks::instance.clear();
+  countedCode.find();
+  frameCount = 0;
+  watch = {name, true, 0, mode, first, traced, 0, 0};
+}
+
+Count stop() noexcept {
+  watch.isOn = false;
+  watch.name = nullptr;
+  return {watch.asked, watch.failed};
+}
+
+std::optional<Leak> leak() noexcept { return LiveBlocks::instance.earliest(); }
+
+std::string trace() {
+  std::string text;
+  for (int i = 2; i < frameCount; ++i) {
+    text.append("  ").append(readable(frames[static_cast<std::size_t>(i)])).append("\n");
+  }
+  return text;
+}
+
+std::string exceptionText() {
+  try {
+    throw;
+  } catch (const NSException& exception) {
+    return answerText(exception.name()).append(": ").append(answerText(exception.reason()));
+  } catch (const std::exception& exception) {
+    return exception.what();
+  } catch (...) {
+    return "an exception of another kind";
+  }
+}
+
+Unwatched::Unwatched() noexcept { ++watch.pauses; }
+Unwatched::~Unwatched() { --watch.pauses; }
+
+}  // namespace ZtFoundation::test::allocations
+
+namespace allocations = ZtFoundation::test::allocations;
+
+namespace {
+
+void* newBlock(std::size_t size, std::size_t alignment, bool mayThrow) {
+  if (!allocations::isAllowed()) {
+    if (mayThrow) throw std::bad_alloc();
+    return nullptr;
+  }
+  if (size == 0) size = 1;
+  void* const block = alignment == 0 ? ZT_BELOW(malloc)(size) : ZT_BELOW(memalign)(alignment, size);
+  if (block == nullptr && mayThrow) throw std::bad_alloc();
+  return allocations::noted(block, size);
+}
+
+void dropBlock(void* block) noexcept {
+  allocations::LiveBlocks::instance.remove(block);
+  ZT_BELOW(free)(block);
+}
+
+// Of `malloc` only the calls from some places are followed.
+template <class Make>
+void* madeForCaller(const void* caller, std::size_t size, const Make& make) {
+  const bool counts = allocations::isWatched() && allocations::countedCode.contains(caller);
+  if (counts && !allocations::isAllowed()) {
+    errno = ENOMEM;
+    return nullptr;
+  }
+  void* const block = make();
+  return counts ? allocations::noted(block, size) : block;
+}
+
+}  // namespace
+
+// NOLINTBEGIN(misc-new-delete-overloads)
+void* operator new(std::size_t size) { return newBlock(size, 0, true); }
+void* operator new[](std::size_t size) { return newBlock(size, 0, true); }
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept { return newBlock(size, 0, false); }
+void* operator new[](std::size_t size, const std::nothrow_t&) noexcept { return newBlock(size, 0, false); }
+void* operator new(std::size_t size, std::align_val_t to) { return newBlock(size, static_cast<std::size_t>(to), true); }
+void* operator new[](std::size_t size, std::align_val_t to) {
+  return newBlock(size, static_cast<std::size_t>(to), true);
+}
+void* operator new(std::size_t size, std::align_val_t to, const std::nothrow_t&) noexcept {
+  return newBlock(size, static_cast<std::size_t>(to), false);
+}
+void* operator new[](std::size_t size, std::align_val_t to, const std::nothrow_t&) noexcept {
+  return newBlock(size, static_cast<std::size_t>(to), false);
+}
+void operator delete(void* block) noexcept { dropBlock(block); }
+void operator delete[](void* block) noexcept { dropBlock(block); }
+void operator delete(void* block, std::size_t) noexcept { dropBlock(block); }
+void operator delete[](void* block, std::size_t) noexcept { dropBlock(block); }
+void operator delete(void* block, std::align_val_t) noexcept { dropBlock(block); }
+void operator delete[](void* block, std::align_val_t) noexcept { dropBlock(block); }
+void operator delete(void* block, std::size_t, std::align_val_t) noexcept { dropBlock(block); }
+void operator delete[](void* block, std::size_t, std::align_val_t) noexcept { dropBlock(block); }
+void operator delete(void* block, const std::nothrow_t&) noexcept { dropBlock(block); }
+void operator delete[](void* block, const std::nothrow_t&) noexcept { dropBlock(block); }
+void operator delete(void* block, std::align_val_t, const std::nothrow_t&) noexcept { dropBlock(block); }
+void operator delete[](void* block, std::align_val_t, const std::nothrow_t&) noexcept { dropBlock(block); }
+// NOLINTEND(misc-new-delete-overloads)
+
+extern "C" {
+
+void* malloc(std::size_t size) {
+  return madeForCaller(__builtin_return_address(0), size, [&] { return ZT_BELOW(malloc)(size); });
+}
+void* calloc(std::size_t count, std::size_t size) {
+  return madeForCaller(__builtin_return_address(0), count * size, [&] { return ZT_BELOW(calloc)(count, size); });
+}
+void* realloc(void* block, std::size_t size) {
+  return madeForCaller(__builtin_return_address(0), size, [&] {
+    void* const grown = ZT_BELOW(realloc)(block, size);
+    if (grown != nullptr) allocations::LiveBlocks::instance.remove(block);
+    return grown;
+  });
+}
+void free(void* block) { dropBlock(block); }
+}

@@ -1,0 +1,125 @@
+// The harness itself: what it must notice, and what it must let pass.
+#include <support/FailingAllocations.h>
+
+#include <cstdlib>
+#include <memory>
+#include <new>
+
+#include <gtest/gtest-spi.h>
+#include <gtest/gtest.h>
+
+#include <ZtFoundation/platform/Array.h>
+#include <ZtFoundation/platform/Data.h>
+#include <ZtFoundation/platform/Exception.h>
+
+namespace ZtFoundation::test {
+namespace {
+
+struct Nothing {};
+
+struct Text {
+  std::string text = "before";
+  std::string describe() const { return text; }
+};
+
+const char kLong[] = "a text that no string holds inside itself";
+
+TEST(FailingAllocations, EachAllocationFailsOnceAndThenWithAllAfterIt) {
+  const auto makeThree = [](Nothing&) {
+    const std::string a(kLong);
+    const std::string b(kLong);
+    const auto c = std::make_unique<int>(3);
+    return *c;
+  };
+  EXPECT_EQ(forEachFailingAllocation<Nothing>("three", makeThree), 6U);
+}
+
+TEST(FailingAllocations, TheLibraryAsksHere) {
+  EXPECT_GT(forEachFailingAllocation<Nothing>("a string", [](Nothing&) { return Ref<NSString>(kLong); }), 0U);
+  const auto grow = [](Nothing&) { NSMutableData::dataWithLength(100)->setLength(1000); };
+  EXPECT_GT(forEachFailingAllocation<Nothing>("malloc", grow), 2U) << "realloc does not count";
+}
+
+TEST(FailingAllocations, WhatCannotFailHasNoPoints) {
+  EXPECT_EQ(forEachFailingAllocation<Nothing>("nothing", [](Nothing&) { return 1; }), 0U);
+}
+
+TEST(FailingAllocations, AllFormsCount) {
+  const auto all = [](Nothing&) {
+    struct alignas(64) Wide {
+      char bytes[64];
+    };
+    delete new int;
+    delete[] new int[2];
+    delete new Wide;
+    delete[] new Wide[2];
+  };
+  EXPECT_EQ(forEachFailingAllocation<Nothing>("throwing", all), 8U);
+  const auto silent = [](Nothing&) {
+    struct alignas(64) Wide {
+      char bytes[64];
+    };
+    delete new (std::nothrow) int;
+    delete[] new (std::nothrow) int[2];
+    delete new (std::nothrow) Wide;
+    delete[] new (std::nothrow) Wide[2];
+    std::free(std::malloc(1));
+    std::free(std::calloc(1, 1));
+    std::free(std::realloc(nullptr, 1));
+  };
+  EXPECT_EQ(forEachFailingAllocation<Nothing>("silent", silent), 14U);
+}
+
+TEST(FailingAllocations, WhatATestDoesMeanwhileIsLeftOut) {
+  const auto aside = [](Nothing&) {
+    const allocations::Unwatched unwatched;
+    return std::string(kLong);
+  };
+  EXPECT_EQ(forEachFailingAllocation<Nothing>("aside", aside), 0U);
+}
+
+TEST(FailingAllocations, ALeakIsToldOnceWithItsPlace) {
+  static int* lost = nullptr;
+  const auto leak = [](Nothing&) {
+    lost = new int;
+    std::string(kLong).size();
+    delete lost;
+  };
+  EXPECT_NONFATAL_FAILURE(forEachFailingAllocation<Nothing>("leak", leak, {.mayChange = true}), "leak of 4 bytes");
+  delete std::exchange(lost, nullptr);
+}
+
+TEST(FailingAllocations, AChangedReceiverIsTold) {
+  const auto change = [](Text& t) {
+    t.text.append("!");
+    std::string(kLong).size();
+  };
+  EXPECT_NONFATAL_FAILURE(forEachFailingAllocation<Text>("change", change), "<before> <before!>");
+}
+
+TEST(FailingAllocations, AWrongAnswerIsTold) {
+  const auto guess = [](Nothing&) {
+    const std::unique_ptr<int> got(new (std::nothrow) int(1));
+    return got ? 1 : 2;
+  };
+  EXPECT_NONFATAL_FAILURE(forEachFailingAllocation<Nothing>("guess", guess), "<1> <2>");
+  EXPECT_EQ(forEachFailingAllocation<Nothing>("guess", guess, {.documented = {"2"}}), 2U);
+}
+
+TEST(FailingAllocations, AnExceptionOfAnotherKindIsTold) {
+  const auto complain = [](Nothing&) {
+    const std::unique_ptr<int> got(new (std::nothrow) int(1));
+    if (!got) detail::raiseRange("none");
+  };
+  EXPECT_NONFATAL_FAILURE(forEachFailingAllocation<Nothing>("complain", complain), "NSRangeException: none");
+}
+
+TEST(FailingAllocations, AnExceptionOfTheOperationIsWanted) {
+  const auto refuse = [](Nothing&) { detail::raiseRange("because"); };
+  EXPECT_GT(forEachFailingAllocation<Nothing>("refuse", refuse, {.throwsAnyway = true}), 0U);
+  const auto allow = [](Nothing&) {};
+  EXPECT_NONFATAL_FAILURE(forEachFailingAllocation<Nothing>("allow", allow, {.throwsAnyway = true}), "enough memory");
+}
+
+}  // namespace
+}  // namespace ZtFoundation::test
