@@ -17,17 +17,17 @@
 #include <concepts>
 #include <cstddef>
 #include <functional>
+#include <memory>
 #include <optional>
-#include <source_location>
 #include <string>
 #include <type_traits>
 #include <utility>
 #include <vector>
 
-#include <gtest/gtest.h>
-
 #include <ZtFoundation/platform/Object.h>
+#include <ZtFoundation/platform/Runtime.h>
 #include <ZtFoundation/platform/String.h>
+#include <ZtFoundation/platform/Types.h>
 
 namespace ZtFoundation::test {
 
@@ -99,6 +99,15 @@ std::string answerText(const std::pair<A, B>& answer) {
   return text.append(" and ").append(answerText(answer.second));
 }
 
+inline std::string answerText(NSRange answer) {
+  return answerText(answer.location).append("+").append(answerText(answer.length));
+}
+inline std::string answerText(const std::u16string& answer) {
+  return answerText(NSString::stringWithUnits({answer.data(), answer.size()}));
+}
+inline std::string answerText(Class answer) { return answerText(class_getName(answer)); }
+inline std::string answerText(SEL answer) { return answerText(NSStringFromSelector(answer)); }
+
 /// What may be different from the rule of docs/faults.md, each with its reason beside the case.
 struct AllocationRules {
   std::vector<std::string> documented{};  ///< further answers that lack of memory may give; "*" for any
@@ -151,115 +160,16 @@ std::string stateText(const State& state) {
   }
 }
 
-/// The next point after `k`: every one at first, then ever fewer.
-inline std::size_t following(std::size_t k) { return k < 200 ? k + 1 : k + 1 + (k - 200) / 8; }
-
-template <class State, class Operation>
-class Points {
- public:
-  Points(const std::string& name, Operation& operation, const AllocationRules& rules)
-      : name_(name), operation_(operation), rules_(rules) {}
-
-  /// Runs the operation until nothing fails any more; answers how many points failed.
-  std::size_t operator()() {
-    if (!knowNormalRun()) return 0;
-    for (const Failing mode : {Failing::One, Failing::AllFrom}) {
-      for (std::size_t k = 1; !isWrong_ && tryPoint(k, mode); k = following(k)) ++points_;
-    }
-    return points_;
-  }
-
- private:
-  // Twice: the first may fill what is filled on first use.
-  bool knowNormalRun() {
-    for (int i = 0; i < 2; ++i) {
-      State state;
-      normal_ = run(name_.c_str(), state, operation_, 0, Failing::One, 0);
-      normalState_ = stateText(state);
-    }
-    const Run::End wanted = rules_.throwsAnyway ? Run::End::Exception : Run::End::Returned;
-    EXPECT_EQ(normal_.end, wanted) << name_ << " with enough memory: " << normal_.answer;
-    return normal_.end == wanted;
-  }
-
-  bool tryPoint(std::size_t k, Failing mode) {
-    bool goesOn = true;
-    std::string complaint;
-    {
-      State state;
-      const std::string before = stateText(state);
-      const Run failed = run(name_.c_str(), state, operation_, k, mode, 0);
-      goesOn = failed.count.failed > 0;
-      complaint = complaintAbout(failed, before, stateText(state));
-      if (complaint.empty() && failed.end == Run::End::NoMemory) complaint = complaintAboutRepetition(state);
-    }
-    if (const std::optional<Leak> left = leak(); left && !rules_.keepsMemory && complaint.empty()) {
-      complaint.append("leak of ").append(std::to_string(left->size)).append(" bytes made at\n");
-      complaint.append(traceOf(k, mode, left->ordinal));
-    }
-    if (!complaint.empty()) report(k, mode, complaint);
-    isWrong_ = !complaint.empty();
-    return goesOn && !isWrong_;
-  }
-
-  std::string complaintAbout(const Run& run, const std::string& before, const std::string& after) const {
-    switch (run.end) {
-      case Run::End::NoMemory:
-        if (run.count.failed == 0) return "std::bad_alloc although nothing failed";
-        return rules_.mayChange || before == after ? "" : changed("receiver before and after", before, after);
-      case Run::End::Returned:
-        if (run.answer == normal_.answer && !rules_.throwsAnyway) {
-          return after == normalState_ ? "" : changed("state, rightly and now", normalState_, after);
-        }
-        return isDocumented(run.answer) ? "" : changed("answer, rightly and now", normal_.answer, run.answer);
-      case Run::End::Exception:
-        if (rules_.throwsAnyway && run.answer == normal_.answer) return "";
-        return isDocumented(run.answer) ? "" : changed("exception", normal_.answer, run.answer);
-    }
-    return "";
-  }
-
-  // What failed for want of memory works on the same receiver when there is some again.
-  std::string complaintAboutRepetition(State& state) {
-    if (rules_.mayChange) return "";
-    const Run again = run(name_.c_str(), state, operation_, 0, Failing::One, 0);
-    if (again.end != normal_.end || again.answer != normal_.answer)
-      return changed("repetition", normal_.answer, again.answer);
-    const std::string after = stateText(state);
-    return after == normalState_ ? "" : changed("state after repetition", normalState_, after);
-  }
-
-  bool isDocumented(const std::string& answer) const {
-    for (const std::string& each : rules_.documented) {
-      if (each == answer || each == "*") return true;
-    }
-    return false;
-  }
-
-  static std::string changed(const char* what, const std::string& a, const std::string& b) {
-    return std::string(what).append(": <").append(a).append("> <").append(b).append(">");
-  }
-
-  std::string traceOf(std::size_t k, Failing mode, std::size_t ordinal) {
-    State state;
-    run(name_.c_str(), state, operation_, k, mode, ordinal);
-    return trace();
-  }
-
-  void report(std::size_t k, Failing mode, const std::string& complaint) {
-    ADD_FAILURE() << name_ << ", allocation " << k << (mode == Failing::One ? "" : " and all after it")
-                  << " failing: " << complaint << "\nThe allocation that fails:\n"
-                  << traceOf(k, mode, k);
-  }
-
-  const std::string& name_;
-  Operation& operation_;
-  const AllocationRules& rules_;
-  Run normal_{Run::End::Returned, {}, {}};
-  std::string normalState_;
-  std::size_t points_ = 0;
-  bool isWrong_ = false;  // one complaint about an operation is enough
+/// An operation and the states that it runs on, whatever their types.
+struct Trial {
+  std::string name;
+  std::function<std::shared_ptr<void>()> makeState;
+  std::function<std::string(const void*)> stateText;
+  std::function<Run(void*, std::size_t first, Failing, std::size_t traced)> run;
 };
+
+/// Answers how many points failed.
+std::size_t tryAllPoints(const Trial& trial, const AllocationRules& rules);
 
 }  // namespace allocations
 
@@ -268,7 +178,28 @@ class Points {
 /// succeed on the same state. Answers how many points failed.
 template <class State, class Operation>
 std::size_t forEachFailingAllocation(const std::string& name, Operation operation, const AllocationRules& rules = {}) {
-  return allocations::Points<State, Operation>(name, operation, rules)();
+  allocations::Trial trial;
+  trial.name = name;
+  trial.makeState = [] { return std::make_shared<State>(); };
+  trial.stateText = [](const void* state) { return allocations::stateText(*static_cast<const State*>(state)); };
+  trial.run = [&](void* state, std::size_t first, Failing mode, std::size_t traced) {
+    return allocations::run(name.c_str(), *static_cast<State*>(state), operation, first, mode, traced);
+  };
+  return allocations::tryAllPoints(trial, rules);
 }
+
+/// A table of operations on States of one kind; each line is checked as it is reached. tests/faults/allocations/Completeness.py reads the names.
+/// \code
+///   const EachOf<Texts> each;
+///   each("NSString::copy", [](Texts& t) { return t.ascii->copy(); });
+///   each("NSString::compare (wide)", [](Texts& t) { return t.wide->compare(t.ascii); });
+/// \endcode
+template <class State>
+struct EachOf {
+  template <class Operation>
+  void operator()(const std::string& name, Operation operation, const AllocationRules& rules = {}) const {
+    forEachFailingAllocation<State>(name, operation, rules);
+  }
+};
 
 }  // namespace ZtFoundation::test

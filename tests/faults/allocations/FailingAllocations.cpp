@@ -7,6 +7,7 @@
 #include <link.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <cerrno>
@@ -16,6 +17,8 @@
 #include <cstdlib>
 #include <cstring>
 #include <new>
+
+#include <gtest/gtest.h>
 
 #include <ZtFoundation/platform/Exception.h>
 
@@ -252,10 +255,10 @@ std::string readable(void* address) {
 }  // namespace
 
 void start(const char* name, std::size_t first, Failing mode, std::size_t traced) noexcept {
-  LiveBlocks::instance.clear();
+  if (watch.pauses == 0) LiveBlocks::instance.clear();
   countedCode.find();
   frameCount = 0;
-  watch = {name, true, 0, mode, first, traced, 0, 0};
+  watch = {name, true, watch.pauses, mode, first, traced, 0, 0};
 }
 
 Count stop() noexcept {
@@ -288,6 +291,118 @@ std::string exceptionText() {
 
 Unwatched::Unwatched() noexcept { ++watch.pauses; }
 Unwatched::~Unwatched() { --watch.pauses; }
+
+namespace {
+
+/// The next point after `k`: every one at first, then ever fewer.
+std::size_t following(std::size_t k) { return k < 200 ? k + 1 : k + 1 + (k - 200) / 8; }
+
+class Points {
+ public:
+  Points(const Trial& trial, const AllocationRules& rules) : trial_(trial), rules_(rules) {}
+
+  std::size_t operator()() {
+    if (!knowNormalRun()) return 0;
+    for (const Failing mode : {Failing::One, Failing::AllFrom}) {
+      for (std::size_t k = 1; !isWrong_ && tryPoint(k, mode); k = following(k)) ++points_;
+    }
+    return points_;
+  }
+
+ private:
+  // Twice: the first may fill what is filled on first use.
+  bool knowNormalRun() {
+    for (int i = 0; i < 2; ++i) {
+      const auto state = trial_.makeState();
+      normal_ = trial_.run(state.get(), 0, Failing::One, 0);
+      normalState_ = trial_.stateText(state.get());
+    }
+    const Run::End wanted = rules_.throwsAnyway ? Run::End::Exception : Run::End::Returned;
+    EXPECT_EQ(normal_.end, wanted) << trial_.name << " with enough memory: " << normal_.answer;
+    return normal_.end == wanted;
+  }
+
+  bool tryPoint(std::size_t k, Failing mode) {
+    bool goesOn = true;
+    std::string complaint = complaintAbout(k, mode, goesOn);
+    if (const std::optional<Leak> left = leak(); left && !rules_.keepsMemory && complaint.empty()) {
+      complaint = "leak of " + std::to_string(left->size) + " bytes made at\n" + traceOf(k, mode, left->ordinal);
+    }
+    isWrong_ = !complaint.empty();
+    if (isWrong_) report(k, mode, complaint);
+    return goesOn && !isWrong_;
+  }
+
+  std::string complaintAbout(std::size_t k, Failing mode, bool& goesOn) {
+    const auto state = trial_.makeState();
+    const std::string before = trial_.stateText(state.get());
+    const Run failed = trial_.run(state.get(), k, mode, 0);
+    goesOn = failed.count.failed > 0;
+    const std::string complaint = complaintAbout(failed, before, trial_.stateText(state.get()));
+    return complaint.empty() && failed.end == Run::End::NoMemory ? complaintAboutRepetition(state.get()) : complaint;
+  }
+
+  std::string complaintAbout(const Run& run, const std::string& before, const std::string& after) const {
+    switch (run.end) {
+      case Run::End::NoMemory:
+        if (run.count.failed == 0) return "std::bad_alloc although nothing failed";
+        return rules_.mayChange || before == after ? "" : changed("receiver before and after", before, after);
+      case Run::End::Returned:
+        if (run.answer == normal_.answer && !rules_.throwsAnyway) {
+          return after == normalState_ ? "" : changed("state, rightly and now", normalState_, after);
+        }
+        return isDocumented(run.answer) ? "" : changed("answer, rightly and now", normal_.answer, run.answer);
+      case Run::End::Exception:
+        if (rules_.throwsAnyway && run.answer == normal_.answer) return "";
+        return isDocumented(run.answer) ? "" : changed("exception", normal_.answer, run.answer);
+    }
+    return "";
+  }
+
+  // What failed for want of memory works on the same receiver when there is some again.
+  std::string complaintAboutRepetition(void* state) const {
+    if (rules_.mayChange) return "";
+    const Unwatched unwatched;  // so that what the first attempt has left behind stays known
+    const Run again = trial_.run(state, 0, Failing::One, 0);
+    if (again.end != normal_.end || again.answer != normal_.answer) {
+      return changed("repetition", normal_.answer, again.answer);
+    }
+    const std::string after = trial_.stateText(state);
+    return after == normalState_ ? "" : changed("state after repetition", normalState_, after);
+  }
+
+  bool isDocumented(const std::string& answer) const {
+    return std::any_of(rules_.documented.begin(), rules_.documented.end(),
+                       [&](const std::string& each) { return each == answer || each == "*"; });
+  }
+
+  static std::string changed(const char* what, const std::string& a, const std::string& b) {
+    return std::string(what).append(": <").append(a).append("> <").append(b).append(">");
+  }
+
+  std::string traceOf(std::size_t k, Failing mode, std::size_t ordinal) const {
+    const auto state = trial_.makeState();
+    trial_.run(state.get(), k, mode, ordinal);
+    return trace();
+  }
+
+  void report(std::size_t k, Failing mode, const std::string& complaint) const {
+    ADD_FAILURE() << trial_.name << ", allocation " << k << (mode == Failing::One ? "" : " and all after it")
+                  << " failing: " << complaint << "\nThe allocation that fails:\n"
+                  << traceOf(k, mode, k);
+  }
+
+  const Trial& trial_;
+  const AllocationRules& rules_;
+  Run normal_{Run::End::Returned, {}, {}};
+  std::string normalState_;
+  std::size_t points_ = 0;
+  bool isWrong_ = false;  // one complaint about an operation is enough
+};
+
+}  // namespace
+
+std::size_t tryAllPoints(const Trial& trial, const AllocationRules& rules) { return Points(trial, rules)(); }
 
 }  // namespace ZtFoundation::test::allocations
 

@@ -89,6 +89,19 @@ TEST(FailingAllocations, ALeakIsToldOnceWithItsPlace) {
   delete std::exchange(lost, nullptr);
 }
 
+TEST(FailingAllocations, ALeakIsToldAlsoWhereTheRepetitionSucceeds) {
+  static int* lost = nullptr;
+  const auto leak = [](Text&) {
+    int* const made = new int;
+    if (lost == nullptr) lost = made;
+    std::string(kLong).size();
+    if (lost == made) lost = nullptr;
+    delete made;
+  };
+  EXPECT_NONFATAL_FAILURE(forEachFailingAllocation<Text>("leak", leak), "leak of 4 bytes");
+  delete std::exchange(lost, nullptr);
+}
+
 TEST(FailingAllocations, AChangedReceiverIsTold) {
   const auto change = [](Text& t) {
     t.text.append("!");
