@@ -167,7 +167,7 @@ ZT_EXPORT extern const std::string_view QvPropertyListDidSaveValuesNotification;
 
 /// One property list bound to one file.
 ///
-/// The file is read when the store is made and never again; it is written when asked for, atomically (FileManager.h says what that
+/// The file is read when the store is made and, but for `saveMergedChanges`, never again; it is written when asked for, atomically (FileManager.h says what that
 /// means). In between the store knows its working value and a snapshot of the file.
 ///
 /// A host may derive from the class. The library's own calls on a store are messages, so that methods replaced at run time count.
@@ -219,6 +219,22 @@ class ZT_EXPORT QvPropertyList : public NSObject {
   /// The same as `saveChanges`.
   virtual bool synchronize();
 
+  /// Saves what this store has changed, and takes in what others have changed in the file meanwhile; for a file that several processes or
+  /// stores share. Reads the file anew and brings both together key by key, in dictionaries of any depth: what only one side has changed,
+  /// added or removed counts, compared with the snapshot; what both have changed stays as it is here; an array is one value. Then it writes,
+  /// if the file does not hold that already, renews the snapshot, in INI text too, and posts the notification. Mutable
+  /// dictionaries of the working value stay the objects that they are; new keys of others come last.
+  ///
+  /// Those who save in this way wait for each other, so that nothing is lost: by a lock (flock) of the file's folder, among the processes of
+  /// one machine. `saveChanges` heeds no lock. INI text: a value that does not read back as it was written counts as changed here.
+  ///
+  /// False on failure: the file exists and cannot be read (`readError` tells; a file that a hand has broken is not replaced), there is no
+  /// lock, or as for `saveChanges`. The file stays as it was then; what was taken in from it stays in the working value and in the snapshot.
+  virtual bool saveMergedChanges();
+  /// Why the file could not be read when it was last tried, with line and column or byte where there is one; none when it could be, or there was
+  /// no file. So a host tells a broken file from a missing one before it saves. INI text has one fault only, not to be UTF-8.
+  Ref<NSString> readError() const { return readError_; }
+
   // --- Group QvPrivate
 
   /// The snapshot of the file, none if there is none.
@@ -236,10 +252,17 @@ class ZT_EXPORT QvPropertyList : public NSObject {
                                   QvPropertyListFormat format);
   Ref<QvPropertyList> initialiseAsXML(const Ref<NSString>& path);
   Ref<QvPropertyList> initialiseInFormat(const Ref<NSString>& path, QvPropertyListFormat format);
+  Ref<NSData> bytesOfFile();
   Ref<NSObject> readValues(const Ref<NSData>& bytes, std::int32_t mutabilityOption);
+  Ref<NSData> writeFile();
+  void tellThatValuesAreSaved();
+  bool mergeAndWriteFile();
+  bool mergeFile();
 
   Ref<NSString> path_;
   QvPropertyListFormat format_ = NSPropertyListXMLFormat_v1_0;
+  QvPropertyListFormat fileFormat_ = NSPropertyListXMLFormat_v1_0;  // of what was last read or written
+  Ref<NSString> readError_;
   Ref<NSObject> serializedValues_;
   Ref<NSObject> currentValues_;
 };

@@ -4,6 +4,9 @@
 #include <ZtFoundation/platform/Notification.h>
 #include <ZtFoundation/platform/Runtime.h>
 
+#include "platform/services/SaveLocks.h"
+#include "plist/MergedValues.h"
+
 namespace ZtFoundation {
 
 ZT_REGISTER_CLASS(QvPropertyList, ZT_METHOD("_serializedValues", &QvPropertyList::_serializedValues),
@@ -16,6 +19,8 @@ ZT_REGISTER_CLASS(QvPropertyList, ZT_METHOD("_serializedValues", &QvPropertyList
                   ZT_METHOD("setFormat:", &QvPropertyList::setFormat),
                   ZT_METHOD("hasUnsavedChanges", &QvPropertyList::hasUnsavedChanges),
                   ZT_METHOD("saveChanges", &QvPropertyList::saveChanges),
+                  ZT_METHOD("saveMergedChanges", &QvPropertyList::saveMergedChanges),
+                  ZT_METHOD("readError", &QvPropertyList::readError),
                   ZT_METHOD("discardChanges", &QvPropertyList::discardChanges),
                   ZT_METHOD("synchronize", &QvPropertyList::synchronize));
 
@@ -23,16 +28,21 @@ constinit const std::string_view QvPropertyListDidSaveValuesNotification = "QvPr
 
 namespace {
 
-constexpr NSUInteger kImmutable = 0;
-constexpr NSUInteger kMutableContainers = 1;
+constexpr std::int32_t kImmutable = 0;
+constexpr std::int32_t kMutableContainers = 1;
 
 void logError(const Ref<NSString>& text) {
   if (text) NSLog("%@", text);
 }
 
-Ref<NSData> contentsOf(const Ref<NSString>& path) {
-  const bool exists = send<bool>(NSFileManager::defaultManager(), ZT_SELECTOR("fileExistsAtPath:"), path);
-  return exists ? NSData::dataWithContentsOfFile(path) : nullptr;
+bool exists(const Ref<NSString>& path) {
+  return send<bool>(NSFileManager::defaultManager(), ZT_SELECTOR("fileExistsAtPath:"), path);
+}
+
+// The reader has no errors. What this calls one would be lost with the next save.
+Ref<NSString> errorInINIText(const Ref<NSData>& bytes) {
+  const Ref<NSString> text = NSString::stringWithValidUTF8(bytes->view());
+  return text ? Ref<NSString>() : "The file is no text in UTF-8.";
 }
 
 bool makeFolderOf(const Ref<NSString>& path) {
@@ -88,15 +98,27 @@ Ref<QvPropertyList> QvPropertyList::initialiseInFormat(const Ref<NSString>& path
 Ref<NSObject> QvPropertyList::readValues(const Ref<NSData>& bytes, std::int32_t mutabilityOption) {
   Ref<NSString> error;
   Ref<NSObject> values = QvPropertyListSerialization::propertyListFromData_mutabilityOption_format_errorDescription(
-      bytes, mutabilityOption, &format_, &error);
+      bytes, mutabilityOption, &fileFormat_, &error);
   logError(error);
+  readError_ = fileFormat_ == QvPropertyListINIFormat ? errorInINIText(bytes) : error;
   return values;
 }
 
+// None, with or without an error, when there is nothing to read.
+Ref<NSData> QvPropertyList::bytesOfFile() {
+  readError_.reset();
+  if (!exists(path_)) return nullptr;
+  const Ref<NSData> bytes = NSData::dataWithContentsOfFile(path_);
+  if (!bytes) readError_ = "The file cannot be read.";
+  return bytes;
+}
+
 void QvPropertyList::_init() {
-  if (const Ref<NSData> bytes = contentsOf(path_)) {
-    currentValues_ = readValues(bytes, 1);
-    serializedValues_ = readValues(bytes, 0);
+  fileFormat_ = format_;
+  if (const Ref<NSData> bytes = bytesOfFile()) {
+    currentValues_ = readValues(bytes, kMutableContainers);
+    serializedValues_ = readValues(bytes, kImmutable);
+    format_ = fileFormat_;
   }
   if (!currentValues_) currentValues_ = NSMutableDictionary::dictionary();
 }
@@ -108,16 +130,61 @@ bool QvPropertyList::hasUnsavedChanges() {
 }
 
 bool QvPropertyList::saveChanges() {
+  const Ref<NSData> bytes = writeFile();
+  if (!bytes) return false;
+  serializedValues_ = snapshotOf(bytes);
+  tellThatValuesAreSaved();
+  return true;
+}
+
+// None when the values cannot be written.
+Ref<NSData> QvPropertyList::writeFile() {
   Ref<NSString> error;
   const Ref<NSData> bytes =
       QvPropertyListSerialization::dataFromPropertyList_format_errorDescription(currentValues_, format_, &error);
   if (!bytes) {
     logError(error);
-    return false;
+    return nullptr;
   }
-  if (!path_ || !makeFolderOf(path_) || !bytes->writeToFile_atomically(path_, true)) return false;
-  serializedValues_ = snapshotOf(bytes);
+  if (!path_ || !makeFolderOf(path_) || !bytes->writeToFile_atomically(path_, true)) return nullptr;
+  fileFormat_ = format_;
+  return bytes;
+}
+
+void QvPropertyList::tellThatValuesAreSaved() {
   NSNotificationCenter::defaultCenter()->postNotificationName_object(QvPropertyListDidSaveValuesNotification, this);
+}
+
+// --- Saving together with others
+
+bool QvPropertyList::saveMergedChanges() {
+  if (!mergeAndWriteFile()) return false;
+  tellThatValuesAreSaved();  // without the lock: an observer may save another store
+  return true;
+}
+
+bool QvPropertyList::mergeAndWriteFile() {
+  if (!path_ || !makeFolderOf(path_)) return false;
+  const std::unique_ptr<SaveLocks::Lock> lock = service<SaveLocks>().lock(path_);
+  if (!lock || !mergeFile()) return false;
+  const bool isInFile = format_ == fileFormat_ && ZtFoundation::isEqual(currentValues_, serializedValues_);
+  if (isInFile) return true;
+  const Ref<NSData> bytes = writeFile();
+  if (bytes) serializedValues_ = readValues(bytes, kImmutable);
+  return bytes != nullptr;
+}
+
+// Afterwards the snapshot is what the file holds now. False when nobody can tell what that is.
+bool QvPropertyList::mergeFile() {
+  const Ref<NSData> bytes = bytesOfFile();
+  if (!bytes) {
+    if (!readError_) serializedValues_.reset();
+    return !readError_;
+  }
+  const Ref<NSObject> theirs = readValues(bytes, kMutableContainers);
+  if (readError_) return false;
+  currentValues_ = detail::merged(currentValues_, serializedValues_, theirs);
+  serializedValues_ = readValues(bytes, kImmutable);
   return true;
 }
 

@@ -1,0 +1,67 @@
+#include "platform/services/SaveLocks.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/file.h>
+#include <unistd.h>
+
+#include <filesystem>
+
+#include "support/ScratchFolder.h"
+
+namespace ZtFoundation::test {
+namespace {
+
+bool isFree(const std::string& folder) {
+  const int opened = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  const bool isMine = ::flock(opened, LOCK_EX | LOCK_NB) == 0;
+  ::close(opened);
+  return isMine;
+}
+
+TEST(SaveLocks, AreHeldUntilTheyGo) {
+  const ScratchFolder folder;
+  {
+    const auto lock = service<SaveLocks>().lock(folder.string("missing"));
+    ASSERT_TRUE(lock);
+    EXPECT_FALSE(isFree(folder.path()));
+  }
+  EXPECT_TRUE(isFree(folder.path()));
+  EXPECT_TRUE(folder.names().empty());
+}
+
+TEST(SaveLocks, LinksLeadToTheFolderThatCounts) {
+  const ScratchFolder folder;
+  std::filesystem::create_directory(folder / "there");
+  std::filesystem::create_symlink("there/file", folder / "link");
+  const auto lock = service<SaveLocks>().lock(folder.string("link"));
+  ASSERT_TRUE(lock);
+  EXPECT_TRUE(isFree(folder.path()));
+  EXPECT_FALSE(isFree(folder / "there"));
+}
+
+TEST(SaveLocks, AreNotPassedToPrograms) {
+  const ScratchFolder folder;
+  const int next = ::open("/dev/null", O_RDONLY | O_CLOEXEC);
+  ::close(next);
+  const auto lock = service<SaveLocks>().lock(folder.string("file"));
+  bool isSeen = false;
+  for (int descriptor = next; descriptor < next + 4; ++descriptor) {
+    const int flags = ::fcntl(descriptor, F_GETFD);
+    isSeen |= flags >= 0;
+    EXPECT_TRUE(flags < 0 || (flags & FD_CLOEXEC) != 0);
+  }
+  EXPECT_TRUE(isSeen);
+}
+
+TEST(SaveLocks, WithoutAFolderThereIsNone) {
+  const ScratchFolder folder;
+  writeFile(folder / "plain", "");
+  for (const Ref<NSString>& path : {Ref<NSString>(), folder.string("missing/file"), folder.string("plain/file"),
+                                    Ref<NSString>(""), folder.string(std::string("a\0b", 3))}) {
+    EXPECT_FALSE(service<SaveLocks>().lock(path));
+  }
+}
+
+}  // namespace
+}  // namespace ZtFoundation::test
