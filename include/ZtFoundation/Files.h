@@ -163,8 +163,8 @@ ZT_EXPORT void setFinderLock(const Ref<NSString>& self, bool lock);
 //     case dupFNErr: ...                                       // the answers are those of <ZtFoundation/platform/FileErrors.h>
 //   }
 //
-// Create, copy, rename and remove the item at a path. Nothing is raised or logged: the answer is 0 or an error number. The checks come in the order in
-// which the errors are listed. Partial work is not undone, except that a copy is whole or not there at all. Block as long as the
+// Create, copy, rename and remove the item at a path. Nothing is raised or logged: the answer is 0 or an error number, -108 for all of them when there is
+// no memory. The checks come in the order in which the errors are listed. Partial work is not undone, except that a copy is whole or not there at all. Block as long as the
 // file system does. Threads: safe.
 
 namespace JxFileOperation {
@@ -263,8 +263,8 @@ ZT_EXPORT bool isWebDAVVolumeAtPath(const Ref<NSFileManager>& self, const Ref<NS
 //   begin at 1 again, for the shorter text.
 // - A name or path that is too long for the file system, which counts bytes (a Japanese name of 100 characters has 300, and most take 255), loses
 //   characters in the same way, one after another until it fits. A surrogate pair is never cut apart, and here no character from its marks either.
-// - A name is free at the time of the call only. Nothing is made and nothing reserved: to be sure, create the item in a way that fails when it
-//   exists, and ask again then.
+// - A name is free at the time of the call only. Nothing is made and nothing reserved: to be sure, use `createUnusedFinderFile` or
+//   `createUnusedFinderFolder`, or create the item in a way that fails when it exists, and ask again then.
 //
 // Many taken names cost about as much as listing their folder once, if its file system tells the kinds of its items. Blocks as long as the file
 // system does. Threads: safe.
@@ -282,17 +282,26 @@ ZT_EXPORT Ref<NSString> unusedTalvoPathForDirectory(const Ref<NSString>& self, b
 /// The same for a file.
 ZT_EXPORT Ref<NSString> unusedTalvoFilePath(const Ref<NSString>& self);
 
+/// Makes a new file with `contents` (none: nothing) at the free path that `unusedFinderFilePath` gives, and answers that path. Nothing is ever
+/// replaced: when another process takes the name first, the next one is tried. The file has its whole contents when it gets its name; until then
+/// they are beside it, in a file whose name begins with a dot. Permissions are those that the umask leaves.
+/// \returns none when there is no free path, and when the file cannot be made, which leaves nothing.
+ZT_EXPORT Ref<NSString> createUnusedFinderFile(const Ref<NSString>& self, const Ref<NSData>& contents);
+/// The same for a new, empty folder.
+ZT_EXPORT Ref<NSString> createUnusedFinderFolder(const Ref<NSString>& self);
+
 /// Writes `contents` (none: nothing) into a file: at `self`, replacing what a file there holds; with `autoname` at the free path that
 /// `unusedTalvoFilePath` gives for it.
 /// \returns 0; -50 when there is no path; -43 when the folder is missing; -5000 when the process may not write it; -34 when its volume
-/// has fewer free bytes than `contents`; -50 when the file cannot be made or written.
+/// has fewer free bytes than `contents`; -50 when the file cannot be made or written; -108 when there is no memory.
 ZT_EXPORT OSStatus createFileWithContents_autoname(const Ref<NSString>& self, const Ref<NSData>& contents,
                                                    bool autoname);
 /// Copies the file at `self`, as the default manager's `copyPath_toPath_handler` does, to `destination`, or with `autoname` to the free path that
 /// `unusedTalvoFilePath` gives for it. A link to a file is copied as a link.
 /// \returns 0; -50 for no destination; -43 when there is no file at `self` (a folder is none); -5000 when its owner has no permission to read it,
 /// whoever asks; -43 when the folder of `destination` is missing; -5000 when its owner has no permission to write it; -48 when something exists at
-/// `destination` (without `autoname`); -34 when its volume has fewer free bytes than the source takes on disk; -50 when copying fails.
+/// `destination` (without `autoname`); -34 when its volume has fewer free bytes than the source takes on disk; -50 when copying fails; -108 when there
+/// is no memory.
 ZT_EXPORT OSStatus copyFileTo_autoname(const Ref<NSString>& self, const Ref<NSString>& destination, bool autoname);
 
 }  // namespace JxTalvoZtWdExensions

@@ -1,0 +1,105 @@
+#include <ZtFoundation/Files.h>
+#include <ZtFoundation/platform/Data.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <array>
+#include <filesystem>
+
+#include "support/ChildProcess.h"
+#include "support/ReplacedMethod.h"
+#include "support/ScratchFolder.h"
+
+namespace ZtFoundation::test {
+namespace {
+
+using namespace JxTalvoZtWdExensions;
+using Names = std::set<std::string>;
+
+Ref<NSData> text(const char* bytes) { return NSData::dataWithBytes(bytes); }
+
+// Another process that takes each name as soon as it has been found free, twice.
+int namesToTake = 0;
+bool moveTooLate(NSFileManager& files, const Ref<NSString>& from, const Ref<NSString>& to,
+                 const Ref<NSObject>& handler) {
+  if (namesToTake-- > 0) writeFile(to->fileSystemRepresentation(), "theirs");
+  return files.NSFileManager::movePath_toPath_handler(from, to, handler);
+}
+bool makeTooLate(NSFileManager& files, const Ref<NSString>& path, const Ref<NSDictionary>& attributes) {
+  if (namesToTake-- > 0) std::filesystem::create_directory(path->fileSystemRepresentation());
+  return files.NSFileManager::createDirectoryAtPath_attributes(path, attributes);
+}
+
+TEST(UnusedItems, AreMadeUnderFreeNames) {
+  const ScratchFolder folder;
+  EXPECT_EQ(createUnusedFinderFile(folder.string("a.txt"), text("1"))->utf8(), folder / "a.txt");
+  EXPECT_EQ(createUnusedFinderFile(folder.string("a.txt"), text("2"))->utf8(), folder / "a 1.txt");
+  EXPECT_EQ(createUnusedFinderFile(folder.string("a.txt"), nullptr)->utf8(), folder / "a 2.txt");
+  EXPECT_EQ(createUnusedFinderFolder(folder.string("f.x"))->utf8(), folder / "f.x");
+  EXPECT_EQ(createUnusedFinderFolder(folder.string("f.x"))->utf8(), folder / "f.x 1");
+  EXPECT_EQ(folder.names(), (Names{"a.txt", "a 1.txt", "a 2.txt", "f.x", "f.x 1"}));
+  EXPECT_EQ(contentsOf(folder / "a.txt"), "1");
+  EXPECT_EQ(contentsOf(folder / "a 1.txt"), "2");
+  EXPECT_EQ(contentsOf(folder / "a 2.txt"), "");
+  EXPECT_TRUE(std::filesystem::is_directory(folder / "f.x 1"));
+}
+
+TEST(UnusedItems, HaveThePermissionsThatTheUmaskLeaves) {
+  const ScratchFolder folder;
+  const mode_t before = ::umask(027);
+  createUnusedFinderFile(folder.string("a"), text("x"));
+  ::umask(before);
+  EXPECT_EQ(std::filesystem::status(folder / "a").permissions(), std::filesystem::perms{0640});
+}
+
+TEST(UnusedItems, ANameThatAnotherTakesFirstIsLeftToIt) {
+  const ScratchFolder folder;
+  {
+    namesToTake = 2;
+    const ReplacedMethod<&moveTooLate> replaced(NSFileManager::classObject(), ZT_SELECTOR("movePath:toPath:handler:"));
+    EXPECT_EQ(createUnusedFinderFile(folder.string("a"), text("mine"))->utf8(), folder / "a 2");
+  }
+  EXPECT_EQ(contentsOf(folder / "a"), "theirs");
+  EXPECT_EQ(contentsOf(folder / "a 1"), "theirs");
+  EXPECT_EQ(contentsOf(folder / "a 2"), "mine");
+  {
+    namesToTake = 2;
+    const ReplacedMethod<&makeTooLate> replaced(NSFileManager::classObject(),
+                                                ZT_SELECTOR("createDirectoryAtPath:attributes:"));
+    EXPECT_EQ(createUnusedFinderFolder(folder.string("f"))->utf8(), folder / "f 2");
+  }
+  EXPECT_EQ(folder.names(), (Names{"a", "a 1", "a 2", "f", "f 1", "f 2"}));
+}
+
+TEST(UnusedItems, ManyProcessesLoseNone) {
+  const ScratchFolder folder;
+  constexpr int kProcesses = 4;
+  constexpr int kFiles = 10;
+  std::array<pid_t, kProcesses> children;
+  for (pid_t& child : children) {
+    child = startChild([&] {
+      for (int file = 0; file < kFiles; ++file) {
+        if (!createUnusedFinderFile(folder.string("a.txt"), text("x"))) return 1;
+      }
+      return 0;
+    });
+  }
+  for (const pid_t child : children) EXPECT_EQ(waitForChild(child), 0);
+  EXPECT_EQ(folder.names().size(), unsigned{kProcesses * kFiles});
+}
+
+TEST(UnusedItems, WhatCannotBeMadeLeavesNothing) {
+  const ScratchFolder folder;
+  writeFile(folder / "plain", "");
+  std::filesystem::create_symlink("nowhere", folder / "link");
+  for (const Ref<NSString>& path : {Ref<NSString>(), folder.string("missing/a"), folder.string("plain/a"),
+                                    folder.string("link"), folder.string(std::string(300, 'n'))}) {
+    EXPECT_FALSE(createUnusedFinderFile(path, text("x"))) << path;
+    EXPECT_FALSE(createUnusedFinderFolder(path)) << path;
+  }
+  EXPECT_EQ(folder.names(), (Names{"plain", "link"}));
+  EXPECT_EQ(contentsOf(folder / "plain"), "");
+}
+
+}  // namespace
+}  // namespace ZtFoundation::test
