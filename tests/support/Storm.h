@@ -21,7 +21,7 @@ namespace ZtFoundation::test {
 /// `while (storm.goesOn()) ...`: the rounds of one storm.
 class Storm {
  public:
-  explicit Storm(double quickSeconds = kIsSanitized ? 0.1 : 0.25) : seconds_(quickSeconds) {
+  explicit Storm(double quickSeconds = kIsSanitized ? 0.1 : 0.15) : seconds_(quickSeconds) {
     if (const char* const wanted = std::getenv("ZT_STORM_SECONDS")) seconds_ = std::strtod(wanted, nullptr);
   }
 

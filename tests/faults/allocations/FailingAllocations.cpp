@@ -402,7 +402,11 @@ class Points {
 
 }  // namespace
 
-std::size_t tryAllPoints(const Trial& trial, const AllocationRules& rules) { return Points(trial, rules)(); }
+std::size_t tryAllPoints(const Trial& trial, const AllocationRules& rules) {
+  const std::size_t points = Points(trial, rules)();
+  if (std::getenv("ZT_SHOW_POINTS") != nullptr) std::printf("%6zu points in %s\n", points, trial.name.c_str());
+  return points;
+}
 
 }  // namespace ZtFoundation::test::allocations
 

@@ -1,0 +1,401 @@
+// Processes that are killed in the middle of what they do, and processes that do the same at once: what was there before is whole, and so is
+// what an answer promised.
+
+#include <ZtFoundation/Files.h>
+#include <ZtFoundation/PropertyLists.h>
+#include <ZtFoundation/platform/Data.h>
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <functional>
+#include <ostream>
+#include <random>
+#include <vector>
+
+#include "support/ChildProcess.h"
+#include "support/QuietStandardError.h"
+#include "support/ScopedEnvironment.h"
+#include "support/ScratchFolder.h"
+#include "support/Storm.h"
+
+namespace ZtFoundation::test {
+namespace {
+
+using Names = std::set<std::string>;
+
+constexpr int kXML = 100;
+constexpr int kBinary = 200;
+
+Ref<NSString> stringOf(const std::string& path) { return NSString::stringWithFileSystemRepresentation(path); }
+Ref<NSFileManager> manager() { return NSFileManager::defaultManager(); }
+
+bool exists(const std::string& path) {
+  struct stat status;
+  return ::lstat(path.c_str(), &status) == 0;
+}
+
+// Sends SIGKILL to processes that do `work`, after times that reach from its beginning to beyond its end.
+class Killer {
+ public:
+  template <class Work>
+  void killDuring(Work work) {
+    const pid_t child = startChild(work);
+    ::usleep(std::uniform_int_distribution<unsigned>(0, most_)(random_));
+    ::kill(child, SIGKILL);
+    const bool wasLate = waitForChild(child) >= 0;
+    killed_ += wasLate ? 0 : 1;
+    most_ = std::clamp(wasLate ? most_ / 2 : most_ + most_ / 8, 100U, 200000U);
+  }
+  int killed() const { return killed_; }
+
+ private:
+  std::mt19937 random_{20240229};
+  unsigned most_ = 2000;
+  int killed_ = 0;
+};
+
+constexpr int kLeast = 3;  // however slow the machine is
+
+class KillTests : public testing::Test {
+ protected:
+  // What syncs to a disk makes few rounds in the time.
+  KillTests() { inMemory_.set("TMPDIR", "/dev/shm"); }
+
+  void tell(const char* operation, const Killer& killer, const char* outcome) {
+    report("kill", operation, killer.killed(), outcome);
+  }
+
+ private:
+  ScopedEnvironment inMemory_;
+};
+
+// --- Settings
+
+// Settings that are only whole as a whole: each of the values is the number.
+Ref<NSDictionary> settings(int number) {
+  const Ref<NSMutableDictionary> section = NSMutableDictionary::dictionary();
+  for (int key = 0; key < 50; ++key) {
+    section->setObject_forKey(stringOf(std::to_string(number)), stringOf("Key" + std::to_string(key)));
+  }
+  return NSDictionary::dictionaryWithObject_forKey(section, "Section");
+}
+
+Ref<QvPropertyList> storeAt(const std::string& path, QvPropertyListFormat format) {
+  const Ref<QvPropertyList> store = QvPropertyList::initWithPath_format(stringOf(path), format);
+  store->setFormat(format);
+  return store;
+}
+
+bool saveSettings(const std::string& path, QvPropertyListFormat format, int number) {
+  const Ref<QvPropertyList> store = storeAt(path, format);
+  store->setValues(settings(number));
+  return store->saveChanges();
+}
+
+// The number of the settings in the file, 0 where there is no file, -1 for anything else.
+int savedNumber(const std::string& path, QvPropertyListFormat format) {
+  if (!exists(path)) return 0;
+  const Ref<QvPropertyList> store = storeAt(path, format);
+  const Ref<NSDictionary> all = as<NSDictionary>(store->values());
+  const Ref<NSDictionary> section = as<NSDictionary>(all->objectForKey("Section"));
+  const Ref<NSString> first = section ? as<NSString>(section->objectForKey("Key0")) : nullptr;
+  const int number = first ? first->intValue() : 0;
+  return number > 0 && isEqual(all, settings(number)) ? number : -1;
+}
+
+class KilledStoreTests : public KillTests, public testing::WithParamInterface<QvPropertyListFormat> {};
+
+TEST_P(KilledStoreTests, LeavesOldOrNewSettings) {
+  const QuietStandardError quiet;
+  const ScratchFolder folder;
+  const std::string path = folder / "made/at/once/settings";
+  Killer killer;
+  Storm storm;
+  int last = 0;
+  while (storm.goesOn() || killer.killed() < kLeast) {
+    if (storm.rounds() % 20 == 0) {
+      std::filesystem::remove_all(folder / "made");
+      last = 0;
+    }
+    killer.killDuring([&]() -> int {
+      int next = last;
+      for (;;) {
+        if (!saveSettings(path, GetParam(), ++next)) return 1;
+      }
+    });
+    const int found = savedNumber(path, GetParam());
+    ASSERT_GE(found, last) << "round " << storm.rounds();
+    last = found;
+  }
+  ASSERT_TRUE(saveSettings(path, GetParam(), last + 1));
+  EXPECT_EQ(savedNumber(path, GetParam()), last + 1);
+  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder / "made/at/once"), {}), 1)
+      << "the next save takes away what killed ones left";
+  const std::string format = GetParam() == kXML ? "XML" : GetParam() == kBinary ? "binary" : "INI text";
+  tell(("save of settings as " + format).c_str(), killer, "old or new settings, no litter after the next save");
+}
+
+TEST_P(KilledStoreTests, ManySaveAtOnce) {
+  const QuietStandardError quiet;
+  const ScratchFolder folder;
+  const std::string path = folder / "settings";
+  ASSERT_TRUE(saveSettings(path, GetParam(), 1));
+  constexpr int kProcesses = 5;
+  std::vector<pid_t> writers;
+  for (int each = 1; each <= kProcesses; ++each) {
+    writers.push_back(startChild([&, each]() -> int {
+      Storm storm;
+      while (storm.goesOn()) {
+        if (!saveSettings(path, GetParam(), each * 1000000 + storm.rounds())) return 1;
+      }
+      return 0;
+    }));
+  }
+  int reads = 0;
+  for (Storm storm; storm.goesOn(); ++reads) ASSERT_GT(savedNumber(path, GetParam()), 0);
+  for (const pid_t writer : writers) EXPECT_EQ(waitForChild(writer), 0);
+  EXPECT_GT(savedNumber(path, GetParam()), 1000000);
+  EXPECT_EQ(folder.names(), Names{"settings"});
+  const std::string format = GetParam() == kXML ? "XML" : GetParam() == kBinary ? "binary" : "INI text";
+  report("at once", "five processes save settings as " + format, reads,
+         "each read finds the settings of one of them, whole");
+}
+
+INSTANTIATE_TEST_SUITE_P(Formats, KilledStoreTests, testing::Values(kXML, kBinary, QvPropertyListINIFormat));
+
+// --- Copies, moves, removals
+
+constexpr int kFiles = 40;
+constexpr std::size_t kLarge = 1 << 20;
+
+std::string makeLargeText() {
+  std::string text(kLarge, ' ');
+  for (std::size_t i = 0; i < kLarge; ++i) text[i] = static_cast<char>('a' + i % 23);
+  return text;
+}
+
+const std::string& largeText() {
+  static const std::string text = makeLargeText();
+  return text;
+}
+
+// Quicker than contentsOf, for there is much to read; "?" when there is no such file.
+std::string readWhole(const std::string& path) {
+  const int file = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+  if (file < 0) return "?";
+  std::string contents(kLarge + 1, '\0');
+  contents.resize(static_cast<std::size_t>(::read(file, contents.data(), contents.size())));
+  ::close(file);
+  return contents;
+}
+
+void makeTree(const std::string& root) {
+  std::filesystem::create_directories(root + "/folder/inner");
+  writeFile(root + "/large", largeText());
+  for (int i = 0; i < kFiles; ++i) writeFile(root + "/folder/inner/" + std::to_string(i), "text");
+}
+
+bool isTree(const std::string& root) {
+  bool isWhole = readWhole(root + "/large") == largeText();
+  for (int i = 0; i < kFiles; ++i)
+    isWhole = isWhole && readWhole(root + "/folder/inner/" + std::to_string(i)) == "text";
+  return isWhole;
+}
+
+bool remove(const std::string& path) { return manager()->removeFileAtPath_handler(stringOf(path), nullptr); }
+
+TEST_F(KillTests, ACopyOfAFileIsABeginningOfIt) {
+  const ScratchFolder folder;
+  const std::string& text = largeText();
+  writeFile(folder / "from", text);
+  ::chmod((folder / "from").c_str(), 0644);
+  Killer killer;
+  Storm storm;
+  while (storm.goesOn() || killer.killed() < kLeast) {
+    killer.killDuring([&]() -> int {
+      return manager()->copyPath_toPath_handler(folder.string("from"), folder.string("to"), nullptr) ? 0 : 1;
+    });
+    ASSERT_TRUE(readWhole(folder / "from") == text);
+    if (!exists(folder / "to")) continue;
+    const std::string copy = readWhole(folder / "to");
+    ASSERT_TRUE(text.starts_with(copy));
+    struct stat status;
+    ASSERT_EQ(::stat((folder / "to").c_str(), &status), 0);
+    ASSERT_TRUE(copy.size() == text.size() || (status.st_mode & 07777U) == 0600) << "only its owner sees a beginning";
+    ASSERT_FALSE(manager()->copyPath_toPath_handler(folder.string("from"), folder.string("to"), nullptr));
+    ASSERT_TRUE(remove(folder / "to"));
+  }
+  EXPECT_LE(folder.names().size(), 2U);
+  tell("copy of a file", killer, "source whole; of the copy nothing, a beginning for its owner only, or all");
+}
+
+TEST_F(KillTests, ACopyOfAFolderHoldsNothingElse) {
+  const ScratchFolder folder;
+  makeTree(folder / "from");
+  Killer killer;
+  Storm storm;
+  while (storm.goesOn() || killer.killed() < kLeast) {
+    killer.killDuring([&]() -> int {
+      return manager()->copyPath_toPath_handler(folder.string("from"), folder.string("to"), nullptr) ? 0 : 1;
+    });
+    ASSERT_TRUE(isTree(folder / "from"));
+    if (!exists(folder / "to")) continue;
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(folder / "to")) {
+      const std::string twin = (folder / "from") + entry.path().string().substr((folder / "to").size());
+      ASSERT_TRUE(exists(twin)) << twin;
+      if (entry.is_directory()) continue;
+      ASSERT_TRUE(readWhole(twin).starts_with(readWhole(entry.path()))) << twin;
+    }
+    ASSERT_TRUE(remove(folder / "to"));
+  }
+  EXPECT_EQ(folder.names(), Names{"from"});
+  tell("copy of a folder", killer, "source whole; of the copy some, which one removal takes away, or all");
+}
+
+TEST_F(KillTests, AMoveToAnotherDiskHasAWholeOneOnEitherSide) {
+  ScopedEnvironment onDisk;
+  const ScratchFolder here;
+  onDisk.set("TMPDIR", "/tmp");
+  const ScratchFolder there;
+  struct stat first, second;
+  ASSERT_EQ(::stat(here.path().c_str(), &first) + ::stat(there.path().c_str(), &second), 0);
+  if (first.st_dev == second.st_dev) GTEST_SKIP() << "/tmp and /dev/shm are the same file system";
+  Killer killer;
+  Storm storm;
+  while (storm.goesOn() || killer.killed() < kLeast) {
+    makeTree(here / "tree");
+    killer.killDuring([&]() -> int {
+      return manager()->movePath_toPath_handler(here.string("tree"), there.string("tree"), nullptr) ? 0 : 1;
+    });
+    ASSERT_TRUE(isTree(here / "tree") || isTree(there / "tree")) << "round " << storm.rounds();
+    if (exists(there / "tree")) {
+      ASSERT_TRUE(remove(there / "tree"));
+    }
+    if (exists(here / "tree")) {
+      ASSERT_TRUE(remove(here / "tree"));
+    }
+  }
+  tell("move to another disk", killer, "the source or the copy is whole; removals take away the rest");
+}
+
+TEST_F(KillTests, AMoveOnADiskIsDoneOrNot) {
+  const ScratchFolder folder;
+  makeTree(folder / "a");
+  Killer killer;
+  Storm storm;
+  while (storm.goesOn() || killer.killed() < kLeast) {
+    killer.killDuring([&]() -> int {
+      for (;;) {
+        manager()->movePath_toPath_handler(folder.string("a"), folder.string("b"), nullptr);
+        manager()->movePath_toPath_handler(folder.string("b"), folder.string("a"), nullptr);
+      }
+    });
+    ASSERT_EQ(folder.names().size(), 1U);
+    ASSERT_TRUE(isTree(folder / *folder.names().begin()));
+  }
+  tell("move on one disk", killer, "under the old name or the new one, whole");
+}
+
+TEST_F(KillTests, ARemovalCanBeMadeAgain) {
+  const ScratchFolder folder;
+  makeTree(folder / "kept");
+  Killer killer;
+  Storm storm;
+  while (storm.goesOn() || killer.killed() < kLeast) {
+    makeTree(folder / "tree");
+    std::filesystem::create_symlink(folder / "kept", folder / "tree/link");
+    killer.killDuring([&]() -> int { return remove(folder / "tree") ? 0 : 1; });
+    if (exists(folder / "tree")) {
+      ASSERT_TRUE(remove(folder / "tree"));
+    }
+    ASSERT_EQ(folder.names(), Names{"kept"});
+    ASSERT_TRUE(isTree(folder / "kept"));
+  }
+  tell("removal", killer, "the next removal takes away the rest, and nothing else");
+}
+
+TEST_F(KillTests, CreationOfFoldersCanGoOn) {
+  const ScratchFolder folder;
+  const std::string path = folder / "a/b/c/d/e/f/g/h/i/j/k/l/m/n/o/p";
+  Killer killer;
+  Storm storm;
+  const auto create = [&] {
+    return QvFoundationExtensions::createDirectoryAtPath_attributes_recursively(manager(), stringOf(path), nullptr,
+                                                                                true);
+  };
+  while (storm.goesOn() || killer.killed() < kLeast) {
+    killer.killDuring([&]() -> int {
+      while (create() && remove(folder / "a")) {
+      }
+      return 1;
+    });
+    ASSERT_TRUE(create());
+    ASSERT_TRUE(std::filesystem::is_directory(path));
+    ASSERT_TRUE(remove(folder / "a"));
+  }
+  tell("creation and removal of folders", killer, "some of them, from the first; the next creation goes on");
+}
+
+// --- At once
+
+TEST_F(KillTests, ManyCreateTheSameFolders) {
+  const ScratchFolder folder;
+  constexpr int kProcesses = 4;
+  int rounds = 0;
+  for (Storm storm; storm.goesOn(); ++rounds) {
+    const std::string path = folder / std::to_string(rounds) + "/b/c/d/e/f";
+    std::vector<pid_t> makers;
+    for (int each = 0; each < kProcesses; ++each) {
+      makers.push_back(startChild([&]() -> int {
+        // Documented: false where another process made a folder in between. Asked again it goes on.
+        for (int attempt = 0; attempt < 100; ++attempt) {
+          if (QvFoundationExtensions::createDirectoryAtPath_attributes_recursively(manager(), stringOf(path), nullptr,
+                                                                                   true))
+            return 0;
+        }
+        return 1;
+      }));
+    }
+    for (const pid_t maker : makers) ASSERT_EQ(waitForChild(maker), 0);
+    ASSERT_TRUE(std::filesystem::is_directory(path));
+  }
+  report("at once", "four processes create the same folders", rounds, "all have them, some after a second call");
+}
+
+// Each takes the free name that it finds and moves a file of its own there, which never replaces another one.
+TEST_F(KillTests, ManyTakeFreeNames) {
+  const ScratchFolder folder;
+  std::filesystem::create_directory(folder / "shared");
+  constexpr int kProcesses = 4;
+  constexpr int kEach = kIsSanitized ? 10 : 30;
+  std::vector<pid_t> writers;
+  for (int process = 0; process < kProcesses; ++process) {
+    writers.push_back(startChild([&, process]() -> int {
+      for (int number = 0; number < kEach; ++number) {
+        const std::string own = folder / (std::to_string(process) + "-" + std::to_string(number));
+        writeFile(own, own);
+        bool isMoved = false;
+        for (int attempt = 0; attempt < 1000 && !isMoved; ++attempt) {
+          const auto name = JxTalvoZtWdExensions::unusedTalvoFilePath(folder.string("shared/file"));
+          isMoved = manager()->movePath_toPath_handler(stringOf(own), name, nullptr);
+        }
+        if (!isMoved) return 1;
+      }
+      return 0;
+    }));
+  }
+  for (const pid_t writer : writers) EXPECT_EQ(waitForChild(writer), 0);
+  std::set<std::string> contents;
+  for (const auto& entry : std::filesystem::directory_iterator(folder / "shared"))
+    contents.insert(readWhole(entry.path()));
+  EXPECT_EQ(contents.size(), static_cast<std::size_t>(kProcesses) * kEach);
+  report("at once", "four processes move files to free names", kProcesses * kEach, "each file has a name of its own");
+}
+
+}  // namespace
+}  // namespace ZtFoundation::test
