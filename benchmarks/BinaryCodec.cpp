@@ -1,24 +1,16 @@
 // Reading and writing a music library as a binary property list, beside libplist, which reads the same bytes and writes the same
-// values as XML; its binary writer takes time that grows with the square of the size. Runs take turns, so that a busy moment meets all of them.
-//
-//   bench-BinaryCodec [MEGABYTES...]     sizes of the library as XML; default: 1 5 50
-//
-// Aims at 50 MB: read at most 0.40 of libplist, write no slower than libplist writes XML, both linear.
+// values as XML; its binary writer takes time that grows with the square of the size.
 
 #include <malloc.h>
 
-#include <algorithm>
 #include <cstdint>
-#include <cstdio>
-#include <cstdlib>
 #include <string>
 #include <utility>
-#include <vector>
 
 #include <ZtFoundation/platform/PropertyListSerialization.h>
 
 #include "support/MediaLibrary.h"
-#include "support/Timing.h"
+#include "support/Report.h"
 
 #if ZT_BENCH_HAS_LIBPLIST
 #include <plist/plist.h>
@@ -28,8 +20,8 @@ using namespace ZtFoundation;
 
 namespace {
 
-using bench::median;
 using bench::require;
+using bench::Samples;
 
 // What was freed before is put in order at the cost of the run that freed it.
 template <class Work>
@@ -39,7 +31,7 @@ double milliseconds(Work&& work) {
 }
 
 struct Times {
-  std::vector<double> read, destroy, write;
+  Samples read, destroy, write;
 };
 
 Ref<NSObject> readOurs(const Ref<NSData>& data, NSUInteger option = NSPropertyListImmutable) {
@@ -81,39 +73,25 @@ void runLibplist(const Ref<NSData>& data, Times& times) {
 void runLibplist(const Ref<NSData>&, Times&) {}
 #endif
 
-void printRow(const char* what, double ours, double theirs, const char* peer) {
-  std::printf("  %-22s %9.2f ms", what, ours);
-  if (theirs > 0) std::printf("   %s %9.2f ms (ours is %.2f of it)", peer, theirs, ours / theirs);
-  std::printf("\n");
-}
+}  // namespace
 
-void compare(std::size_t megabytes) {
-  const std::string text = bench::MediaLibrary::xml(megabytes * 1000 * 1000);
-  const Ref<NSObject> value = readOurs(NSData::dataWithBytes(text));
+int main() {
+  const std::size_t megabytes = bench::fullOrQuick(50U, 2U), rounds = bench::fullOrQuick(9U, 5U);
+  const Ref<NSObject> value = readOurs(NSData::dataWithBytes(bench::MediaLibrary::xml(megabytes * 1000 * 1000)));
   require(static_cast<bool>(value), "reading XML");
   const Ref<NSData> data = writeOurs(value);
   require(static_cast<bool>(data), "writing");
-
-  const std::size_t rounds = std::clamp<std::size_t>(400 / megabytes, 3, 21);
   Times immutable, containers, libplist;
   for (std::size_t round = 0; round < rounds; ++round) {
     runOurs(value, data, NSPropertyListImmutable, immutable);
     runOurs(value, data, NSPropertyListMutableContainers, containers);
     runLibplist(data, libplist);
   }
-  std::printf("%zu MB of XML, %.1f MB of binary, median of %zu\n", megabytes, static_cast<double>(data->length()) / 1e6,
-              rounds);
-  printRow("read", median(immutable.read), median(libplist.read), "libplist");
-  printRow("read mutable", median(containers.read), median(libplist.read), "libplist");
-  printRow("write", median(immutable.write), median(libplist.write), "libplist as XML");
-  printRow("destroy", median(immutable.destroy), median(libplist.destroy), "libplist");
-}
 
-}  // namespace
-
-int main(int argc, char** argv) {
-  std::vector<std::size_t> sizes;
-  for (int at = 1; at < argc; ++at) sizes.push_back(std::strtoul(argv[at], nullptr, 10));
-  if (sizes.empty()) sizes = {1, 5, 50};
-  for (const std::size_t size : sizes) compare(std::max<std::size_t>(size, 1));
+  const bench::Report report("Property lists as binary");
+  const std::string size = std::to_string(megabytes) + " MB as XML";
+  report.add({"read, " + size, "ms", immutable.read, "libplist", libplist.read, 0.4});
+  report.add({"read mutable, " + size, "ms", containers.read, "libplist", libplist.read});
+  report.add({"write, " + size, "ms", immutable.write, "libplist, writing XML", libplist.write, 1});
+  report.add({"release, " + size, "ms", immutable.destroy, "libplist", libplist.destroy});
 }

@@ -1,54 +1,39 @@
-// Copying and removing beside the commands of the system, cp and rm, started as processes: in memory, where nothing waits for a device, or in the
-// folder that is the first argument.
+// Copying, moving and removing beside the commands of the system, cp, mv and rm, started as processes: in memory, where nothing waits
+// for a device. The first argument names another folder to work in.
 
 #include <ZtFoundation/platform/FileManager.h>
 #include <ZtFoundation/platform/String.h>
 #include <fcntl.h>
-#include <spawn.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <cstdlib>
 #include <string>
 #include <vector>
 
-#include "support/Timing.h"
-
-extern char** environ;
+#include "support/Command.h"
+#include "support/Report.h"
+#include "support/Scratch.h"
 
 namespace {
 
 using namespace ZtFoundation;
 
-constexpr int kLargeFileMegabytes = 1024;
-constexpr int kFiles = 100000;
+const std::size_t kMegabytes = bench::fullOrQuick(1024U, 64U);
+const int kFiles = bench::fullOrQuick(100000, 10000);
 // As in trees of sources: few in a folder, and small.
 constexpr int kFilesInFolder = 10;
 constexpr std::size_t kFileSize = 1000;
-
-// A tenth of the work and more rounds while others use the machine: ZT_BENCH_SCALE=10.
-int scale() {
-  const char* text = std::getenv("ZT_BENCH_SCALE");
-  return text != nullptr ? std::max(1, std::atoi(text)) : 1;
-}
-
-void run(std::vector<std::string> words) {
-  std::vector<char*> arguments;
-  for (std::string& word : words) arguments.push_back(word.data());
-  arguments.push_back(nullptr);
-  pid_t child = 0;
-  int status = 0;
-  bench::require(::posix_spawnp(&child, arguments[0], nullptr, nullptr, arguments.data(), environ) == 0, "starting");
-  bench::require(::waitpid(child, &status, 0) == child && status == 0, arguments[0]);
-}
 
 Ref<NSString> stringOf(const std::string& path) { return NSString::stringWithFileSystemRepresentation(path); }
 
 void copyByLibrary(const std::string& from, const std::string& to) {
   bench::require(NSFileManager::defaultManager()->copyPath_toPath_handler(stringOf(from), stringOf(to), nullptr),
                  "copying");
+}
+void moveByLibrary(const std::string& from, const std::string& to) {
+  bench::require(NSFileManager::defaultManager()->movePath_toPath_handler(stringOf(from), stringOf(to), nullptr),
+                 "moving");
 }
 void removeByLibrary(const std::string& path) {
   bench::require(NSFileManager::defaultManager()->removeFileAtPath_handler(stringOf(path), nullptr), "removing");
@@ -66,105 +51,117 @@ void makeFile(const std::string& path, std::size_t size) {
   ::close(file);
 }
 
-int files() { return kFiles / scale(); }
-
 void makeFolder(const std::string& path) { bench::require(::mkdir(path.c_str(), 0755) == 0, "making a folder"); }
 
-void makeTree(const std::string& root, int filesInFolder) {
+void makeTree(const std::string& root, int files, int filesInFolder) {
   makeFolder(root);
   std::string folder;
-  for (int i = 0; i < files(); ++i) {
+  for (int i = 0; i < files; ++i) {
     if (i % filesInFolder == 0) makeFolder(folder = root + "/folder" + std::to_string(i));
     makeFile(folder + "/file" + std::to_string(i), kFileSize);
   }
 }
 
-// --- Measuring in turns, so that a busy moment meets both
+// --- Measuring in turns
 
-struct Times {
-  std::vector<double> ours;
-  std::vector<double> theirs;
+struct Work {
+  std::string name, command;
+  double bound;
+  std::size_t rounds;
+  std::function<void()> before, ours, theirs, after;
 };
 
-bool report(const std::string& what, const Times& times, double limit) {
-  const double ours = bench::median(times.ours);
-  const double theirs = bench::median(times.theirs);
-  std::printf("%-58s %8.1f ms, command %8.1f ms, %5.2f times (aim %.2f)\n", what.c_str(), ours, theirs, ours / theirs,
-              limit);
-  return ours <= limit * theirs;
+void compare(const bench::Report& report, const Work& work) {
+  const auto measured = [&](const std::function<void()>& action) {
+    return [&] {
+      work.before();
+      const double taken = bench::milliseconds(action);
+      work.after();
+      return taken;
+    };
+  };
+  const auto times = bench::inTurns(work.rounds, {measured(work.ours), measured(work.theirs)});
+  report.add({work.name, "ms", times[0], work.command, times[1], work.bound});
 }
 
-template <class Ours, class Theirs, class Before, class After>
-Times measure(int rounds, Ours ours, Theirs theirs, Before before, After after) {
-  Times times;
-  for (int round = 0; round < 2 * rounds; ++round) {
-    const bool isOurs = (round + round / 2) % 2 == 0;  // each goes first as often as the other
-    before();
-    if (isOurs) {
-      times.ours.push_back(bench::milliseconds(ours));
-    } else {
-      times.theirs.push_back(bench::milliseconds(theirs));
-    }
-    after();
-  }
-  return times;
+std::string described(int files, int filesInFolder) {
+  return std::to_string(files) + " files, " + std::to_string(std::min(filesInFolder, files)) + " in a folder";
 }
 
-std::string described(int filesInFolder) {
-  const int inOne = std::min(filesInFolder, files());
-  return std::to_string(files()) + " files of " + std::to_string(kFileSize) + " bytes, " + std::to_string(inOne) +
-         " in a folder";
-}
-
-bool measureLargeFile(const std::string& folder) {
-  const std::string from = folder + "/large";
-  const std::string to = folder + "/copy";
-  const int megabytes = kLargeFileMegabytes / scale();
-  makeFile(from, static_cast<std::size_t>(megabytes) << 20);
-  const Times times = measure(
-      5, [&] { copyByLibrary(from, to); },
-      [&] {
-        run({"cp", from, to});
-      },
-      [] {}, [&] { ::unlink(to.c_str()); });
-  ::unlink(from.c_str());
-  return report("copy of a file of " + std::to_string(megabytes) + " MiB", times, 1.05);
-}
-
-bool measureSmallFiles(const std::string& folder) {
-  const std::string from = folder + "/tree";
-  const std::string to = folder + "/copy";
-  makeTree(from, kFilesInFolder);
-  const Times times = measure(
-      5, [&] { copyByLibrary(from, to); },
-      [&] {
-        run({"cp", "-a", from, to});
-      },
-      [] {}, [&] { removeByLibrary(to); });
-  removeByLibrary(from);
-  return report("copy of " + described(kFilesInFolder), times, 1.1);
-}
-
-bool measureRemoval(const std::string& folder, int filesInFolder) {
+void compareRemovals(const bench::Report& report, const std::string& folder, int filesInFolder) {
   const std::string tree = folder + "/tree";
-  const Times times = measure(
-      7, [&] { removeByLibrary(tree); },
-      [&] {
-        run({"rm", "-rf", tree});
-      },
-      [&] { makeTree(tree, filesInFolder); }, [] {});
-  return report("removal of " + described(filesInFolder), times, 1.05);
+  compare(report, {.name = "removal of " + described(kFiles, filesInFolder),
+                   .command = "rm -rf",
+                   .bound = 1.05,
+                   .rounds = 9,
+                   .before = [&] { makeTree(tree, kFiles, filesInFolder); },
+                   .ours = [&] { removeByLibrary(tree); },
+                   .theirs =
+                       [&] {
+                         bench::runCommand({"rm", "-rf", tree});
+                       },
+                   .after = [] {}});
+}
+
+void compareCopiesOfOneFile(const bench::Report& report, const std::string& folder) {
+  const std::string from = folder + "/large", to = folder + "/copy";
+  makeFile(from, kMegabytes << 20);
+  compare(report, {.name = "copy of a file of " + std::to_string(kMegabytes) + " MiB",
+                   .command = "cp",
+                   .bound = 1.05,
+                   .rounds = 9,
+                   .before = [] {},
+                   .ours = [&] { copyByLibrary(from, to); },
+                   .theirs =
+                       [&] {
+                         bench::runCommand({"cp", from, to});
+                       },
+                   .after = [&] { ::unlink(to.c_str()); }});
+  ::unlink(from.c_str());
+}
+
+void compareCopiesOfTrees(const bench::Report& report, const std::string& folder) {
+  const std::string from = folder + "/tree", to = folder + "/copy";
+  makeTree(from, kFiles, kFilesInFolder);
+  compare(report, {.name = "copy of " + described(kFiles, kFilesInFolder),
+                   .command = "cp -a",
+                   .bound = 1.1,
+                   .rounds = 7,
+                   .before = [] {},
+                   .ours = [&] { copyByLibrary(from, to); },
+                   .theirs =
+                       [&] {
+                         bench::runCommand({"cp", "-a", from, to});
+                       },
+                   .after = [&] { removeByLibrary(to); }});
+  removeByLibrary(from);
+}
+
+// To another file system, which is a copy and a removal.
+void compareMoves(const bench::Report& report, const std::string& folder) {
+  const bench::Scratch elsewhere;
+  const std::string from = folder + "/tree", to = elsewhere.path() + "/tree";
+  const int files = kFiles / 10;
+  compare(report, {.name = "move of " + described(files, kFilesInFolder) + ", to another file system",
+                   .command = "mv",
+                   .bound = 0,
+                   .rounds = 7,
+                   .before = [&] { makeTree(from, files, kFilesInFolder); },
+                   .ours = [&] { moveByLibrary(from, to); },
+                   .theirs =
+                       [&] {
+                         bench::runCommand({"mv", from, to});
+                       },
+                   .after = [&] { removeByLibrary(to); }});
 }
 
 }  // namespace
 
 int main(int count, char** arguments) {
-  std::string folder = std::string(count > 1 ? arguments[1] : "/dev/shm") + "/zt-bench-XXXXXX";
-  bench::require(::mkdtemp(folder.data()) != nullptr, "making a folder");
-  bool good = true;
-  for (const int filesInFolder : {kFilesInFolder, 1000, kFiles}) good &= measureRemoval(folder, filesInFolder);
-  good &= measureLargeFile(folder);
-  good &= measureSmallFiles(folder);
-  removeByLibrary(folder);
-  return good ? EXIT_SUCCESS : EXIT_FAILURE;
+  const bench::Scratch folder(count > 1 ? arguments[1] : "/dev/shm");
+  const bench::Report report("Copying, moving and removing");
+  for (const int filesInFolder : {kFilesInFolder, 1000, kFiles}) compareRemovals(report, folder.path(), filesInFolder);
+  compareCopiesOfOneFile(report, folder.path());
+  compareCopiesOfTrees(report, folder.path());
+  compareMoves(report, folder.path());
 }

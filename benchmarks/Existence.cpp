@@ -1,22 +1,18 @@
-// Whether an item exists, beside the bare system call: at most 1.5 times its time.
+// Whether an item exists, beside the bare system call.
 
 #include <ZtFoundation/Files.h>
 #include <sys/stat.h>
 
-#include <cstdio>
-#include <cstdlib>
 #include <filesystem>
 #include <string>
-#include <vector>
 
-#include "support/Timing.h"
+#include "support/Report.h"
 
 namespace {
 
 using namespace ZtFoundation;
 
 constexpr int kCalls = 20'000;
-constexpr int kRounds = 31;
 constexpr double kAllowed = 1.5;
 
 struct Item {
@@ -39,46 +35,38 @@ const Question kQuestions[] = {
     {"directoryExists", JxFileExistence::directoryExists, [](const Item& item) { return item.isFolder; }},
 };
 
+template <class Call>
+double nanosecondsPerCall(Call call) {
+  return 1e6 / kCalls * bench::milliseconds([&] {
+           for (int i = 0; i < kCalls; ++i) call();
+         });
+}
+
 double timeOfBareCall(const Item& item) {
-  return bench::milliseconds([&] {
-    struct stat status;
-    for (int call = 0; call < kCalls; ++call) {
-      bench::require((::stat(item.path.c_str(), &status) == 0) == item.exists, "stat");
-    }
-  });
+  struct stat status;
+  return nanosecondsPerCall([&] { bench::require((::stat(item.path.c_str(), &status) == 0) == item.exists, "stat"); });
 }
 
 double timeOf(const Question& question, const Item& item) {
   const bool expected = question.expected(item);
-  return bench::milliseconds([&] {
-    for (int call = 0; call < kCalls; ++call) bench::require(question.ask(item.string) == expected, question.name);
-  });
+  return nanosecondsPerCall([&] { bench::require(question.ask(item.string) == expected, question.name); });
 }
 
-// Both in turn, so that whatever else the machine does hits both.
-bool isInTime(const Question& question, const Item& item) {
-  std::vector<double> ratios;
-  double bare = 0;
-  for (int round = 0; round < kRounds; ++round) {
-    bare = timeOfBareCall(item);
-    ratios.push_back(timeOf(question, item) / bare);
-  }
-  const double ratio = bench::median(ratios);
-  std::printf("%-16s %-8s %5.2f times stat (%.0f ns; at most %.1f)\n", question.name, item.name, ratio,
-              bare * 1e6 / kCalls, kAllowed);
-  return ratio <= kAllowed;
+void compare(const bench::Report& report, const Question& question, const Item& item) {
+  const auto times = bench::inTurns(31, {[&] { return timeOf(question, item); }, [&] { return timeOfBareCall(item); }});
+  report.add({std::string(question.name) + ", " + item.name, "ns", times[0], "stat(2)", times[1], kAllowed});
 }
 
 }  // namespace
 
 int main() {
-  const std::string folder = std::filesystem::canonical("/proc/self/exe").parent_path();
-  const Item items[] = {{.name = "file", .path = folder + "/bench-Existence", .exists = true, .isFolder = false},
-                        {.name = "folder", .path = folder, .exists = true, .isFolder = true},
+  const std::string program = std::filesystem::canonical("/proc/self/exe");
+  const std::string folder = std::filesystem::path(program).parent_path();
+  const Item items[] = {{.name = "a file", .path = program, .exists = true, .isFolder = false},
+                        {.name = "a folder", .path = folder, .exists = true, .isFolder = true},
                         {.name = "nothing", .path = folder + "/nothing there", .exists = false, .isFolder = false}};
-  bool good = true;
+  const bench::Report report("Existence of items");
   for (const Item& item : items) {
-    for (const Question& question : kQuestions) good &= isInTime(question, item);
+    for (const Question& question : kQuestions) compare(report, question, item);
   }
-  return good ? EXIT_SUCCESS : EXIT_FAILURE;
 }

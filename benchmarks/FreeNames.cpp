@@ -1,47 +1,34 @@
-// A free name beside 100,000 taken ones, against listing the folder once: at most three times as long.
+// A free name beside many taken ones, against listing the folder once by readdir, and the library's listing of it against the same and
+// against ls.
 
 #include <ZtFoundation/Files.h>
+#include <ZtFoundation/platform/FileManager.h>
 #include <dirent.h>
 #include <fcntl.h>
-#include <stdlib.h>
 #include <unistd.h>
 
-#include <filesystem>
 #include <string>
 
-#include "support/Timing.h"
+#include "support/Command.h"
+#include "support/Report.h"
+#include "support/Scratch.h"
 
 namespace {
 
 using namespace ZtFoundation;
+using bench::milliseconds;
+using bench::require;
 
-constexpr int kTaken = 100'000;
-constexpr int kRounds = 15;
-constexpr double kMostListings = 3;
+void makeFile(const std::string& path) {
+  const int file = ::open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600);
+  require(file >= 0, "making a file");
+  ::close(file);
+}
 
-struct Folder {
-  Folder() {
-    std::string name = (std::filesystem::temp_directory_path() / "zt-bench-XXXXXX").string();
-    bench::require(::mkdtemp(name.data()) != nullptr, "making a folder");
-    path = name;
-  }
-  Folder(const Folder&) = delete;
-  Folder& operator=(const Folder&) = delete;
-  ~Folder() { std::filesystem::remove_all(path); }
-
-  void take(const std::string& name) const {
-    const int file = ::open((path + "/" + name).c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600);
-    bench::require(file >= 0, "making a file");
-    ::close(file);
-  }
-
-  std::string path;
-};
-
-int listed(const std::string& path) {
+std::size_t listed(const std::string& path) {
   DIR* const folder = ::opendir(path.c_str());
-  bench::require(folder != nullptr, "opening the folder");
-  int count = 0;
+  require(folder != nullptr, "opening the folder");
+  std::size_t count = 0;
   while (::readdir(folder) != nullptr) ++count;
   ::closedir(folder);
   return count;
@@ -50,22 +37,35 @@ int listed(const std::string& path) {
 }  // namespace
 
 int main() {
-  const Folder folder;
-  folder.take("Photo.jpg");
-  for (int number = 1; number <= kTaken; ++number) folder.take("Photo_" + std::to_string(number) + ".jpg");
-
-  const Ref<NSString> wanted = folder.path + "/Photo.jpg";
-  const std::string expected = folder.path + "/Photo_" + std::to_string(kTaken + 1) + ".jpg";
-  std::vector<double> listings, names;
-  for (int round = 0; round < kRounds; ++round) {
-    listings.push_back(bench::milliseconds([&] { bench::require(listed(folder.path) == kTaken + 3, "listing"); }));
-    names.push_back(bench::milliseconds([&] {
-      const Ref<NSString> name = JxTalvoZtWdExensions::unusedTalvoFilePath(wanted);
-      bench::require(name && name->utf8() == expected, "finding the free name");
-    }));
+  const std::size_t taken = bench::fullOrQuick(100'000U, 10'000U);
+  const bench::Scratch folder;
+  makeFile(folder.path() + "/Photo.jpg");
+  for (std::size_t number = 1; number <= taken; ++number) {
+    makeFile(folder.path() + "/Photo_" + std::to_string(number) + ".jpg");
   }
-  const double ratio = bench::median(names) / bench::median(listings);
-  std::printf("free name beside %d  %6.1f ms   listing once %6.1f ms   ratio %.2f (at most %.0f)\n", kTaken,
-              bench::median(names), bench::median(listings), ratio, kMostListings);
-  return ratio <= kMostListings ? EXIT_SUCCESS : EXIT_FAILURE;
+  const Ref<NSString> path = folder.path(), wanted = folder.path() + "/Photo.jpg";
+  const std::string expected = folder.path() + "/Photo_" + std::to_string(taken + 1) + ".jpg";
+
+  const auto times = bench::inTurns(
+      15, {[&] {
+             return milliseconds([&] {
+               const Ref<NSString> name = JxTalvoZtWdExensions::unusedTalvoFilePath(wanted);
+               require(name && name->utf8() == expected, "finding the free name");
+             });
+           },
+           [&] {
+             return milliseconds([&] {
+               require(NSFileManager::defaultManager()->directoryContentsAtPath(path)->count() == taken + 1, "listing");
+             });
+           },
+           [&] { return milliseconds([&] { require(listed(folder.path()) == taken + 3, "listing by readdir"); }); },
+           [&] { return milliseconds([&] {
+                   bench::runCommand({"ls", "-f", folder.path()});
+                 }); }});
+
+  const bench::Report report("Free names and listings");
+  const std::string among = std::to_string(taken) + " taken ones";
+  report.add({"free name beside " + among, "ms", times[0], "one listing by readdir", times[2], 3});
+  report.add({"listing of " + std::to_string(taken) + " names", "ms", times[1], "readdir, names not kept", times[2]});
+  report.add({"listing of " + std::to_string(taken) + " names", "ms", times[1], "ls -f", times[3]});
 }

@@ -1,35 +1,45 @@
-// How time and memory grow with the size of a file: reading and writing a music library as XML and binary, and settings as INI
-// text. Linear growth shows as columns that stay the same from row to row.
-//
-//   bench-Growth [MEGABYTES...]     default: 1 5 50 200; 500 needs 3 GB of memory
+// How time and memory grow with the size of a file: a music library as XML and binary, and settings as INI text. Time and memory for each
+// megabyte are compared with those of the smallest file; linear growth shows as ratios about 1.
 
+#include <sys/mman.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <cstdio>
 #include <cstdlib>
+#include <new>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <ZtFoundation/PropertyLists.h>
 
 #include "support/MediaLibrary.h"
-#include "support/Timing.h"
+#include "support/Report.h"
+#include "support/Scratch.h"
 
 using namespace ZtFoundation;
-using bench::milliseconds;
+using bench::processorMilliseconds;
 using bench::require;
+using bench::Samples;
 
 namespace {
 
-constexpr std::size_t kMegabyte = 1 << 20;
+constexpr std::size_t kMegabyte = 1000 * 1000;
 constexpr QvPropertyListFormat kXML = 100;
 constexpr QvPropertyListFormat kBinary = 200;
+// Tables that outgrow the caches cost some; what grows with the square would be some hundred times as much.
+constexpr double kMostGrowth = 2;
 
-struct Row {
+struct Format {
   const char* name;
-  QvPropertyListFormat format;
+  QvPropertyListFormat number;
+};
+
+// What a megabyte of the file costs.
+struct Cost {
+  double reading, writing;  // milliseconds
+  double memory;            // megabytes
 };
 
 Ref<NSObject> read(const Ref<NSData>& bytes, QvPropertyListFormat format) {
@@ -51,43 +61,34 @@ std::string settings(std::size_t bytes) {
   return text;
 }
 
-// A music library of the size in the format; binary is smaller than the XML that it is made from.
+// `bytes` of text; binary is a quarter of the XML that it is made from.
 Ref<NSData> makeInput(QvPropertyListFormat format, std::size_t bytes) {
   if (format == QvPropertyListINIFormat) return NSData::dataWithString(settings(bytes));
-  constexpr std::size_t kXMLPerBinary = 4;
-  Ref<NSData> xml = NSData::dataWithString(bench::MediaLibrary::xml(format == kBinary ? kXMLPerBinary * bytes : bytes));
+  Ref<NSData> xml = NSData::dataWithString(bench::MediaLibrary::xml(bytes));
   return format == kBinary ? write(read(xml, kXML), kBinary) : xml;
 }
 
 double peakMegabytes() {
   rusage usage{};
   getrusage(RUSAGE_SELF, &usage);
-  return static_cast<double>(usage.ru_maxrss) / 1024;
+  return static_cast<double>(usage.ru_maxrss) * 1024 / kMegabyte;
 }
 
-// In a process of its own, so that the peak of memory is this row's. The input lies in a file, since making it takes memory too.
-void measure(const Row& row, const char* file) {
+Cost costOf(QvPropertyListFormat format, const std::string& file) {
   const Ref<NSData> input = NSData::dataWithContentsOfFile(file);
   require(static_cast<bool>(input), "reading the input file");
   const double megabytes = static_cast<double>(input->length()) / kMegabyte;
   const double before = peakMegabytes();
   Ref<NSObject> value;
-  const double reading = milliseconds([&] { value = read(input, row.format); });
+  const double reading = processorMilliseconds([&] { value = read(input, format); });
   require(static_cast<bool>(value), "reading");
-  const double afterReading = peakMegabytes();
   Ref<NSData> output;
-  const double writing = milliseconds([&] { output = write(value, row.format); });
+  const double writing = processorMilliseconds([&] { output = write(value, format); });
   require(static_cast<bool>(output), "writing");
-  const double afterWriting = peakMegabytes();
-  const double releasing = milliseconds([&] { value.reset(); });
-  std::printf(
-      "%-7s %7.1f MB  read %9.1f ms %6.2f ms/MB  write %6.2f ms/MB  release %6.2f ms/MB  memory %5.2f and %5.2f "
-      "MB/MB\n",
-      row.name, megabytes, reading, reading / megabytes, writing / megabytes, releasing / megabytes,
-      (afterReading - before) / megabytes, (afterWriting - afterReading) / megabytes);
-  std::fflush(stdout);
+  return {reading / megabytes, writing / megabytes, (peakMegabytes() - before) / megabytes};
 }
 
+// In a process of its own, so that the peak of memory is that of the work.
 template <class Work>
 void inProcessOfItsOwn(Work work) {
   const pid_t child = fork();
@@ -99,24 +100,65 @@ void inProcessOfItsOwn(Work work) {
   require(child > 0 && waitpid(child, &status, 0) == child && status == 0, "a measurement");
 }
 
-}  // namespace
+// Filled by processes that this one starts.
+Cost* sharedCost() {
+  void* const page = ::mmap(nullptr, sizeof(Cost), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+  require(page != MAP_FAILED, "sharing memory");
+  return new (page) Cost{};
+}
 
-int main(int argc, char** argv) {
-  std::vector<std::size_t> sizes;
-  for (int index = 1; index < argc; ++index) sizes.push_back(std::strtoull(argv[index], nullptr, 10));
-  if (sizes.empty()) sizes = {1, 5, 50, 200};
+struct Series {
+  Samples reading, writing, memory;
 
-  char file[] = "/tmp/ztgrowth-XXXXXX";
-  const int descriptor = mkstemp(file);
-  require(descriptor >= 0, "making a temporary file");
-  close(descriptor);
-  for (const Row& row : {Row{"XML", kXML}, Row{"binary", kBinary}, Row{"INI", QvPropertyListINIFormat}}) {
-    for (const std::size_t size : sizes) {
-      inProcessOfItsOwn([&] {
-        require(makeInput(row.format, size * kMegabyte)->writeToFile_atomically(file, false), "writing the input file");
-      });
-      inProcessOfItsOwn([&] { measure(row, file); });
+  void add(const Cost& cost) {
+    reading.push_back(cost.reading);
+    writing.push_back(cost.writing);
+    memory.push_back(cost.memory);
+  }
+};
+
+// The input lies in a file, since making it takes memory too.
+std::vector<Series> measured(const Format& format, const std::vector<std::size_t>& sizes, std::size_t rounds) {
+  static Cost* const cost = sharedCost();
+  const bench::Scratch folder;
+  const auto fileOf = [&](std::size_t size) { return folder.path() + "/" + std::to_string(size); };
+  for (const std::size_t size : sizes) {
+    inProcessOfItsOwn([&] {
+      const Ref<NSData> input = makeInput(format.number, size * kMegabyte);
+      require(input->writeToFile_atomically(fileOf(size), false), "writing the input file");
+    });
+  }
+  std::vector<Series> result(sizes.size());
+  for (std::size_t round = 0; round < rounds; ++round) {
+    for (std::size_t at = 0; at < sizes.size(); ++at) {
+      inProcessOfItsOwn([&] { *cost = costOf(format.number, fileOf(sizes[at])); });
+      result[at].add(*cost);
     }
   }
-  unlink(file);
+  return result;
+}
+
+void compare(const bench::Report& report, const Format& format, const std::vector<std::size_t>& sizes,
+             std::size_t rounds) {
+  const std::vector<Series> series = measured(format, sizes, rounds);
+  const Series& smallest = series.front();
+  const std::string peer = "the same, " + std::to_string(sizes.front()) + " MB";
+  for (std::size_t at = 1; at < sizes.size(); ++at) {
+    const std::string name = std::string(format.name) + ", " + std::to_string(sizes[at]) + " MB";
+    report.add({"read " + name, "ms/MB", series[at].reading, peer, smallest.reading, kMostGrowth});
+    report.add({"write " + name, "ms/MB", series[at].writing, peer, smallest.writing, kMostGrowth});
+    report.add({"memory " + name, "MB/MB", series[at].memory, peer, smallest.memory, kMostGrowth});
+  }
+}
+
+}  // namespace
+
+int main() {
+  const bench::Report report("Growth with the size of the file");
+  const std::vector<std::size_t> sizes =
+      bench::isQuick() ? std::vector<std::size_t>{1, 5, 20} : std::vector<std::size_t>{1, 50, 500};
+  for (const Format& format :
+       {Format{"XML", kXML}, Format{"binary (from XML)", kBinary}, Format{"INI", QvPropertyListINIFormat}}) {
+    compare(report, format, sizes, 3);
+  }
 }

@@ -1,35 +1,37 @@
-// INI text: reading it into sections beside the bare parse of inih, whose callback does no more than look at what it is
-// given, and writing it. The runs take turns, and medians of processor time are compared.
-//
-//   bench-INI [MEGABYTES...]     default: 1 5 50 500
-//
-// Aims at 50 MB: reading takes less time than inih. Everything grows with the text.
+// INI text: reading it into sections beside the bare parse of inih, whose callback does no more than look at what it is given, and beside
+// SimpleIni and GKeyFile, which keep what they read and write it as well.
 
 #include <algorithm>
-#include <cstdio>
-#include <cstdlib>
-#include <ctime>
+#include <cstddef>
+#include <memory>
 #include <string>
-#include <vector>
 
 #include <ZtFoundation/PropertyLists.h>
 
-#include "support/Timing.h"
+#include "support/Report.h"
 
 #if ZT_BENCH_HAS_INIH
 #include <ini.h>
+#endif
+#if ZT_BENCH_HAS_SIMPLEINI
+#define SI_CONVERT_ICU  // Debian lacks a header of the converter it takes otherwise; bytes are not converted anyway
+#include <SimpleIni.h>
+#endif
+#if ZT_BENCH_HAS_GLIB
+#include <glib.h>
 #endif
 
 using namespace ZtFoundation;
 
 namespace {
 
+using bench::require;
+using bench::Samples;
+
 // Of the processor, so that other work on the machine counts little.
 template <class Work>
 double milliseconds(Work work) {
-  const std::clock_t start = std::clock();
-  work();
-  return static_cast<double>(std::clock() - start) * 1e3 / CLOCKS_PER_SEC;
+  return bench::processorMilliseconds(work);
 }
 
 // Settings of many windows: a dozen entries each, numbers, switches, titles and paths. `title` comes into each.
@@ -58,6 +60,20 @@ Ref<NSData> writeOurs(const Ref<NSObject>& value) {
                                                                                    nullptr);
 }
 
+struct Times {
+  Samples read, write;
+};
+
+void runOurs(const std::string& text, Times& times) {
+  const Ref<NSData> data = NSData::dataWithBytes(text);
+  Ref<NSObject> value;
+  Ref<NSData> written;
+  times.read.push_back(milliseconds([&] { value = readOurs(data); }));
+  times.write.push_back(milliseconds([&] { written = writeOurs(value); }));
+  require(as<NSDictionary>(value)->count() != 0, "reading");
+  require(written && written->length() > text.size() / 2, "writing");
+}
+
 #if ZT_BENCH_HAS_INIH
 int look(void* sum, const char* section, const char* name, const char* value) {
   *static_cast<unsigned*>(sum) += static_cast<unsigned>(section[0] + name[0] + value[0]);
@@ -65,58 +81,64 @@ int look(void* sum, const char* section, const char* name, const char* value) {
 }
 #endif
 
-struct Times {
-  std::vector<double> read, write, destroy, inih;
-};
-
-void runOurs(const Ref<NSData>& data, Times& times) {
-  Ref<NSObject> value;
-  Ref<NSData> written;
-  times.read.push_back(milliseconds([&] { value = readOurs(data); }));
-  times.write.push_back(milliseconds([&] { written = writeOurs(value); }));
-  bench::require(as<NSDictionary>(value)->count() != 0, "reading");
-  bench::require(static_cast<bool>(written), "writing");
-  times.destroy.push_back(milliseconds([&] { value.reset(); }));
-}
-
-void runPeer([[maybe_unused]] const std::string& text, [[maybe_unused]] Times& times) {
+void runInih([[maybe_unused]] const std::string& text, [[maybe_unused]] Times& times) {
 #if ZT_BENCH_HAS_INIH
   unsigned sum = 0;
-  times.inih.push_back(milliseconds([&] { ini_parse_string(text.c_str(), look, &sum); }));
-  bench::require(sum != 0, "reading with inih");
+  times.read.push_back(milliseconds([&] { ini_parse_string(text.c_str(), look, &sum); }));
+  require(sum != 0, "reading with inih");
 #endif
 }
 
-void compare(const char* what, const std::string& text, std::size_t rounds) {
-  const Ref<NSData> data = NSData::dataWithBytes(text);
-  Times times;
-  for (std::size_t i = 0; i < rounds; ++i) {
-    runOurs(data, times);
-    runPeer(text, times);
+void runSimpleIni([[maybe_unused]] const std::string& text, [[maybe_unused]] Times& times) {
+#if ZT_BENCH_HAS_SIMPLEINI
+  CSimpleIniCaseA settings(true);
+  bool good = false;
+  times.read.push_back(milliseconds([&] { good = settings.LoadData(text) == SI_OK; }));
+  require(good, "reading with SimpleIni");
+  std::string written;
+  times.write.push_back(milliseconds([&] { good = settings.Save(written) == SI_OK; }));
+  require(good && written.size() > text.size() / 2, "writing with SimpleIni");
+#endif
+}
+
+void runGKeyFile([[maybe_unused]] std::string text, [[maybe_unused]] Times& times) {
+#if ZT_BENCH_HAS_GLIB
+  std::replace(text.begin(), text.end(), ';', '#');  // its sign of a comment
+  const std::unique_ptr<GKeyFile, void (*)(GKeyFile*)> settings(g_key_file_new(), g_key_file_unref);
+  bool good = false;
+  times.read.push_back(milliseconds([&] {
+    good = g_key_file_load_from_data(settings.get(), text.data(), text.size(), G_KEY_FILE_NONE, nullptr) != FALSE;
+  }));
+  require(good, "reading with GKeyFile");
+  gsize length = 0;
+  char* written = nullptr;
+  times.write.push_back(milliseconds([&] { written = g_key_file_to_data(settings.get(), &length, nullptr); }));
+  require(length > text.size() / 2, "writing with GKeyFile");
+  g_free(written);
+#endif
+}
+
+void compare(const bench::Report& report, const char* what, const std::string& text, std::size_t rounds) {
+  Times ours, inih, simpleIni, keyFile;
+  for (std::size_t round = 0; round < rounds; ++round) {
+    runOurs(text, ours);
+    runInih(text, inih);
+    runSimpleIni(text, simpleIni);
+    runGKeyFile(text, keyFile);
   }
-  const double megabytes = static_cast<double>(text.size()) / 1e6;
-  const double read = bench::median(times.read);
-  const double write = bench::median(times.write);
-  std::printf("%6.0f MB  %-7s  read %8.2f ms (%5.2f ms/MB)   write %8.2f ms (%5.2f ms/MB)   destroy %8.2f ms",
-              megabytes, what, read, read / megabytes, write, write / megabytes, bench::median(times.destroy));
-  if (const double inih = bench::median(times.inih); inih > 0) {
-    std::printf("   inih %8.2f ms (reading is %.2f of it)", inih, read / inih);
-  }
-  std::printf("\n");
+  const std::string name = std::string(what) + ", " + std::to_string(text.size() / 1000 / 1000) + " MB";
+  report.add({"read " + name, "ms", ours.read, "inih, bare callback", inih.read, 1});
+  report.add({"read " + name, "ms", ours.read, "SimpleIni", simpleIni.read});
+  report.add({"read " + name, "ms", ours.read, "GKeyFile", keyFile.read});
+  report.add({"write " + name, "ms", ours.write, "SimpleIni", simpleIni.write});
+  report.add({"write " + name, "ms", ours.write, "GKeyFile", keyFile.write});
 }
 
 }  // namespace
 
-int main(int argc, char** argv) {
-  std::vector<std::size_t> sizes;
-  for (int i = 1; i < argc; ++i) sizes.push_back(std::strtoul(argv[i], nullptr, 10));
-  if (sizes.empty()) sizes = {1, 5, 50, 500};
-#if !ZT_BENCH_HAS_INIH
-  std::printf("inih is not installed: nothing to compare with\n");
-#endif
-  for (const std::size_t size : sizes) {
-    const std::size_t rounds = std::clamp<std::size_t>(500 / std::max<std::size_t>(size, 1), 3, 21);
-    compare("ASCII", settingsText(size * 1000 * 1000, "Notes of today"), rounds);
-    if (size <= 50) compare("Unicode", settingsText(size * 1000 * 1000, "Größe und 日本語"), rounds);
-  }
+int main() {
+  const bench::Report report("Settings as INI text");
+  const std::size_t size = bench::fullOrQuick(50U, 2U) * 1000U * 1000U, rounds = bench::fullOrQuick(7U, 5U);
+  compare(report, "ASCII", settingsText(size, "Notes of today"), rounds);
+  compare(report, "Unicode", settingsText(size, "Größe und 日本語"), rounds);
 }

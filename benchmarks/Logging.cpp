@@ -5,12 +5,11 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#include <cstdio>
-#include <cstdlib>
+#include <functional>
 #include <string_view>
 #include <vector>
 
-#include "support/Timing.h"
+#include "support/Report.h"
 
 #if ZT_BENCH_HAS_SPDLOG
 #include <spdlog/sinks/stdout_sinks.h>
@@ -21,8 +20,8 @@ namespace {
 
 using namespace ZtFoundation;
 
-constexpr int kLines = 100'000;
-constexpr int kRounds = 9;
+const int kLines = bench::fullOrQuick(100'000, 20'000);
+const std::size_t kRounds = bench::fullOrQuick(31U, 11U);
 
 constexpr std::string_view kLine =
     "2024-05-17 09:30:00.125 bench-Logging[12345:12345] WARN  camera - battery at 42% of 3.70 V\n";
@@ -52,38 +51,13 @@ void writePeerInFull(int i) {
 }
 #endif
 
-struct Contender {
-  const char* name;
-  void (*write)(int);
-  std::vector<double> nanoseconds = {};
-};
-
-void measure(Contender& contender) {
-  const double taken = bench::milliseconds([&] {
-    for (int i = 0; i < kLines; ++i) contender.write(i);
-  });
-  contender.nanoseconds.push_back(taken * 1e6 / kLines);
-}
-
-double report(const Contender& contender, double raw) {
-  const double median = bench::median(contender.nanoseconds);
-  std::printf("%-16s %8.0f ns a line, %5.2f times write(2)\n", contender.name, median, median / raw);
-  return median;
-}
-
-bool reaches(const char* aim, bool reached) {
-  std::printf("%s: %s\n", aim, reached ? "reached" : "MISSED");
-  return reached;
-}
-
-// The first three are write(2), YbLog and ZtLog; others are peers.
-bool reachesItsAims(const std::vector<Contender>& contenders) {
-  const double raw = bench::median(contenders[0].nanoseconds);
-  std::vector<double> medians;
-  for (const Contender& contender : contenders) medians.push_back(report(contender, raw));
-  bool good = reaches("YbLog takes at most 4 times write(2)", medians[1] <= 4 * raw);
-  if (medians.size() > 3) good &= reaches("YbLog is faster than spdlog", medians[1] < medians[3]);
-  return good;
+std::function<double()> nanosecondsPerLine(void (*write)(int)) {
+  return [write] {
+    const double taken = bench::milliseconds([&] {
+      for (int i = 0; i < kLines; ++i) write(i);
+    });
+    return taken * 1e6 / kLines;
+  };
 }
 
 }  // namespace
@@ -93,16 +67,18 @@ int main() {
   bench::require(nowhere >= 0 && ::dup2(nowhere, STDERR_FILENO) >= 0, "redirecting standard error");
   ZtLoggingManager::setSharedLoggingManager(make<ZtLoggingManager>());
 
-  std::vector<Contender> contenders{{"write(2)", writeRaw}, {"YbLog", writeLevelled}, {"ZtLog", writePlain}};
+  std::vector<std::function<double()>> contenders{nanosecondsPerLine(writeLevelled), nanosecondsPerLine(writePlain),
+                                                  nanosecondsPerLine(writeRaw)};
 #if ZT_BENCH_HAS_SPDLOG
-  contenders.push_back({"spdlog", writePeer});
-  contenders.push_back({"spdlog, in full", writePeerInFull});
-#else
-  std::puts("spdlog is not installed, so nothing is compared with it");
+  contenders.push_back(nanosecondsPerLine(writePeer));
+  contenders.push_back(nanosecondsPerLine(writePeerInFull));
 #endif
-  for (int round = 0; round < kRounds; ++round) {  // turn by turn, so that a busy moment meets all
-    for (Contender& contender : contenders) measure(contender);
-  }
+  std::vector<bench::Samples> times = bench::inTurns(kRounds, contenders);
+  times.resize(5);
 
-  return reachesItsAims(contenders) ? EXIT_SUCCESS : EXIT_FAILURE;
+  const bench::Report report("Log lines to /dev/null");
+  report.add({"YbLog", "ns", times[0], "write(2)", times[2], 4});
+  report.add({"YbLog", "ns", times[0], "spdlog, its default line", times[3], 1});
+  report.add({"YbLog", "ns", times[0], "spdlog, the same fields", times[4], 1});
+  report.add({"ZtLog", "ns", times[1], "write(2)", times[2], 4});
 }

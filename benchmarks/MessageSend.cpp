@@ -1,11 +1,10 @@
 // What a message costs that finds its method in the cache, beside a virtual call of the same method.
 
-#include <algorithm>
-#include <chrono>
-#include <cstdio>
 #include <vector>
 
 #include <ZtFoundation/platform/Runtime.h>
+
+#include "support/Report.h"
 
 namespace messagebench {
 
@@ -28,7 +27,7 @@ class DoubleCounter : public Counter {
 };
 ZT_IMPLEMENT_CLASS(DoubleCounter, ZT_METHOD("add:", &DoubleCounter::add));
 
-constexpr int kCalls = 20'000'000;
+const unsigned kCalls = bench::fullOrQuick(10'000'000U, 2'000'000U);
 
 // Two classes in turn, so that neither call is always the same one.
 std::vector<Ref<Counter>> counters() {
@@ -40,24 +39,25 @@ std::vector<Ref<Counter>> counters() {
 template <class Call>
 double nanosecondsPerCall(const Call& call) {
   const std::vector<Ref<Counter>> objects = counters();
-  double best = 1e9;
-  for (int round = 0; round < 5; ++round) {
-    const auto start = std::chrono::steady_clock::now();
+  const double taken = bench::processorMilliseconds([&] {
     for (unsigned i = 0; i < kCalls; ++i) call(objects[i % 8]);
-    const std::chrono::duration<double, std::nano> taken = std::chrono::steady_clock::now() - start;
-    best = std::min(best, taken.count() / kCalls);
-  }
-  return best;
+  });
+  return taken * 1e6 / kCalls;
+}
+
+double timeOfMessage() {
+  return nanosecondsPerCall(
+      [](const Ref<Counter>& counter) { send<NSInteger>(counter, ZT_SELECTOR("add:"), NSInteger{1}); });
+}
+
+double timeOfVirtualCall() {
+  return nanosecondsPerCall([](const Ref<Counter>& counter) { counter->add(1); });
 }
 
 }  // namespace messagebench
 
 int main() {
-  using namespace messagebench;
-  const double direct = nanosecondsPerCall([](const Ref<Counter>& counter) { counter->add(1); });
-  const double message = nanosecondsPerCall(
-      [](const Ref<Counter>& counter) { send<NSInteger>(counter, ZT_SELECTOR("add:"), NSInteger{1}); });
-  std::printf("virtual call  %6.2f ns\nmessage       %6.2f ns\nratio         %6.2f (at most 4)\n", direct, message,
-              message / direct);
-  return message <= 4 * direct ? 0 : 1;
+  const auto times = bench::inTurns(15, {messagebench::timeOfMessage, messagebench::timeOfVirtualCall});
+  const bench::Report report("Messages");
+  report.add({"message that hits the cache", "ns", times[0], "virtual call", times[1], 4});
 }

@@ -4,11 +4,11 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <cstdio>
-#include <ctime>
 #include <random>
 #include <string>
 #include <vector>
+
+#include "support/Report.h"
 
 #if ZT_BENCH_HAS_ICU
 #include <unicode/ucol.h>
@@ -19,7 +19,7 @@ namespace {
 using namespace ZtFoundation;
 
 constexpr std::size_t kNames = 1000;
-constexpr int kRounds = 40;
+constexpr std::size_t kRounds = 41;
 constexpr int kRepeats = 10;
 
 struct Names {
@@ -46,18 +46,14 @@ Names makeNames(const std::vector<std::u16string>& beginnings, const std::vector
   return names;
 }
 
-// The best processor time of several rounds, in nanoseconds for each comparison.
+// Nanoseconds of the processor for each comparison.
 template <class Work>
 double measure(Work work) {
-  double best = 1e18;
-  for (int round = 0; round < kRounds; ++round) {
-    std::uint64_t comparisons = 0;
-    const std::clock_t start = std::clock();
+  std::uint64_t comparisons = 0;
+  const double taken = bench::processorMilliseconds([&] {
     for (int i = 0; i < kRepeats; ++i) work(comparisons);
-    const double nanoseconds = static_cast<double>(std::clock() - start) * (1e9 / CLOCKS_PER_SEC);
-    best = std::min(best, nanoseconds / static_cast<double>(comparisons));
-  }
-  return best;
+  });
+  return taken * 1e6 / static_cast<double>(comparisons);
 }
 
 std::vector<std::size_t> indexes() {
@@ -88,54 +84,57 @@ double timeOfRandomPairs(Compare compare) {
   });
 }
 
-void report(const char* names, const char* what, double ours, double theirs) {
-  std::printf("%-10s %-14s %8.1f ns  collator %8.1f ns  ratio %.3f\n", names, what, ours, theirs, ours / theirs);
+int compareByLibrary(const Names& names, std::size_t a, std::size_t b) {
+  return static_cast<int>(QvFoundationExtensions::naturalCompare(names.strings[a], names.strings[b]));
 }
 
 #if ZT_BENCH_HAS_ICU
-
 UCollator* openCollator() {
   UErrorCode status = U_ZERO_ERROR;
   UCollator* const collator = ucol_open("root", &status);
   ucol_setAttribute(collator, UCOL_STRENGTH, UCOL_SECONDARY, &status);
   ucol_setAttribute(collator, UCOL_NUMERIC_COLLATION, UCOL_ON, &status);
   ucol_setAttribute(collator, UCOL_NORMALIZATION_MODE, UCOL_ON, &status);
+  bench::require(U_SUCCESS(status), "opening the collator");
   return collator;
 }
 
-void compareWithCollator(const char* label, const Names& names) {
+int compareByCollator(const Names& names, std::size_t a, std::size_t b) {
   static UCollator* const collator = openCollator();
-  const auto ours = [&](std::size_t a, std::size_t b) {
-    return static_cast<int>(QvFoundationExtensions::naturalCompare(names.strings[a], names.strings[b]));
-  };
-  const auto theirs = [&](std::size_t a, std::size_t b) {
-    const std::u16string &x = names.units[a], &y = names.units[b];
-    return static_cast<int>(
-        ucol_strcoll(collator, x.data(), static_cast<int32_t>(x.size()), y.data(), static_cast<int32_t>(y.size())));
-  };
-  report(label, "sorting", timeOfSorting(ours), timeOfSorting(theirs));
-  report(label, "random pairs", timeOfRandomPairs(ours), timeOfRandomPairs(theirs));
+  const std::u16string &x = names.units[a], &y = names.units[b];
+  return ucol_strcoll(collator, x.data(), static_cast<int32_t>(x.size()), y.data(), static_cast<int32_t>(y.size()));
 }
-
 #else
+int compareByCollator(const Names&, std::size_t, std::size_t) { return 0; }
+#endif
 
-void compareWithCollator(const char* label, const Names& names) {
-  const auto ours = [&](std::size_t a, std::size_t b) {
-    return static_cast<int>(QvFoundationExtensions::naturalCompare(names.strings[a], names.strings[b]));
-  };
-  std::printf("%-10s sorting %8.1f ns, nothing to compare with: ICU is not installed\n", label, timeOfSorting(ours));
+template <class Work>
+void compare(const bench::Report& report, const std::string& name, double bound, Work work) {
+  auto times =
+      bench::inTurns(kRounds, {[&] { return work(compareByLibrary); }, [&] { return work(compareByCollator); }});
+  if (!ZT_BENCH_HAS_ICU) times[1].clear();
+  report.add({name, "ns", times[0], "ICU's ucol_strcoll", times[1], bound});
 }
 
-#endif
+void compare(const bench::Report& report, const std::string& label, double bound, const Names& names) {
+  const auto sorting = [&](auto one) {
+    return timeOfSorting([&](std::size_t a, std::size_t b) { return one(names, a, b); });
+  };
+  const auto pairs = [&](auto one) {
+    return timeOfRandomPairs([&](std::size_t a, std::size_t b) { return one(names, a, b); });
+  };
+  compare(report, "sorting " + label + " names", bound, sorting);
+  compare(report, "random pairs of " + label + " names", bound, pairs);
+}
 
 }  // namespace
 
 int main() {
-  compareWithCollator(
-      "ASCII", makeNames({u"IMG_", u"Document ", u"Report-2023-", u"file", u"track "}, {u".jpg", u" copy.txt", u""}));
-  compareWithCollator(
-      "Latin", makeNames({u"Übersicht ", u"Café-", u"résumé", u"Größe_", u"señal "}, {u".jpg", u" Änderung.txt", u""}));
-  compareWithCollator(
-      "Japanese", makeNames({u"写真", u"書類 ", u"カメラ_", u"ﾌｧｲﾙ", u"東京の夜景"}, {u".jpg", u"のコピー", u"枚目"}));
-  return 0;
+  const bench::Report report("Natural order of names");
+  compare(report, "ASCII", 0.25,
+          makeNames({u"IMG_", u"Document ", u"Report-2023-", u"file", u"track "}, {u".jpg", u" copy.txt", u""}));
+  compare(report, "Latin", 1,
+          makeNames({u"Übersicht ", u"Café-", u"résumé", u"Größe_", u"señal "}, {u".jpg", u" Änderung.txt", u""}));
+  compare(report, "Japanese", 1,
+          makeNames({u"写真", u"書類 ", u"カメラ_", u"ﾌｧｲﾙ", u"東京の夜景"}, {u".jpg", u"のコピー", u"枚目"}));
 }

@@ -1,14 +1,13 @@
-// Names of growing length cut to a narrow width: how often they are measured and how long that takes, with a measurer
-// that says that widths add up and with one that does not.
+// A long name cut to a narrow width: how often it is measured, with a measurer that says that widths add up, beside one that does not, which
+// has to be asked about every attempt.
 
-#include <cstdio>
 #include <string>
 
 #include <ZtFoundation/Text.h>
 
 #include "platform/services/Service.h"
 #include "platform/services/TextMeasurer.h"
-#include "support/Timing.h"
+#include "support/Report.h"
 
 namespace {
 
@@ -40,29 +39,42 @@ class Measurer final : public TextMeasurer {
   bool addsUp_;
 };
 
-void measure(const char* name, bool addsUp, std::size_t length, std::int16_t code) {
+struct Cut {
+  double measurements, milliseconds;
+};
+
+Cut cut(const Ref<NSString>& name, std::int16_t code, bool addsUp) {
   Measurer measurer(addsUp);
   const ScopedService<TextMeasurer> scope(measurer);
-  std::u16string text;
-  for (std::size_t at = 0; at < length; ++at) text += static_cast<char16_t>(u'a' + at % 26);
-  const Ref<NSString> string = text;
-  Ref<NSString> cut;
-  const double time = bench::milliseconds(
-      [&] { cut = JxTruncateExtensions::truncateControlStringWithDrawingWidth_truncCode(string, 100, code); });
-  bench::require(static_cast<bool>(cut), "truncation");
-  std::printf("%-7s %6zu units, widths %-14s %6d measurements %10.3f ms\n", name, length,
-              addsUp ? "add up:" : "do not add up:", measurer.measurements, time);
+  Ref<NSString> result;
+  const double taken = bench::milliseconds(
+      [&] { result = JxTruncateExtensions::truncateControlStringWithDrawingWidth_truncCode(name, 100, code); });
+  bench::require(static_cast<bool>(result), "truncation");
+  return {static_cast<double>(measurer.measurements), taken};
+}
+
+void compare(const bench::Report& report, const std::string& where, const Ref<NSString>& name, std::int16_t code) {
+  bench::Samples measurements, times, slowMeasurements, slowTimes;
+  for (int round = 0; round < 5; ++round) {
+    const Cut quick = cut(name, code, true), slow = cut(name, code, false);
+    measurements.push_back(quick.measurements);
+    times.push_back(quick.milliseconds);
+    slowMeasurements.push_back(slow.measurements);
+    slowTimes.push_back(slow.milliseconds);
+  }
+  report.addLimit("measurements, cut " + where, "times", measurements, 10);
+  report.add({"measurements, cut " + where, "times", measurements, "widths that do not add up", slowMeasurements});
+  report.add({"time, cut " + where, "ms", times, "widths that do not add up", slowTimes});
 }
 
 }  // namespace
 
 int main() {
-  for (const std::size_t length : {100U, 1000U, 10000U}) {
-    for (const bool addsUp : {true, false}) {
-      measure("end", addsUp, length, kTruncateAtEnd);
-      measure("middle", addsUp, length, kTruncateInMiddle);
-      measure("start", addsUp, length, kTruncateAtStart);
-    }
-  }
-  return 0;
+  const std::size_t length = bench::fullOrQuick(10'000U, 1000U);
+  std::u16string text;
+  for (std::size_t at = 0; at < length; ++at) text += static_cast<char16_t>(u'a' + at % 26);
+  const bench::Report report("Truncation of a name of " + std::to_string(length) + " units");
+  compare(report, "at the end", text, kTruncateAtEnd);
+  compare(report, "in the middle", text, kTruncateInMiddle);
+  compare(report, "at the start", text, kTruncateAtStart);
 }

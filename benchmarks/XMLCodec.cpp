@@ -1,17 +1,10 @@
-// Reading and writing a music library as an XML property list, beside libplist (tree and text of the same values) and the bare
-// parse of pugixml (a tree of text pieces, no values). Runs take turns, so that a busy moment meets all of them.
-//
-//   bench-XMLCodec [MEGABYTES...]     default: 1 5 50
-//
-// Aims at 50 MB: read at most 0.30 of libplist, write at most 0.25 of libplist, 80 bytes of heap per value or key.
+// Reading and writing a music library as an XML property list, beside libplist (tree and text of the same values), the bare parse of pugixml
+// (a tree of text pieces, no values) and Python's plistlib.
 
 #include <malloc.h>
 
-#include <algorithm>
-#include <chrono>
-#include <cstdio>
-#include <cstdlib>
-#include <functional>
+#include <cstdint>
+#include <fstream>
 #include <memory>
 #include <string>
 #include <vector>
@@ -22,6 +15,9 @@
 #include <ZtFoundation/platform/PropertyListSerialization.h>
 
 #include "support/MediaLibrary.h"
+#include "support/Python.h"
+#include "support/Report.h"
+#include "support/Scratch.h"
 
 #if ZT_BENCH_HAS_LIBPLIST
 #include <plist/plist.h>
@@ -34,35 +30,16 @@ using namespace ZtFoundation;
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
+using bench::milliseconds;
+using bench::require;
+using bench::Samples;
 
-double milliseconds(const std::function<void()>& work) {
-  const auto start = Clock::now();
-  work();
-  return std::chrono::duration<double, std::milli>(Clock::now() - start).count();
-}
-
-double median(std::vector<double> values) {
-  if (values.empty()) return 0;
-  const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
-  std::nth_element(values.begin(), middle, values.end());
-  return *middle;
-}
+constexpr double kMostBytesOfHeap = 80;
 
 std::size_t heapInUse() {
   const struct mallinfo2 info = mallinfo2();
   return info.uordblks + info.hblkhd;
 }
-
-void require(bool good, const char* what) {
-  if (good) return;
-  std::fprintf(stderr, "%s failed\n", what);
-  std::exit(1);
-}
-
-struct Times {
-  std::vector<double> read, destroy, write;
-};
 
 std::size_t countValues(const NSObject& root) {
   std::size_t count = 0;
@@ -90,6 +67,10 @@ Ref<NSData> writeOurs(const Ref<NSObject>& value) {
   return NSPropertyListSerialization::dataFromPropertyList_format_errorDescription(value, NSPropertyListXMLFormat_v1_0,
                                                                                    nullptr);
 }
+
+struct Times {
+  Samples read, destroy, write;
+};
 
 void runOurs(const Ref<NSData>& data, Times& times) {
   Ref<NSObject> value;
@@ -126,46 +107,62 @@ void runPugixml([[maybe_unused]] const std::string& text, [[maybe_unused]] Times
 #endif
 }
 
-void printRow(const char* what, double ours, double libplist, double pugixml) {
-  std::printf("  %-8s ours %9.2f ms", what, ours);
-  if (libplist > 0) std::printf("   libplist %9.2f ms (ours is %.2f of it)", libplist, ours / libplist);
-  if (pugixml > 0) std::printf("   pugixml %9.2f ms (ours is %.2f of it)", pugixml, ours / pugixml);
-  std::printf("\n");
-}
-
-void printHeap(const Ref<NSData>& data) {
+Samples heapOfEachValue(const Ref<NSData>& data) {
   malloc_trim(0);
   const std::size_t before = heapInUse();
   const Ref<NSObject> value = readOurs(data);
   const std::size_t used = heapInUse() - before;
-  const std::size_t values = countValues(*value);
-  std::printf("  heap     %.1f MB for %zu values and keys: %.1f bytes each\n", static_cast<double>(used) / 1e6, values,
-              static_cast<double>(used) / static_cast<double>(values));
+  return {static_cast<double>(used) / static_cast<double>(countValues(*value))};
 }
 
-void compare(std::size_t megabytes) {
+void compareNative(const bench::Report& report, std::size_t megabytes, std::size_t rounds) {
   const std::string text = bench::MediaLibrary::xml(megabytes * 1000 * 1000);
   const Ref<NSData> data = NSData::dataWithBytes(text);
-  const std::size_t rounds = std::clamp<std::size_t>(400 / megabytes, 3, 21);
   Times ours, libplist, pugixml;
   for (std::size_t round = 0; round < rounds; ++round) {
     runOurs(data, ours);
     runLibplist(text, libplist);
     runPugixml(text, pugixml);
   }
-  std::printf("%zu MB, median of %zu (ours reads %.0f MB/s)\n", megabytes, rounds,
-              static_cast<double>(text.size()) / 1000 / median(ours.read));
-  printRow("read", median(ours.read), median(libplist.read), median(pugixml.read));
-  printRow("write", median(ours.write), median(libplist.write), 0);
-  printRow("destroy", median(ours.destroy), median(libplist.destroy), median(pugixml.destroy));
-  printHeap(data);
+  const std::string size = std::to_string(megabytes) + " MB";
+  report.add({"read, " + size, "ms", ours.read, "libplist", libplist.read, 0.30});
+  report.add({"read, " + size, "ms", ours.read, "pugixml, bare parse", pugixml.read, 1.5});
+  report.add({"write, " + size, "ms", ours.write, "libplist", libplist.write, 0.25});
+  report.add({"release, " + size, "ms", ours.destroy, "libplist", libplist.destroy});
+  report.addLimit("heap for a value or key", "bytes", heapOfEachValue(data), kMostBytesOfHeap);
+}
+
+void comparePython(const bench::Report& report, std::size_t megabytes, std::size_t rounds) {
+  const bench::Scratch folder;
+  const std::string path = folder.path() + "/library.plist";
+  const std::string text = bench::MediaLibrary::xml(megabytes * 1000 * 1000);
+  std::ofstream(path) << text;
+  const Ref<NSData> data = NSData::dataWithBytes(text);
+  Times ours, python;
+  for (std::size_t round = 0; round < rounds; ++round) {
+    runOurs(data, ours);
+    const std::vector<double> figures = bench::python(
+        "import plistlib, time\n"
+        "text = open(\"" +
+            path +
+            "\", \"rb\").read()\n"
+            "begin = time.perf_counter(); value = plistlib.loads(text); middle = time.perf_counter()\n"
+            "plistlib.dumps(value, sort_keys=False); end = time.perf_counter()\n"
+            "print(1e3 * (middle - begin), 1e3 * (end - middle))",
+        2);
+    if (figures.empty()) break;
+    python.read.push_back(figures[0]);
+    python.write.push_back(figures[1]);
+  }
+  const std::string size = std::to_string(megabytes) + " MB";
+  report.add({"read, " + size, "ms", ours.read, "Python's plistlib", python.read});
+  report.add({"write, " + size, "ms", ours.write, "Python's plistlib", python.write});
 }
 
 }  // namespace
 
-int main(int argc, char** argv) {
-  std::vector<std::size_t> sizes;
-  for (int at = 1; at < argc; ++at) sizes.push_back(std::strtoul(argv[at], nullptr, 10));
-  if (sizes.empty()) sizes = {1, 5, 50};
-  for (const std::size_t size : sizes) compare(std::max<std::size_t>(size, 1));
+int main() {
+  const bench::Report report("Property lists as XML");
+  compareNative(report, bench::fullOrQuick(50U, 2U), bench::fullOrQuick(11U, 5U));
+  comparePython(report, bench::fullOrQuick(5U, 1U), 3);
 }

@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
+#include <functional>
 #include <utility>
 #include <vector>
 
@@ -39,6 +40,20 @@ inline void require(bool good, const char* what) {
   if (good) return;
   std::fprintf(stderr, "%s failed\n", what);
   std::exit(1);
+}
+
+// Each measurement once in every round, and each the first as often as the others: what a round is answered with is what they took, in
+// the order that they were given in.
+inline std::vector<std::vector<double>> inTurns(std::size_t rounds,
+                                                const std::vector<std::function<double()>>& measurements) {
+  std::vector<std::vector<double>> taken(measurements.size());
+  for (std::size_t round = 0; round < rounds; ++round) {
+    for (std::size_t turn = 0; turn < measurements.size(); ++turn) {
+      const std::size_t which = (round + turn) % measurements.size();
+      taken[which].push_back(measurements[which]());
+    }
+  }
+  return taken;
 }
 
 }  // namespace bench
