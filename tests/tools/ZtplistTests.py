@@ -243,6 +243,15 @@ class Convert(ZtplistCase):
         shown = self.run_expecting(SUCCESS, "convert", "binary1", "--output=-", self.album()).stdout
         self.assertEqual(shown, target.read_bytes())
 
+    def test_keys_in_order_only_where_wanted(self):
+        shown = {option: plistlib.loads(self.output_of("convert", "xml1", *option, self.album()).encode())
+                 for option in [(), ("-s",), ("--sort-keys",)]}
+        self.assertEqual(list(shown[()]), list(ALBUM))
+        for option in [("-s",), ("--sort-keys",)]:
+            self.assertEqual(shown[option], ALBUM)
+            self.assertEqual(list(shown[option]), sorted(ALBUM))
+            self.assertEqual(list(shown[option]["Tracks"][0]), ["Name", "a.b"])
+
     def test_in_place_for_several_files(self):
         files = [self.album(), self.album(plistlib.FMT_BINARY)]
         self.assertEqual(self.output_of("convert", "binary1", "-i", *files), "")

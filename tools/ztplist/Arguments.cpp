@@ -18,7 +18,7 @@ struct Option {
   bool onlyLong = false;
 };
 
-constexpr std::array<Option, 9> kOptions{{
+constexpr std::array<Option, 10> kOptions{{
     {'F', "format", "FORMAT", "the format of the input; needed only for ini, which cannot be told from its contents",
      [](Arguments& arguments, const std::string& value) { arguments.format = formatNamed(value); }, true},
     {'T', "to", "FORMAT", "write a property list in FORMAT (xml1, binary1 or ini)",
@@ -27,6 +27,8 @@ constexpr std::array<Option, 9> kOptions{{
      [](Arguments& arguments, const std::string& value) { arguments.output = value; }},
     {'i', "in-place", "", "write each file back to where it was read",
      [](Arguments& arguments, const std::string&) { arguments.inPlace = true; }},
+    {'s', "sort-keys", "", "write the keys of each dictionary in order, for small differences between versions",
+     [](Arguments& arguments, const std::string&) { arguments.sortKeys = true; }},
     {'f', "force", "", "write binary1 to a terminal too",
      [](Arguments& arguments, const std::string&) { arguments.force = true; }},
     {'q', "quiet", "", "say nothing on standard output",

@@ -30,6 +30,7 @@ struct Arguments {
   Format to = kDetect;      ///< the format of the output; kDetect: the command's usual one
   std::string output;       ///< the file to write, empty when not given
   bool inPlace = false;
+  bool sortKeys = false;
   bool force = false;
   bool quiet = false;
   bool raw = false;

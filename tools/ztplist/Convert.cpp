@@ -1,3 +1,5 @@
+#include <ZtFoundation/platform/PropertyListCopy.h>
+
 #include "Commands.h"
 #include "Streams.h"
 
@@ -40,7 +42,8 @@ Exit runConvert(const Arguments& given, Output& output) {
   checkDestinations(arguments);
   return forEachFile(arguments, [&](const std::string& file) {
     const Document document = load(file, arguments.format);
-    const auto bytes = encode(document.root, arguments.to, displayName(file));
+    const auto root = arguments.sortKeys ? ZtFoundation::propertyListWithSortedKeys(document.root) : document.root;
+    const auto bytes = encode(root, arguments.to, displayName(file));
     writeResult(arguments, output, destinationOf(arguments, file), arguments.to, bytes);
     return Exit::Success;
   });

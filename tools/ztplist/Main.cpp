@@ -20,7 +20,7 @@ constexpr std::array<Command, 7> kCommands{{
      "Fq", 0, kAnyNumber, runLint},
     {"convert", "FORMAT [FILE...]",
      "Writes property lists in another format: xml1, binary1 or ini. They go to standard output unless told otherwise.",
-     "Foif", 1, kAnyNumber, runConvert},
+     "Foisf", 1, kAnyNumber, runConvert},
     {"get", "KEYPATH [FILE]", "Shows the value at a key path.", "FTfrt", 1, 2, runGet},
     {"set", "KEYPATH TYPE VALUE [FILE]",
      "Puts a value at a key path and saves the file in the format that it had. Types: string, integer, real, boolean\n"

@@ -22,6 +22,11 @@ inline constexpr NSUInteger kRepeatedElementsPerElement = 16;
 /// shared containers expand beyond the limit.
 ZT_EXPORT Ref<NSObject> CFPropertyListCreateDeepCopy(const Ref<NSObject>& propertyList, NSUInteger mutabilityOption);
 
+/// The same value with the keys of all its dictionaries in the order of their UTF-16 units, so that equal values are written as equal bytes, and
+/// versions of a file differ where their values do. Arrays and dictionaries are new and immutable, all else is shared.
+/// \returns none for none, for a key that is no string, and for a container inside itself.
+ZT_EXPORT Ref<NSObject> propertyListWithSortedKeys(const Ref<NSObject>& propertyList);
+
 namespace detail {
 
 /// A copy of `value`, an array or a dictionary, in which all arrays and dictionaries are new and mutable and everything else is shared.

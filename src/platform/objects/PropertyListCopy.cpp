@@ -23,6 +23,7 @@ enum class Leaves { Shared, Immutable, Mutable };
 struct CopyRules {
   bool mutableContainers;
   Leaves leaves;
+  bool sortsKeys = false;
 };
 
 bool isContainer(const NSObject& object) {
@@ -98,6 +99,11 @@ Ref<NSObject> copiedLeaf(const NSObject& leaf, Leaves leaves) {
   }
 }
 
+bool comesBefore(const DictionaryEntry& a, const DictionaryEntry& b) {
+  const Ref<NSString> key = as<NSString>(b.key);
+  return static_cast<const NSString&>(*a.key).compare(key) == NSOrderedAscending;
+}
+
 // Copies from the leaves up without recursion. Copied elements wait in a row until their container is complete.
 class DeepCopier {
  public:
@@ -131,8 +137,11 @@ class DeepCopier {
     }
     ++frame.taken;
     const DictionaryEntry& entry = *frame.entry++;
-    const bool keyFits = rules_.leaves == Leaves::Shared || entry.key->kind() == ObjectKind::String;
-    return keyFits && take(*entry.value);
+    return keyFits(*entry.key) && take(*entry.value);
+  }
+
+  bool keyFits(const NSObject& key) const {
+    return (rules_.leaves == Leaves::Shared && !rules_.sortsKeys) || key.kind() == ObjectKind::String;
   }
 
   bool take(const NSObject& value) {
@@ -182,6 +191,7 @@ class DeepCopier {
     entries_.clear();
     auto value = values.begin();
     for (const DictionaryEntry& entry : source) entries_.push_back({entry.key, std::move(*value++)});
+    if (rules_.sortsKeys) std::sort(entries_.begin(), entries_.end(), comesBefore);
     if (rules_.mutableContainers) return NSMutableDictionary::dictionaryByTaking(entries_);
     return NSDictionary::dictionaryByTaking(entries_);
   }
@@ -204,6 +214,10 @@ CopyRules rulesFor(NSUInteger mutabilityOption) {
 
 Ref<NSObject> CFPropertyListCreateDeepCopy(const Ref<NSObject>& propertyList, NSUInteger mutabilityOption) {
   return propertyList ? DeepCopier(rulesFor(mutabilityOption), *propertyList).copy() : nullptr;
+}
+
+Ref<NSObject> propertyListWithSortedKeys(const Ref<NSObject>& propertyList) {
+  return propertyList ? DeepCopier({false, Leaves::Shared, true}, *propertyList).copy() : nullptr;
 }
 
 bool detail::RepetitionBudget::spend(NSUInteger elements) {

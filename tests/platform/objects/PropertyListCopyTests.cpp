@@ -64,6 +64,38 @@ TEST(PropertyListCopy, RefusesWhatIsNoPropertyList) {
   }
 }
 
+TEST(PropertyListCopy, SortedKeysAreInTheOrderOfTheirUnits) {
+  const Ref<NSObject> leaf = NSMutableString::stringWithString("leaf");
+  const Ref<NSDictionary> inner = NSDictionary::of({{"b", leaf}, {"a", 1}});
+  const Ref<NSDictionary> value = NSMutableDictionary::of({{"\xC3\xBC", 1},
+                                                           {"b", NSArray::of(inner, inner)},
+                                                           {"B", 2},
+                                                           {"\xF0\x9F\x9A\x80", 3},
+                                                           {"\xEF\xBF\xBD", 4},
+                                                           {"", NSMutableDictionary::dictionary()},
+                                                           {"ba", 5}});
+  const Ref<NSDictionary> sorted = as<NSDictionary>(propertyListWithSortedKeys(value));
+  ASSERT_TRUE(isEqual(sorted, value));
+  EXPECT_TRUE(
+      isEqual(sorted->allKeys(), NSArray::of("", "B", "b", "ba", "\xC3\xBC", "\xF0\x9F\x9A\x80", "\xEF\xBF\xBD")))
+      << sorted->allKeys();
+  EXPECT_FALSE(sorted->isMutable());
+  const Ref<NSArray> list = as<NSArray>(sorted->objectForKey("b"));
+  EXPECT_TRUE(isEqual(as<NSDictionary>(list->objectAtIndex(1))->allKeys(), NSArray::of("a", "b")));
+  EXPECT_EQ(list->objectAtIndex(0), list->objectAtIndex(1)) << "what is shared stays so";
+  EXPECT_EQ(as<NSDictionary>(list->objectAtIndex(0))->objectForKey("b"), leaf);
+}
+
+TEST(PropertyListCopy, WithoutKeysThatAreStringsNothingIsSorted) {
+  EXPECT_FALSE(propertyListWithSortedKeys(nullptr));
+  EXPECT_FALSE(propertyListWithSortedKeys(NSDictionary::of({{"a", NSDictionary::of({{1, "b"}})}})));
+  const Ref<NSMutableArray> cycle = NSMutableArray::array();
+  cycle->addObject(cycle);
+  EXPECT_FALSE(propertyListWithSortedKeys(cycle));
+  cycle->removeAllObjects();
+  EXPECT_TRUE(isEqual(propertyListWithSortedKeys("text"), Ref<NSObject>("text")));
+}
+
 TEST(PropertyListCopy, GoesToAnyDepth) {
   Ref<NSObject> value = "leaf";
   for (int level = 0; level < 50'000; ++level) {
