@@ -1,0 +1,147 @@
+// What is made on first use is first used by many threads at once, each thing in a process that has not used it before.
+
+#include <atomic>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <ZtFoundation/Applications.h>
+#include <ZtFoundation/Files.h>
+#include <ZtFoundation/Logging.h>
+#include <ZtFoundation/PropertyLists.h>
+#include <ZtFoundation/System.h>
+#include <ZtFoundation/Text.h>
+#include <ZtFoundation/Utilities.h>
+#include <ZtFoundation/platform/Bundle.h>
+#include <ZtFoundation/platform/CharacterSet.h>
+#include <ZtFoundation/platform/Data.h>
+#include <ZtFoundation/platform/Exception.h>
+#include <ZtFoundation/platform/FileManager.h>
+#include <ZtFoundation/platform/Notification.h>
+#include <ZtFoundation/platform/PropertyListSerialization.h>
+#include <ZtFoundation/platform/ValueTransformer.h>
+
+#include "support/ChildProcess.h"
+#include "support/ScopedEnvironment.h"
+#include "support/ScratchFolder.h"
+
+namespace ZtFoundation {
+namespace {
+
+constexpr std::size_t kThreads = 8;
+
+struct FirstUse {
+  const char* name;
+  std::string (*answer)();
+};
+
+std::string text(const Ref<NSString>& string) { return string ? string->utf8() : "(none)"; }
+
+std::string address(const void* object) { return std::to_string(reinterpret_cast<std::uintptr_t>(object)); }
+
+std::string naturalOrder(const char* one, const char* other) {
+  return std::to_string(static_cast<int>(QvFoundationExtensions::naturalCompare(one, other)));
+}
+
+std::string decoded(const char* bytes, const char* charset) {
+  return text(QvFoundationExtensions::stringWithData_charset(NSData::dataWithString(bytes), charset));
+}
+
+// What is the same object each time is told by its address.
+const FirstUse kFirstUses[] = {
+    {"emptyString", [] { return address(NSString::string().get()); }},
+    {"whitespaceSet", [] { return address(NSCharacterSet::whitespaceCharacterSet().get()); }},
+    {"whitespaceAndNewlineSet", [] { return address(NSCharacterSet::whitespaceAndNewlineCharacterSet().get()); }},
+    {"newlineSet", [] { return address(NSCharacterSet::newlineCharacterSet().get()); }},
+    {"letters", [] { return std::to_string(NSCharacterSet::letterCharacterSet()->characterIsMember(u'\x3042')); }},
+    {"exceptionNames", [] { return address(&NSInvalidArgumentException()) + address(&NSRangeException()); }},
+    {"defaultCenter", [] { return address(NSNotificationCenter::defaultCenter()); }},
+    {"defaultManager", [] { return address(NSFileManager::defaultManager().get()); }},
+    {"mainBundle", [] { return address(NSBundle::mainBundle().get()); }},
+    {"informationOfMainBundle", [] { return address(NSBundle::mainBundle()->infoDictionary().get()); }},
+    {"classByName", [] { return address(NSClassFromString("NSFileManager")); }},
+    {"selectorByName", [] { return address(NSSelectorFromString("neverHeardOf:before:")); }},
+    {"transformerByName",
+     [] { return address(NSValueTransformer::valueTransformerForName("QvDisplayNameTransformer").get()); }},
+    {"collation", [] { return naturalOrder("\u00E4 10", "\u00E4 9"); }},
+    {"asciiOrder", [] { return naturalOrder("a 10", "a 9"); }},
+    {"charset", [] { return decoded("\xC4\xE3", "gb2312"); }},
+    {"shiftJIS", [] { return text(detail::decodeSJIS("\x82\xA0", 2)); }},
+    {"decomposition", [] { return std::to_string(QvFoundationExtensions::containsString("e\u0301", "\u00E9")); }},
+    {"truncation",
+     [] { return text(JxTruncateExtensions::truncateControlStringWithDrawingWidth_truncCode("Name", 1000, 0)); }},
+    {"volumes", [] { return text(JxVolumeCatalogInformation::volumePaths()->description()); }},
+    {"rootVolumeName", [] { return text(QvFoundationExtensions::rootVolumeName(NSFileManager::defaultManager())); }},
+    {"deletability", [] { return std::to_string(JxTalvoZtWdExensions::isTalvoDeletable("/usr")); }},
+    {"pictures", [] { return text(JxFindFolderExtensions::homePicturesDirectory()); }},
+    {"applicationByIdentifier", [] { return text(ZtLSGetApplicationPathForIdentifier("org.example.none")); }},
+    {"applicationBySignature", [] { return text(ZtLSGetApplicationPathForSignature("NoNe")); }},
+    {"systemVersion", [] { return std::to_string(ZtGestaltOSVersion()); }},
+    {"memory", [] { return std::to_string(ZtGestaltPhysicalRAMSizeInMegabytes()); }},
+    {"identifier", [] { return std::to_string(ZtIdentifierString()->length()); }},
+    {"binaryFile",
+     [] {
+       const Ref<NSData> data = NSPropertyListSerialization::dataFromPropertyList_format_errorDescription(
+           Ref<NSString>("value"), NSPropertyListBinaryFormat_v1_0, nullptr);
+       return std::to_string(data->length());
+     }},
+    {"sharedLoggingManager", [] { return address(ZtLoggingManager::sharedLoggingManager().get()); }},
+    {"logLine",
+     [] {
+       ZtLog("first");
+       YbLog("first", ZtLogLevelInfo, "%@", Ref<NSString>("line"));
+       return std::string();
+     }},
+};
+
+void silenceStandardError() {
+  const int nothing = ::open("/dev/null", O_WRONLY | O_CLOEXEC);
+  ::dup2(nothing, STDERR_FILENO);
+}
+
+// 0 when all threads got the same answer as a later call.
+int answersDiffer(const FirstUse& use) {
+  std::vector<std::string> answers(kThreads);
+  std::atomic<std::size_t> waiting = 0;
+  std::vector<std::thread> threads;
+  for (std::string& answer : answers) {
+    threads.emplace_back([&] {
+      ++waiting;
+      while (waiting < kThreads) std::this_thread::yield();
+      answer = use.answer();
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+  const std::string later = use.answer();
+  for (const std::string& answer : answers) {
+    if (answer != later) return 1;
+  }
+  return 0;
+}
+
+class FirstUseTests : public testing::TestWithParam<FirstUse> {};
+
+TEST_P(FirstUseTests, ThreadsGetWhatLaterCallersGet) {
+  const test::ScratchFolder scratch;
+  test::ScopedEnvironment environment;
+  for (const char* name : {"HOME", "XDG_DATA_HOME", "XDG_CONFIG_HOME", "XDG_CACHE_HOME", "XDG_DATA_DIRS"}) {
+    environment.set(name, scratch.path());
+  }
+  environment.set("GSETTINGS_BACKEND", "memory");
+  EXPECT_EQ(test::inChild([] {
+              const bool keepsReports = std::string_view(GetParam().name) != "logLine";
+              if (!keepsReports) silenceStandardError();
+              return answersDiffer(GetParam());
+            }),
+            0);
+}
+
+INSTANTIATE_TEST_SUITE_P(Of, FirstUseTests, testing::ValuesIn(kFirstUses),
+                         [](const testing::TestParamInfo<FirstUse>& use) { return std::string(use.param.name); });
+
+}  // namespace
+}  // namespace ZtFoundation
