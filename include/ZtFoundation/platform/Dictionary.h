@@ -171,6 +171,7 @@ class ZT_EXPORT NSMutableDictionary : public NSDictionary {
  private:
   friend class NSDictionary;
   NSMutableDictionary() noexcept : NSDictionary(kMutableFlag) {}
+  void makeRoomFor(const NSDictionary& other);
 };
 
 }  // namespace ZtFoundation

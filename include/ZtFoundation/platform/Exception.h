@@ -3,6 +3,7 @@
 #pragma once
 
 #include <exception>
+#include <memory>
 #include <string>
 
 #include <ZtFoundation/platform/Object.h>
@@ -14,8 +15,7 @@ class ZT_EXPORT NSException : public std::exception {
  public:
   /// An exception to be thrown by value; either may be none.
   NSException(Ref<NSString> name, Ref<NSString> reason);
-  NSException(const NSException&);
-  NSException(NSException&&) noexcept;
+  NSException(const NSException&) noexcept;
   NSException& operator=(const NSException&) = delete;
   ~NSException() override;
 
@@ -24,12 +24,12 @@ class ZT_EXPORT NSException : public std::exception {
   /// What people read; may be none.
   const Ref<NSString>& reason() const noexcept { return reason_; }
   /// "name: reason" as UTF-8.
-  const char* what() const noexcept override { return what_.c_str(); }
+  const char* what() const noexcept override { return what_->c_str(); }
 
  private:
   Ref<NSString> name_;
   Ref<NSString> reason_;
-  std::string what_;
+  std::shared_ptr<const std::string> what_;  // copies of an exception must not need memory
 };
 
 /// The name of the exception for an argument that is not allowed.

@@ -80,13 +80,13 @@ class ZT_EXPORT NSMutableIndexSet : public NSIndexSet {
   Ref<NSIndexSet> copy() const;
 
   /// Adding an index that is in here does nothing.
-  void addIndex(NSUInteger index) { add(index, index); }
+  void addIndex(NSUInteger index) { addIndexesInRange({index, 1}); }
   /// Adds all of `other`; nothing for none.
   void addIndexes(const Ref<NSIndexSet>& other);
   /// Adds the indexes of the range; nothing for an empty one.
   void addIndexesInRange(NSRange range);
   /// Removing an index that is not in here does nothing.
-  void removeIndex(NSUInteger index) { remove(index, index); }
+  void removeIndex(NSUInteger index) { removeIndexesInRange({index, 1}); }
   /// Removes all of `other`; nothing for none.
   void removeIndexes(const Ref<NSIndexSet>& other);
   /// Removes the indexes of the range; nothing for an empty one.
@@ -95,11 +95,11 @@ class ZT_EXPORT NSMutableIndexSet : public NSIndexSet {
   void removeAllIndexes() noexcept;
 
  private:
-  void add(NSUInteger first, NSUInteger last);
-  void remove(NSUInteger first, NSUInteger last);
-  /// `next` is the first range behind the new one.
-  void insert(Ranges::iterator next, NSUInteger first, NSUInteger last);
-  Ranges::iterator erase(Ranges::iterator range);
+  // The new range, and ranges that are split, take their memory from `nodes` as long as there is any.
+  void add(NSUInteger first, NSUInteger last, Ranges& nodes);
+  void remove(NSUInteger first, NSUInteger last, Ranges& nodes);
+  void put(Ranges::iterator next, NSUInteger first, NSUInteger last, Ranges& nodes);
+  Ranges::iterator cut(Ranges::iterator range, NSUInteger first, NSUInteger last, Ranges& nodes);
 };
 
 }  // namespace ZtFoundation

@@ -20,7 +20,9 @@ namespace {
 // Up to this many entries a walk over their hashes beats an index.
 constexpr NSUInteger kLargestWithoutIndex = 8;
 constexpr std::uint32_t kFreeSlot = 0;
-constexpr NSUInteger kMaximumCount = 0x5FFFFFFF;
+// What one entry takes at most: itself, its hash, and three slots of the index.
+constexpr NSUInteger kMostBytesOfEntry = sizeof(DictionaryEntry) + 4 * sizeof(std::uint32_t);
+constexpr NSUInteger kMaximumCount = std::min<NSUInteger>(0x5FFFFFFF, NSNotFound / kMostBytesOfEntry);
 
 // The index is at most two thirds full; it holds slot numbers plus one.
 NSUInteger indexSize(NSUInteger capacity) {
@@ -260,8 +262,17 @@ void NSMutableDictionary::removeObjectForKey(const Ref<NSObject>& key) {
 
 void NSMutableDictionary::removeAllObjects() { clear(); }
 
+// All at once, so that the entries go in together or not at all.
+void NSMutableDictionary::makeRoomFor(const NSDictionary& other) {
+  if (capacity_ - used_ >= other.count()) return;
+  const auto missing = static_cast<NSUInteger>(std::count_if(
+      other.begin(), other.end(), [this](const auto& entry) { return lookUp(entry.key.get()) == nullptr; }));
+  if (capacity_ - used_ < missing) rebuild(count_ + std::max(missing, count_ / 2 + 1));
+}
+
 void NSMutableDictionary::addEntriesFromDictionary(const Ref<NSDictionary>& other) {
   if (!other || other.get() == this) return;
+  makeRoomFor(*other);
   for (const DictionaryEntry& entry : *other) setObject_forKey(entry.value, entry.key);
 }
 

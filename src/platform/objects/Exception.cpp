@@ -13,10 +13,11 @@ std::string textOrEmpty(const Ref<NSString>& text) { return text ? text->utf8() 
 }  // namespace
 
 NSException::NSException(Ref<NSString> name, Ref<NSString> reason)
-    : name_(std::move(name)), reason_(std::move(reason)), what_(textOrEmpty(name_) + ": " + textOrEmpty(reason_)) {}
+    : name_(std::move(name)),
+      reason_(std::move(reason)),
+      what_(std::make_shared<const std::string>(textOrEmpty(name_) + ": " + textOrEmpty(reason_))) {}
 
-NSException::NSException(const NSException&) = default;
-NSException::NSException(NSException&&) noexcept = default;
+NSException::NSException(const NSException&) noexcept = default;
 NSException::~NSException() = default;
 
 // The names outlive everything, because exceptions may be raised while static objects are destroyed.

@@ -4,6 +4,7 @@
 #include <iterator>
 #include <limits>
 #include <string>
+#include <utility>
 
 #include <ZtFoundation/platform/Runtime.h>
 #include <ZtFoundation/platform/String.h>
@@ -96,23 +97,28 @@ Ref<NSIndexSet> NSMutableIndexSet::copy() const {
   return result;
 }
 
+// What several ranges may need is there before the first of them changes anything.
 void NSMutableIndexSet::addIndexes(const Ref<NSIndexSet>& other) {
   if (!other || other == this) return;
-  for (const auto& [first, last] : other->ranges_) add(first, last);
+  Ranges nodes(other->ranges_);
+  for (const auto& [first, last] : other->ranges_) add(first, last, nodes);
 }
 
 void NSMutableIndexSet::addIndexesInRange(NSRange range) {
-  if (range.length != 0) add(range.location, lastOf(range));
+  Ranges nodes;
+  if (range.length != 0) add(range.location, lastOf(range), nodes);
 }
 
 void NSMutableIndexSet::removeIndexes(const Ref<NSIndexSet>& other) {
   if (other == this) return removeAllIndexes();
   if (!other) return;
-  for (const auto& [first, last] : other->ranges_) remove(first, last);
+  Ranges nodes(other->ranges_);
+  for (const auto& [first, last] : other->ranges_) remove(first, last, nodes);
 }
 
 void NSMutableIndexSet::removeIndexesInRange(NSRange range) {
-  if (range.length != 0) remove(range.location, lastOf(range));
+  Ranges nodes;
+  if (range.length != 0) remove(range.location, lastOf(range), nodes);
 }
 
 void NSMutableIndexSet::removeAllIndexes() noexcept {
@@ -120,8 +126,8 @@ void NSMutableIndexSet::removeAllIndexes() noexcept {
   count_ = 0;
 }
 
-// Swallows all ranges that overlap or touch the new one.
-void NSMutableIndexSet::add(NSUInteger first, NSUInteger last) {
+// Swallows all ranges that overlap or touch the new one, and puts it in the place of one of them.
+void NSMutableIndexSet::add(NSUInteger first, NSUInteger last, Ranges& nodes) {
   const bool behindAll = ranges_.empty() || ranges_.rbegin()->first <= first;  // usual, and found without a search
   auto range = behindAll ? ranges_.end() : ranges_.upper_bound(first);
   if (range != ranges_.begin()) {
@@ -132,31 +138,42 @@ void NSMutableIndexSet::add(NSUInteger first, NSUInteger last) {
   while (range != ranges_.end() && (last == kLargest || range->first <= last + 1)) {
     first = std::min(first, range->first);
     last = std::max(last, range->second);
-    range = erase(range);
+    count_ -= range->second - range->first + 1;
+    const auto swallowed = range++;
+    nodes.insert(ranges_.extract(swallowed));
   }
-  insert(range, first, last);
-}
-
-// Takes out all ranges that overlap and puts back what sticks out of them.
-void NSMutableIndexSet::remove(NSUInteger first, NSUInteger last) {
-  auto range = ranges_.upper_bound(first);
-  if (range != ranges_.begin() && std::prev(range)->second >= first) --range;
-  while (range != ranges_.end() && range->first <= last) {
-    const auto [oldFirst, oldLast] = *range;
-    range = erase(range);
-    if (oldFirst < first) insert(range, oldFirst, first - 1);
-    if (oldLast > last) insert(range, last + 1, oldLast);
-  }
-}
-
-void NSMutableIndexSet::insert(Ranges::iterator next, NSUInteger first, NSUInteger last) {
-  ranges_.emplace_hint(next, first, last);
+  put(range, first, last, nodes);
   count_ += last - first + 1;
 }
 
-NSIndexSet::Ranges::iterator NSMutableIndexSet::erase(Ranges::iterator range) {
-  count_ -= range->second - range->first + 1;
-  return ranges_.erase(range);
+void NSMutableIndexSet::remove(NSUInteger first, NSUInteger last, Ranges& nodes) {
+  auto range = ranges_.upper_bound(first);
+  if (range != ranges_.begin() && std::prev(range)->second >= first) --range;
+  while (range != ranges_.end() && range->first <= last) range = cut(range, first, last, nodes);
+}
+
+// `next` is the first range behind the new one.
+void NSMutableIndexSet::put(Ranges::iterator next, NSUInteger first, NSUInteger last, Ranges& nodes) {
+  if (nodes.empty()) {
+    ranges_.emplace_hint(next, first, last);
+    return;
+  }
+  Ranges::node_type node = nodes.extract(nodes.begin());
+  node.key() = first;
+  node.mapped() = last;
+  ranges_.insert(next, std::move(node));
+}
+
+// Leaves of a range what sticks out on either side, and answers the one behind. Only one that is split in two needs memory, and gets it first.
+NSIndexSet::Ranges::iterator NSMutableIndexSet::cut(Ranges::iterator range, NSUInteger first, NSUInteger last,
+                                                    Ranges& nodes) {
+  const auto [oldFirst, oldLast] = *range;
+  const auto next = std::next(range);
+  if (oldFirst >= first) nodes.insert(ranges_.extract(range));
+  if (oldLast > last) put(next, last + 1, oldLast, nodes);
+  if (oldFirst < first) range->second = first - 1;
+  count_ -= std::min(oldLast, last) - std::max(oldFirst, first) + 1;
+  return next;
 }
 
 }  // namespace ZtFoundation
