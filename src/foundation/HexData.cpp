@@ -1,4 +1,5 @@
 #include <cstring>
+#include <new>
 #include <string_view>
 
 #include <ZtFoundation/Utilities.h>
@@ -152,6 +153,7 @@ Ref<NSData> readDump(const NSString& text) {
 Ref<NSString> QvFoundationExtensions::hexRepresentation(const Ref<NSData>& self) {
   if (!self || self->length() >= kCountLimit) return nullptr;
   if (self->length() == 0) return NSString::string();
+  if (self->length() > NSNotFound / 3) throw std::bad_alloc();  // or the length below would begin again at 0
   return NSString::stringWithASCIILength(dumpLength(self->length()), [&](char* text) {
     writeDump(static_cast<const unsigned char*>(self->bytes()), self->length(), text);
   });

@@ -7,6 +7,8 @@
 #include <ZtFoundation/Text.h>
 #include <ZtFoundation/platform/Log.h>
 
+#include "platform/services/EnoughMemory.h"
+
 namespace ZtFoundation {
 
 namespace {
@@ -80,7 +82,7 @@ Ref<NSString> __EncriptedKey(const Ref<NSString>& text, const Ref<NSString>& key
   if (!isUsable(text, key)) return nullptr;
   const UnitView units = text->units();
   RepeatingKey keyUnits(*key);
-  std::string scrambled(units.size() * 2, '\0');
+  std::string scrambled = withEnoughMemory([&] { return std::string(units.size() * 2, '\0'); });
   for (NSUInteger at = 0; at < units.size(); ++at) {
     const unsigned byte = static_cast<unsigned>(units[at] ^ keyUnits.next()) & 0xFF;
     requireTwoDigits(byte);

@@ -7,6 +7,8 @@
 #include <ZtFoundation/platform/Data.h>
 #include <ZtFoundation/platform/StringEncoding.h>
 
+#include "platform/services/EnoughMemory.h"
+
 namespace ZtFoundation {
 
 namespace {
@@ -74,7 +76,7 @@ Ref<NSString> stringWithSJISSizeLimitation(const Ref<NSString>& self, std::uint3
   if (self->length() == 0 || limit == 0) return NSString::string();
   try {
     const Ref<NSData> form = lossyForm(self);
-    return form ? decoded(cutOrFilled(*form, limit)) : nullptr;
+    return form ? decoded(withEnoughMemory([&] { return cutOrFilled(*form, limit); })) : nullptr;
   } catch (const std::bad_alloc&) {
     return NSString::string();
   }

@@ -45,6 +45,16 @@ TEST_F(FileOperationsTests, CreatingReplacesAndCopyingDoesNot) {
   EXPECT_EQ(contentsOf(folder / "a/g"), "new");
 }
 
+TEST_F(FileOperationsTests, FilesBeyond4GiBAreCopied) {
+  const std::uintmax_t sizes[] = {0x7FFF'FFFF, 0x8000'0000, 0xFFFF'FFFF, 0x1'0000'0000, 0x1'4000'0001};
+  for (const std::uintmax_t size : sizes) {
+    std::filesystem::resize_file(folder / "a/f", size);
+    std::filesystem::remove(folder / "a/copy");
+    EXPECT_EQ(copyFileTo(folder.string("a/f"), folder.string("a/copy")), noErr);
+    EXPECT_EQ(std::filesystem::file_size(folder / "a/copy"), size);
+  }
+}
+
 // --- createDirectoryWithRecursively
 
 TEST_F(FileOperationsTests, AFolderThatExistsIsNoSuccess) {

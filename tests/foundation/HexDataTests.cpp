@@ -1,3 +1,4 @@
+#include <new>
 #include <random>
 #include <string>
 
@@ -150,6 +151,20 @@ TEST(HexDataTests, NoIllegalDigitSlipsThrough) {
       }
     }
   }
+}
+
+// A 32-bit build could not even count the units.
+TEST(HexDataTests, ADumpThatMemoryHasNoRoomForIsRefused) {
+  constexpr NSUInteger kLength = 0x7300'0000;
+  if (sizeof(void*) > 4)
+    GTEST_SKIP() << "this build has room for the dump of everything that is not refused as too long";
+  Ref<NSMutableData> data;
+  try {
+    data = NSMutableData::dataWithLength(kLength);
+  } catch (const std::bad_alloc&) {
+    GTEST_SKIP() << "not even the data has room here";
+  }
+  EXPECT_THROW(hexRepresentation(data), std::bad_alloc);
 }
 
 TEST(HexDataTests, NoneGivesNone) {

@@ -141,5 +141,28 @@ TEST(MachineWords, AreBoxedAndRead) {
   EXPECT_EQ(unsignedIntegerValue(nullptr), 0U);
 }
 
+TEST(MachineWords, FollowTheBuild) {
+  static_assert(sizeof(NSInteger) == sizeof(void*) && sizeof(NSUInteger) == sizeof(void*));
+  static_assert(sizeof(CGFloat) == sizeof(void*) && sizeof(NSComparisonResult) == sizeof(NSInteger));
+  static_assert(sizeof(OSStatus) == 4 && sizeof(OSType) == 4);
+  static_assert(NSNotFound == std::numeric_limits<NSUInteger>::max() / 2);
+  constexpr NSInteger kMin = std::numeric_limits<NSInteger>::min();
+  constexpr NSInteger kMax = std::numeric_limits<NSInteger>::max();
+  EXPECT_EQ(integerValue(NSNumber::numberWithDouble(1e30)), kMax);
+  EXPECT_EQ(integerValue(NSNumber::numberWithDouble(-1e30)), kMin);
+  EXPECT_EQ(unsignedIntegerValue(NSNumber::numberWithDouble(1e30)), std::numeric_limits<NSUInteger>::max());
+  EXPECT_EQ(unsignedIntegerValue(NSNumber::numberWithDouble(-1.0)), 0U);
+}
+
+// What a word does not hold keeps its low bits there, and all of them in the number.
+TEST(MachineWords, LargerNumbersKeepTheirLowBits) {
+  constexpr long long kValue = 0x1234'5678'9ABC'DEF0;
+  const Ref<NSNumber> number = NSNumber::numberWithLongLong(kValue);
+  EXPECT_EQ(integerValue(number), static_cast<NSInteger>(kValue));
+  EXPECT_EQ(unsignedIntegerValue(number), static_cast<NSUInteger>(kValue));
+  EXPECT_EQ(number->intValue(), static_cast<int>(0x9ABCDEF0U));
+  EXPECT_EQ(number->longLongValue(), kValue);
+}
+
 }  // namespace
 }  // namespace ZtFoundation

@@ -164,5 +164,17 @@ TEST(LegacyConversionTests, ALimitBeyondMemoryGivesTheEmptyString) {
             0);
 }
 
+// A 32-bit build has no string of that length at all.
+TEST(LegacyConversionTests, TheLargestLimitGivesTheEmptyStringWhereMemoryHasNoRoom) {
+  if (test::kIsSanitized) GTEST_SKIP() << "this build cannot do with little memory";
+  EXPECT_EQ(test::inChild([] {
+              const Ref<NSString> text = "a";
+              if (!test::leaveLittleMemory()) return 2;
+              const Ref<NSString> cut = stringWithSJISSizeLimitation(text, 0xFFFFFFFF);
+              return cut && cut->length() == 0 ? 0 : 1;
+            }),
+            0);
+}
+
 }  // namespace
 }  // namespace ZtFoundation

@@ -2,6 +2,7 @@
 
 #include "platform/codec/Codec.h"
 #include "platform/codec/Detection.h"
+#include "platform/services/EnoughMemory.h"
 
 namespace ZtFoundation {
 
@@ -76,14 +77,14 @@ Ref<NSObject> read(std::string_view bytes, codec::Format format, codec::Mutabili
 
 bool NSPropertyListSerialization::propertyList_isValidForFormat(const Ref<NSObject>& propertyList, NSUInteger format) {
   CodecError failure;
-  return static_cast<bool>(write(propertyList.get(), format, failure));
+  return static_cast<bool>(withEnoughMemory([&] { return write(propertyList.get(), format, failure); }));
 }
 
 Ref<NSData> NSPropertyListSerialization::dataFromPropertyList_format_errorDescription(const Ref<NSObject>& propertyList,
                                                                                       NSUInteger format,
                                                                                       Ref<NSString>* error) {
   CodecError failure;
-  Ref<NSData> data = write(propertyList.get(), format, failure);
+  Ref<NSData> data = withEnoughMemory([&] { return write(propertyList.get(), format, failure); });
   data ? reportSuccess(error) : report(failure, error);
   return data;
 }
@@ -96,7 +97,8 @@ Ref<NSObject> NSPropertyListSerialization::propertyListFromData_mutabilityOption
   }
   CodecError failure;
   const codec::Format detected = codec::detectFormat(data->view());
-  Ref<NSObject> value = read(data->view(), detected, mutabilityOf(mutabilityOption), failure);
+  Ref<NSObject> value =
+      withEnoughMemory([&] { return read(data->view(), detected, mutabilityOf(mutabilityOption), failure); });
   if (!value) {
     report(failure, error);
     return nullptr;

@@ -4,8 +4,8 @@
 #include <array>
 #include <bit>
 #include <charconv>
-#include <chrono>
 #include <cmath>
+#include <ctime>
 #include <limits>
 #include <string>
 
@@ -125,9 +125,11 @@ unsigned daysInMonth(std::int64_t year, unsigned month) noexcept {
   return month == 4 || month == 6 || month == 9 || month == 11 ? 30 : 31;
 }
 
+// Not by std::chrono, whose clock is compiled into the runtime library and ends in 2038 on 32-bit systems.
 Ref<NSDate> NSDate::date() {
-  const std::chrono::duration<double> now = std::chrono::system_clock::now().time_since_epoch();
-  return dateWithTimeIntervalSince1970(now.count());
+  std::timespec now{};
+  std::timespec_get(&now, TIME_UTC);
+  return dateWithTimeIntervalSince1970(static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) / 1e9);
 }
 
 Ref<NSDate> NSDate::dateWithTimeIntervalSinceReferenceDate(NSTimeInterval seconds) {

@@ -1,8 +1,10 @@
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 
 #include <cmath>
 #include <ctime>
 #include <limits>
+#include <new>
 
 #include <ZtFoundation/platform/Array.h>
 #include <ZtFoundation/platform/Date.h>
@@ -10,6 +12,7 @@
 #include <ZtFoundation/platform/Number.h>
 
 #include "support/BinaryFile.h"
+#include "support/ChildProcess.h"
 #include "support/PeakMemory.h"
 #include "support/Sanitizers.h"
 #include "support/Serialization.h"
@@ -581,6 +584,26 @@ TEST(BinaryReader, ManyPlacesOfSmallObjectsAreNoBomb) {
     ASSERT_TRUE(result.value) << result.error;
     EXPECT_EQ(arrayIn(result.value).count(), 500000U);
   }
+}
+
+// What is kept of each object is more than a 32-bit build can count bytes of.
+TEST(BinaryReader, MoreObjectsThanMemoryHasRoomForAreRefused) {
+  if (test::kIsSanitized) GTEST_SKIP() << "this build needs more address space than the test leaves";
+  EXPECT_EQ(test::inChild([]() -> int {
+              constexpr NSUInteger kObjects = NSUInteger{0xC00'0000};
+              const rlimit limit{1 << 30, 1 << 30};
+              if (::setrlimit(RLIMIT_AS, &limit) != 0) return 2;
+              const Ref<NSMutableData> file = NSMutableData::dataWithLength(9 + kObjects);
+              const std::string trailer = BinaryFile{.objectCount = kObjects, .tableOffset = 9}.text();
+              file->replaceBytesInRange_withBytes_length({0, 8}, "bplist00", 8);
+              file->appendBytes_length(trailer.data() + 8, 32);
+              Ref<NSString> error;
+              EXPECT_THROW(NSPropertyListSerialization::propertyListFromData_mutabilityOption_format_errorDescription(
+                               file, kImmutable, nullptr, &error),
+                           std::bad_alloc);
+              return ::testing::Test::HasFailure();
+            }),
+            0);
 }
 
 // --- Damage

@@ -1,4 +1,7 @@
+#include <sys/resource.h>
+
 #include <map>
+#include <new>
 #include <random>
 #include <string>
 #include <vector>
@@ -8,6 +11,9 @@
 #include <ZtFoundation/platform/Array.h>
 #include <ZtFoundation/platform/Dictionary.h>
 #include <ZtFoundation/platform/Exception.h>
+
+#include "support/ChildProcess.h"
+#include "support/Sanitizers.h"
 
 namespace ZtFoundation {
 namespace {
@@ -184,6 +190,21 @@ TEST(DictionaryTests, HoldsManyKeys) {
   for (int number = 0; number < 200000; number += 997) {
     ASSERT_EQ(dictionary->get<int>("k" + std::to_string(number)), number);
   }
+}
+
+// The room for so many entries counted in bytes may not fit a word.
+TEST(DictionaryTests, MoreRoomThanMemoryHasIsRefused) {
+  if (test::kIsSanitized) GTEST_SKIP() << "this build needs more address space than the test leaves";
+  EXPECT_EQ(test::inChild([]() -> int {
+              const rlimit limit{1 << 30, 1 << 30};
+              if (::setrlimit(RLIMIT_AS, &limit) != 0) return 2;
+              for (const NSUInteger capacity : {NSUInteger{1} << 27, NSUInteger{0xAAA'AAAB}, NSUInteger{0x1555'5556},
+                                                NSUInteger{0x5FFF'FFFF}, NSNotFound, ~NSUInteger{0}}) {
+                EXPECT_THROW(NSMutableDictionary::dictionaryWithCapacity(capacity), std::bad_alloc) << capacity;
+              }
+              return ::testing::Test::HasFailure();
+            }),
+            0);
 }
 
 TEST(DictionaryTests, ReleasesWhatItGivesUp) {

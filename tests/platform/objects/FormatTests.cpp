@@ -118,9 +118,22 @@ TEST(Format, ShortLengthsKeepTheLowBits) {
 
 TEST(Format, LongLengthsAreUnderstood) {
   EXPECT_EQ(formatted("%ld %lld %qd %zd %td %jd %Lf", 1L, 2LL, 3LL, 4, 5, 6, 1.5L), "1 2 3 4 5 6 1.500000");
-  EXPECT_EQ(formatted("%lu %llu %zu", ULONG_MAX, ULLONG_MAX, SIZE_MAX),
+  EXPECT_EQ(formatted("%llu %qu %ju", ULLONG_MAX, ULLONG_MAX, UINTMAX_MAX),
             "18446744073709551615 18446744073709551615 18446744073709551615");
+  EXPECT_EQ(formatted("%lld %qd %jd", LLONG_MIN, LLONG_MIN, INTMAX_MIN),
+            "-9223372036854775808 -9223372036854775808 -9223372036854775808");
   EXPECT_EQ(formatted("%D %U %O", 10, 11, 8), "10 11 10");
+}
+
+TEST(Format, LengthsOfMachineWordsFollowTheBuild) {
+  constexpr bool kIsWide = sizeof(void*) == 8;
+  const std::string largest = kIsWide ? "18446744073709551615" : "4294967295";
+  const std::string smallest = kIsWide ? "-9223372036854775808" : "-2147483648";
+  EXPECT_EQ(formatted("%lu|%zu", ULONG_MAX, SIZE_MAX), largest + "|" + largest);
+  EXPECT_EQ(formatted("%lu|%zu", ~NSUInteger{0}, ~NSUInteger{0}), largest + "|" + largest);
+  EXPECT_EQ(formatted("%ld|%zd|%td", LONG_MIN, std::numeric_limits<NSInteger>::min(), PTRDIFF_MIN),
+            smallest + "|" + smallest + "|" + smallest);
+  EXPECT_EQ(formatted("%lx", NSNotFound), kIsWide ? "7fffffffffffffff" : "7fffffff");
 }
 
 TEST(Format, EveryArgumentKnowsItsSize) {

@@ -83,6 +83,19 @@ TEST(IndexSet, ReachesTheLargestIndex) {
   EXPECT_EQ(indexes->count(), kLargest - 1);
 }
 
+TEST(IndexSet, NSNotFoundIsAnIndexLikeOthers) {
+  Ref<NSMutableIndexSet> indexes = NSMutableIndexSet::indexSet();
+  indexes->addIndexesInRange({NSNotFound - 1, 3});
+  EXPECT_EQ(indexes->count(), 3U);
+  EXPECT_TRUE(indexes->containsIndex(NSNotFound));
+  EXPECT_EQ(indexes->firstIndex(), NSNotFound - 1);
+  EXPECT_EQ(indexes->lastIndex(), NSNotFound + 1);
+  EXPECT_EQ(indexes->indexGreaterThanIndex(NSNotFound), NSNotFound + 1);
+  indexes->removeIndex(NSNotFound);
+  EXPECT_EQ(indexes->numberOfRanges(), 2U);
+  EXPECT_FALSE(indexes->containsIndex(NSNotFound));
+}
+
 TEST(IndexSet, TellsMembers) {
   Ref<NSMutableIndexSet> indexes = NSMutableIndexSet::indexSet();
   EXPECT_EQ(indexes->firstIndex(), NSNotFound);

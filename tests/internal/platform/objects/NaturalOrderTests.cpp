@@ -49,7 +49,7 @@ class Texts {
  public:
   explicit Texts(unsigned seed) : random_(seed) {}
 
-  std::size_t below(std::size_t limit) { return random_() % limit; }
+  std::size_t below(std::size_t limit) { return static_cast<std::size_t>(random_() % limit); }
 
   std::u16string text() { return text(below(kAlphabets)); }
 

@@ -11,6 +11,7 @@
 #include <filesystem>
 
 #include "support/ChildProcess.h"
+#include "support/FarDates.h"
 #include "support/PrivateMounts.h"
 #include "support/ScratchFolder.h"
 
@@ -159,6 +160,22 @@ TEST_F(FileAccessTests, AMountPointCannotBeDeleted) {
 }
 
 // --- Attributes
+
+TEST_F(FileAccessTests, DatesBeyond32BitsAreTold) {
+  for (const time_t seconds : kFarDates) {
+    if (!hasDateSet(folder / "file", seconds)) continue;
+    const Ref<NSDate> date = attributes("file", false)->get<NSDate>(NSFileModificationDate);
+    EXPECT_EQ(date->timeIntervalSince1970(), static_cast<double>(seconds) + 0.5);
+  }
+}
+
+TEST_F(FileAccessTests, SizesBeyond32BitsAreTold) {
+  for (const std::uintmax_t size :
+       {0x7FFF'FFFFULL, 0x8000'0000ULL, 0xFFFF'FFFFULL, 0x1'0000'0000ULL, 0x5'0000'0001ULL}) {
+    std::filesystem::resize_file(folder / "file", size);
+    EXPECT_EQ(attributes("file", false)->get<std::uint64_t>(NSFileSize), size);
+  }
+}
 
 TEST_F(FileAccessTests, AttributesOfAFile) {
   ASSERT_EQ(::chmod((folder / "file").c_str(), 04751), 0);

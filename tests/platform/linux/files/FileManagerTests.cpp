@@ -14,6 +14,7 @@
 #include <limits>
 
 #include "support/ChildProcess.h"
+#include "support/FarDates.h"
 #include "support/ScratchFolder.h"
 
 namespace ZtFoundation::test {
@@ -147,6 +148,18 @@ TEST_F(FileManagerTests, TheModificationDateIsSetToTheNanosecondThatADateHas) {
     ASSERT_TRUE(makeFolder(name, NSDictionary::dictionaryWithObject_forKey(date, NSFileModificationDate)));
     EXPECT_EQ(statusOf(name).st_mtim.tv_sec, seconds);
     EXPECT_EQ(statusOf(name).st_mtim.tv_nsec, nanoseconds);
+  }
+}
+
+TEST_F(FileManagerTests, ModificationDatesBeyond32BitsAreSet) {
+  writeFile(folder / "file", "");
+  for (const time_t seconds : kFarDates) {
+    if (!hasDateSet(folder / "file", seconds)) continue;
+    const std::string name = std::to_string(seconds);
+    const Ref<NSDate> date = NSDate::dateWithTimeIntervalSince1970(static_cast<double>(seconds) + 0.5);
+    ASSERT_TRUE(makeFolder(name, NSDictionary::dictionaryWithObject_forKey(date, NSFileModificationDate)));
+    EXPECT_EQ(statusOf(name).st_mtim.tv_sec, seconds);
+    EXPECT_EQ(statusOf(name).st_mtim.tv_nsec, 500'000'000);
   }
 }
 

@@ -13,6 +13,7 @@
 #include <unistd.h>
 
 #include <filesystem>
+#include <fstream>
 
 #include "support/PrivateMounts.h"
 #include "support/ScratchFolder.h"
@@ -46,6 +47,26 @@ bool isShared(const std::string& path) {
   ::close(file);
   const auto* extent = reinterpret_cast<const struct fiemap_extent*>(bytes + sizeof(struct fiemap));
   return isMapped && (extent->fe_flags & FIEMAP_EXTENT_SHARED) != 0;
+}
+
+TEST(FileCopyOnVolumesTests, FilesBeyond4GiBMoveToOtherVolumes) {
+  constexpr off_t kSize = (off_t{5} << 30) + 1;
+  PrivateMounts mounts;
+  const std::string from = mounts.memory("from");
+  const std::string to = mounts.memory("to");
+  if (to.empty()) GTEST_SKIP() << mounts.whyNot();
+  const int file = ::open((from + "/file").c_str(), O_WRONLY | O_CREAT, 0644);
+  ASSERT_EQ(::pwrite(file, "x", 1, kSize - 1), 1);
+  ::close(file);
+  ASSERT_TRUE(move(from + "/file", to + "/file"));
+  EXPECT_FALSE(exists(from + "/file"));
+  struct stat status;
+  ASSERT_EQ(::stat((to + "/file").c_str(), &status), 0);
+  EXPECT_EQ(status.st_size, kSize);
+  EXPECT_LE(status.st_blocks, 4096) << "holes stay holes";
+  std::ifstream moved(to + "/file", std::ios::binary);
+  moved.seekg(kSize - 1);
+  EXPECT_EQ(moved.get(), 'x');
 }
 
 TEST(FileCopyOnVolumesTests, BlocksAreSharedWhereTheFileSystemCan) {

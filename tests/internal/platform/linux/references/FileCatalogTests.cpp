@@ -12,6 +12,7 @@
 #include "platform/linux/volumes/Volumes.h"
 #include "platform/services/Service.h"
 #include "support/ChildProcess.h"
+#include "support/FarDates.h"
 #include "support/ScratchFolder.h"
 
 namespace ZtFoundation::test {
@@ -246,6 +247,23 @@ TEST_F(FileCatalogTests, Dates) {
   double born = NAN;
   ASSERT_EQ(UCConvertUTCDateTimeToCFAbsoluteTime(&file.createDate, &born), noErr);
   EXPECT_NEAR(born + 978307200.0, static_cast<double>(::time(nullptr)), 60);
+}
+
+// The record of the catalog begins in 1904.
+TEST_F(FileCatalogTests, DatesBeyond32BitsAreTold) {
+  constexpr time_t kFrom1904 = -2082844800;
+  writeFile(folder / "file", "text");
+  for (const time_t seconds : kFarDates) {
+    if (!hasDateSet(folder / "file", seconds)) continue;
+    const FSCatalogInfo file = info("file", kFSCatInfoContentMod);
+    double modified = 0;
+    if (seconds < kFrom1904) {
+      EXPECT_EQ(UCConvertUTCDateTimeToCFAbsoluteTime(&file.contentModDate, &modified), paramErr) << seconds;
+    } else {
+      ASSERT_EQ(UCConvertUTCDateTimeToCFAbsoluteTime(&file.contentModDate, &modified), noErr) << seconds;
+      EXPECT_EQ(modified + 978307200.0, static_cast<double>(seconds) + 0.5);
+    }
+  }
 }
 
 TEST_F(FileCatalogTests, AFileSystemWithoutDatesOfBirthTellsNone) {
