@@ -6,10 +6,10 @@
 #include <sys/stat.h>
 
 #include <algorithm>
-#include <filesystem>
 #include <iterator>
 
 #include "platform/linux/files/FileDescriptor.h"
+#include "platform/linux/files/ItemPath.h"
 #include "platform/services/FileCatalog.h"
 #include "platform/services/Service.h"
 #include "platform/services/Volumes.h"
@@ -47,20 +47,6 @@ Ref<NSString> volumeNameAt(const Ref<NSString>& path) {
   return error == noErr && root.path()->isEqual(item.path()) ? nameOf(name) : nullptr;
 }
 
-bool holdsDots(const std::filesystem::path& path) {
-  return std::ranges::any_of(path, [](const auto& component) { return component == "." || component == ".."; });
-}
-
-// The way to an item from "/" on, without "." and ".."; no absolute path when it is not to be found. A link at the end stays one.
-std::filesystem::path wayTo(const std::string& path) {
-  std::error_code error;
-  const std::filesystem::path way = std::filesystem::absolute(path, error);
-  if (!holdsDots(way)) return way;
-  const std::filesystem::path name = way.filename();
-  if (name.empty() || holdsDots(name)) return std::filesystem::canonical(way, error);
-  return std::filesystem::canonical(way.parent_path(), error) / name;
-}
-
 bool isThere(const std::string& path) {
   struct stat status;
   return ::lstat(path.c_str(), &status) == 0;
@@ -78,12 +64,11 @@ Ref<NSString> NSFileManager::displayNameAtPath(const Ref<NSString>& path) {
 
 Ref<NSArray> NSFileManager::componentsToDisplayForPath(const Ref<NSString>& path) {
   const auto bytes = detail::systemPath(path);
-  if (!bytes || !isThere(*bytes)) return nullptr;
-  const std::filesystem::path way = wayTo(*bytes);
-  if (!way.is_absolute()) return nullptr;
+  const auto way = bytes && isThere(*bytes) ? detail::absolutePath(*bytes) : std::nullopt;
+  if (!way) return nullptr;
   const Ref<NSMutableArray> names = NSMutableArray::array();
   Ref<NSString> item = NSString::string();
-  const Ref<NSArray> components = NSString::stringWithFileSystemRepresentation(way.native())->pathComponents();
+  const Ref<NSArray> components = NSString::stringWithFileSystemRepresentation(*way)->pathComponents();
   for (const Ref<NSObject>& component : *components) {
     item = item->stringByAppendingPathComponent(as<NSString>(component));
     if (volumeNameAt(item)) names->removeAllObjects();

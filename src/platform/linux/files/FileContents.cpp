@@ -6,7 +6,7 @@
 
 #include <algorithm>
 #include <new>
-#include <stdexcept>
+#include <utility>
 
 #include "platform/linux/files/AtomicFile.h"
 #include "platform/linux/files/FinderLock.h"
@@ -20,10 +20,11 @@ namespace {
 
 constexpr std::size_t kSmallestRead = 4096;
 
-// One byte more than the file has, so that the end shows without another round.
+// One byte more than the file has, so that the end shows without another round. A 32-bit build has no addresses for large files.
 std::size_t sizeHint(int file) {
   struct stat status;
   if (::fstat(file, &status) != 0 || status.st_size <= 0) return kSmallestRead;
+  if (!std::in_range<std::ptrdiff_t>(status.st_size)) throw std::bad_alloc();
   return static_cast<std::size_t>(status.st_size) + 1;
 }
 
@@ -38,18 +39,9 @@ std::optional<std::size_t> readInto(int file, std::string& bytes, std::size_t fi
   return filled;
 }
 
-std::optional<std::string> readGrowing(int file) {
-  std::string bytes(sizeHint(file), '\0');
-  std::size_t filled = 0;
-  for (;;) {
-    const auto reached = readInto(file, bytes, filled);
-    if (!reached) return std::nullopt;
-    filled = *reached;
-    if (filled < bytes.size()) break;
-    bytes.resize(bytes.size() * 2);
-  }
-  bytes.resize(filled);
-  return bytes;
+void resize(std::string& bytes, std::size_t size) {
+  if (size > bytes.max_size()) throw std::bad_alloc();
+  bytes.resize(size);
 }
 
 constexpr int kWriting = O_WRONLY | O_CLOEXEC | O_NOCTTY;
@@ -88,13 +80,16 @@ FileDescriptor openEmpty(const std::string& path, mode_t mode) {
 bool closeWritten(FileDescriptor file) { return ::close(file.release()) == 0 || errno == EINTR; }
 
 std::optional<std::string> readToEnd(int file) {
-  try {
-    return readGrowing(file);
-  } catch (const std::bad_alloc&) {
-    return std::nullopt;
-  } catch (const std::length_error&) {
-    return std::nullopt;
+  std::string bytes;
+  std::size_t filled = 0;
+  for (resize(bytes, sizeHint(file));; resize(bytes, bytes.size() * 2)) {
+    const auto reached = readInto(file, bytes, filled);
+    if (!reached) return std::nullopt;
+    filled = *reached;
+    if (filled < bytes.size()) break;
   }
+  bytes.resize(filled);
+  return bytes;
 }
 
 bool writeAll(int file, std::string_view bytes) {

@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <climits>
 #include <cstdlib>
+#include <new>
 #include <string_view>
 
 namespace ZtFoundation::detail {
@@ -63,7 +64,10 @@ std::optional<std::string> absolutePath(const std::string& path) {
 
 std::optional<std::string> canonicalPath(const std::string& path) {
   std::array<char, PATH_MAX> buffer;
-  if (::realpath(path.c_str(), buffer.data()) == nullptr) return std::nullopt;
+  if (::realpath(path.c_str(), buffer.data()) == nullptr) {
+    if (errno == ENOMEM) throw std::bad_alloc();
+    return std::nullopt;
+  }
   return std::string(buffer.data());
 }
 
