@@ -12,6 +12,7 @@
 #include <cerrno>
 #include <vector>
 
+#include "platform/linux/files/Accounts.h"
 #include "platform/linux/files/FileDescriptor.h"
 #include "platform/linux/files/FinderLock.h"
 #include "platform/linux/files/ItemStatus.h"
@@ -125,22 +126,20 @@ Ref<NSDate> dateOf(const statx_timestamp& time) {
   return NSDate::dateWithTimeIntervalSince1970(static_cast<double>(time.tv_sec) + fraction);
 }
 
-template <class Record, class Lookup, class Member>
-Ref<NSString> accountName(unsigned identifier, Lookup lookup, Member name) {
-  std::vector<char> buffer(1024);
-  Record record;
-  Record* found = nullptr;
-  while (lookup(identifier, &record, buffer.data(), buffer.size(), &found) == ERANGE) {
-    buffer.resize(buffer.size() * 2);
-  }
-  return found != nullptr ? NSString::stringWithFileSystemRepresentation(found->*name) : nullptr;
+template <class Record, class Member>
+Ref<NSString> accountName(unsigned identifier, int (*lookup)(unsigned, Record*, char*, std::size_t, Record**),
+                          Member name) {
+  Ref<NSString> text;
+  withAccount(lookup, identifier,
+              [&](const Record& record) { text = NSString::stringWithFileSystemRepresentation(record.*name); });
+  return text;
 }
 
 void addAccounts(NSMutableDictionary& attributes, const struct statx& status) {
   attributes.setObject_forKey(status.stx_uid, NSFileOwnerAccountID);
   attributes.setObject_forKey(status.stx_gid, NSFileGroupOwnerAccountID);
-  const auto user = accountName<struct passwd>(status.stx_uid, ::getpwuid_r, &passwd::pw_name);
-  const auto group = accountName<struct group>(status.stx_gid, ::getgrgid_r, &group::gr_name);
+  const auto user = accountName(status.stx_uid, ::getpwuid_r, &passwd::pw_name);
+  const auto group = accountName(status.stx_gid, ::getgrgid_r, &group::gr_name);
   if (user) attributes.setObject_forKey(user, NSFileOwnerAccountName);
   if (group) attributes.setObject_forKey(group, NSFileGroupOwnerAccountName);
 }

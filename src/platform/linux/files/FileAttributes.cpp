@@ -17,6 +17,8 @@
 #include <string_view>
 #include <vector>
 
+#include "platform/linux/files/Accounts.h"
+
 namespace ZtFoundation {
 
 constinit const std::string_view NSFilePosixPermissions = "NSFilePosixPermissions";
@@ -132,52 +134,38 @@ bool copyExtendedAttributes(int from, int to, Contents contents) {
 
 // --- Attributes that a host asks for
 
-std::optional<long long> numberIn(const NSDictionary& attributes, std::string_view key) {
-  return attributes.get<long long>(key);
-}
-
-template <class Record, class Lookup, class Member>
-std::optional<unsigned> identifierOf(const std::string& name, Lookup lookup, Member member) {
-  std::vector<char> buffer(1024);
-  Record record;
-  Record* found = nullptr;
-  while (lookup(name.c_str(), &record, buffer.data(), buffer.size(), &found) == ERANGE)
-    buffer.resize(buffer.size() * 2);
-  return found != nullptr ? std::optional<unsigned>(found->*member) : std::nullopt;
-}
-
 constexpr unsigned kUnchanged = ~0U;
 
-template <class Record, class Lookup, class Member>
-unsigned accountIn(const NSDictionary& attributes, std::string_view idKey, std::string_view nameKey, Lookup lookup,
-                   Member member) {
-  if (const auto id = numberIn(attributes, idKey)) return static_cast<unsigned>(*id);
+template <class Record, class Member>
+unsigned identifierOf(const std::string& name, int (*lookup)(const char*, Record*, char*, std::size_t, Record**),
+                      Member member) {
+  unsigned identifier = kUnchanged;
+  withAccount(lookup, name.c_str(), [&](const Record& record) { identifier = record.*member; });
+  return identifier;
+}
+
+template <class Record, class Member>
+unsigned accountIn(const NSDictionary& attributes, std::string_view idKey, std::string_view nameKey,
+                   int (*lookup)(const char*, Record*, char*, std::size_t, Record**), Member member) {
+  if (const auto id = attributes.get<long long>(idKey)) return static_cast<unsigned>(*id);
   const auto name = attributes.get<std::string>(nameKey);
-  return name ? identifierOf<Record>(*name, lookup, member).value_or(kUnchanged) : kUnchanged;
+  return name ? identifierOf(*name, lookup, member) : kUnchanged;
 }
 
-void applyOwner(const NSDictionary& attributes, const std::string& path) {
-  const uid_t user =
-      accountIn<struct passwd>(attributes, NSFileOwnerAccountID, NSFileOwnerAccountName, ::getpwnam_r, &passwd::pw_uid);
-  const gid_t group = accountIn<struct group>(attributes, NSFileGroupOwnerAccountID, NSFileGroupOwnerAccountName,
-                                              ::getgrnam_r, &group::gr_gid);
-  if (user == kUnchanged && group == kUnchanged) return;
-  if (::chown(path.c_str(), user, group) != 0 && user != kUnchanged) {
-    [[maybe_unused]] const int result = ::chown(path.c_str(), kUnchanged, group);
-  }
-}
-
-void applyModificationDate(const NSDictionary& attributes, const std::string& path) {
+std::optional<timespec> modificationTimeIn(const NSDictionary& attributes) {
   const Ref<NSDate> date = attributes.get<NSDate>(NSFileModificationDate);
-  if (!date || !std::isfinite(date->timeIntervalSince1970())) return;
+  if (!date || !std::isfinite(date->timeIntervalSince1970())) return std::nullopt;
   const double seconds = std::floor(date->timeIntervalSince1970());
-  if (std::abs(seconds) > 9e15) return;
+  if (std::abs(seconds) > 9e15) return std::nullopt;
   const double fraction = date->timeIntervalSince1970() - seconds;
-  timespec times[2] = {};
-  times[0].tv_nsec = UTIME_OMIT;
-  times[1].tv_sec = static_cast<time_t>(seconds);
-  times[1].tv_nsec = std::min(static_cast<long>(fraction * 1e9), 999999999L);
-  ::utimensat(AT_FDCWD, path.c_str(), times, 0);
+  return timespec{static_cast<time_t>(seconds), std::min(static_cast<long>(fraction * 1e9), 999999999L)};
+}
+
+void giveOwner(const char* path, uid_t user, gid_t group) noexcept {
+  if (user == kUnchanged && group == kUnchanged) return;
+  if (::chown(path, user, group) != 0 && user != kUnchanged) {
+    [[maybe_unused]] const int result = ::chown(path, kUnchanged, group);
+  }
 }
 
 }  // namespace
@@ -188,16 +176,22 @@ bool copyAttributes(int from, const struct stat& status, int to, Contents conten
   return mode && copyExtendedAttributes(from, to, contents) && setPermissions(to, *mode);
 }
 
-mode_t permissionsIn(const Ref<NSDictionary>& attributes, mode_t otherwise) {
-  const auto mode = attributes ? numberIn(*attributes, NSFilePosixPermissions) : std::nullopt;
-  return mode ? static_cast<mode_t>(*mode) & kPermissionBits : otherwise;
+WantedAttributes::WantedAttributes(const Ref<NSDictionary>& attributes) : user_(kUnchanged), group_(kUnchanged) {
+  if (!attributes) return;
+  user_ = accountIn(*attributes, NSFileOwnerAccountID, NSFileOwnerAccountName, ::getpwnam_r, &passwd::pw_uid);
+  group_ = accountIn(*attributes, NSFileGroupOwnerAccountID, NSFileGroupOwnerAccountName, ::getgrnam_r, &group::gr_gid);
+  if (const auto mode = attributes->get<long long>(NSFilePosixPermissions)) {
+    permissions_ = static_cast<mode_t>(*mode) & kPermissionBits;
+  }
+  modified_ = modificationTimeIn(*attributes);
 }
 
-void applyAttributes(const Ref<NSDictionary>& attributes, const std::string& path) {
-  if (!attributes) return;
-  applyOwner(*attributes, path);
-  if (numberIn(*attributes, NSFilePosixPermissions)) ::chmod(path.c_str(), permissionsIn(attributes, 0));
-  applyModificationDate(*attributes, path);
+void WantedAttributes::giveTo(const std::string& path) const noexcept {
+  giveOwner(path.c_str(), user_, group_);
+  if (permissions_) ::chmod(path.c_str(), *permissions_);
+  if (!modified_) return;
+  const timespec times[] = {{0, UTIME_OMIT}, *modified_};
+  ::utimensat(AT_FDCWD, path.c_str(), times, 0);
 }
 
 }  // namespace detail

@@ -4,6 +4,7 @@
 
 #include <sys/stat.h>
 
+#include <optional>
 #include <string>
 
 #include <ZtFoundation/platform/Dictionary.h>
@@ -18,10 +19,22 @@ enum class Contents { New, Same };
 /// somebody else's. False on any other failure.
 bool copyAttributes(int from, const struct stat& status, int to, Contents contents = Contents::New);
 
-/// The permission bits that `attributes` asks for, else `otherwise`.
-mode_t permissionsIn(const Ref<NSDictionary>& attributes, mode_t otherwise);
+/// What a host asks for a new item. Read before the item is made, as memory may run out meanwhile.
+class WantedAttributes {
+ public:
+  /// Of none nothing is asked.
+  explicit WantedAttributes(const Ref<NSDictionary>& attributes);
 
-/// Applies what `attributes` asks for to the item at `path`, as far as the process may.
-void applyAttributes(const Ref<NSDictionary>& attributes, const std::string& path);
+  /// The permission bits, `otherwise` where none are asked for.
+  mode_t permissions(mode_t otherwise) const noexcept { return permissions_.value_or(otherwise); }
+  /// As far as the process may.
+  void giveTo(const std::string& path) const noexcept;
+
+ private:
+  uid_t user_;
+  gid_t group_;
+  std::optional<mode_t> permissions_;
+  std::optional<timespec> modified_;
+};
 
 }  // namespace ZtFoundation::detail

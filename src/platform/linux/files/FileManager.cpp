@@ -56,9 +56,9 @@ bool NSFileManager::fileExistsAtPath_isDirectory(const Ref<NSString>& path, bool
 
 bool NSFileManager::createDirectoryAtPath_attributes(const Ref<NSString>& path, const Ref<NSDictionary>& attributes) {
   const auto name = systemPath(path);
-  if (!name || detail::isFolderLocked(*name) || ::mkdir(name->c_str(), detail::permissionsIn(attributes, 0777)) != 0)
-    return false;
-  detail::applyAttributes(attributes, *name);
+  const detail::WantedAttributes wanted(attributes);
+  if (!name || detail::isFolderLocked(*name) || ::mkdir(name->c_str(), wanted.permissions(0777)) != 0) return false;
+  wanted.giveTo(*name);
   return true;
 }
 
@@ -68,10 +68,11 @@ bool NSFileManager::createFileAtPath_contents_attributes(const Ref<NSString>& pa
                                                          const Ref<NSDictionary>& attributes) {
   const auto name = systemPath(path);
   if (!name) return false;
-  FileDescriptor file = detail::openEmpty(*name, detail::permissionsIn(attributes, 0666));
+  const detail::WantedAttributes wanted(attributes);
+  FileDescriptor file = detail::openEmpty(*name, wanted.permissions(0666));
   if (!file || (contents && !detail::writeAll(file.get(), contents->view()))) return false;
   if (!detail::closeWritten(std::move(file))) return false;
-  detail::applyAttributes(attributes, *name);
+  wanted.giveTo(*name);
   return true;
 }
 

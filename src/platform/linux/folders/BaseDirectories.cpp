@@ -9,6 +9,8 @@
 #include <cstdlib>
 #include <string_view>
 
+#include "platform/linux/files/Accounts.h"
+
 namespace ZtFoundation::detail {
 
 namespace {
@@ -24,14 +26,12 @@ std::string_view variable(const char* name) {
   return value != nullptr ? value : "";
 }
 
-// The size that an entry needs is told nowhere.
 Directory homeInUserDatabase() {
-  for (std::vector<char> buffer(1024);; buffer.resize(buffer.size() * 2)) {
-    passwd entry{};
-    passwd* found = nullptr;
-    const int error = ::getpwuid_r(::geteuid(), &entry, buffer.data(), buffer.size(), &found);
-    if (error != ERANGE) return found != nullptr && entry.pw_dir != nullptr ? absolute(entry.pw_dir) : std::nullopt;
-  }
+  Directory home;
+  withAccount(::getpwuid_r, ::geteuid(), [&](const passwd& entry) {
+    if (entry.pw_dir != nullptr) home = absolute(entry.pw_dir);
+  });
+  return home;
 }
 
 Directory orInHome(const char* name, const char* inHome) {

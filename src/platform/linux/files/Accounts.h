@@ -1,0 +1,27 @@
+/// \file Accounts.h
+/// The system's records of users and groups.
+#pragma once
+
+#include <cerrno>
+#include <cstddef>
+#include <new>
+#include <vector>
+
+namespace ZtFoundation::detail {
+
+/// Asks `lookup`, one of `getpwnam_r` and its kin, for the record of `key`; calls `use` with it unless there is none. The size that a record needs is
+/// told nowhere.
+template <class Record, class Key, class Use>
+void withAccount(int (*lookup)(Key, Record*, char*, std::size_t, Record**), Key key, Use use) {
+  Record record{};
+  Record* found = nullptr;
+  for (std::vector<char> buffer(1024);; buffer.resize(buffer.size() * 2)) {
+    const int error = lookup(key, &record, buffer.data(), buffer.size(), &found);
+    if (error == ERANGE) continue;
+    if (error == ENOMEM) throw std::bad_alloc();
+    if (found != nullptr) use(*found);
+    return;
+  }
+}
+
+}  // namespace ZtFoundation::detail
