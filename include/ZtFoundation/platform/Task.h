@@ -54,9 +54,9 @@ class ZT_EXPORT NSTask : public NSObject {
   std::int32_t processIdentifier() const;
 
  private:
-  explicit NSTask(std::unique_ptr<ChildProcess> process);
+  NSTask() noexcept;
 
-  const std::unique_ptr<ChildProcess> process_;
+  std::unique_ptr<ChildProcess> process_;
 };
 
 }  // namespace ZtFoundation

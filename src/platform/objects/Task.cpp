@@ -36,14 +36,15 @@ std::vector<std::string> bytesOfAll(const Ref<NSArray>& arguments) {
 
 }  // namespace
 
-NSTask::NSTask(std::unique_ptr<ChildProcess> process) : process_(std::move(process)) {}
+NSTask::NSTask() noexcept = default;
 NSTask::~NSTask() = default;
 
 Ref<NSTask> NSTask::launchedTaskWithLaunchPath_arguments(const Ref<NSString>& path, const Ref<NSArray>& arguments) {
   std::string failure;
-  auto process = service<ChildProcesses>().start(bytesOf(path), bytesOfAll(arguments), &failure);
-  if (!process) raise(NSString::stringWithFormat("cannot launch %@: %s", path, failure));
-  return Ref<NSTask>::adopt(new NSTask(std::move(process)));
+  Ref<NSTask> task = Ref<NSTask>::adopt(new NSTask);  // now, as nothing may fail once the program runs
+  task->process_ = service<ChildProcesses>().start(bytesOf(path), bytesOfAll(arguments), &failure);
+  if (!task->process_) raise(NSString::stringWithFormat("cannot launch %@: %s", path, failure));
+  return task;
 }
 
 bool NSTask::isRunning() { return process_->isRunning(); }

@@ -54,10 +54,10 @@ std::optional<std::string> absolutePath(const Ref<NSString>& path) {
 
 // Forgotten at once: where orphans are given to this process, the next start collects those that have ended.
 bool start(const Launch& launch) {
-  detail::reapForgotten();
+  detail::WatchedProcess forgotten;
   detail::StartedProcess process = detail::startProcess(launch.program, launch.arguments, {launch.workingFolder, true});
   if (process.error != 0) return false;
-  detail::watchProcess(process.id, std::move(process.handle));
+  forgotten.watch(process.id, std::move(process.handle));
   return true;
 }
 

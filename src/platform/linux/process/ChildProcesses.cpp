@@ -51,9 +51,9 @@ class Forgotten {
     static Forgotten& shared = *new Forgotten;
     return shared;
   }
-  void add(FileDescriptor handle) {
+  void add(std::list<FileDescriptor>& handle) noexcept {
     const std::lock_guard guard(lock_);
-    handles_.push_back(std::move(handle));
+    handles_.splice(handles_.end(), handle);
   }
   void reapEnded() {
     const std::lock_guard guard(lock_);
@@ -62,30 +62,7 @@ class Forgotten {
 
  private:
   std::mutex lock_;
-  std::vector<FileDescriptor> handles_;
-};
-
-class LinuxChildProcess final : public ChildProcess {
- public:
-  LinuxChildProcess(pid_t id, FileDescriptor handle) : id_(id), handle_(std::move(handle)) {}
-  ~LinuxChildProcess() override {
-    if (handle_ && !reap(handle_.get()) && areOrphansOurs()) Forgotten::shared().add(std::move(handle_));
-  }
-
-  std::int32_t identifier() const override { return id_; }
-  bool isRunning() override { return handle_ ? !reap(handle_.get()) : isThere(); }
-  void waitUntilExit() override {
-    if (handle_) hasEnded(handle_.get(), -1);
-    while (isRunning()) ::poll(nullptr, 0, 10);
-  }
-
- private:
-  // Where there are no handles: a little later another process may have the
-  // number.
-  bool isThere() const { return ::kill(id_, 0) == 0 || errno == EPERM; }
-
-  const pid_t id_;
-  FileDescriptor handle_;
+  std::list<FileDescriptor> handles_;
 };
 
 // Servers behind file systems may make up numbers that nobody knows.
@@ -98,23 +75,46 @@ class LinuxChildProcesses final : public ChildProcesses {
  public:
   std::unique_ptr<ChildProcess> start(const std::string& path, const std::vector<std::string>& arguments,
                                       std::string* failure) override {
-    detail::reapForgotten();
+    auto process = std::make_unique<detail::WatchedProcess>();
     std::vector<std::string> all{path};
     all.insert(all.end(), arguments.begin(), arguments.end());
     detail::StartedProcess started = detail::startProcess(path, all);
-    if (started.error == 0) return detail::watchProcess(started.id, std::move(started.handle));
-    *failure = textOf(started.error);
-    return nullptr;
+    if (started.error != 0) {
+      *failure = textOf(started.error);
+      return nullptr;
+    }
+    process->watch(started.id, std::move(started.handle));
+    return process;
   }
 };
 
 }  // namespace
 
-std::unique_ptr<ChildProcess> detail::watchProcess(pid_t id, FileDescriptor handle) {
-  return std::make_unique<LinuxChildProcess>(id, std::move(handle));
+namespace detail {
+
+WatchedProcess::WatchedProcess() : handle_(1) { Forgotten::shared().reapEnded(); }
+
+WatchedProcess::~WatchedProcess() {
+  if (handle() && !reap(handle().get()) && areOrphansOurs()) Forgotten::shared().add(handle_);
 }
 
-void detail::reapForgotten() { Forgotten::shared().reapEnded(); }
+void WatchedProcess::watch(pid_t id, FileDescriptor handle) noexcept {
+  id_ = id;
+  handle_.front() = std::move(handle);
+}
+
+bool WatchedProcess::isRunning() { return handle() ? !reap(handle().get()) : isThere(); }
+
+void WatchedProcess::waitUntilExit() {
+  if (handle()) hasEnded(handle().get(), -1);
+  while (isRunning()) ::poll(nullptr, 0, 10);
+}
+
+// Where there are no handles: a little later another process may have the
+// number.
+bool WatchedProcess::isThere() const { return ::kill(id_, 0) == 0 || errno == EPERM; }
+
+}  // namespace detail
 
 ChildProcesses& ChildProcesses::production() {
   static ChildProcesses& processes = *new LinuxChildProcesses;

@@ -4,18 +4,34 @@
 
 #include <sys/types.h>
 
-#include <memory>
+#include <list>
 
 #include "platform/linux/files/FileDescriptor.h"
 #include "platform/services/ChildProcesses.h"
 
 namespace ZtFoundation::detail {
 
-/// The process with this number and handle (pidfd; nothing where the system has none). Where orphans are given to this process, one that
-/// is forgotten is collected after its end, by the next `reapForgotten`.
-std::unique_ptr<ChildProcess> watchProcess(pid_t id, FileDescriptor handle);
+/// A process that was started. It is made before the process, so that nothing is left that could fail once that runs.
+///
+/// Where orphans are given to this process, one that is forgotten is collected after its end, when the next one is made.
+class WatchedProcess final : public ChildProcess {
+ public:
+  WatchedProcess();
+  ~WatchedProcess() override;
 
-/// Collects those of the forgotten processes that have ended. To be called before another one is started.
-void reapForgotten();
+  /// From now on this is the process with that number and handle (pidfd; nothing where the system has none).
+  void watch(pid_t id, FileDescriptor handle) noexcept;
+
+  std::int32_t identifier() const override { return id_; }
+  bool isRunning() override;
+  void waitUntilExit() override;
+
+ private:
+  FileDescriptor& handle() noexcept { return handle_.front(); }
+  bool isThere() const;
+
+  pid_t id_ = -1;
+  std::list<FileDescriptor> handle_;  // one, which can become part of another list without asking for memory
+};
 
 }  // namespace ZtFoundation::detail

@@ -13,15 +13,16 @@ namespace {
 
 TEST(ChildProcesses, AProcessWithoutAHandleIsLookedForByItsNumber) {
   const pid_t child = startChild([] { return ::pause(); });
-  const std::unique_ptr<ChildProcess> process = detail::watchProcess(child, detail::FileDescriptor());
-  EXPECT_EQ(process->identifier(), child);
-  EXPECT_TRUE(process->isRunning());
-  const std::future<void> waiting = std::async(std::launch::async, [&] { process->waitUntilExit(); });
+  detail::WatchedProcess process;
+  process.watch(child, detail::FileDescriptor());
+  EXPECT_EQ(process.identifier(), child);
+  EXPECT_TRUE(process.isRunning());
+  const std::future<void> waiting = std::async(std::launch::async, [&] { process.waitUntilExit(); });
   EXPECT_EQ(waiting.wait_for(std::chrono::milliseconds(50)), std::future_status::timeout);
   ::kill(child, SIGKILL);
   EXPECT_EQ(waitForChild(child), -1);
   waiting.wait();
-  EXPECT_FALSE(process->isRunning());
+  EXPECT_FALSE(process.isRunning());
 }
 
 TEST(ChildProcesses, WhatCannotBeStartedTellsTheReason) {
