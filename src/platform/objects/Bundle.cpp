@@ -176,9 +176,11 @@ bool NSBundle::load() {
   if (isLoaded()) return true;
   const Ref<NSString> executable = executablePath();
   if (!executable) return false;
-  module_.store(service<BundleCode>().load(executable->fileSystemRepresentation()), std::memory_order_release);
-  if (isLoaded()) Lasting::shared().add(this);
-  return isLoaded();
+  const CodeModule module = service<BundleCode>().load(executable->fileSystemRepresentation());
+  if (module == nullptr) return false;
+  Lasting::shared().add(this);  // first, as memory may run out: what is loaded lasts
+  module_.store(module, std::memory_order_release);
+  return true;
 }
 
 // The first of that name, or of any name for none.

@@ -5,8 +5,6 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstdlib>
-#include <memory>
 #include <string_view>
 
 #include <ZtFoundation/platform/Bundle.h>
@@ -14,6 +12,7 @@
 #include "platform/linux/applications/CommandLine.h"
 #include "platform/linux/applications/Executable.h"
 #include "platform/linux/files/FileErrors.h"
+#include "platform/linux/files/ItemPath.h"
 #include "platform/linux/folders/Folders.h"
 #include "platform/services/Service.h"
 #include "platform/services/Volumes.h"
@@ -59,13 +58,7 @@ bool isLink(const std::string& path) {
 }
 
 // The path itself where it cannot be told, as for a folder that this process may not search.
-std::string withoutLinks(const std::string& path) {
-  struct Free {
-    void operator()(char* text) const noexcept { std::free(text); }
-  };
-  const std::unique_ptr<char, Free> real(::realpath(path.c_str(), nullptr));
-  return real != nullptr ? real.get() : path;
-}
+std::string withoutLinks(const std::string& path) { return canonicalPath(path).value_or(path); }
 
 struct Item {
   std::string path;  // the one whose name tells what the item is

@@ -4,9 +4,8 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cstdlib>
-#include <memory>
 
+#include "platform/linux/files/ItemPath.h"
 #include "platform/services/FileCatalog.h"
 #include "platform/services/Service.h"
 #include "platform/services/Volumes.h"
@@ -15,14 +14,10 @@ namespace ZtFoundation::detail {
 
 namespace {
 
-struct Free {
-  void operator()(char* block) const { std::free(block); }
-};
-
 // The nearest folder above `path`, or the item itself, that is there, without links on the way.
 std::string nearestExisting(std::string path) {
   for (;;) {
-    if (const std::unique_ptr<char, Free> real(::realpath(path.c_str(), nullptr)); real) return real.get();
+    if (auto real = canonicalPath(path)) return *std::move(real);
     path.resize(std::max(path.rfind('/'), std::size_t{1}));
   }
 }

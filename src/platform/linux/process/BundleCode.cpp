@@ -6,35 +6,22 @@
 #include <unistd.h>
 
 #include <climits>
-#include <cstdlib>
-#include <memory>
 #include <mutex>
 #include <set>
 #include <string_view>
+
+#include "platform/linux/files/ItemPath.h"
+#include "platform/linux/process/OpenCode.h"
 
 namespace ZtFoundation {
 
 namespace {
 
-std::string resolved(const std::string& path) {
-  struct Free {
-    void operator()(char* text) const noexcept { std::free(text); }
-  };
-  const std::unique_ptr<char, Free> real(::realpath(path.c_str(), nullptr));
-  return real != nullptr ? real.get() : std::string();
-}
+std::string resolved(const std::string& path) { return detail::canonicalPath(path).value_or(""); }
 
 bool isRegular(const std::string& path) {
   struct stat status {};
   return ::stat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode);
-}
-
-// The system declares that loading never throws, which makes an exception of a static constructor fatal. Called
-// through a pointer that does not say so, the exception arrives here. Afterwards the system's loader stays locked for other
-// threads: they wait if they load code themselves.
-void* open(const std::string& path) {
-  void* (*volatile const load)(const char*, int) = &::dlopen;
-  return load(path.c_str(), RTLD_NOW | RTLD_LOCAL | RTLD_NODELETE);
 }
 
 // Of a file that has been removed or replaced since the start the system tells the name with a remark behind it.
@@ -57,16 +44,14 @@ class LinuxBundleCode final : public BundleCode {
   CodeModule load(const std::string& path) override {
     const std::string file = resolved(path);
     if (!isRegular(file) || isBroken(file)) return nullptr;
-    try {
-      return moduleOf(open(file));
-    } catch (...) {
-      markBroken(file);
-      return nullptr;
-    }
+    std::set<std::string> marked{file};
+    const detail::OpenedCode opened = detail::openCode(file.c_str());
+    if (opened.hasThrown) markBroken(marked);
+    return moduleOf(opened.handle);
   }
 
   CodeModule program() override {
-    static const CodeModule program = moduleOf(::dlopen(nullptr, RTLD_NOW | RTLD_LOCAL));
+    static const CodeModule program = moduleOf(detail::openCode(nullptr).handle);
     return program;
   }
 
@@ -89,9 +74,10 @@ class LinuxBundleCode final : public BundleCode {
     const std::lock_guard guard(lock_);
     return broken_.contains(file);
   }
-  void markBroken(const std::string& file) {
+  // Without asking for memory: the mark must not get lost.
+  void markBroken(std::set<std::string>& files) {
     const std::lock_guard guard(lock_);
-    broken_.insert(file);
+    broken_.merge(files);
   }
 
   std::mutex lock_;

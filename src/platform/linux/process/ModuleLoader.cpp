@@ -4,6 +4,8 @@
 
 #include <string>
 
+#include "platform/linux/process/OpenCode.h"
+
 namespace ZtFoundation {
 
 namespace {
@@ -19,7 +21,7 @@ std::string ownFolder() {
 }  // namespace
 
 void* moduleFunction(const char* file, const char* entry) {
-  void* const module = dlopen((ownFolder() + file).c_str(), RTLD_NOW | RTLD_LOCAL);
+  void* const module = detail::openCode((ownFolder() + file).c_str()).handle;
   return module != nullptr ? dlsym(module, entry) : nullptr;
 }
 

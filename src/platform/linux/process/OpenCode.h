@@ -1,0 +1,16 @@
+/// \file OpenCode.h
+/// Loading code by the system's loader.
+#pragma once
+
+namespace ZtFoundation::detail {
+
+struct OpenedCode {
+  void* handle = nullptr;  ///< null when the code cannot be loaded
+  bool hasThrown = false;  ///< what its static initialisers have thrown
+};
+
+/// Loads the shared object at `path` for good; null stands for the program itself. std::bad_alloc when nothing but memory was missing, which is no
+/// property of the file.
+OpenedCode openCode(const char* path);
+
+}  // namespace ZtFoundation::detail
