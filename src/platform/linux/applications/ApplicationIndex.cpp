@@ -156,36 +156,45 @@ void ApplicationIndex::refresh() {
   if (isUpToDate(folders)) return;
   Lister lister;
   for (const ApplicationFolder& folder : folders) lister.list(folder);
-  std::unordered_map<std::string, Application> known;
-  for (Application& application : applications_) known.emplace(application.path, std::move(application));
-  folders_ = std::move(folders);
-  listed_ = lister.takeFolders();
-  applications_ = lister.takeApplications();
-  for (Application& application : applications_) {
+  std::unordered_map<std::string_view, Application*> known;
+  for (Application& application : applications_) known.emplace(application.path, &application);
+  Applications applications = lister.takeApplications();
+  // From here on nothing can fail, so what is known stays whole.
+  for (Application& application : applications) {
     const auto found = known.find(application.path);
-    if (found == known.end()) continue;
-    application.stamp = found->second.stamp;
-    application.signatures = std::move(found->second.signatures);
-    if (!application.isEntry) application.identifier = std::move(found->second.identifier);
+    if (found != known.end()) application.takeContents(*found->second);
   }
+  applications_ = std::move(applications);
+  listed_ = lister.takeFolders();
+  folders_ = std::move(folders);
+}
+
+void ApplicationIndex::Application::takeContents(Application& other) noexcept {
+  stamp = other.stamp;
+  signatures = std::move(other.signatures);
+  if (!isEntry) identifier = std::move(other.identifier);
 }
 
 void ApplicationIndex::updateBundle(Application& bundle) {
   const std::string path = bundleInformationPath(bundle.path);
   const FileStamp stamp(path);
   if (bundle.stamp.stillHolds(stamp)) return;
-  bundle.stamp = stamp;
+  // Cut off here, it is read again the next time.
+  bundle.stamp = kNothing;
   bundle.identifier.clear();
   bundle.signatures.clear();
-  if (!isApplicationBundle(bundle.path) || path.empty()) return;
+  if (isApplicationBundle(bundle.path) && !path.empty() && !readInformation(bundle)) return;
+  bundle.stamp = stamp;
+}
+
+// False for an Info.plist that says nothing, or cannot be read.
+bool ApplicationIndex::readInformation(Application& bundle) {
   const Ref<NSBundle> contents = NSBundle::bundleWithPath(NSString::stringWithFileSystemRepresentation(bundle.path));
-  if (!contents || contents->infoDictionary()->count() == 0) {
-    bundle.stamp = kNothing;
-    return;
-  }
+  if (!contents || contents->infoDictionary()->count() == 0) return false;
   bundle.identifier = textOf(contents->objectForInfoDictionaryKey("CFBundleIdentifier"));
   const OSType code = signatureCode(as<NSString>(contents->objectForInfoDictionaryKey("CFBundleSignature")));
   if (code != 0) bundle.signatures.push_back(code);
+  return true;
 }
 
 void ApplicationIndex::updateEntry(Application& entry) {

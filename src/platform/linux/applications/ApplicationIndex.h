@@ -30,6 +30,9 @@ class ApplicationIndex {
     std::string identifier = {};          ///< of an entry its desktop-file ID without ".desktop"
     FileStamp stamp = {};                 ///< of the file that what follows was read from
     std::vector<OSType> signatures = {};  ///< of an entry those that it may have
+
+    /// What was read of the same item earlier.
+    void takeContents(Application& other) noexcept;
   };
   using Applications = std::vector<Application>;
   struct Query;
@@ -38,6 +41,7 @@ class ApplicationIndex {
   void refresh();
   bool isUpToDate(const std::vector<ApplicationFolder>& folders) const;
   static void updateBundle(Application& bundle);
+  static bool readInformation(Application& bundle);
   static void updateEntry(Application& entry);
   void update(const Query& query);
   const Application* first(const Query& query, bool inAnyCase) const;
