@@ -1,5 +1,7 @@
 #include <atomic>
+#include <cstddef>
 #include <mutex>
+#include <new>
 #include <thread>
 #include <utility>
 
@@ -21,14 +23,15 @@ class SpinLock {
   std::atomic_flag taken_;
 };
 
-/// Never destroyed, because static objects log while they are.
 struct SharedSlot {
   SpinLock lock;  // never held while a manager works or dies
   Ref<ZtLoggingManager> manager;
 };
 
-SharedSlot& sharedSlot() {
-  static SharedSlot& slot = *new SharedSlot;
+/// Never destroyed, because static objects log while they are.
+SharedSlot& sharedSlot() noexcept {
+  alignas(SharedSlot) static std::byte memory[sizeof(SharedSlot)];
+  static SharedSlot& slot = *new (memory) SharedSlot;
   return slot;
 }
 

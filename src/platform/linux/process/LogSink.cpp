@@ -15,6 +15,7 @@
 #include <mutex>
 #include <new>
 #include <optional>
+#include <type_traits>
 
 namespace ZtFoundation {
 
@@ -31,16 +32,15 @@ struct LineContext {
 };
 constinit thread_local LineContext context;
 
-std::mutex& writing() {
-  static std::mutex& mutex = *new std::mutex;  // Objects that are destroyed at exit may log.
-  return mutex;
-}
+// Objects that are destroyed at exit may log.
+constinit std::mutex writing;
+static_assert(std::is_trivially_destructible_v<std::mutex>);
 
 // A child goes on with the parent's thread, under another number, and must not find the mutex held by a thread that it lacks.
 void watchForks() {
-  pthread_atfork([] { writing().lock(); }, [] { writing().unlock(); },
+  pthread_atfork([] { writing.lock(); }, [] { writing.unlock(); },
                  [] {
-                   writing().unlock();
+                   writing.unlock();
                    context.second = -1;
                  });
 }
@@ -165,7 +165,7 @@ class StandardError final : public LogSink {
     }
     char* const end = copy(putPrefix(line, now.tv_nsec / 1'000'000), text.data(), text.size());
     *end = '\n';
-    const std::lock_guard lock(writing());
+    const std::lock_guard lock(writing);
     writeSafely(line, length);
   }
 };
