@@ -1,6 +1,8 @@
 #include <cstdint>
+#include <new>
 
 #include <ZtFoundation/System.h>
+#include <ZtFoundation/platform/FileErrors.h>
 #include <ZtFoundation/platform/Log.h>
 
 #include "platform/services/Gestalt.h"
@@ -10,15 +12,32 @@ namespace ZtFoundation {
 
 namespace {
 
+// Callers from other languages cannot catch anything: a line that there is no memory for is dropped, as by the log itself.
+template <class... Arguments>
+void log(const char* format, const Arguments&... arguments) noexcept {
+  try {
+    NSLog(format, arguments...);
+  } catch (const std::bad_alloc&) {
+  }
+}
+
 // The status is shown as a pointer of 32 bits, so -1 reads 0xffffffff.
 void logStatus(std::int16_t status) {
   const auto widened = static_cast<std::uint32_t>(std::int32_t{status});
-  NSLog("Gestalt Error = %p", reinterpret_cast<const void*>(static_cast<std::uintptr_t>(widened)));
+  log("Gestalt Error = %p", reinterpret_cast<const void*>(static_cast<std::uintptr_t>(widened)));
+}
+
+std::int16_t ask(OSType selector, std::int32_t& response) noexcept {
+  try {
+    return service<Gestalt>().ask(selector, response);
+  } catch (const std::bad_alloc&) {
+    return memFullErr;
+  }
 }
 
 NSInteger answerFor(OSType selector) {
   std::int32_t response = 0;
-  const std::int16_t status = service<Gestalt>().ask(selector, response);
+  const std::int16_t status = ask(selector, response);
   if (status == 0) return response;
   logStatus(status);
   return 0;
@@ -29,7 +48,7 @@ NSInteger answerFor(OSType selector) {
 NSInteger ZtGestaltOSVersion() { return answerFor(gestaltSystemVersion); }
 
 NSInteger ZtGestaltPhysicalRAMSize() {
-  NSLog("You should use ZtGestaltPhysicalRAMSizeInMegabytes instead of ZtGestaltPhysicalRAMSize!");
+  log("You should use ZtGestaltPhysicalRAMSizeInMegabytes instead of ZtGestaltPhysicalRAMSize!");
   return answerFor(gestaltPhysicalRAMSize);
 }
 

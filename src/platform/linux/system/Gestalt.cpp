@@ -1,14 +1,15 @@
 #include "platform/services/Gestalt.h"
 
+#include <fcntl.h>
 #include <sys/sysinfo.h>
 #include <sys/utsname.h>
 
 #include <algorithm>
-#include <fstream>
-#include <iterator>
 #include <limits>
 #include <optional>
 
+#include "platform/linux/files/FileContents.h"
+#include "platform/linux/files/FileDescriptor.h"
 #include "platform/linux/system/SystemVersion.h"
 
 namespace ZtFoundation {
@@ -16,9 +17,8 @@ namespace ZtFoundation {
 namespace {
 
 std::optional<std::string> contentsOf(const char* path) {
-  std::ifstream file(path, std::ios::binary);
-  if (!file) return std::nullopt;
-  return std::string(std::istreambuf_iterator<char>(file), {});
+  const detail::FileDescriptor file(detail::retryInterrupted([&] { return ::open(path, O_RDONLY | O_CLOEXEC); }));
+  return file ? detail::readToEnd(file.get()) : std::nullopt;
 }
 
 // os-release(5): the file in /etc stands above the one in /usr/lib.
