@@ -2,28 +2,28 @@
 #include <ZtFoundation/platform/Data.h>
 #include <ZtFoundation/platform/Runtime.h>
 
+#include "files/StatusOperations.h"
+
 namespace ZtFoundation::JxTalvoZtWdExensions {
 
 namespace {
 
 std::uint64_t freeSpaceAt(const Ref<NSString>& folder) { return JxVolumeCatalogInformation::volumeFreeSpace(folder); }
 
-OSStatus statusOf(bool success) { return success ? noErr : paramErr; }
+OSStatus statusFor(bool success) { return success ? noErr : paramErr; }
 
-}  // namespace
-
-OSStatus createFileWithContents_autoname(const Ref<NSString>& self, const Ref<NSData>& contents, bool autoname) {
+OSStatus createFile(const Ref<NSString>& self, const Ref<NSData>& contents, bool autoname) {
   const Ref<NSString> target = autoname ? unusedTalvoFilePath(self) : self;
   if (!target) return paramErr;
   const Ref<NSString> parent = target->stringByDeletingLastPathComponent();
   if (!JxFileExistence::directoryExists(parent)) return fnfErr;
   if (!JxFileAccessibility::isWritable(parent)) return afpAccessDenied;
   if (contents && freeSpaceAt(parent) < contents->length()) return dskFulErr;
-  return statusOf(send<bool>(NSFileManager::defaultManager(), ZT_SELECTOR("createFileAtPath:contents:attributes:"),
-                             target, contents, Ref<NSDictionary>()));
+  return statusFor(send<bool>(NSFileManager::defaultManager(), ZT_SELECTOR("createFileAtPath:contents:attributes:"),
+                              target, contents, Ref<NSDictionary>()));
 }
 
-OSStatus copyFileTo_autoname(const Ref<NSString>& self, const Ref<NSString>& destination, bool autoname) {
+OSStatus copyFile(const Ref<NSString>& self, const Ref<NSString>& destination, bool autoname) {
   if (!destination) return paramErr;
   if (!JxFileExistence::fileExists(self)) return fnfErr;
   if (!JxFileAccessibility::canUserAccessToRead(self)) return afpAccessDenied;
@@ -33,8 +33,18 @@ OSStatus copyFileTo_autoname(const Ref<NSString>& self, const Ref<NSString>& des
   if (!autoname && JxFileExistence::exists(destination)) return dupFNErr;
   const Ref<NSString> target = autoname ? unusedTalvoFilePath(destination) : destination;
   if (freeSpaceAt(parent) < JxFileCatalogInformation::filePhysicalSize(self)) return dskFulErr;
-  return statusOf(send<bool>(NSFileManager::defaultManager(), ZT_SELECTOR("copyPath:toPath:handler:"), self, target,
-                             Ref<NSObject>()));
+  return statusFor(send<bool>(NSFileManager::defaultManager(), ZT_SELECTOR("copyPath:toPath:handler:"), self, target,
+                              Ref<NSObject>()));
+}
+
+}  // namespace
+
+OSStatus createFileWithContents_autoname(const Ref<NSString>& self, const Ref<NSData>& contents, bool autoname) {
+  return detail::statusOf([&] { return createFile(self, contents, autoname); });
+}
+
+OSStatus copyFileTo_autoname(const Ref<NSString>& self, const Ref<NSString>& destination, bool autoname) {
+  return detail::statusOf([&] { return copyFile(self, destination, autoname); });
 }
 
 }  // namespace ZtFoundation::JxTalvoZtWdExensions

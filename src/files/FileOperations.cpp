@@ -2,8 +2,7 @@
 #include <ZtFoundation/platform/Array.h>
 #include <ZtFoundation/platform/Runtime.h>
 
-#include <new>
-
+#include "files/StatusOperations.h"
 #include "platform/services/FileCatalog.h"
 #include "platform/services/Service.h"
 
@@ -20,17 +19,7 @@ bool canBeReferred(const Ref<NSString>& path) {
   return makeReference(path, &reference) == noErr;
 }
 
-}  // namespace
-
-OSStatus createFileWithContents(const Ref<NSString>& self, const Ref<NSData>& contents) {
-  return JxTalvoZtWdExensions::createFileWithContents_autoname(self, contents, false);
-}
-
-OSStatus copyFileTo(const Ref<NSString>& self, const Ref<NSString>& destination) {
-  return JxTalvoZtWdExensions::copyFileTo_autoname(self, destination, false);
-}
-
-OSStatus createDirectoryWithRecursively(const Ref<NSString>& self, bool recursively) {
+OSStatus makeDirectories(const Ref<NSString>& self, bool recursively) {
   if (!self) return paramErr;
   OSStatus status = dupFNErr;
   Ref<NSString> reached;
@@ -48,17 +37,13 @@ OSStatus createDirectoryWithRecursively(const Ref<NSString>& self, bool recursiv
   return status;
 }
 
-OSStatus renameFileTo(const Ref<NSString>& self, const Ref<NSString>& newName) {
+OSStatus rename(const Ref<NSString>& self, const Ref<NSString>& newName) {
   FSRef reference;
   if (!newName || makeReference(self, &reference) != noErr || newName->length() == 0) return paramErr;
-  try {
-    return service<FileCatalog>().FSRenameUnicode(&reference, newName);
-  } catch (const std::bad_alloc&) {
-    return memFullErr;
-  }
+  return service<FileCatalog>().FSRenameUnicode(&reference, newName);
 }
 
-OSStatus removeFileForcefully(const Ref<NSString>& self, bool unlocking) {
+OSStatus removeForcefully(const Ref<NSString>& self, bool unlocking) {
   using namespace JxFileCatalogInformation;
   if (!JxFileExistence::exists(self)) return paramErr;
   if (!JxFileAccessibility::canUserAccessToWrite(self)) return afpAccessDenied;
@@ -67,6 +52,28 @@ OSStatus removeFileForcefully(const Ref<NSString>& self, bool unlocking) {
   const bool isRemoved =
       send<bool>(NSFileManager::defaultManager(), ZT_SELECTOR("removeFileAtPath:handler:"), self, Ref<NSObject>());
   return isRemoved ? noErr : paramErr;
+}
+
+}  // namespace
+
+OSStatus createFileWithContents(const Ref<NSString>& self, const Ref<NSData>& contents) {
+  return JxTalvoZtWdExensions::createFileWithContents_autoname(self, contents, false);
+}
+
+OSStatus copyFileTo(const Ref<NSString>& self, const Ref<NSString>& destination) {
+  return JxTalvoZtWdExensions::copyFileTo_autoname(self, destination, false);
+}
+
+OSStatus createDirectoryWithRecursively(const Ref<NSString>& self, bool recursively) {
+  return detail::statusOf([&] { return makeDirectories(self, recursively); });
+}
+
+OSStatus renameFileTo(const Ref<NSString>& self, const Ref<NSString>& newName) {
+  return detail::statusOf([&] { return rename(self, newName); });
+}
+
+OSStatus removeFileForcefully(const Ref<NSString>& self, bool unlocking) {
+  return detail::statusOf([&] { return removeForcefully(self, unlocking); });
 }
 
 }  // namespace ZtFoundation::JxFileOperation

@@ -6,7 +6,6 @@
 #include <sys/xattr.h>
 
 #include <map>
-#include <new>
 
 #include "platform/linux/files/FinderLock.h"
 #include "platform/linux/operations/FileCopyContents.h"
@@ -48,8 +47,6 @@ class Copying final : FolderVisitor {
   CopyResult run() {
     try {
       start();
-    } catch (const std::bad_alloc&) {
-      error_ = ENOMEM;
     } catch (...) {
       undo();
       throw;
@@ -179,7 +176,9 @@ class Copying final : FolderVisitor {
     if (::fstat(folder, &status) != 0) return errno;
     status.st_atim = walk_.descent().identity().accessed;
     if (isInACircle()) return ELOOP;
+    // What is made is noted, so nothing may fail in between.
     own_.expectOne();
+    to_.expectOne();
     if (::mkdirat(toFolder(), name, S_IRWXU) != 0) return errno;
     if (!to_.enter(toFolder(), name)) {
       const int error = errno;
@@ -302,11 +301,7 @@ class Copying final : FolderVisitor {
 }  // namespace
 
 CopyResult copyItem(const std::string& from, const std::string& to, CopyKind kind, FileOperationObserver* observer) {
-  try {
-    return Copying(from, to, kind, observer).run();
-  } catch (const std::bad_alloc&) {
-    return {ENOMEM, true};
-  }
+  return Copying(from, to, kind, observer).run();
 }
 
 }  // namespace ZtFoundation::detail

@@ -5,7 +5,6 @@
 #include <unistd.h>
 
 #include <cstdio>
-#include <new>
 
 #include "platform/linux/files/FinderLock.h"
 #include "platform/linux/files/PlaceInFolder.h"
@@ -74,6 +73,17 @@ Outcome copyAndRemove(const PlaceInFolder& source, const PlaceInFolder& target, 
   return {error != 0 ? error : removeItem(from, nullptr)};
 }
 
+// Who cannot be told, or throws, finds the item where it was.
+void tell(const PlaceInFolder& source, const PlaceInFolder& target, bool isFolder, const std::string& from,
+          FileOperationObserver& observer) {
+  try {
+    observer.willProcess(from);
+  } catch (...) {
+    renameWithoutReplacing(target, source, isFolder);
+    throw;
+  }
+}
+
 Outcome move(const std::string& from, const std::string& to, FileOperationObserver* observer) {
   const PlaceInFolder source = placeOf(from);
   if (!source) return {errno};
@@ -81,22 +91,19 @@ Outcome move(const std::string& from, const std::string& to, FileOperationObserv
   struct stat status;
   if (!target || ::fstatat(source.folder.get(), source.name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) return {errno};
   if (const int error = obstacle(source, target)) return {error};
-  const int error = renameWithoutReplacing(source, target, S_ISDIR(status.st_mode));
+  const bool isFolder = S_ISDIR(status.st_mode);
+  const int error = renameWithoutReplacing(source, target, isFolder);
   if (error == EXDEV) return copyAndRemove(source, target, from, to, observer);
-  if (error == 0 && observer != nullptr) observer->willProcess(from);
+  if (error == 0 && observer != nullptr) tell(source, target, isFolder, from, *observer);
   return {error};
 }
 
 }  // namespace
 
 int moveItem(const std::string& from, const std::string& to, FileOperationObserver* observer) {
-  try {
-    const Outcome outcome = move(from, to, observer);
-    const bool isToAsk = outcome.error != 0 && !outcome.isAsked && observer != nullptr;
-    return isToAsk && observer->proceedsAfter(outcome.error, from, to) ? 0 : outcome.error;
-  } catch (const std::bad_alloc&) {
-    return ENOMEM;
-  }
+  const Outcome outcome = move(from, to, observer);
+  const bool isToAsk = outcome.error != 0 && !outcome.isAsked && observer != nullptr;
+  return isToAsk && observer->proceedsAfter(outcome.error, from, to) ? 0 : outcome.error;
 }
 
 }  // namespace ZtFoundation::detail

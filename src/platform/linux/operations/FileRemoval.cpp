@@ -151,22 +151,14 @@ int obstacleAt(const PlaceInFolder& place, struct stat& status) {
   return isLocked(place.folder.get()) ? EPERM : 0;
 }
 
-int remove(const std::string& path, FileOperationObserver* observer) {
+}  // namespace
+
+int removeItem(const std::string& path, FileOperationObserver* observer) {
   const PlaceInFolder place = placeOf(path);
   struct stat status;
   const int error = obstacleAt(place, status);
   if (error == 0) return Removal(path, observer).run(place, static_cast<unsigned char>(IFTODT(status.st_mode)));
   return observer != nullptr && observer->proceedsAfter(error, path, std::string()) ? 0 : error;
-}
-
-}  // namespace
-
-int removeItem(const std::string& path, FileOperationObserver* observer) {
-  try {
-    return remove(path, observer);
-  } catch (const std::bad_alloc&) {
-    return ENOMEM;
-  }
 }
 
 void removeMade(const PlaceInFolder& place, const FolderIdentity& root, MadeItems made) noexcept {

@@ -30,6 +30,10 @@ bool identify(int folder, const char* name, FolderIdentity& identity) noexcept;
 /// again by "..", and must then be the same that it was.
 class FolderDescent {
  public:
+  /// Makes room for one more, so that entering it cannot fail for want of memory.
+  void expectOne() {
+    if (levels_.size() == levels_.capacity()) levels_.reserve(2 * levels_.size() + 4);
+  }
   /// Opens the folder `name` of the open folder `at`, which is the innermost one once there is one. False on an error, which errno tells.
   bool enter(int at, const char* name);
   /// Goes back to the next outer folder. False when it cannot be found again, which errno tells; nothing can be done there any more.

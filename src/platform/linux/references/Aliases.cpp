@@ -233,10 +233,14 @@ std::optional<AliasContents> contentsOf(AliasHandle alias) {
   return alias != nullptr ? decodeAlias({reinterpret_cast<const char*>(*alias), GetHandleSize(alias)}) : std::nullopt;
 }
 
-OSErr replaceContents(AliasHandle alias, const std::string& bytes) {
-  const OSErr error = SetHandleSize(alias, bytes.size());
-  if (error == noErr) std::memcpy(*alias, bytes.data(), bytes.size());
-  return error;
+void replaceContents(AliasHandle alias, const std::string& bytes) {
+  if (SetHandleSize(alias, bytes.size()) != noErr) throw std::bad_alloc();
+  std::memcpy(*alias, bytes.data(), bytes.size());
+}
+
+OSErr makeHandle(const std::string& bytes, AliasHandle* alias) {
+  if (PtrToHand(bytes.data(), alias, bytes.size()) != noErr) throw std::bad_alloc();
+  return noErr;
 }
 
 bool saysSo(const AliasContents& alias, const ItemPlace& place) {
@@ -251,7 +255,9 @@ OSErr bringUpToDate(AliasHandle alias, const AliasContents& before, const ItemPl
   if (!contents) return ioErr;
   contents->userType = before.userType;
   const auto bytes = encodeAlias(*contents);
-  return bytes ? replaceContents(alias, *bytes) : ioErr;
+  if (!bytes) return ioErr;
+  replaceContents(alias, *bytes);
+  return noErr;
 }
 
 class LinuxAliases final : public Aliases {
@@ -265,10 +271,11 @@ class LinuxAliases final : public Aliases {
     std::optional<ItemPlace> place;
     OSErr error = resolve(*contents, place);
     if (error != noErr) return error;
+    FSRef found = referenceTo(*place);
     const bool isChanged = !saysSo(*contents, *place);
     if (isChanged) error = bringUpToDate(alias, *contents, *place);
     if (error != noErr) return error;
-    *target = referenceTo(*place);
+    *target = std::move(found);
     if (wasChanged != nullptr) *wasChanged = isChanged;
     return noErr;
   }
@@ -280,7 +287,7 @@ class LinuxAliases final : public Aliases {
     if (!place) return fnfErr;
     const auto contents = describe(*place, withHandles);
     const auto bytes = contents ? encodeAlias(*contents) : std::nullopt;
-    return bytes ? PtrToHand(bytes->data(), alias, bytes->size()) : ioErr;
+    return bytes ? makeHandle(*bytes, alias) : ioErr;
   }
 };
 

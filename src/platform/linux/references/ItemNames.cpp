@@ -79,10 +79,13 @@ bool isListed(int folder, const std::string& name) {
 // own up, it is another item's.
 int changeCase(const Renaming& names) {
   const std::string between = std::string(".ztcase-").append(std::to_string(::getpid()));
-  const int error = renameWithoutReplacing({names.folder, names.from, between});
+  const Renaming away{names.folder, names.from, between};
+  const Renaming there{names.folder, between, names.to};
+  const Renaming back{names.folder, between, names.from};
+  const int error = renameWithoutReplacing(away);
   if (error != 0) return error;
-  const int result = renameWithoutReplacing({names.folder, between, names.to});
-  if (result != 0) renameWithoutReplacing({names.folder, between, names.from});
+  const int result = renameWithoutReplacing(there);
+  if (result != 0) renameWithoutReplacing(back);
   return result;
 }
 
