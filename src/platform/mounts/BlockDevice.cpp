@@ -1,16 +1,15 @@
 #include "platform/mounts/BlockDevice.h"
 
-#include <dirent.h>
 #include <fcntl.h>
 #include <linux/cdrom.h>
-#include <stdlib.h>
 #include <sys/ioctl.h>
 #include <sys/stat.h>
 #include <sys/sysmacros.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <fstream>
+
+#include "platform/mounts/Owned.h"
 
 namespace ZtFoundation::mounts {
 
@@ -19,11 +18,18 @@ namespace {
 // Volume managers lie on each other seldom more than twice.
 constexpr unsigned kDeepest = 8;
 
+// These files of the kernel hold a page at most.
+std::string contentsOf(const std::string& path) {
+  const OwnedFile file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
+  std::string text(4096, '\0');
+  const ssize_t size = file.get() >= 0 ? read(file.get(), text.data(), text.size()) : 0;
+  text.resize(size > 0 ? static_cast<std::size_t>(size) : 0);
+  return text;
+}
+
 std::string firstLine(const std::string& path) {
-  std::ifstream file(path);
-  std::string line;
-  std::getline(file, line);
-  return line;
+  const std::string text = contentsOf(path);
+  return text.substr(0, text.find('\n'));
 }
 
 // Several devices can be under one file system; it goes by its source then.
@@ -39,20 +45,16 @@ std::string folderOf(dev_t device, const std::string& devices) {
   if (device == 0) return {};
   std::string path = devices;
   path.append("/").append(std::to_string(major(device))).append(":").append(std::to_string(minor(device)));
-  char* const real = realpath(path.c_str(), nullptr);
-  std::string folder = real != nullptr ? real : "";
-  free(real);
-  return folder;
+  return realPath(path);
 }
 
 std::vector<std::string> entriesOf(const std::string& folder) {
   std::vector<std::string> entries;
-  DIR* const list = opendir(folder.c_str());
-  if (list == nullptr) return entries;
-  while (const dirent* const entry = readdir(list)) {
+  const OwnedFolder list = openFolder(folder.c_str());
+  if (!list) return entries;
+  while (const dirent* const entry = readdir(list.get())) {
     if (entry->d_name[0] != '.') entries.push_back(folder + "/" + entry->d_name);
   }
-  closedir(list);
   return entries;
 }
 
@@ -67,9 +69,8 @@ void addDisks(const std::string& device, unsigned depth, std::vector<std::string
   if (parts.empty() || depth == kDeepest) disks.push_back(diskOf(device));
   if (depth == kDeepest) return;
   for (const std::string& part : parts) {
-    char* const real = realpath(part.c_str(), nullptr);
-    if (real != nullptr) addDisks(real, depth + 1, disks);
-    free(real);
+    const std::string real = realPath(part);
+    if (!real.empty()) addDisks(real, depth + 1, disks);
   }
 }
 
@@ -79,12 +80,12 @@ bool isRemovableDisk(const std::string& disk) {
 }
 
 std::string nodeOf(const std::string& disk) {
-  std::ifstream facts(disk + "/uevent");
-  std::string line;
-  while (std::getline(facts, line)) {
-    if (line.starts_with("DEVNAME=")) return "/dev/" + line.substr(8);
-  }
-  return {};
+  constexpr std::string_view key = "\nDEVNAME=";
+  const std::string facts = '\n' + contentsOf(disk + "/uevent");
+  const std::size_t at = facts.find(key);
+  if (at == std::string::npos) return {};
+  const std::size_t name = at + key.size();
+  return "/dev/" + facts.substr(name, facts.find('\n', name) - name);
 }
 
 }  // namespace
@@ -99,10 +100,8 @@ bool BlockDevice::isRemovable() const { return std::any_of(disks_.begin(), disks
 
 void BlockDevice::eject(const std::string& disk) {
   // Not while anything of it is in use, which includes what is mounted in other namespaces.
-  const int drive = open(nodeOf(disk).c_str(), O_RDONLY | O_EXCL | O_NONBLOCK | O_CLOEXEC);
-  if (drive < 0) return;
-  ioctl(drive, CDROMEJECT);
-  close(drive);
+  const OwnedFile drive(open(nodeOf(disk).c_str(), O_RDONLY | O_EXCL | O_NONBLOCK | O_CLOEXEC));
+  if (drive.get() >= 0) ioctl(drive.get(), CDROMEJECT);
 }
 
 }  // namespace ZtFoundation::mounts

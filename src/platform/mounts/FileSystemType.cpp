@@ -4,7 +4,10 @@
 
 #include <algorithm>
 #include <iterator>
+#include <memory>
 #include <string>
+
+#include "platform/mounts/Owned.h"
 
 namespace ZtFoundation::mounts {
 
@@ -84,11 +87,9 @@ bool hasOption(std::string_view options, std::string_view wanted) {
 bool isFuse(std::string_view type) { return type == "fuse" || type.starts_with("fuse."); }
 
 bool isPseudo(const char* type) {
-  libmnt_fs* const fs = mnt_new_fs();
-  mnt_fs_set_fstype(fs, type);
-  const bool isPseudo = mnt_fs_is_pseudofs(fs) != 0;
-  mnt_unref_fs(fs);
-  return isPseudo;
+  const std::unique_ptr<libmnt_fs, decltype(&mnt_unref_fs)> fs(made(mnt_new_fs()), mnt_unref_fs);
+  if (mnt_fs_set_fstype(fs.get(), type) != 0) throw std::bad_alloc();
+  return mnt_fs_is_pseudofs(fs.get()) != 0;
 }
 
 }  // namespace

@@ -3,27 +3,28 @@
 #include <libmount/libmount.h>
 #include <stdio.h>
 
+#include <cerrno>
 #include <memory>
 
 #include "platform/mounts/FileSystemType.h"
+#include "platform/mounts/Owned.h"
 
 namespace ZtFoundation::mounts {
 
 namespace {
 
 using Table = std::unique_ptr<libmnt_table, decltype(&mnt_unref_table)>;
+using Stream = std::unique_ptr<FILE, decltype(&fclose)>;
 using Iterator = std::unique_ptr<libmnt_iter, decltype(&mnt_free_iter)>;
 
 int goOnBehindBadLine(libmnt_table*, const char*, int) { return 1; }
 
 Table tableOf(const std::string& text) {
-  Table table(mnt_new_table(), mnt_unref_table);
-  if (table == nullptr || text.empty()) return table;
-  FILE* const stream = fmemopen(const_cast<char*>(text.data()), text.size(), "r");
-  if (stream == nullptr) return table;
+  Table table(made(mnt_new_table()), mnt_unref_table);
+  if (text.empty()) return table;
+  const Stream stream(made(fmemopen(const_cast<char*>(text.data()), text.size(), "r")), fclose);
   mnt_table_set_parser_errcb(table.get(), goOnBehindBadLine);
-  mnt_table_parse_stream(table.get(), stream, "mountinfo");
-  fclose(stream);
+  if (mnt_table_parse_stream(table.get(), stream.get(), "mountinfo") == -ENOMEM) throw std::bad_alloc();
   return table;
 }
 
@@ -54,7 +55,7 @@ Mount mountOf(libmnt_fs* fs) {
 
 std::vector<Mount> parseMounts(const std::string& text) {
   const Table table = tableOf(text);
-  const Iterator iterator(mnt_new_iter(MNT_ITER_FORWARD), mnt_free_iter);
+  const Iterator iterator(made(mnt_new_iter(MNT_ITER_FORWARD)), mnt_free_iter);
   std::vector<Mount> mounts;
   libmnt_fs* fs = nullptr;
   while (mnt_table_next_fs(table.get(), iterator.get(), &fs) == 0) mounts.push_back(mountOf(fs));

@@ -9,6 +9,8 @@
 #include <cerrno>
 #include <string_view>
 
+#include "platform/mounts/Owned.h"
+
 namespace ZtFoundation::mounts {
 
 namespace {
@@ -35,12 +37,12 @@ class Surroundings {
  public:
   explicit Surroundings(int errors) {
     posix_spawn_file_actions_init(&files_);
-    // This first: where the host has closed its streams, `errors` may be 1.
-    posix_spawn_file_actions_adddup2(&files_, errors, 2);
-    posix_spawn_file_actions_addopen(&files_, 0, "/dev/null", O_RDONLY, 0);
-    posix_spawn_file_actions_addopen(&files_, 1, "/dev/null", O_WRONLY, 0);
-    posix_spawn_file_actions_addclosefrom_np(&files_, 3);
     posix_spawnattr_init(&attributes_);
+    // This first: where the host has closed its streams, `errors` may be 1.
+    isComplete_ = posix_spawn_file_actions_adddup2(&files_, errors, 2) == 0 &&
+                  posix_spawn_file_actions_addopen(&files_, 0, "/dev/null", O_RDONLY, 0) == 0 &&
+                  posix_spawn_file_actions_addopen(&files_, 1, "/dev/null", O_WRONLY, 0) == 0 &&
+                  posix_spawn_file_actions_addclosefrom_np(&files_, 3) == 0;
     sigset_t none, all;
     sigemptyset(&none);
     sigfillset(&all);
@@ -57,16 +59,36 @@ class Surroundings {
 
   // 0 when it does not start.
   pid_t start(const std::vector<std::string>& command) const {
+    if (!isComplete_) throw std::bad_alloc();
     const std::vector<char*> arguments = argumentsOf(command);
     const std::vector<char*> environment = environmentInEnglish();
     pid_t child = 0;
     const int error = posix_spawnp(&child, arguments[0], &files_, &attributes_, arguments.data(), environment.data());
+    if (error == ENOMEM) throw std::bad_alloc();
     return error == 0 ? child : 0;
   }
 
  private:
   posix_spawn_file_actions_t files_;
   posix_spawnattr_t attributes_;
+  bool isComplete_;
+};
+
+// Waits for the program when it goes, by when nobody reads any more what it says.
+class Child {
+ public:
+  Child(pid_t id, OwnedFile& output) noexcept : id_(id), output_(output) {}
+  Child(const Child&) = delete;
+  Child& operator=(const Child&) = delete;
+  ~Child() {
+    output_.close();
+    int status;
+    while (id_ != 0 && ::waitpid(id_, &status, 0) < 0 && errno == EINTR) continue;
+  }
+
+ private:
+  pid_t id_;
+  OwnedFile& output_;
 };
 
 std::string readAll(int from) {
@@ -85,13 +107,11 @@ std::string readAll(int from) {
 std::string complaintOf(const std::vector<std::string>& command) {
   int ends[2];
   if (::pipe2(ends, O_CLOEXEC) != 0) return {};
-  const pid_t child = Surroundings(ends[1]).start(command);
-  ::close(ends[1]);
-  std::string complaint = readAll(ends[0]);
-  ::close(ends[0]);
-  int status;
-  while (child != 0 && ::waitpid(child, &status, 0) < 0 && errno == EINTR) continue;
-  return complaint;
+  OwnedFile reading(ends[0]);
+  OwnedFile writing(ends[1]);
+  const Child child(Surroundings(ends[1]).start(command), reading);
+  writing.close();
+  return readAll(reading.get());
 }
 
 }  // namespace ZtFoundation::mounts

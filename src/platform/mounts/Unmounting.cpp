@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "platform/mounts/Owned.h"
 #include "platform/mounts/Program.h"
 
 namespace ZtFoundation::mounts {
@@ -37,7 +38,7 @@ OSErr errorFor(int systemError) {
 }
 
 OSErr unmountByContext(libmnt_context* context, const Mount& mount) {
-  mnt_context_set_target(context, mount.point.c_str());
+  if (mnt_context_set_target(context, mount.point.c_str()) != 0) throw std::bad_alloc();
   // The server need not answer: it is not to be asked what the mount point might be a link to.
   mnt_context_disable_canonicalize(context, 1);
   mnt_context_disable_helpers(context, 1);
@@ -79,8 +80,7 @@ OSErr unmountByPrograms(const Mount& mount, const std::string& device, const std
 OSErr unmount(const Mount& mount, const std::string& device, const std::function<bool()>& isGone) {
   // The kernel would not unmount it but make it read-only for everybody.
   if (mount.point == "/") return fBsyErr;
-  const Context context(mnt_new_context(), mnt_free_context);
-  if (context == nullptr) return memFullErr;
+  const Context context(made(mnt_new_context()), mnt_free_context);
   if (hasHelper(mount) || mnt_context_is_restricted(context.get())) return unmountByPrograms(mount, device, isGone);
   const OSErr error = unmountByContext(context.get(), mount);
   return isGone() ? OSErr{noErr} : error != noErr ? error : OSErr{fBsyErr};

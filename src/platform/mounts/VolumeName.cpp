@@ -1,6 +1,5 @@
 #include "platform/mounts/VolumeName.h"
 
-#include <dirent.h>
 #include <fcntl.h>
 #include <libmount/libmount.h>
 #include <linux/fs.h>
@@ -8,17 +7,17 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "platform/mounts/Owned.h"
+
 namespace ZtFoundation::mounts {
 
 namespace {
 
 // Some file systems tell everybody.
 std::string labelByFileSystem(const std::string& point) {
-  const int folder = open(point.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
-  if (folder < 0) return {};
+  const OwnedFile folder(open(point.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
   char label[FSLABEL_MAX + 1] = {};
-  const bool isTold = ioctl(folder, FS_IOC_GETFSLABEL, label) == 0;
-  close(folder);
+  const bool isTold = folder.get() >= 0 && ioctl(folder.get(), FS_IOC_GETFSLABEL, label) == 0;
   return isTold ? label : "";
 }
 
@@ -46,25 +45,21 @@ bool isLinkTo(const std::string& path, dev_t device) {
 }
 
 std::string labelByLink(dev_t device, const std::string& labels) {
-  DIR* const list = opendir(labels.c_str());
-  if (list == nullptr) return {};
+  const OwnedFolder list = openFolder(labels.c_str());
   std::string label;
-  while (const dirent* const entry = readdir(list)) {
+  while (const dirent* const entry = list ? readdir(list.get()) : nullptr) {
     if (entry->d_name[0] != '.' && isLinkTo(labels + "/" + entry->d_name, device)) label = unescaped(entry->d_name);
   }
-  closedir(list);
   return label;
 }
 
 // For those who may read the device.
 std::string labelByDevice(const std::string& source) {
   if (!source.starts_with("/dev/") || access(source.c_str(), R_OK) != 0) return {};
-  libmnt_cache* const cache = mnt_new_cache();
-  mnt_cache_read_tags(cache, source.c_str());
-  const char* const found = mnt_cache_find_tag_value(cache, source.c_str(), "LABEL");
-  const std::string label = found != nullptr ? found : "";
-  mnt_unref_cache(cache);
-  return label;
+  const std::unique_ptr<libmnt_cache, decltype(&mnt_unref_cache)> cache(made(mnt_new_cache()), mnt_unref_cache);
+  if (mnt_cache_read_tags(cache.get(), source.c_str()) == -ENOMEM) throw std::bad_alloc();
+  const char* const found = mnt_cache_find_tag_value(cache.get(), source.c_str(), "LABEL");
+  return found != nullptr ? found : "";
 }
 
 std::string labelOf(const Volume& volume, const std::string& labels) {

@@ -27,8 +27,9 @@ void VolumeNumbers::keepOnly(const std::vector<Mount>& mounts) {
 FSVolumeRefNum VolumeNumbers::numberOf(const Mount& mount) {
   FSVolumeRefNum& number = numbers_[keyOf(mount)];
   if (number == 0) {
-    number = unused();
-    used_.insert(number);
+    const FSVolumeRefNum fresh = unused();
+    used_.insert(fresh);
+    number = fresh;  // not before, so that no number is given and not known to be
   }
   return number;
 }

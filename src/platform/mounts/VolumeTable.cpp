@@ -1,6 +1,5 @@
 #include "platform/mounts/VolumeTable.h"
 
-#include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <sys/statvfs.h>
@@ -9,6 +8,7 @@
 #include <cstdint>
 
 #include "platform/mounts/FileSystemType.h"
+#include "platform/mounts/Owned.h"
 
 namespace ZtFoundation::mounts {
 
@@ -23,13 +23,13 @@ bool isFile(const std::string& path) {
 // Whether the mount point itself is a file. The folder that holds it is read for that, which asks nobody about what is mounted there.
 bool coversFile(const std::string& point) {
   const std::size_t slash = point.rfind('/');
-  DIR* const folder = opendir(slash == 0 ? "/" : point.substr(0, slash).c_str());
-  if (folder == nullptr) return false;
-  const dirent* entry = readdir(folder);
-  while (entry != nullptr && point.compare(slash + 1, std::string::npos, entry->d_name) != 0) entry = readdir(folder);
-  const bool isFile = entry != nullptr && entry->d_type != DT_DIR && entry->d_type != DT_UNKNOWN;
-  closedir(folder);
-  return isFile;
+  const OwnedFolder folder = openFolder(slash == 0 ? "/" : point.substr(0, slash).c_str());
+  if (!folder) return false;
+  const dirent* entry = readdir(folder.get());
+  while (entry != nullptr && point.compare(slash + 1, std::string::npos, entry->d_name) != 0) {
+    entry = readdir(folder.get());
+  }
+  return entry != nullptr && entry->d_type != DT_DIR && entry->d_type != DT_UNKNOWN;
 }
 
 // The mounts by their places in the table, and what lies on what.
