@@ -38,5 +38,6 @@ void tour::readBroken() {
 
   bytes->writeToFile_atomically("broken.plist", true);
   const Ref<QvPropertyList> store = QvPropertyList::initWithPath("broken.plist");
+  std::cout << store->readError() << std::endl;
   std::cout << store->values() << std::endl;
 }

@@ -10,13 +10,14 @@
 
 namespace {
 
-constexpr std::array<std::pair<std::string_view, void (*)()>, 14> kSteps{{
+constexpr std::array<std::pair<std::string_view, void (*)()>, 15> kSteps{{
     {"values", tour::values},
     {"first-start", tour::firstStart},
     {"defaults", tour::defaults},
     {"save", tour::save},
     {"fail-to-save", tour::failToSave},
     {"read-broken", tour::readBroken},
+    {"share", tour::share},
     {"ini-text", tour::iniText},
     {"convert", tour::convert},
     {"settings-folder", tour::settingsFolder},

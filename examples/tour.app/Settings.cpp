@@ -67,3 +67,17 @@ void tour::save() {
   std::cout << valueAt<std::string>(later->values(), "Recent", "Files", 2).value_or("no third file") << '\n';
   center->removeObserver(observer);
 }
+
+void tour::share() {
+  const Ref<QvPropertyList> mine = QvPropertyList::initWithPath("settings/notes.plist");
+  const Ref<QvPropertyList> theirs = QvPropertyList::initWithPath("settings/notes.plist");
+
+  sectionOf(mine, "Window")->setObject_forKey("My notes", "Title");
+  sectionOf(theirs, "Window")->setObject_forKey("dark", "Theme");
+  sectionOf(theirs, "Window")->setObject_forKey("Their notes", "Title");
+  if (!theirs->saveMergedChanges() || !mine->saveMergedChanges()) std::cout << "could not be saved\n";
+
+  const Ref<NSDictionary> window = valueAt<NSDictionary>(mine->values(), "Window");
+  std::cout << window->get<std::string>("Title").value_or("none") << '\n';
+  std::cout << window->get<std::string>("Theme").value_or("none") << '\n';
+}

@@ -9,6 +9,7 @@ void defaults();
 void save();
 void failToSave();
 void readBroken();
+void share();
 void iniText();
 void convert();
 void settingsFolder();
