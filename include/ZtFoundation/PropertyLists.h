@@ -208,7 +208,8 @@ class ZT_EXPORT QvPropertyList : public NSObject {
   /// Writes the working value to the file, making the folders on the way to it, renews the snapshot and posts
   /// QvPropertyListDidSaveValuesNotification before it returns. False on failure, which leaves file, snapshot and working
   /// value as they were, though folders that were made stay; an error text of the writer goes to the log. Links are followed, and
-  /// stay links. Blocks until the file is on the device.
+  /// stay links. Blocks until the file is on the device. All memory is asked for before the file is written: std::bad_alloc means that nothing is
+  /// saved, unless it comes from telling the observers.
   ///
   /// The snapshot is what the platform's codec reads back. It reads no INI text, so a store of that format has no snapshot after
   /// a save: it logs an error text, keeps telling that there are unsaved changes, and `discardChanges` empties it.
@@ -254,8 +255,8 @@ class ZT_EXPORT QvPropertyList : public NSObject {
   Ref<QvPropertyList> initialiseInFormat(const Ref<NSString>& path, QvPropertyListFormat format);
   Ref<NSData> bytesOfFile();
   Ref<NSObject> readValues(const Ref<NSData>& bytes, std::int32_t mutabilityOption);
-  Ref<NSData> writeFile();
-  void tellThatValuesAreSaved();
+  Ref<NSData> bytesOfValues() const;
+  bool writeFile(const Ref<NSData>& bytes);
   bool mergeAndWriteFile();
   bool mergeFile();
 

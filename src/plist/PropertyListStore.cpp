@@ -4,6 +4,8 @@
 #include <ZtFoundation/platform/Notification.h>
 #include <ZtFoundation/platform/Runtime.h>
 
+#include <new>
+
 #include "platform/services/SaveLocks.h"
 #include "plist/MergedValues.h"
 
@@ -31,8 +33,12 @@ namespace {
 constexpr std::int32_t kImmutable = 0;
 constexpr std::int32_t kMutableContainers = 1;
 
-void logError(const Ref<NSString>& text) {
-  if (text) NSLog("%@", text);
+// A line that there is no memory for is dropped, as by the log itself: what it belongs to has succeeded or failed without it.
+void logError(const Ref<NSString>& text) noexcept {
+  try {
+    if (text) NSLog("%@", text);
+  } catch (const std::bad_alloc&) {
+  }
 }
 
 bool exists(const Ref<NSString>& path) {
@@ -50,15 +56,34 @@ bool makeFolderOf(const Ref<NSString>& path) {
       NSFileManager::defaultManager(), path->stringByDeletingLastPathComponent(), nullptr, true);
 }
 
+struct Snapshot {
+  Ref<NSObject> values;
+  Ref<NSString> error;
+};
+
 // Always by the platform's codec, whatever the format of the store; see
 // saveChanges.
-Ref<NSObject> snapshotOf(const Ref<NSData>& bytes) {
-  Ref<NSString> error;
-  Ref<NSObject> snapshot = NSPropertyListSerialization::propertyListFromData_mutabilityOption_format_errorDescription(
-      bytes, kImmutable, nullptr, &error);
-  logError(error);
+Snapshot snapshotOf(const Ref<NSData>& bytes) {
+  Snapshot snapshot;
+  snapshot.values = NSPropertyListSerialization::propertyListFromData_mutabilityOption_format_errorDescription(
+      bytes, kImmutable, nullptr, &snapshot.error);
   return snapshot;
 }
+
+// That a store is saved, ready to be told: made before the file is written, as nothing may fail afterwards but the observers.
+class Announcement {
+ public:
+  explicit Announcement(const Ref<QvPropertyList>& store)
+      : center_(NSNotificationCenter::defaultCenter()),
+        notification_(NSNotification::notificationWithName_object_userInfo(QvPropertyListDidSaveValuesNotification,
+                                                                           store, nullptr)) {}
+
+  void post() const { center_->postNotification(notification_); }
+
+ private:
+  NSNotificationCenter* center_;
+  Ref<NSNotification> notification_;
+};
 
 Ref<NSObject> mutableCopyOf(const Ref<NSObject>& snapshot) {
   if (!snapshot) return NSMutableDictionary::dictionary();
@@ -130,36 +155,38 @@ bool QvPropertyList::hasUnsavedChanges() {
 }
 
 bool QvPropertyList::saveChanges() {
-  const Ref<NSData> bytes = writeFile();
+  const Ref<NSData> bytes = bytesOfValues();
   if (!bytes) return false;
-  serializedValues_ = snapshotOf(bytes);
-  tellThatValuesAreSaved();
+  const Snapshot snapshot = snapshotOf(bytes);
+  const Announcement announcement(this);
+  if (!writeFile(bytes)) return false;
+  serializedValues_ = snapshot.values;
+  logError(snapshot.error);
+  announcement.post();
   return true;
 }
 
-// None when the values cannot be written.
-Ref<NSData> QvPropertyList::writeFile() {
+// None when the format cannot hold the values.
+Ref<NSData> QvPropertyList::bytesOfValues() const {
   Ref<NSString> error;
-  const Ref<NSData> bytes =
+  Ref<NSData> bytes =
       QvPropertyListSerialization::dataFromPropertyList_format_errorDescription(currentValues_, format_, &error);
-  if (!bytes) {
-    logError(error);
-    return nullptr;
-  }
-  if (!path_ || !makeFolderOf(path_) || !bytes->writeToFile_atomically(path_, true)) return nullptr;
-  fileFormat_ = format_;
+  if (!bytes) logError(error);
   return bytes;
 }
 
-void QvPropertyList::tellThatValuesAreSaved() {
-  NSNotificationCenter::defaultCenter()->postNotificationName_object(QvPropertyListDidSaveValuesNotification, this);
+bool QvPropertyList::writeFile(const Ref<NSData>& bytes) {
+  if (!path_ || !makeFolderOf(path_) || !bytes->writeToFile_atomically(path_, true)) return false;
+  fileFormat_ = format_;
+  return true;
 }
 
 // --- Saving together with others
 
 bool QvPropertyList::saveMergedChanges() {
+  const Announcement announcement(this);
   if (!mergeAndWriteFile()) return false;
-  tellThatValuesAreSaved();  // without the lock: an observer may save another store
+  announcement.post();  // without the lock: an observer may save another store
   return true;
 }
 
@@ -169,9 +196,12 @@ bool QvPropertyList::mergeAndWriteFile() {
   if (!lock || !mergeFile()) return false;
   const bool isInFile = format_ == fileFormat_ && ZtFoundation::isEqual(currentValues_, serializedValues_);
   if (isInFile) return true;
-  const Ref<NSData> bytes = writeFile();
-  if (bytes) serializedValues_ = readValues(bytes, kImmutable);
-  return bytes != nullptr;
+  const Ref<NSData> bytes = bytesOfValues();
+  if (!bytes) return false;
+  Ref<NSObject> snapshot = readValues(bytes, kImmutable);
+  if (!writeFile(bytes)) return false;
+  serializedValues_ = std::move(snapshot);
+  return true;
 }
 
 // Afterwards the snapshot is what the file holds now. False when nobody can tell what that is.
@@ -183,8 +213,9 @@ bool QvPropertyList::mergeFile() {
   }
   const Ref<NSObject> theirs = readValues(bytes, kMutableContainers);
   if (readError_) return false;
+  Ref<NSObject> snapshot = readValues(bytes, kImmutable);
   currentValues_ = detail::merged(currentValues_, serializedValues_, theirs);
-  serializedValues_ = readValues(bytes, kImmutable);
+  serializedValues_ = std::move(snapshot);
   return true;
 }
 

@@ -23,6 +23,10 @@
 /// - An existing target must be a regular file that the process may read and write, in a folder that it may write. Neither of the two may
 ///   be locked (`setFinderLock:`, or the system's immutable flag), for root neither.
 ///
+/// Without memory every operation ends in std::bad_alloc, and false and none still tell of files only. What was begun is taken back first: a file is saved
+/// or the old one, a copy is whole or not there (of a copied folder some may stay when there is not even the memory to take it back), an item that is
+/// moved is at one of its two places. A removal ends where it is, and what is written in place stays as it is.
+///
 /// Threads: operations may be called by any thread.
 #pragma once
 
