@@ -1,6 +1,8 @@
 #include "platform/objects/StringHash.h"
 
 #include <gtest/gtest.h>
+#include <stdio.h>
+#include <sys/personality.h>
 
 #include <string>
 #include <unordered_set>
@@ -40,6 +42,43 @@ TEST(StringHashTests, EveryUnitCounts) {
     hashes.insert(detail::hashUnits(UnitView(changed.data(), changed.size())));
   }
   EXPECT_EQ(hashes.size(), 41U);
+}
+
+constexpr char kProbe[] = "a key";
+
+NSUInteger probeHash() { return detail::hashUnits(UnitView(kProbe, sizeof kProbe - 1)); }
+
+bool isLoadedAnywhere() {
+  constexpr unsigned long kOnlyAsk = 0xFFFFFFFF;
+  char setting = '0';
+  if (FILE* file = ::fopen("/proc/sys/kernel/randomize_va_space", "re")) {
+    if (::fread(&setting, 1, 1, file) != 1) setting = '0';
+    ::fclose(file);
+  }
+  return setting != '0' && (static_cast<unsigned>(::personality(kOnlyAsk)) & ADDR_NO_RANDOMIZE) == 0;
+}
+
+// What another process of this program tells; see the test behind.
+std::string hashInAnotherProcess() {
+  std::string output;
+  FILE* const child = ::popen(
+      "exec /proc/$PPID/exe --gtest_also_run_disabled_tests --gtest_filter=StringHashTests.DISABLED_TellsAHash", "re");
+  if (child == nullptr) return output;
+  for (int byte = ::fgetc(child); byte != EOF; byte = ::fgetc(child)) output += static_cast<char>(byte);
+  ::pclose(child);
+  const std::size_t at = output.find("hash ");
+  return at == std::string::npos ? std::string() : output.substr(at, output.find('\n', at) - at);
+}
+
+TEST(StringHashTests, DISABLED_TellsAHash) { std::printf("hash %zu\n", static_cast<std::size_t>(probeHash())); }
+
+// So nobody can prepare keys that collide.
+TEST(StringHashTests, DiffersFromProcessToProcess) {
+  if (!isLoadedAnywhere()) GTEST_SKIP() << "programs are loaded at fixed addresses here";
+  const std::string first = hashInAnotherProcess();
+  ASSERT_NE(first, "");
+  const std::string here = "hash " + std::to_string(probeHash());
+  EXPECT_TRUE(first != here || hashInAnotherProcess() != here);
 }
 
 }  // namespace
