@@ -134,7 +134,8 @@ namespace JxReplacementExtensions {
 /// %10 is found as %1 followed by 0. An element that is no string takes part with its description.
 /// \returns a new mutable string; a copy of `self` when `parameters` is none; none when `self` is none.
 /// \throws NSException NSInvalidArgumentException when a parameter that is wanted holds its own placeholder, so that filling
-/// it would never end, or when the text would grow by more than 2^24 UTF-16 units.
+/// it would never end, or when the text would grow by more than 2^24 UTF-16 units or need more replacements than it had units at
+/// first and 2^24.
 ZT_EXPORT Ref<NSMutableString> stringWithParameterArray(const Ref<NSString>& self, const Ref<NSArray>& parameters);
 
 }  // namespace JxReplacementExtensions

@@ -8,6 +8,7 @@ namespace ZtFoundation {
 
 namespace {
 
+// Of units, and of replacements: those of "%1" by "1%" would move each "%" past each 1 one place at a time.
 constexpr std::size_t kMostGrowth = std::size_t{1} << 24;
 
 std::u16string placeholderFor(NSUInteger number) {
@@ -65,14 +66,18 @@ class Template {
   void replaceWith(const std::u16string& reversed, std::size_t replaced, NSUInteger number) {
     before_.resize(before_.size() - replaced);
     behind_.append(reversed);
-    if (before_.size() + behind_.size() > longest_) {
+    if (before_.size() + behind_.size() > limit_) {
       raise("filling in parameter " + std::to_string(number) + " makes the text too long");
+    }
+    if (++replacements_ > limit_) {
+      raise("filling in parameter " + std::to_string(number) + " takes too many replacements");
     }
   }
 
   std::u16string before_;
   std::u16string behind_;
-  std::size_t longest_{kMostGrowth + behind_.size()};
+  std::size_t limit_{kMostGrowth + behind_.size()};
+  std::size_t replacements_ = 0;
 };
 
 std::u16string textOf(const Ref<NSObject>& parameter) {

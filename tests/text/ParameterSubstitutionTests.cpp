@@ -71,6 +71,13 @@ TEST(ParameterSubstitutionTests, GrowthWithoutBoundIsRefused) {
   EXPECT_THROW(filled("%" + std::string(40, '1'), NSArray::of("1%%")), NSException);
 }
 
+// "%1" with "1%" for it moves each percent sign past each 1.
+TEST(ParameterSubstitutionTests, ReplacementsWithoutBoundAreRefused) {
+  const auto mixed = [](std::size_t count) { return std::string(count, '%') + std::string(count, '1'); };
+  EXPECT_EQ(filled(mixed(100), NSArray::of("1%")), std::string(100, '1') + std::string(100, '%'));
+  EXPECT_THROW(filled(mixed(5000), NSArray::of("1%")), NSException);
+}
+
 TEST(ParameterSubstitutionTests, ALongTextIsNoGrowth) {
   const std::string text(std::size_t{1} << 25, 'x');
   EXPECT_TRUE(filled(text + "%1", NSArray::of("end")) == text + "end");
