@@ -27,6 +27,12 @@ target_compile_options(ZtBuildOptions INTERFACE
 )
 target_compile_definitions(ZtBuildOptions INTERFACE _FILE_OFFSET_BITS=64 _TIME_BITS=64)
 
+# 32-bit x86 gets the same arithmetic as all other processors, not that of its old floating-point unit, whose results have digits that the memory for
+# them has not.
+if(CMAKE_SIZEOF_VOID_P EQUAL 4 AND CMAKE_SYSTEM_PROCESSOR MATCHES "^(i.86|x86_64|AMD64)$")
+  target_compile_options(ZtBuildOptions INTERFACE -msse2 -mfpmath=sse)
+endif()
+
 if(ZT_SANITIZE)
   target_compile_options(ZtBuildOptions INTERFACE
     -fsanitize=${ZT_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)

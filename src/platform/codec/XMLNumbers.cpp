@@ -6,6 +6,8 @@
 #include <cstdint>
 #include <limits>
 
+#include "platform/objects/RealReading.h"
+
 namespace ZtFoundation::codec {
 
 namespace {
@@ -125,7 +127,7 @@ std::optional<double> magnitudeFromText(std::string_view text, NumberFault& faul
     return named;
   }
   double value = 0;
-  const auto parsed = std::from_chars(text.data(), text.data() + text.size(), value);
+  const auto parsed = detail::realFromChars(text, value);
   if (parsed.ec == std::errc() && std::isfinite(value)) return value;
   if (isTiny(parts)) return 0.0;
   fault = NumberFault::OutOfRange;

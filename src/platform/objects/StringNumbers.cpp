@@ -6,6 +6,8 @@
 #include <limits>
 #include <string>
 
+#include "platform/objects/RealReading.h"
+
 namespace ZtFoundation {
 
 namespace {
@@ -99,7 +101,7 @@ double NSString::doubleValue() const {
   const SignedText number = takeSign(text);
   const Decimal decimal = decimalIn(number.rest);
   double value = 0;
-  const auto result = std::from_chars(decimal.text.data(), decimal.text.data() + decimal.text.size(), value);
+  const auto result = detail::realFromChars(decimal.text, value);
   if (result.ec == std::errc::result_out_of_range) {
     value = decimal.tooLarge ? std::numeric_limits<double>::infinity() : 0;
   }

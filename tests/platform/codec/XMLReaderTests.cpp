@@ -216,6 +216,11 @@ TEST(XMLReader, NumbersDoNotDependOnTheLocale) {
   EXPECT_THAT(write(1234567.5, NSPropertyListXMLFormat_v1_0).bytes(), HasSubstr("<real>1234567.5</real>"));
 }
 
+TEST(XMLReader, RoundsRealsOnce) {
+  expectValues({{"<real>1998331410169475e13</real>", 0x1.02473d7080e79p+94},
+                {"<real>-3.266824312703733e35</real>", -0x1.f7557fcd44517p+117}});
+}
+
 TEST(XMLReader, ReadsDatesOfAnyYear) {
   expectValues({
       {"<date>2001-01-01T00:00:00Z</date>", dateAt(0)},

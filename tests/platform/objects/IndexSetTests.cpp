@@ -194,7 +194,8 @@ TEST(IndexSet, ManyIndexesInAnyOrderAreAddedQuickly) {
   for (NSUInteger index = kCount; index > 0; --index) adjacent->addIndex(index);
   EXPECT_EQ(adjacent->numberOfRanges(), 1U);
   Ref<NSMutableIndexSet> scattered = NSMutableIndexSet::indexSet();
-  for (NSUInteger index = 0; index < kCount; ++index) scattered->addIndex(index * 77'773 % kCount * 2);
+  for (NSUInteger index = 0; index < kCount; ++index)
+    scattered->addIndex(static_cast<NSUInteger>(std::uint64_t{index} * 77'773 % kCount) * 2);
   EXPECT_EQ(scattered->numberOfRanges(), kCount);
   EXPECT_EQ(scattered->count(), kCount);
   EXPECT_LT((std::clock() - start) / CLOCKS_PER_SEC, test::kIsSanitized ? 20 : 4) << "seconds of the processor";

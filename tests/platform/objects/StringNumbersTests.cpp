@@ -85,6 +85,14 @@ TEST(StringNumbersTests, Reals) {
   EXPECT_EQ(text("0." + std::string(400, '0') + "1")->doubleValue(), 0);
 }
 
+// Wherever a step in between keeps more digits than a double has, these come out as a neighbour.
+TEST(StringNumbersTests, RealsAreRoundedOnce) {
+  EXPECT_EQ(text("4281827051275512e19")->doubleValue(), 0x1.07e351bbe676fp+115);
+  EXPECT_EQ(text("6293730777875794e20")->doubleValue(), 0x1.e4d9f43722db7p+118);
+  EXPECT_EQ(text("6753367982616896e15")->doubleValue(), 0x1.54f53c4235751p+102);
+  EXPECT_EQ(text("18348277597.03751e11")->doubleValue(), 0x1.8ddd66b8773f7p+70);
+}
+
 TEST(StringNumbersTests, TheLocaleHasNoSay) {
   if (std::setlocale(LC_ALL, "de_DE.UTF-8") == nullptr) GTEST_LOG_(INFO) << "there is no German locale here";
   EXPECT_EQ(text("1.5")->doubleValue(), 1.5);
