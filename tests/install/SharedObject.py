@@ -1,5 +1,6 @@
 #!/usr/bin/env python3
-"""Checks what the shared library shows and needs: only the exported interface, only the C and C++ runtimes."""
+"""Checks what the shared library shows and needs: only the exported interface, only the C and C++ runtimes, and on
+32-bit systems nothing that counts seconds or bytes of files in 32 bits."""
 import os
 import pathlib
 import re
@@ -16,6 +17,11 @@ OURS = re.compile(r"^(?:(?:typeinfo(?: name)?|vtable|VTT|guard variable|construc
 
 # A template of the standard library instantiated with our types comes out with them; so do runtime bookends.
 STANDARD = re.compile(r"\bstd::|\b__gnu_cxx::|^_(?:init|fini)$")
+
+# Each has a wide twin, which the build's options put in its place; what lies in the C++ runtime has none.
+NARROW = re.compile(r"^(?:_ZNSt6chrono3_V212system_clock3nowEv|time|gettimeofday|clock_gettime|timespec_get|localtime_r|gmtime_r|mktime|"
+                    r"f?l?stat|fstatat|__f?l?xstat(?:64)?|statfs|statvfs|utimensat|futimens|open|openat|creat|mkstemp|fopen|"
+                    r"lseek|pread|pwrite|f?truncate|fcntl|readdir|scandir|glob|ftw|nftw|sendfile|posix_fallocate)$")
 
 
 def lines_of(*command):
@@ -41,11 +47,23 @@ def unexpected_needs():
             yield f"needs {match[1]}"
 
 
+def is_32_bit():
+    return any(re.match(r"\s*Class:\s+ELF32", line) for line in lines_of("readelf", "--file-header", str(LIBRARY)))
+
+
+def narrow_calls():
+    for library in sorted(LIBRARY.parent.glob("libZtFoundation*.so")) if is_32_bit() else []:
+        for line in lines_of("nm", "--dynamic", "--undefined-only", str(library)):
+            name = line.split()[-1].partition("@")[0]
+            if NARROW.search(name):
+                yield f"calls {name} ({library.name})"
+
+
 def main():
     if is_sanitized():
         print("a sanitizer adds symbols and libraries of its own")
         return 77
-    faults = [*strangers(), *unexpected_needs()]
+    faults = [*strangers(), *unexpected_needs(), *narrow_calls()]
     for fault in faults:
         print(f"{LIBRARY.name} {fault}")
     return 1 if faults else 0

@@ -5,6 +5,8 @@
 #include <ZtFoundation/platform/Runtime.h>
 #include <gtest/gtest.h>
 
+#include "support/Interchange.h"
+
 namespace ZtFoundation::test {
 
 /// Accepts whatever it is given.
@@ -226,6 +228,13 @@ TEST(INIWriterTests, OnlyStringsWithoutSpacesComeBackAsTheyWere) {
   const Ref<NSDictionary> expected = NSDictionary::dictionaryWithEntries(
       {{"Plain", "Alice"}, {"Spaced", "\"Alice Smith\""}, {"Number", "\"5\""}, {"Flag", "\"1\""}, {"Ünï", "日本"}});
   EXPECT_TRUE(isEqual(as<NSDictionary>(read)->objectForKey("S"), expected)) << read;
+}
+
+TEST(INIWriterTests, FilesAreTheSameForEveryMachineWord) {
+  const Ref<NSData> data = QvPropertyListSerialization::dataFromPropertyList_format_errorDescription(
+      interchangedValue(), QvPropertyListINIFormat, nullptr);
+  ASSERT_TRUE(data);
+  EXPECT_EQ(data->view(), interchangedFile("settings.ini"));
 }
 
 }  // namespace

@@ -8,6 +8,7 @@
 #include <ZtFoundation/platform/Number.h>
 #include <ZtFoundation/platform/Set.h>
 
+#include "support/Interchange.h"
 #include "support/Serialization.h"
 
 namespace ZtFoundation {
@@ -39,6 +40,18 @@ TEST(PropertyListSerialization, WhatIsWrittenIsRead) {
     EXPECT_TRUE(isEqual(result.value, settings())) << result.error;
     EXPECT_EQ(result.format, format);
   }
+}
+
+TEST(PropertyListSerialization, BinaryFilesAreTheSameForEveryMachineWord) {
+  const std::string file = test::interchangedFile("binary.plist");
+  EXPECT_EQ(write(test::interchangedValue(), kBinary).bytes(), file);
+  const ReadResult result = read(file);
+  EXPECT_TRUE(isEqual(result.value, test::interchangedValue())) << result.error << result.value;
+}
+
+TEST(PropertyListSerialization, LimitsOfMachineWordsSurviveXML) {
+  const WriteResult written = write(test::interchangedValue(), kXML);
+  EXPECT_TRUE(isEqual(read(written.bytes()).value, test::interchangedValue())) << written.bytes();
 }
 
 TEST(PropertyListSerialization, RefusesFormatsThatAreNotWritten) {

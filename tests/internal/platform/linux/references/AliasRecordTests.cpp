@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <fstream>
+#include <iterator>
 #include <random>
 
 namespace ZtFoundation::test {
@@ -149,6 +151,13 @@ TEST(AliasRecordTests, ChangedBytesAreNoneOrAnotherAlias) {
     EXPECT_EQ(encodeAlias(*contents), bytes) << "each alias has one form";
   }
   EXPECT_GT(decoded, 0);
+}
+
+TEST(AliasRecordTests, RecordsAreTheSameForEveryMachineWord) {
+  std::ifstream file(ZT_TEST_DATA "/interchange/alias", std::ios::binary);
+  const std::string bytes(std::istreambuf_iterator<char>(file), {});
+  EXPECT_EQ(bytesOf(sample()), bytes);
+  EXPECT_EQ(decodeAlias(bytes), sample());
 }
 
 }  // namespace
