@@ -137,6 +137,7 @@ class ZT_EXPORT RuntimeClass {
   std::span<const detail::MethodDescription> methods_;
   detail::MethodTable* table_ = nullptr;  // from methods_, made when first asked for
   std::atomic<detail::MethodCache*> cache_ = nullptr;
+  RuntimeClass* registeredNext_ = nullptr;
 };
 
 // --- Names

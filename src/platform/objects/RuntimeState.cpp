@@ -1,6 +1,9 @@
 #include "platform/objects/RuntimeState.h"
 
+#include <cstddef>
 #include <functional>
+#include <memory>
+#include <new>
 #include <utility>
 
 #include <ZtFoundation/platform/Exception.h>
@@ -41,7 +44,8 @@ void clear(MethodCache& cache) {
 }  // namespace
 
 Runtime& Runtime::shared() {
-  static Runtime& runtime = *new Runtime;
+  alignas(Runtime) static std::byte storage[sizeof(Runtime)];  // classes register also where there is no memory
+  static Runtime& runtime = *new (storage) Runtime;
   return runtime;
 }
 
@@ -52,14 +56,15 @@ SEL Runtime::intern(std::string_view name) {
 
 SEL Runtime::findSelector(std::string_view name) {
   if (const auto found = selectors_.find(name); found != selectors_.end()) return found->second;
-  SEL made = new Selector{std::string(name)};
-  selectors_.emplace(made->name, made);
-  return made;
+  auto made = std::make_unique<Selector>(Selector{std::string(name)});
+  selectors_.emplace(made->name, made.get());
+  return made.release();
 }
 
 // ---- Classes
 
-Class Runtime::findClass(std::string_view name) const {
+Class Runtime::findClass(std::string_view name) {
+  fileRegisteredClasses();
   if (Class builtin = builtinClass(name)) return builtin;
   const auto found = classes_.find(name);
   return found != classes_.end() ? found->second : nullptr;
@@ -70,33 +75,46 @@ Class Runtime::classNamed(std::string_view name) {
   return findClass(name);
 }
 
-void Runtime::registerClass(Class one) {
+// Static initialisers register classes and have nobody to tell that memory is short, so none is asked for.
+void Runtime::registerClass(Class one) noexcept {
   const Guard guard(lock_);
-  registered_.push_back(one);
-  if (findClass(one->name()) == nullptr) classes_.emplace(one->name(), one);
+  if (one->registeredNext_ != nullptr || one == registeredLast_) return;
+  (registeredLast_ != nullptr ? registeredLast_->registeredNext_ : registeredFirst_) = one;
+  registeredLast_ = one;
+}
+
+void Runtime::fileRegisteredClasses() {
+  while (filedLast_ != registeredLast_) {
+    Class next = filedLast_ != nullptr ? filedLast_->registeredNext_ : registeredFirst_;
+    classes_.try_emplace(next->name(), next);
+    filedLast_ = next;
+  }
 }
 
 std::vector<Class> Runtime::registeredClasses() {
   const Guard guard(lock_);
-  return registered_;
+  std::vector<Class> all;
+  for (Class one = registeredFirst_; one != nullptr; one = one->registeredNext_) all.push_back(one);
+  return all;
 }
 
 Class Runtime::makeSubclass(Class superclass, std::string_view name) {
   const Guard guard(lock_);
   if (name.empty() || findClass(name) != nullptr) return nullptr;
   const char* kept = keep(std::string(name).c_str());
-  auto* pair = new ClassPair(kept, nullptr, nullptr, superclass->factory_, {});
+  auto pair =
+      std::make_unique<ClassPair>(kept, nullptr, nullptr, superclass->factory_, std::span<const MethodDescription>());
   pair->own.madeFrom_ = superclass;
   pair->meta.madeFrom_ = superclass->metaclass_;
   classes_.emplace(kept, &pair->own);
-  return &pair->own;
+  return &pair.release()->own;
 }
 
 // ---- Methods
 
 MethodTable& Runtime::tableOf(Class one) {
   if (one->table_ != nullptr) return *one->table_;
-  auto* table = new MethodTable;
+  auto table = std::make_unique<MethodTable>();
   const bool ofClass = one->metaclass_ == nullptr;
   for (const MethodDescription& method : one->methods_) {
     if (method.ofClass != ofClass) continue;
@@ -106,8 +124,8 @@ MethodTable& Runtime::tableOf(Class one) {
     const Class receiver = method.receiver != nullptr ? method.receiver() : nullptr;
     implementations_.try_emplace(implementation, ImplementationTypes{method.encoding, receiver});
   }
-  one->table_ = table;
-  return *table;
+  one->table_ = table.release();
+  return *one->table_;
 }
 
 Method Runtime::findMethod(Class one, SEL selector) {
@@ -183,8 +201,9 @@ MethodCache* Runtime::cacheWithRoom(Class one) {
   constexpr std::size_t kFirstSize = 8;
   MethodCache* cache = one->cache_.load(std::memory_order_relaxed);
   if (cache == nullptr) {
-    cached_.push_back(one);
+    if (cached_.size() == cached_.capacity()) cached_.reserve(2 * cached_.size() + kFirstSize);
     cache = makeCache(kFirstSize, nullptr);
+    cached_.push_back(one);
   } else if (2 * (cache->used + 1) > cache->mask + 1) {
     cache = makeCache(2 * (cache->mask + 1), cache);
   }

@@ -41,7 +41,7 @@ class Runtime {
 
   SEL intern(std::string_view name);
 
-  void registerClass(Class one);
+  void registerClass(Class one) noexcept;
   Class classNamed(std::string_view name);
   Class makeSubclass(Class superclass, std::string_view name);
   std::vector<Class> registeredClasses();
@@ -65,7 +65,8 @@ class Runtime {
   };
 
   SEL findSelector(std::string_view name);
-  Class findClass(std::string_view name) const;
+  Class findClass(std::string_view name);
+  void fileRegisteredClasses();
   MethodTable& tableOf(Class one);
   Method findMethod(Class one, SEL selector);
   Binding makeBinding(Class one, const MethodEntry& entry) const;
@@ -77,7 +78,9 @@ class Runtime {
   std::mutex lock_;
   std::unordered_map<std::string_view, SEL> selectors_;
   std::unordered_map<std::string_view, Class> classes_;
-  std::vector<Class> registered_;
+  Class registeredFirst_ = nullptr;  // a list through the classes
+  Class registeredLast_ = nullptr;
+  Class filedLast_ = nullptr;  // up to which registered class classes_ knows them
   std::vector<Class> cached_;
   std::unordered_map<IMP, ImplementationTypes> implementations_;
   std::set<Binding, BindingOrder> bindings_;  // kept for readers without the lock, so each is made once
