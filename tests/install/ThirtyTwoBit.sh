@@ -160,7 +160,7 @@ run test-fails
 expect "a test that fails" 1 "2 passed, 1 failed, 1 skipped"
 
 stand_in build-fails chroot <<'END'
-[[ " $* " != *" --build "* ]] || exit 1
+[[ " $* " != *" --build "* ]] || exit 2
 [[ " $* " != *" ctest "* ]] || echo "tests run"
 END
 run build-fails
