@@ -11,12 +11,14 @@
 #include <ZtFoundation/platform/Dictionary.h>
 #include <ZtFoundation/platform/PropertyListSerialization.h>
 
+#include "BinaryMutator.h"
+#include "PropertyLists.h"
+
 using namespace ZtFoundation;
+using fuzz::isLarge;
 
 namespace {
 
-// Small inputs can stand for so large trees that nothing else would be tried; the unit tests have those.
-constexpr std::size_t kLargestTree = 20000;
 constexpr NSUInteger kFormats[] = {NSPropertyListBinaryFormat_v1_0, NSPropertyListXMLFormat_v1_0};
 
 void require(bool good) {
@@ -28,22 +30,6 @@ Ref<NSObject> read(const Ref<NSData>& data, NSUInteger option, Ref<NSString>& er
       data, option, nullptr, &error);
   require(static_cast<bool>(value) != static_cast<bool>(error));
   return value;
-}
-
-bool isLarge(const Ref<NSObject>& root) {
-  std::size_t places = 0;
-  std::vector<const NSObject*> waiting{root.get()};
-  while (!waiting.empty() && places <= kLargestTree) {
-    const NSObject* value = waiting.back();
-    waiting.pop_back();
-    ++places;
-    if (const NSArray* array = as<NSArray>(value)) {
-      for (const Ref<NSObject>& element : *array) waiting.push_back(element.get());
-    } else if (const NSDictionary* dictionary = as<NSDictionary>(value)) {
-      for (const DictionaryEntry& entry : *dictionary) waiting.push_back(entry.value.get());
-    }
-  }
-  return places > kLargestTree;
 }
 
 Ref<NSData> write(const Ref<NSObject>& value, NSUInteger format) {
@@ -84,4 +70,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
             NSPropertyListSerialization::propertyList_isValidForFormat(immutable, format));
   }
   return 0;
+}
+
+extern "C" std::size_t LLVMFuzzerCustomMutator(std::uint8_t* data, std::size_t size, std::size_t largest,
+                                               unsigned seed) {
+  return fuzz::BinaryMutator(seed).mutate(data, size, largest);
 }

@@ -8,6 +8,8 @@
 
 #include <ZtFoundation/platform/PropertyListSerialization.h>
 
+#include "TextMutator.h"
+
 using namespace ZtFoundation;
 
 namespace {
@@ -23,6 +25,21 @@ Ref<NSObject> read(const Ref<NSData>& data, NSUInteger option, NSUInteger& forma
   require(static_cast<bool>(value) != static_cast<bool>(error));
   return value;
 }
+
+constexpr fuzz::Enclosure kEnclosures[] = {
+    {"(", ")"}, {"{k=", ";}"}, {"{", "}"},  {"(a,", ",)"}, {"\"", "\""},
+    {"<", ">"}, {"/*", "*/"},  {"k=", ";"}, {"", ","},
+};
+constexpr std::string_view kPieces[] = {
+    "a",      "\"\\341\\U20ac\"",
+    "'b'",    "<0fbd77>",
+    "<*I5>",  "<*R1.5>",
+    "<*BY>",  "<*D2001-01-01 00:00:00 +0000>",
+    "()",     "{}",
+    "k;",     "// c\n",
+    "k = v;", "\"\"=\"\";",
+};
+constexpr fuzz::Grammar kGrammar = {"(){}=;,<\"'", "(){}=;,>\"'", kEnclosures, kPieces};
 
 }  // namespace
 
@@ -42,4 +59,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   require(static_cast<bool>(binary));
   require(isEqual(read(binary, NSPropertyListImmutable, format), value));
   return 0;
+}
+
+extern "C" std::size_t LLVMFuzzerCustomMutator(std::uint8_t* data, std::size_t size, std::size_t largest,
+                                               unsigned seed) {
+  return fuzz::TextMutator(kGrammar, seed).mutate(data, size, largest);
 }
