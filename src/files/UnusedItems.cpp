@@ -27,9 +27,35 @@ Ref<NSString> hiddenPathBeside(const Ref<NSString>& path) {
   return path->stringByDeletingLastPathComponent()->stringByAppendingPathComponent(name);
 }
 
-void remove(const Ref<NSString>& path) {
-  send<bool>(NSFileManager::defaultManager(), ZT_SELECTOR("removeFileAtPath:handler:"), path, Ref<NSObject>());
-}
+// Removes the file there when it goes, unless that has got its name; where that cannot be done for want of memory, the file stays.
+class UnnamedFile {
+ public:
+  explicit UnnamedFile(const Ref<NSString>& path) : path_(path) {}
+  UnnamedFile(const UnnamedFile&) = delete;
+  UnnamedFile& operator=(const UnnamedFile&) = delete;
+  ~UnnamedFile() {
+    try {
+      if (!isNamed_) remove();
+    } catch (...) {
+    }
+  }
+
+  bool write(const Ref<NSData>& contents) const {
+    return send<bool>(files_, ZT_SELECTOR("createFileAtPath:contents:attributes:"), path_, contents,
+                      Ref<NSDictionary>());
+  }
+  bool name(const Ref<NSString>& path) {
+    isNamed_ = send<bool>(files_, ZT_SELECTOR("movePath:toPath:handler:"), path_, path, Ref<NSObject>());
+    return isNamed_;
+  }
+
+ private:
+  void remove() const { send<bool>(files_, ZT_SELECTOR("removeFileAtPath:handler:"), path_, Ref<NSObject>()); }
+
+  Ref<NSFileManager> files_ = NSFileManager::defaultManager();
+  Ref<NSString> path_;
+  bool isNamed_ = false;
+};
 
 }  // namespace
 
@@ -37,15 +63,9 @@ void remove(const Ref<NSString>& path) {
 Ref<NSString> createUnusedFinderFile(const Ref<NSString>& self, const Ref<NSData>& contents) {
   const Ref<NSString> hidden = self ? hiddenPathBeside(self) : nullptr;
   if (!hidden) return nullptr;
-  const Ref<NSFileManager> files = NSFileManager::defaultManager();
-  const bool isWritten =
-      send<bool>(files, ZT_SELECTOR("createFileAtPath:contents:attributes:"), hidden, contents, Ref<NSDictionary>());
-  const auto take = [&](const Ref<NSString>& path) {
-    return send<bool>(files, ZT_SELECTOR("movePath:toPath:handler:"), hidden, path, Ref<NSObject>());
-  };
-  Ref<NSString> path = isWritten ? firstTaken(self, false, take) : nullptr;
-  if (!path) remove(hidden);
-  return path;
+  UnnamedFile file(hidden);
+  if (!file.write(contents)) return nullptr;
+  return firstTaken(self, false, [&](const Ref<NSString>& path) { return file.name(path); });
 }
 
 Ref<NSString> createUnusedFinderFolder(const Ref<NSString>& self) {
