@@ -154,15 +154,23 @@ struct Referred : Questions {
   Referred() { EXPECT_TRUE(JxFileSystemRepresentation::pathStringToFSRef(file, &ref)); }
 };
 
-// References to an item that has another name since.
-struct Moved {
+// A tree that differs from the usual one as long as this lives.
+struct Changed {
   FileTree tree;
+  Changed() = default;
+  Changed(const Changed&) = delete;
+  Changed& operator=(const Changed&) = delete;
+  ~Changed() { FileTree(); }
+  std::string describe() const { return tree.describe(); }
+};
+
+// A reference to an item that has another name since.
+struct Moved : Changed {
   FSRef ref;
   Moved() {
     EXPECT_TRUE(JxFileSystemRepresentation::pathStringToFSRef(FileTree::path("folder/inner.txt"), &ref));
     std::filesystem::rename(FileTree::root() + "/folder/inner.txt", FileTree::root() + "/moved.txt");
   }
-  std::string describe() const { return tree.describe(); }
 };
 
 TEST_F(AllocationFailureFiles, PathsOfReferences) {
@@ -193,8 +201,7 @@ struct Aliased : Questions {
   std::string describe() const { return alias.bytes() + Questions::describe(); }
 };
 
-struct MovedAlias {
-  FileTree tree;
+struct MovedAlias : Changed {
   OwnedAlias alias;
   MovedAlias() {
     EXPECT_TRUE(JxFileSystemRepresentation::pathStringToAliasMinimal(FileTree::path("file.txt"), &alias.handle));
@@ -271,8 +278,7 @@ TEST_F(AllocationFailureFiles, Locks) {
 
 struct Homes : Questions {
   static const std::string& home() {
-    static const ScratchFolder folder;
-    static const std::string path = folder / "home";
+    static const std::string path = FileTree::beside("home of a user");
     return path;
   }
   ScopedEnvironment environment;
@@ -378,16 +384,16 @@ TEST_F(AllocationFailureFiles, DisplayAndURLs) {
 
 struct Taken : Questions {
   static const std::string& root() {
-    static const ScratchFolder folder;
     static const std::string path = [] {
-      for (int i = 1; i <= 70; ++i) writeFile(folder / "name_" + std::to_string(i) + ".txt", "");
-      writeFile(folder / "name.txt", "");
-      return folder.path();
+      const std::string folder = FileTree::beside("many names");
+      std::filesystem::create_directories(folder);
+      for (int i = 1; i <= 70; ++i) writeFile(folder + "/name_" + std::to_string(i) + ".txt", "");
+      writeFile(folder + "/name.txt", "");
+      return folder;
     }();
     return path;
   }
   Ref<NSString> many = NSString::stringWithFileSystemRepresentation(root() + "/name.txt");
-  Ref<NSString> tooLong = NSString::stringWithFileSystemRepresentation(root() + "/name.txt");
 };
 
 TEST_F(AllocationFailureFiles, FreeNames) {
