@@ -46,7 +46,8 @@ struct FolderItem {
 
 // By name, without those that begin with a dot. None for a folder that cannot be read.
 std::optional<std::vector<FolderItem>> itemsIn(const std::string& folder) {
-  const FileDescriptor listed(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  const FileDescriptor listed(
+      retryInterrupted([&] { return ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC); }));
   if (!listed) return std::nullopt;
   FolderContents contents;
   contents.read(listed.get());  // what comes before an error counts

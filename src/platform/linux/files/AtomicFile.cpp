@@ -101,12 +101,19 @@ class TemporaryFile {
   bool isRenamed_ = false;
 };
 
-bool isAbandoned(int folder, const char* name) {
+// Nobody else can take the file for theirs as long as it is open here.
+FileDescriptor openAbandoned(int folder, const char* name) {
   constexpr int flags = O_RDWR | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
-  const FileDescriptor file(::openat(folder, name, flags));
+  FileDescriptor file(retryInterrupted([&] { return ::openat(folder, name, flags); }));
   struct stat status;
-  return file && ::fstat(file.get(), &status) == 0 && S_ISREG(status.st_mode) && status.st_uid == ::geteuid() &&
-         ::flock(file.get(), LOCK_EX | LOCK_NB) == 0;
+  const bool isAbandoned = file && ::fstat(file.get(), &status) == 0 && S_ISREG(status.st_mode) &&
+                           status.st_uid == ::geteuid() &&
+                           retryInterrupted([&] { return ::flock(file.get(), LOCK_EX | LOCK_NB); }) == 0;
+  return isAbandoned ? std::move(file) : FileDescriptor();
+}
+
+void removeIfAbandoned(int folder, const char* name) {
+  if (const FileDescriptor file = openAbandoned(folder, name)) ::unlinkat(folder, name, 0);
 }
 
 struct CloseListing {
@@ -120,7 +127,7 @@ void removeAbandonedFiles(int folder) {
   if (!listing) return;
   copy.release();
   while (const dirent* entry = ::readdir(listing.get())) {
-    if (isTemporaryName(entry->d_name) && isAbandoned(folder, entry->d_name)) ::unlinkat(folder, entry->d_name, 0);
+    if (isTemporaryName(entry->d_name)) removeIfAbandoned(folder, entry->d_name);
   }
 }
 

@@ -45,7 +45,7 @@ bool isAllowed(const Ref<NSString>& path, int access) {
 // What a link leads to is what would be written.
 bool isLockedAtEndOfLinks(const Ref<NSString>& path) {
   const auto name = systemPath(path);
-  const FileDescriptor item(name ? ::open(name->c_str(), O_PATH | O_CLOEXEC) : -1);
+  const FileDescriptor item(name ? retryInterrupted([&] { return ::open(name->c_str(), O_PATH | O_CLOEXEC); }) : -1);
   return item && isLocked(item.get());
 }
 
@@ -66,7 +66,9 @@ std::optional<Entry> entryOf(const Ref<NSString>& path) {
   const std::string folder = slash == std::string::npos ? std::string(".") : name->substr(0, slash + 1);
   std::string last = name->substr(slash + 1);
   if (last.empty() || last == "." || last == "..") return std::nullopt;
-  return Entry{FileDescriptor(::open(folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC)), std::move(last)};
+  return Entry{
+      FileDescriptor(retryInterrupted([&] { return ::open(folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC); })),
+      std::move(last)};
 }
 
 bool isMountPoint(const struct statx& item, const struct statx& folder) {

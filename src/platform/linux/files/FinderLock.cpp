@@ -46,6 +46,11 @@ bool isLocked(int item, const struct statx& status) {
   return !isLink(status) && (isImmutable(status) || hasLockAttribute(item));
 }
 
+// Not what only counts as locked, because the question failed: it may need the lock yet.
+bool isKnownToBeLocked(int item, const struct statx& status) {
+  return isImmutable(status) || retryInterrupted([&] { return attributeSize(item); }) >= 0;
+}
+
 // --- Asking for the attribute of an item by its name: one call where the system has it
 
 // Calls of this age have the same distance on every processor.
@@ -86,7 +91,8 @@ int changeAsOwner(const std::string& path, const struct statx& status, Change ch
 }
 
 int clearImmutable(const std::string& path) {
-  const FileDescriptor file(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
+  const FileDescriptor file(
+      retryInterrupted([&] { return ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC); }));
   int flags = 0;
   if (!file || ::ioctl(file.get(), FS_IOC_GETFLAGS, &flags) != 0) return errno;
   flags &= ~FS_IMMUTABLE_FL;
@@ -128,7 +134,8 @@ bool isFolderLocked(const std::string& path) {
 int setLocked(int item, bool locked) {
   const auto status = statusOfDescriptor(item);
   if (!status) return errno;
-  if (isLink(*status) || locked == isLocked(item, *status)) return 0;
+  const bool isDone = locked ? isKnownToBeLocked(item, *status) : !isLocked(item, *status);
+  if (isLink(*status) || isDone) return 0;
   const std::string path = pathOfDescriptor(item);
   return locked ? changeAsOwner(path, *status, addAttribute) : unlock(path, *status);
 }

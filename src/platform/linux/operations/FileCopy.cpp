@@ -29,7 +29,8 @@ bool isFolderIn(int folder, const FolderIdentity& sought) {
   const char* next = ".";
   do {
     before = found;
-    at = FileDescriptor(::openat(at ? at.get() : folder, next, O_PATH | O_DIRECTORY | O_CLOEXEC));
+    at = FileDescriptor(
+        retryInterrupted([&] { return ::openat(at ? at.get() : folder, next, O_PATH | O_DIRECTORY | O_CLOEXEC); }));
     if (!at || !identify(at.get(), "", found)) return false;
     if (found.isSameAs(sought)) return true;
     next = "..";

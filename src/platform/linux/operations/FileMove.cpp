@@ -26,7 +26,7 @@ int makePlaceholder(const PlaceInFolder& place, bool isFolder) {
   const char* name = place.name.c_str();
   if (isFolder) return errorOf(::mkdirat(place.folder.get(), name, S_IRWXU));
   constexpr int flags = O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC;
-  return FileDescriptor(::openat(place.folder.get(), name, flags, 0600)) ? 0 : errno;
+  return FileDescriptor(retryInterrupted([&] { return ::openat(place.folder.get(), name, flags, 0600); })) ? 0 : errno;
 }
 
 // For file systems that cannot refuse to replace: nobody else gets the name once something of ours has it.
@@ -52,7 +52,7 @@ int obstacle(const PlaceInFolder& from, const PlaceInFolder& to) {
 // The only copy there will be is on its device before the source goes.
 int flush(const PlaceInFolder& place) {
   constexpr int flags = O_RDONLY | O_DIRECTORY | O_CLOEXEC;
-  const FileDescriptor folder(::openat(place.folder.get(), ".", flags));
+  const FileDescriptor folder(retryInterrupted([&] { return ::openat(place.folder.get(), ".", flags); }));
   return folder ? errorOf(::syncfs(folder.get())) : errno;
 }
 

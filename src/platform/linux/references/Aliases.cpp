@@ -167,7 +167,8 @@ class Resolution {
   }
 
   void openHandles() {
-    const FileDescriptor volume(::open(mount_.mountPoint.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    const FileDescriptor volume(
+        retryInterrupted([&] { return ::open(mount_.mountPoint.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC); }));
     if (!volume) return;
     handledPath_ = pathByHandle(volume.get(), alias_.handle);
     handledParent_ = pathByHandle(volume.get(), alias_.parentHandle);

@@ -45,7 +45,8 @@ std::optional<FileHandle> handleOfItem(const std::string& path) {
 
 FileDescriptor openHandle(int volume, const FileHandle& handle) {
   Buffer buffer(handle);
-  return FileDescriptor(::open_by_handle_at(volume, buffer.header(), O_PATH | O_NOFOLLOW | O_CLOEXEC));
+  return FileDescriptor(
+      retryInterrupted([&] { return ::open_by_handle_at(volume, buffer.header(), O_PATH | O_NOFOLLOW | O_CLOEXEC); }));
 }
 
 std::optional<std::string> rememberedPath(int item) {

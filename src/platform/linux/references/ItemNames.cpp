@@ -20,7 +20,7 @@ namespace ZtFoundation::detail {
 namespace {
 
 FileDescriptor openFolder(const std::string& path) {
-  return FileDescriptor(::open(path.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+  return FileDescriptor(retryInterrupted([&] { return ::open(path.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC); }));
 }
 
 int errorOf(int result) { return result == 0 ? 0 : errno; }
@@ -65,7 +65,8 @@ int renameWithoutReplacing(const Renaming& names) {
 
 // Whether an entry has exactly this name, in every letter.
 bool isListed(int folder, const std::string& name) {
-  const FileDescriptor listed(::openat(folder, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  const FileDescriptor listed(
+      retryInterrupted([&] { return ::openat(folder, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC); }));
   if (!listed) return true;
   FolderContents contents;
   contents.read(listed.get());  // what comes before an error counts

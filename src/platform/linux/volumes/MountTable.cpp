@@ -64,7 +64,7 @@ std::vector<MountedFileSystem> parseMountTable(std::string_view table) {
 }
 
 std::vector<MountedFileSystem> mountTable() {
-  const FileDescriptor file(::open("/proc/self/mountinfo", O_RDONLY | O_CLOEXEC));
+  const FileDescriptor file(retryInterrupted([&] { return ::open("/proc/self/mountinfo", O_RDONLY | O_CLOEXEC); }));
   const auto table = file ? readToEnd(file.get()) : std::nullopt;
   return table ? parseMountTable(*table) : std::vector<MountedFileSystem>();
 }
