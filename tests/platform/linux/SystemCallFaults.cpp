@@ -7,6 +7,7 @@
 #include <sys/ioctl.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
+#include <sys/vfs.h>
 #include <sys/xattr.h>
 #include <unistd.h>
 
@@ -50,7 +51,7 @@ bool FaultScript::fails(const char* name) {
     current = this;
   }
   calls_.emplace_back(name);
-  const bool isChosen = static_cast<int>(calls_.size()) - 1 == fault_.at;
+  const bool isChosen = static_cast<int>(calls_.size()) - 1 == fault_.at && (names_.empty() || names_.contains(name));
   if (!isChosen || fault_.error == 0) return false;
   errno = fault_.error;
   return true;
@@ -75,8 +76,33 @@ ZT_INTERCEPT(int, fstat, kIsWide ? "fstat64" : "__fstat64_time64", -1, (int file
              noexcept)
 ZT_INTERCEPT(int, fstatat, kIsWide ? "fstatat64" : "__fstatat64_time64", -1,
              (int folder, const char* path, struct stat* status, int flags), (folder, path, status, flags), noexcept)
+ZT_INTERCEPT(int, stat, kIsWide ? "stat64" : "__stat64_time64", -1, (const char* path, struct stat* status),
+             (path, status), noexcept)
+ZT_INTERCEPT(int, lstat, kIsWide ? "lstat64" : "__lstat64_time64", -1, (const char* path, struct stat* status),
+             (path, status), noexcept)
+ZT_INTERCEPT(int, statfs, "statfs64", -1, (const char* path, struct statfs* status), (path, status), noexcept)
 ZT_INTERCEPT(dirent*, readdir, "readdir64", nullptr, (DIR * listing), (listing), )
 
+ZT_INTERCEPT(int, access, "access", -1, (const char* path, int mode), (path, mode), noexcept)
+ZT_INTERCEPT(int, chmod, "chmod", -1, (const char* path, mode_t mode), (path, mode), noexcept)
+ZT_INTERCEPT(int, chown, "chown", -1, (const char* path, uid_t user, gid_t group), (path, user, group), noexcept)
+ZT_INTERCEPT(int, mkdir, "mkdir", -1, (const char* path, mode_t mode), (path, mode), noexcept)
+ZT_INTERCEPT(ssize_t, readlink, "readlink", -1, (const char* path, char* buffer, size_t size), (path, buffer, size),
+             noexcept)
+ZT_INTERCEPT(char*, realpath, "realpath", nullptr, (const char* path, char* resolved), (path, resolved), noexcept)
+ZT_INTERCEPT(ssize_t, getxattr, "getxattr", -1, (const char* path, const char* name, void* value, size_t size),
+             (path, name, value, size), noexcept)
+ZT_INTERCEPT(ssize_t, lgetxattr, "lgetxattr", -1, (const char* path, const char* name, void* value, size_t size),
+             (path, name, value, size), noexcept)
+ZT_INTERCEPT(int, setxattr, "setxattr", -1,
+             (const char* path, const char* name, const void* value, size_t size, int flags),
+             (path, name, value, size, flags), noexcept)
+ZT_INTERCEPT(int, removexattr, "removexattr", -1, (const char* path, const char* name), (path, name), noexcept)
+ZT_INTERCEPT(int, name_to_handle_at, "name_to_handle_at", -1,
+             (int folder, const char* path, file_handle* handle, int* mount, int flags),
+             (folder, path, handle, mount, flags), noexcept)
+ZT_INTERCEPT(int, open_by_handle_at, "open_by_handle_at", -1, (int mount, file_handle* handle, int flags),
+             (mount, handle, flags), )
 ZT_INTERCEPT(DIR*, fdopendir, "fdopendir", nullptr, (int file), (file), )
 ZT_INTERCEPT(int, faccessat, "faccessat", -1, (int folder, const char* path, int mode, int flags),
              (folder, path, mode, flags), noexcept)

@@ -1,6 +1,7 @@
 // Copies, moves and removals while system calls fail and processes are killed: the source is unharmed or moved as a whole, and there is no part
 // of a copy.
 
+#include <ZtFoundation/Files.h>
 #include <ZtFoundation/platform/Data.h>
 #include <ZtFoundation/platform/Dictionary.h>
 #include <ZtFoundation/platform/FileManager.h>
@@ -12,6 +13,7 @@
 #include <sys/xattr.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
@@ -20,9 +22,11 @@
 
 #include "platform/linux/SystemCallFaults.h"
 #include "support/ChildProcess.h"
+#include "support/QuietStandardError.h"
 #include "support/Sanitizers.h"
 #include "support/ScopedEnvironment.h"
 #include "support/ScratchFolder.h"
+#include "support/Storm.h"
 
 namespace ZtFoundation::test {
 namespace {
@@ -113,7 +117,8 @@ class FileOperationFaultTests : public testing::Test {
 
   // Runs `work` with one fault after another until there are no more calls to fail; `check` gets its answer and the fault.
   template <class Prepare, class Work, class Check>
-  void failEachCall(Prepare prepare, Work work, Check check) {
+  void failEachCall(const char* operation, const char* outcome, Prepare prepare, Work work, Check check) {
+    int points = 0;
     for (const int error : kErrors) {
       for (int at = 0;; ++at) {
         prepare();
@@ -130,10 +135,12 @@ class FileOperationFaultTests : public testing::Test {
         if (faulted.empty()) {
           EXPECT_TRUE(success);
           EXPECT_GT(at, 20) << "the calls did not come by here";
+          points += at;
           break;
         }
       }
     }
+    report("failing call", operation, points, outcome);
   }
 
  private:
@@ -159,7 +166,9 @@ TEST_F(FileOperationFaultTests, ACopyIsWholeOrNotThereAndItsSourceUnharmed) {
     }
     EXPECT_EQ(folder.names().size(), success ? 2U : 1U);
   };
-  failEachCall([&] { std::filesystem::remove_all(to); }, [&] { return copy(from, to); }, check);
+  failEachCall(
+      "copy of a folder", "all of it or nothing, source whole", [&] { std::filesystem::remove_all(to); },
+      [&] { return copy(from, to); }, check);
 }
 
 TEST_F(FileOperationFaultTests, ANewFileIsWholeOrAFailure) {
@@ -174,8 +183,9 @@ TEST_F(FileOperationFaultTests, ANewFileIsWholeOrAFailure) {
   std::filesystem::remove(folder / "file");
   const auto calls = create();
   ASSERT_EQ(calls.back(), "close");
+  int points = 0;
   for (const int error : kErrors) {
-    for (std::size_t at = 0; at < calls.size(); ++at) {
+    for (std::size_t at = 0; at < calls.size(); ++at, ++points) {
       std::filesystem::remove(folder / "file");
       bool success;
       {
@@ -190,6 +200,7 @@ TEST_F(FileOperationFaultTests, ANewFileIsWholeOrAFailure) {
       }
     }
   }
+  report("failing call", "creation of a file", points, "whole, or a failure");
 }
 
 TEST_F(FileOperationFaultTests, ShortWritesAreContinued) {
@@ -220,7 +231,76 @@ TEST_F(FileOperationFaultTests, ARemovalThatFailsCanBeMadeAgain) {
     EXPECT_TRUE(snapshot(folder / "kept") == kept);
   };
   failEachCall(
-      prepare, [&] { return removeItem(folder / "tree"); }, check);
+      "removal of a folder", "can be made again, touches nothing else", prepare,
+      [&] { return removeItem(folder / "tree"); }, check);
+}
+
+TEST_F(FileOperationFaultTests, FoldersAreMadeFromTheFirstOn) {
+  ScratchFolder folder;
+  int points = 0;
+  const auto create = [&] {
+    return QvFoundationExtensions::createDirectoryAtPath_attributes_recursively(NSFileManager::defaultManager(),
+                                                                                folder.string("a/b/c"), nullptr, true);
+  };
+  for (const int error : kErrors) {
+    bool isReached = true;
+    for (int at = 0; isReached; ++at, ++points) {
+      std::filesystem::remove_all(folder / "a");
+      bool success;
+      std::string faulted;
+      {
+        FaultScript script({at, error, false});
+        success = create();
+        faulted = script.faulted();
+        isReached = script.wasReached();
+      }
+      SCOPED_TRACE(testing::Message() << faulted << ": " << std::strerror(error));
+      EXPECT_EQ(exists(folder / "a/b/c"), success);
+      EXPECT_TRUE(faulted != "mkdir" || !success);
+      EXPECT_TRUE(create()) << "goes on where it ended";
+    }
+  }
+  EXPECT_GT(points, 100);
+  report("failing call", "creation of folders", points, "all, or a failure that can be made good");
+}
+
+TEST_F(FileOperationFaultTests, AnItemIsLockedOrNotAsTheAnswerSays) {
+  // The others say that there is no lock.
+  constexpr int kFailures[] = {EIO, ENOSPC, EMFILE, EDQUOT, ENOMEM, EINVAL};
+  const QuietStandardError quiet;
+  ScratchFolder folder;
+  int points = 0;
+  const Ref<NSString> file = folder.string("file");
+  writeFile(folder / "file", "text");
+  const auto manager = NSFileManager::defaultManager();
+  const int firstQuestion = [&] {
+    FaultScript script({});
+    QvFoundationExtensions::isFileLockedAtPath(manager, file);
+    const auto& calls = script.calls();
+    return static_cast<int>(std::find(calls.begin(), calls.end(), "getxattr") - calls.begin());
+  }();
+  for (const bool locks : {true, false}) {
+    for (const int error : kFailures) {
+      bool isReached = true;
+      for (int at = 0; isReached; ++at, ++points) {
+        locks ? QvFoundationExtensions::unlockFileAtPath(manager, file)
+              : QvFoundationExtensions::lockFileAtPath(manager, file);
+        bool success;
+        {
+          FaultScript script({at, error, false});
+          success = locks ? QvFoundationExtensions::lockFileAtPath(manager, file)
+                          : QvFoundationExtensions::unlockFileAtPath(manager, file);
+          isReached = script.wasReached();
+        }
+        // An item whose first question fails counts as one that is locked already.
+        if (success && !(locks && at <= firstQuestion)) {
+          EXPECT_EQ(QvFoundationExtensions::isFileLockedAtPath(manager, file), locks) << at;
+        }
+      }
+    }
+  }
+  QvFoundationExtensions::unlockFileAtPath(manager, file);
+  report("failing call", "lock and unlock", points, "as the answer says");
 }
 
 TEST_F(FileOperationFaultTests, ALockHoldsThoughTheQuestionForItFails) {
@@ -241,9 +321,14 @@ TEST_F(FileOperationFaultTests, ALockHoldsThoughTheQuestionForItFails) {
     for (const char* path : {"tree", "tree/file", "tree/locked", "tree/locked/file"}) {
       for (int at = 0;; ++at) {
         prepare();
-        FaultScript script({at, error, false});
-        EXPECT_FALSE(removeItem(folder / path));
-        const std::string faulted = script.faulted();
+        bool isRemoved;
+        std::string faulted;
+        {
+          const FaultScript script({at, error, false});
+          isRemoved = removeItem(folder / path);
+          faulted = script.faulted();
+        }
+        EXPECT_FALSE(isRemoved);
         SCOPED_TRACE(testing::Message() << path << " " << at << " (" << faulted << "): " << std::strerror(error));
         EXPECT_TRUE(exists(folder / "tree/file"));
         EXPECT_TRUE(exists(folder / "tree/locked/file"));
@@ -284,7 +369,7 @@ TEST_F(FileOperationFaultTests, AMoveToAnotherVolumeLosesNothing) {
     EXPECT_EQ(success, isCopyWhole && !exists(from));
   };
   failEachCall(
-      prepare, [&] { return move(from, to); }, check);
+      "move to another disk", "source or copy whole", prepare, [&] { return move(from, to); }, check);
 }
 
 TEST_F(FileOperationFaultTests, AMoveInsideAVolumeReplacesNothing) {

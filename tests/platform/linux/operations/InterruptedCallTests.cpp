@@ -1,0 +1,175 @@
+// A signal that breaks into one call of an operation, whichever it is, changes nothing: the call is made again.
+
+#include <ZtFoundation/Files.h>
+#include <ZtFoundation/platform/Array.h>
+#include <ZtFoundation/platform/Data.h>
+#include <ZtFoundation/platform/FileErrors.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <filesystem>
+#include <functional>
+#include <ostream>
+
+#include "platform/linux/SystemCallFaults.h"
+#include "support/ScopedEnvironment.h"
+#include "support/ScratchFolder.h"
+#include "support/Storm.h"
+
+namespace ZtFoundation::test {
+namespace {
+
+// Those that wait: for a device, a server or another process. Closing is no call to repeat.
+const std::set<std::string> kInterruptible{"open",      "openat",          "read",       "pread", "write", "pwrite",
+                                           "ftruncate", "copy_file_range", "getdents64", "fsync", "flock", "fgetxattr",
+                                           "close",     "getxattrat"};
+
+Ref<NSFileManager> manager() { return NSFileManager::defaultManager(); }
+
+void makeTree(const std::string& root) {
+  std::filesystem::create_directories(root + "/folder/inner");
+  writeFile(root + "/large", std::string(600000, 'l'));
+  writeFile(root + "/folder/inner/small", "text");
+  writeFile(root + "/holes", "text");
+  std::filesystem::resize_file(root + "/holes", 1 << 17);
+}
+
+struct Operation {
+  friend void PrintTo(const Operation& operation, std::ostream* stream) { *stream << operation.name; }
+
+  const char* name;
+  int calls;  // there are that many at least, so that they do come by here
+  std::function<bool(const ScratchFolder&)> run;
+};
+
+const Operation kOperations[] = {
+    {"save over a file", 5,
+     [](const ScratchFolder& folder) {
+       return NSData::dataWithBytes("new")->writeToFile_atomically(folder.string("file"), true) &&
+              contentsOf(folder / "file") == "new";
+     }},
+    {"save of a new file", 5,
+     [](const ScratchFolder& folder) {
+       return NSData::dataWithBytes("new")->writeToFile_atomically(folder.string("new"), true);
+     }},
+    {"save where a killed process has left a file", 5,
+     [](const ScratchFolder& folder) {
+       const std::string left = folder / std::string(".ztsave-").append(32, '0');
+       writeFile(left, "");
+       return NSData::dataWithBytes("new")->writeToFile_atomically(folder.string("new"), true) &&
+              !std::filesystem::exists(left);
+     }},
+    {"write in place", 3,
+     [](const ScratchFolder& folder) {
+       return NSData::dataWithBytes("new")->writeToFile_atomically(folder.string("file"), false) &&
+              NSData::dataWithBytes("new")->writeToFile_atomically(folder.string("new"), false);
+     }},
+    {"read", 3,
+     [](const ScratchFolder& folder) {
+       const Ref<NSData> data = NSData::dataWithContentsOfFile(folder.string("file"));
+       return data && data->view() == "old";
+     }},
+    {"list of a folder", 3,
+     [](const ScratchFolder& folder) {
+       const Ref<NSArray> names = manager()->directoryContentsAtPath(folder.string("tree"));
+       return names && names->count() == 3;
+     }},
+    {"creation of a file", 3,
+     [](const ScratchFolder& folder) {
+       return manager()->createFileAtPath_contents_attributes(folder.string("new"), NSData::dataWithBytes("new"),
+                                                              nullptr);
+     }},
+    {"creation of folders", 2,
+     [](const ScratchFolder& folder) {
+       return QvFoundationExtensions::createDirectoryAtPath_attributes_recursively(manager(), folder.string("a/b/c"),
+                                                                                   nullptr, true);
+     }},
+    {"copy of a folder", 20,
+     [](const ScratchFolder& folder) {
+       return manager()->copyPath_toPath_handler(folder.string("tree"), folder.string("copy"), nullptr) &&
+              contentsOf(folder / "copy/large") == std::string(600000, 'l');
+     }},
+    {"move", 5,
+     [](const ScratchFolder& folder) {
+       return manager()->movePath_toPath_handler(folder.string("tree"), folder.string("moved"), nullptr);
+     }},
+    {"removal", 10,
+     [](const ScratchFolder& folder) {
+       return manager()->removeFileAtPath_handler(folder.string("tree"), nullptr) && folder.names().size() == 1;
+     }},
+    {"lock and unlock", 5,
+     [](const ScratchFolder& folder) {
+       const Ref<NSString> file = folder.string("file");
+       return QvFoundationExtensions::lockFileAtPath(manager(), file) &&
+              QvFoundationExtensions::isFileLockedAtPath(manager(), file) &&
+              QvFoundationExtensions::unlockFileAtPath(manager(), file) &&
+              !QvFoundationExtensions::isFileLockedAtPath(manager(), file);
+     }},
+    {"rename", 3,
+     [](const ScratchFolder& folder) {
+       return JxFileOperation::renameFileTo(folder.string("file"), "renamed") == noErr;
+     }},
+    {"free name of a folder with many", 1,
+     [](const ScratchFolder& folder) {
+       for (int i = 1; i < 100; ++i) std::filesystem::create_directory(folder / "tree_" + std::to_string(i));
+       const auto path = JxTalvoZtWdExensions::unusedTalvoPathForDirectory(folder.string("tree"), true);
+       return isEqual(path, folder.string("tree_100"));
+     }},
+    {"alias of an item that moves", 3,
+     [](const ScratchFolder& folder) {
+       AliasHandle alias = nullptr;
+       const bool isMade = JxFileSystemRepresentation::pathStringToAliasMinimal(folder.string("file"), &alias);
+       std::filesystem::rename(folder / "file", folder / "tree/moved");
+       const auto path = JxFileSystemRepresentation::pathStringFromAliasHandle(alias);
+       DisposeHandle(alias);
+       return isMade && isEqual(path, folder.string("tree/moved"));
+     }},
+    {"may it be deleted", 1,
+     [](const ScratchFolder& folder) { return JxFileAccessibility::isDeletable(folder.string("file")); }},
+    {"display name", 1,
+     [](const ScratchFolder& folder) {
+       return JxTalvoZtWdExensions::displayPathWithSeparetor(folder.string("file"), "/") != nullptr;
+     }},
+};
+
+class InterruptedCallTests : public testing::TestWithParam<Operation> {};
+
+TEST_P(InterruptedCallTests, AreMadeAgain) {
+  const Operation& operation = GetParam();
+  ScopedEnvironment inMemory;
+  inMemory.set("TMPDIR", "/dev/shm");
+  {
+    const ScratchFolder folder;
+    writeFile(folder / "file", "old");
+    makeTree(folder / "tree");
+    ASSERT_TRUE(operation.run(folder)) << "without a signal";
+  }
+  int interrupted = 0;
+  for (int at = 0;; ++at) {
+    const ScratchFolder folder;
+    writeFile(folder / "file", "old");
+    makeTree(folder / "tree");
+    FaultScript probe({at, EINTR, false});
+    probe.onlyAt(kInterruptible);
+    const bool isRight = operation.run(folder);
+    const std::string faulted = probe.faulted();
+    if (faulted.empty()) break;
+    interrupted += kInterruptible.contains(faulted) ? 1 : 0;
+    EXPECT_TRUE(isRight) << "call " << at << ", " << faulted;
+  }
+  EXPECT_GE(interrupted, operation.calls);
+  report("interrupted call", operation.name, interrupted, "made again: success");
+}
+
+INSTANTIATE_TEST_SUITE_P(Operations, InterruptedCallTests, testing::ValuesIn(kOperations), [](const auto& operation) {
+  std::string name = operation.param.name;
+  for (char& character : name) {
+    if (::isalnum(character) == 0) character = '_';
+  }
+  return name;
+});
+
+}  // namespace
+}  // namespace ZtFoundation::test
