@@ -1,0 +1,266 @@
+// Files of more than two gigabytes, and results of that size.
+
+#include <ZtFoundation/PropertyLists.h>
+#include <ZtFoundation/platform/Array.h>
+#include <ZtFoundation/platform/Data.h>
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cstring>
+#include <filesystem>
+#include <ostream>
+
+#include "limits/Limits.h"
+#include "support/Sanitizers.h"
+#include "support/ScratchFolder.h"
+
+namespace ZtFoundation::limits {
+namespace {
+
+// `size` bytes: what stands before, one part again and again, and what stands after.
+Ref<NSData> repeated(std::size_t size, std::string_view before, std::string_view part, std::string_view after) {
+  const std::size_t parts = (size - before.size() - after.size()) / part.size();
+  return NSData::dataWithLength(before.size() + parts * part.size() + after.size(), [&](unsigned char* bytes) {
+    std::memcpy(bytes, before.data(), before.size());
+    bytes += before.size();
+    // Copies of what is there already, twice as much each time.
+    std::memcpy(bytes, part.data(), part.size());
+    std::size_t filled = part.size();
+    const std::size_t all = parts * part.size();
+    while (filled < all) {
+      const std::size_t more = std::min(filled, all - filled);
+      std::memcpy(bytes + filled, bytes, more);
+      filled += more;
+    }
+    std::memcpy(bytes + all, after.data(), after.size());
+  });
+}
+
+struct Input {
+  friend void PrintTo(const Input& input, std::ostream* stream) { *stream << input.name; }
+
+  const char* name;
+  std::string_view before;
+  std::string_view part;
+  std::string_view after;
+  std::size_t valuesPerPart;  // 0 for a single string or a single data
+};
+
+const Input kInputs[] = {
+    {"XML, one data element", "<plist><data>\n", "AAECAwQFBgcICQoLDA0ODxAREhMUFRYXGBkaGxwdHh8g\n", "</data></plist>",
+     0},
+    {"XML, one string", "<plist><string>", "plain text ", "</string></plist>", 0},
+    {"XML, many integers", "<plist><array>", "<integer>42</integer>\n", "</array></plist>", 1},
+    {"XML, many strings", "<plist><array>", "<string>one of many strings of some length</string>", "</array></plist>",
+     1},
+    {"OpenStep, one data element", "<", "000102030405060708090a0b ", ">", 0},
+    {"OpenStep, one string", "\"", "plain text ", "\"", 0},
+    {"OpenStep, many strings", "(", "\"one of many strings of some length\", ", ")", 1},
+};
+
+class HugeTextTests : public testing::TestWithParam<Input> {};
+
+TEST_P(HugeTextTests, IsRead) {
+  const Input& input = GetParam();
+  Case measured(std::string("read ") + input.name, inUnits(huge()));
+  const Ref<NSData> bytes = repeated(huge(), input.before, input.part, input.after);
+  const std::size_t parts = (bytes->length() - input.before.size() - input.after.size()) / input.part.size();
+  const Answer answer = measured.measure([&] { return read(bytes); });
+  ASSERT_TRUE(answer.value) << answer.error;
+  if (input.valuesPerPart != 0) {
+    EXPECT_EQ(as<NSArray>(answer.value)->count(), parts * input.valuesPerPart);
+    measured.answer(std::to_string(parts) + " values");
+  } else if (const Ref<NSString> text = as<NSString>(answer.value)) {
+    EXPECT_EQ(text->length(), parts * input.part.size());
+    measured.answer(std::to_string(text->length()) + " characters");
+  } else {
+    const NSUInteger length = as<NSData>(answer.value)->length();
+    EXPECT_EQ(length, parts * (input.before[0] == '<' && input.before.size() > 1 ? 33U : 12U));
+    measured.answer(std::to_string(length) + " bytes");
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Texts, HugeTextTests, testing::ValuesIn(kInputs));
+
+// --- INI text
+
+Ref<NSObject> readINI(const Ref<NSData>& bytes) {
+  QvPropertyListFormat format = QvPropertyListINIFormat;
+  return QvPropertyListSerialization::propertyListFromData_mutabilityOption_format_errorDescription(bytes, 0, &format,
+                                                                                                    nullptr);
+}
+
+Ref<NSDictionary> sectionOf(const Ref<NSObject>& settings) {
+  return as<NSDictionary>(as<NSDictionary>(settings)->objectForKey("S"));
+}
+
+TEST(HugeINITests, OneValueIsRead) {
+  Case measured("read INI, one value", inUnits(huge()));
+  const Ref<NSData> bytes = repeated(huge(), "[S]\nkey=", "abcdefghij", "\n");
+  const Ref<NSObject> settings = measured.measure([&] { return readINI(bytes); });
+  ASSERT_TRUE(settings);
+  EXPECT_EQ(as<NSString>(sectionOf(settings)->objectForKey("key"))->length(), bytes->length() - 9);
+  measured.answer(std::to_string(bytes->length() - 9) + " characters");
+}
+
+TEST(HugeINITests, ManyLinesAreRead) {
+  Case measured("read INI, the same lines again and again", inUnits(huge()));
+  const Ref<NSData> bytes =
+      repeated(huge(), "[S]\n", "first=1\nsecond=a value of some words\n; a comment\n\n", "last=1\n");
+  const Ref<NSObject> settings = measured.measure([&] { return readINI(bytes); });
+  ASSERT_TRUE(settings);
+  EXPECT_EQ(sectionOf(settings)->count(), 3U);
+  measured.answer("3 keys");
+}
+
+// --- Binary
+
+void append(std::string& bytes, std::uint64_t number, int size) {
+  for (int at = size - 1; at >= 0; --at) bytes += static_cast<char>(number >> (8 * at));
+}
+
+// A file whose root is one leaf: marker, eight bytes of length, contents.
+Ref<NSData> binaryLeaf(char marker, std::size_t count, std::size_t size, char filler) {
+  std::string head = "bplist00";
+  head += marker;
+  head += '\x13';
+  append(head, count, 8);
+  std::string tail;
+  append(tail, 8, 8);  // where the only object is
+  tail += std::string(6, '\0');
+  tail += "\x08\x01";  // sizes of offsets and references
+  append(tail, 1, 8);
+  append(tail, 0, 8);
+  append(tail, head.size() + size, 8);
+  return NSData::dataWithLength(head.size() + size + tail.size(), [&](unsigned char* bytes) {
+    std::memcpy(bytes, head.data(), head.size());
+    std::memset(bytes + head.size(), filler, size);
+    std::memcpy(bytes + head.size() + size, tail.data(), tail.size());
+  });
+}
+
+TEST(HugeBinaryTests, DataIsReadAndWritten) {
+  Case measured("read and write binary, one data element", inUnits(huge()));
+  const Ref<NSData> bytes = binaryLeaf('\x4F', huge(), huge(), 'd');
+  const Answer answer = measured.measure([&] { return read(bytes); });
+  ASSERT_TRUE(answer.value) << answer.error;
+  EXPECT_EQ(as<NSData>(answer.value)->length(), huge());
+  const Written written = measured.measure([&] { return write(answer.value, NSPropertyListBinaryFormat_v1_0); });
+  ASSERT_TRUE(written.bytes) << written.error;
+  EXPECT_GT(written.bytes->length(), huge());
+}
+
+TEST(HugeBinaryTests, ASCIITextIsRead) {
+  Case measured("read binary, one string of ASCII", inUnits(huge()));
+  const Answer answer = measured.measure([&] { return read(binaryLeaf('\x5F', huge(), huge(), 's')); });
+  ASSERT_TRUE(answer.value) << answer.error;
+  EXPECT_EQ(as<NSString>(answer.value)->length(), huge());
+}
+
+TEST(HugeBinaryTests, UTF16TextIsRead) {
+  Case measured("read binary, one string of UTF-16", inUnits(huge()));
+  const Answer answer =
+      measured.measure([&] { return read(binaryLeaf('\x6F', huge() / 2, huge() & ~std::size_t{1}, 'u')); });
+  ASSERT_TRUE(answer.value) << answer.error;
+  EXPECT_EQ(as<NSString>(answer.value)->length(), huge() / 2);
+  EXPECT_EQ(as<NSString>(answer.value)->characterAtIndex(huge() / 2 - 1), 0x7575);
+}
+
+TEST(HugeBinaryTests, ALengthBeyondTheFileIsRefusedBeforeMemoryIsTaken) {
+  Case measured("read binary that claims 2^62 bytes", "62 bytes");
+  for (const char marker : {'\x4F', '\x5F', '\x6F', '\x7F', '\xAF', '\xDF'}) {
+    for (const unsigned shift : {31U, 32U, 33U, 40U, 61U, 62U, 63U}) {
+      const Answer answer =
+          measured.measure([&] { return read(binaryLeaf(marker, std::size_t(std::uint64_t{1} << shift), 8, 'x')); });
+      if constexpr (kIsWide) {
+        EXPECT_FALSE(answer.value) << shift;
+        EXPECT_NE(answer.error, "") << shift;
+      }
+    }
+  }
+  measured.answer("refused");
+}
+
+// --- Writing
+
+TEST(HugeOutputTests, XMLIsWritten) {
+  const std::size_t size = sized(kIsWide ? std::size_t{1700} << 20 : 100 << 20, 2 << 20);
+  Case measured("write XML, one data element", inUnits(size));
+  const Ref<NSData> data = NSData::dataWithLength(size, [&](unsigned char* bytes) { std::memset(bytes, 7, size); });
+  const Written written = measured.measure([&] { return write(data, NSPropertyListXMLFormat_v1_0); });
+  ASSERT_TRUE(written.bytes) << written.error;
+  EXPECT_GT(written.bytes->length(), size / 3 * 4);
+  EXPECT_TRUE(written.bytes->view().ends_with("</data>\n</plist>\n"));
+  measured.answer("writes " + inUnits(written.bytes->length()));
+}
+
+Ref<NSString> longText(std::size_t size) {
+  return NSString::stringWithASCIILength(size, [&](auto* characters) { std::memset(characters, 'x', size); });
+}
+
+TEST(HugeOutputTests, XMLTextIsWritten) {
+  Case measured("write XML, one string", inUnits(huge()));
+  const Written written = measured.measure([&] { return write(longText(huge()), NSPropertyListXMLFormat_v1_0); });
+  ASSERT_TRUE(written.bytes) << written.error;
+  EXPECT_GT(written.bytes->length(), huge());
+  measured.answer("writes " + inUnits(written.bytes->length()));
+}
+
+TEST(HugeOutputTests, INIIsWritten) {
+  Case measured("write INI, one value", inUnits(huge()));
+  const Ref<NSDictionary> settings = NSDictionary::dictionaryWithObject_forKey(
+      NSDictionary::dictionaryWithObject_forKey(longText(huge()), "key"), "S");
+  const Ref<NSData> bytes = measured.measure([&] {
+    return QvPropertyListSerialization::dataFromPropertyList_format_errorDescription(settings, QvPropertyListINIFormat,
+                                                                                     nullptr);
+  });
+  ASSERT_TRUE(bytes);
+  EXPECT_GT(bytes->length(), huge());
+  measured.answer("writes " + inUnits(bytes->length()));
+}
+
+// --- Files full of holes
+
+struct Beginning {
+  friend void PrintTo(const Beginning& beginning, std::ostream* stream) { *stream << beginning.name; }
+
+  const char* name;
+  std::string_view bytes;
+  bool isINI;
+};
+
+class SparseFileTests : public testing::TestWithParam<Beginning> {};
+
+TEST_P(SparseFileTests, IsRefusedWithItsReason) {
+  const Beginning& beginning = GetParam();
+  const std::size_t size = sized(kIsWide ? (std::size_t{1} << 32) + 4096 : std::size_t{200} << 20, 5 << 20);
+  Case measured(std::string("read a file of zeros, ") + beginning.name, inUnits(size));
+  const test::ScratchFolder folder;
+  test::writeFile(folder / "sparse", std::string(beginning.bytes));
+  std::filesystem::resize_file(folder / "sparse", size);
+  const Ref<NSData> bytes = measured.measure([&] { return NSData::dataWithContentsOfFile(folder.string("sparse")); });
+  ASSERT_TRUE(bytes);
+  ASSERT_EQ(bytes->length(), size);
+  if (beginning.isINI) {
+    const Ref<NSObject> settings = measured.measure([&] { return readINI(bytes); });
+    ASSERT_TRUE(settings);
+    EXPECT_EQ(as<NSDictionary>(settings)->count(), 1U);
+    measured.answer("one section without keys");
+    return;
+  }
+  const Answer answer = measured.measure([&] { return read(bytes); });
+  EXPECT_FALSE(answer.value);
+  EXPECT_NE(answer.error, "");
+  measured.answer(answer.error);
+}
+
+INSTANTIATE_TEST_SUITE_P(Beginnings, SparseFileTests,
+                         testing::Values(Beginning{"nothing before them", "", false},
+                                         Beginning{"XML before them", "<plist><string>", false},
+                                         Beginning{"XML data before them", "<plist><data>", false},
+                                         Beginning{"binary before them", "bplist00", false},
+                                         Beginning{"OpenStep before them", "(\"", false},
+                                         Beginning{"INI before them", "[S]\n", true}));
+
+}  // namespace
+}  // namespace ZtFoundation::limits
