@@ -147,7 +147,7 @@ def legend():
     parts = []
     for at, (label, colour) in enumerate([("reached", REACHED), ("missed", MISSED), ("nothing was wanted", PLAIN)]):
         x = PLOT_LEFT + 110 + 110 * at
-        parts += [f'<rect x="{x}" y="33" width="12" height="12" fill="{colour}"/>', text(x + 18, 43, label, size=11)]
+        parts += [f'<rect x="{x}" y="12" width="12" height="12" fill="{colour}"/>', text(x + 18, 22, label, size=11)]
     return parts
 
 

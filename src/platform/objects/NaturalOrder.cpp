@@ -268,7 +268,8 @@ template <class Unit>
 }
 
 template <class Unit>
-int compareSameWidth(const Unit* textA, std::size_t lengthA, const Unit* textB, std::size_t lengthB) noexcept {
+[[gnu::noinline]] int compareFromStart(const Unit* textA, std::size_t lengthA, const Unit* textB,
+                                       std::size_t lengthB) noexcept {
   const std::size_t length = std::min(lengthA, lengthB);
   const std::size_t same = firstDifference(textA, textB, length);
   const Place<Unit> a{textA, textA + same, textA + lengthA};
@@ -278,6 +279,19 @@ int compareSameWidth(const Unit* textA, std::size_t lengthA, const Unit* textB, 
     if (isForeign(rankOf(*a.at)) || isForeign(rankOf(*b.at))) return kUndecided;
   }
   return compare(Reader<Unit>{textA, a.end}, Reader<Unit>{textB, b.end});
+}
+
+// Names that have nothing in common are told apart by their first characters, before anything else is worked out.
+template <class Unit>
+int compareSameWidth(const Unit* a, std::size_t lengthA, const Unit* b, std::size_t lengthB) noexcept {
+  if (lengthA >= 2 && lengthB >= 2) {
+    const Rank rankOfA = rankOf(*a), rankOfB = rankOf(*b);
+    const bool mayChange = a[1] >= 0x80 || b[1] >= 0x80;
+    if ((saysLittle(rankOfA) | saysLittle(rankOfB) | unsigned{rankOfA == rankOfB} | unsigned{mayChange}) == 0) {
+      return orderOf(rankOfA, rankOfB);
+    }
+  }
+  return compareFromStart(a, lengthA, b, lengthB);
 }
 
 // --- Views
