@@ -283,9 +283,9 @@ ZT_EXPORT Ref<NSString> unusedTalvoPathForDirectory(const Ref<NSString>& self, b
 ZT_EXPORT Ref<NSString> unusedTalvoFilePath(const Ref<NSString>& self);
 
 /// Makes a new file with `contents` (none: nothing) at the free path that `unusedFinderFilePath` gives, and answers that path. Nothing is ever
-/// replaced: when another process takes the name first, the next one is tried. The file has its whole contents when it gets its name; until then
-/// they are beside it, in a file whose name begins with a dot. Permissions are those that the umask leaves.
-/// \returns none when there is no free path, and when the file cannot be made, which leaves nothing.
+/// replaced: when another process takes the name first, the next one is tried. Where the file system has files without a name, the file has
+/// all its contents when it gets its name. Permissions are those that the umask leaves.
+/// \returns none when there is no free path, and when the file cannot be made or written, or its folder is locked, which leaves nothing.
 ZT_EXPORT Ref<NSString> createUnusedFinderFile(const Ref<NSString>& self, const Ref<NSData>& contents);
 /// The same for a new, empty folder.
 ZT_EXPORT Ref<NSString> createUnusedFinderFolder(const Ref<NSString>& self);

@@ -18,16 +18,15 @@ using Names = std::set<std::string>;
 
 Ref<NSData> text(const char* bytes) { return NSData::dataWithBytes(bytes); }
 
-// Another process that takes each name as soon as it has been found free, twice.
+// Another process that takes each name right after it was found free.
 int namesToTake = 0;
-bool moveTooLate(NSFileManager& files, const Ref<NSString>& from, const Ref<NSString>& to,
-                 const Ref<NSObject>& handler) {
-  if (namesToTake-- > 0) writeFile(to->fileSystemRepresentation(), "theirs");
-  return files.NSFileManager::movePath_toPath_handler(from, to, handler);
-}
-bool makeTooLate(NSFileManager& files, const Ref<NSString>& path, const Ref<NSDictionary>& attributes) {
-  if (namesToTake-- > 0) std::filesystem::create_directory(path->fileSystemRepresentation());
-  return files.NSFileManager::createDirectoryAtPath_attributes(path, attributes);
+bool takesFiles = true;
+bool existsToday(NSFileManager& files, const Ref<NSString>& path) {
+  const bool exists = files.NSFileManager::fileExistsAtPath(path);
+  if (exists || namesToTake-- <= 0) return exists;
+  const std::string name = path->fileSystemRepresentation();
+  takesFiles ? writeFile(name, "theirs") : void(std::filesystem::create_directory(name));
+  return false;
 }
 
 TEST(UnusedItems, AreMadeUnderFreeNames) {
@@ -54,20 +53,17 @@ TEST(UnusedItems, HaveThePermissionsThatTheUmaskLeaves) {
 
 TEST(UnusedItems, ANameThatAnotherTakesFirstIsLeftToIt) {
   const ScratchFolder folder;
-  {
-    namesToTake = 2;
-    const ReplacedMethod<&moveTooLate> replaced(NSFileManager::classObject(), ZT_SELECTOR("movePath:toPath:handler:"));
-    EXPECT_EQ(createUnusedFinderFile(folder.string("a"), text("mine"))->utf8(), folder / "a 2");
-  }
+  const ReplacedMethod<&existsToday> replaced(NSFileManager::classObject(), ZT_SELECTOR("fileExistsAtPath:"));
+  namesToTake = 2;
+  takesFiles = true;
+  EXPECT_EQ(createUnusedFinderFile(folder.string("a"), text("mine"))->utf8(), folder / "a 2");
   EXPECT_EQ(contentsOf(folder / "a"), "theirs");
   EXPECT_EQ(contentsOf(folder / "a 1"), "theirs");
   EXPECT_EQ(contentsOf(folder / "a 2"), "mine");
-  {
-    namesToTake = 2;
-    const ReplacedMethod<&makeTooLate> replaced(NSFileManager::classObject(),
-                                                ZT_SELECTOR("createDirectoryAtPath:attributes:"));
-    EXPECT_EQ(createUnusedFinderFolder(folder.string("f"))->utf8(), folder / "f 2");
-  }
+
+  namesToTake = 2;
+  takesFiles = false;
+  EXPECT_EQ(createUnusedFinderFolder(folder.string("f"))->utf8(), folder / "f 2");
   EXPECT_EQ(folder.names(), (Names{"a", "a 1", "a 2", "f", "f 1", "f 2"}));
 }
 
@@ -92,13 +88,27 @@ TEST(UnusedItems, WhatCannotBeMadeLeavesNothing) {
   const ScratchFolder folder;
   writeFile(folder / "plain", "");
   std::filesystem::create_symlink("nowhere", folder / "link");
-  for (const Ref<NSString>& path : {Ref<NSString>(), folder.string("missing/a"), folder.string("plain/a"),
-                                    folder.string("link"), folder.string(std::string(300, 'n'))}) {
+  for (const Ref<NSString>& path :
+       {Ref<NSString>(), folder.string("missing/a"), folder.string("plain/a"), folder.string("link"),
+        folder.string(std::string(300, 'n')), folder.string(std::string("a\0b", 3))}) {
     EXPECT_FALSE(createUnusedFinderFile(path, text("x"))) << path;
     EXPECT_FALSE(createUnusedFinderFolder(path)) << path;
   }
+  EXPECT_FALSE(createUnusedFinderFile(folder.string("missing/"), text("x"))) << "no name of a file";
   EXPECT_EQ(folder.names(), (Names{"plain", "link"}));
   EXPECT_EQ(contentsOf(folder / "plain"), "");
+}
+
+TEST(UnusedItems, ALockedFolderGetsNone) {
+  const ScratchFolder folder;
+  std::filesystem::create_directory(folder / "locked");
+  JxFileCatalogInformation::setFinderLock(folder.string("locked"), true);
+  if (!JxFileCatalogInformation::isLockedByFinder(folder.string("locked")))
+    GTEST_SKIP() << "no locks on this file system";
+  EXPECT_FALSE(createUnusedFinderFile(folder.string("locked/a"), text("x")));
+  EXPECT_FALSE(createUnusedFinderFolder(folder.string("locked/a")));
+  JxFileCatalogInformation::setFinderLock(folder.string("locked"), false);
+  EXPECT_TRUE(std::filesystem::is_empty(folder / "locked"));
 }
 
 }  // namespace

@@ -1,0 +1,83 @@
+// New files under free names with each of their system calls failing, on file systems that know files without a name and on one that does not.
+#include <ZtFoundation/Files.h>
+#include <ZtFoundation/platform/Data.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
+
+#include "internal/platform/linux/references/CardOfACamera.h"
+#include "platform/linux/SystemCallFaults.h"
+#include "support/PrivateMounts.h"
+#include "support/ScratchFolder.h"
+
+namespace ZtFoundation::test {
+namespace {
+
+constexpr int kErrors[] = {EIO, EINTR, ENOSPC, EACCES};
+
+Ref<NSString> create(const std::string& folder) {
+  return JxTalvoZtWdExensions::createUnusedFinderFile(NSString::stringWithFileSystemRepresentation(folder + "/file"),
+                                                      NSData::dataWithBytes("some contents"));
+}
+
+std::vector<std::string> callsIn(const std::string& folder) {
+  const FaultScript script({});
+  EXPECT_TRUE(create(folder));
+  return script.calls();
+}
+
+void makeEmpty(const std::string& folder) {
+  for (const auto& entry : std::filesystem::directory_iterator(folder)) std::filesystem::remove_all(entry);
+}
+
+// A file is there with all its contents, under the path that is told, or nothing is there.
+void tryEachCallIn(const std::string& folder) {
+  const std::vector<std::string> calls = callsIn(folder);
+  for (const int error : kErrors) {
+    for (std::size_t at = 0; at < calls.size(); ++at) {
+      makeEmpty(folder);
+      Ref<NSString> path;
+      {
+        const FaultScript script({static_cast<int>(at), error, false});
+        path = create(folder);
+      }
+      SCOPED_TRACE(testing::Message() << "call " << at << " (" << calls[at] << "): " << std::strerror(error));
+      EXPECT_EQ(contentsOf(folder + "/file"), path ? std::optional<std::string>("some contents") : std::nullopt);
+      EXPECT_EQ(std::filesystem::is_empty(folder), !path);
+      EXPECT_TRUE(calls[at] != "write" || static_cast<bool>(path) == (error == EINTR));
+    }
+  }
+}
+
+TEST(NewFileFaultTests, AnyFailingCallMakesTheFileOrLeavesNothing) {
+  const ScratchFolder folder;
+  tryEachCallIn(folder.path());
+}
+
+TEST(NewFileFaultTests, AFileGetsItsNameWithItsContents) {
+  const ScratchFolder folder;
+  const std::vector<std::string> calls = callsIn(folder.path());
+  const auto named = std::find(calls.begin(), calls.end(), "linkat");
+  if (named == calls.end()) GTEST_SKIP() << "no files without a name on this file system";
+  EXPECT_LT(std::find(calls.begin(), calls.end(), "write"), named);
+}
+
+TEST(NewFileFaultTests, WhereEachFileHasAName) {
+  PrivateMounts mounts;
+  const CardOfACamera card(mounts);
+  if (card.root.empty()) GTEST_SKIP() << "no root, no mount.exfat-fuse or no /dev/fuse here";
+  const std::string folder = card.root + "/folder";
+  std::filesystem::create_directory(folder);
+  tryEachCallIn(folder);
+  makeEmpty(folder);
+  EXPECT_TRUE(create(folder));
+  EXPECT_EQ(create(folder)->fileSystemRepresentation(), folder + "/file 1");
+  const std::vector<std::string> calls = callsIn(folder);
+  EXPECT_EQ(std::count(calls.begin(), calls.end(), "linkat"), 0);
+}
+
+}  // namespace
+}  // namespace ZtFoundation::test
