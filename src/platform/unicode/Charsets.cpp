@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "platform/unicode/ShiftJIS.h"
+#include "platform/unicode/Status.h"
 
 namespace ZtFoundation::charsets {
 
@@ -41,24 +42,25 @@ bool equalIgnoringCase(std::string_view a, std::string_view b) {
 bool isRegisteredFor(const char* converterName, std::string_view name) {
   UErrorCode status = U_ZERO_ERROR;
   std::unique_ptr<UEnumeration, CloseNames> names(ucnv_openStandardNames(converterName, kRegistry, &status));
-  if (U_FAILURE(status)) return false;
+  if (!succeeded(status)) return false;
   while (const char* registered = uenum_next(names.get(), nullptr, &status)) {
     if (equalIgnoringCase(registered, name)) return true;
   }
+  static_cast<void>(succeeded(status));
   return false;
 }
 
 const char* preferredName(const char* converterName) {
   UErrorCode status = U_ZERO_ERROR;
   const char* const name = ucnv_getStandardName(converterName, kRegistry, &status);
-  return U_SUCCESS(status) ? name : nullptr;
+  return succeeded(status) ? name : nullptr;
 }
 
 // By the registry first: without it a name that two vendors read differently may find the other one.
 const char* converterNamed(const char* name) {
   UErrorCode status = U_ZERO_ERROR;
   const char* const converter = ucnv_getCanonicalName(name, kRegistry, &status);
-  return U_SUCCESS(status) ? converter : nullptr;
+  return succeeded(status) ? converter : nullptr;
 }
 
 Converter open(const std::string& charset) {
@@ -66,7 +68,7 @@ Converter open(const std::string& charset) {
   if (name == nullptr) return nullptr;
   UErrorCode status = U_ZERO_ERROR;
   Converter converter(ucnv_open(name, &status));
-  if (U_FAILURE(status)) return nullptr;
+  if (!succeeded(status)) return nullptr;
   return converter;
 }
 
@@ -89,7 +91,7 @@ bool setCallbacks(UConverter* converter, bool lossy) {
   UErrorCode status = U_ZERO_ERROR;
   ucnv_setToUCallBack(converter, UCNV_TO_U_CALLBACK_STOP, nullptr, nullptr, nullptr, &status);
   ucnv_setFromUCallBack(converter, lossy ? replaceMissing : stopAtMissing, nullptr, nullptr, nullptr, &status);
-  return U_SUCCESS(status);
+  return succeeded(status);
 }
 
 // Runs `convert(&to, end, &status)` until it has nothing more to write.
@@ -104,7 +106,7 @@ std::optional<std::basic_string<Unit>> collect(Convert convert) {
     convert(&to, chunk + kChunk, &status);
     result.append(chunk, to);
   } while (status == U_BUFFER_OVERFLOW_ERROR);
-  if (U_FAILURE(status)) return std::nullopt;
+  if (!succeeded(status)) return std::nullopt;
   return result;
 }
 

@@ -5,6 +5,9 @@
 
 #include <cstdint>
 #include <cstring>
+#include <memory>
+
+#include "platform/unicode/Status.h"
 
 namespace ZtFoundation {
 
@@ -32,7 +35,7 @@ char16_t convert(UConverter* converter, unsigned lead, unsigned trail) {
   char16_t units[2];
   UErrorCode status = U_ZERO_ERROR;
   const int32_t length = ucnv_toUChars(converter, units, 2, bytes, 2, &status);
-  return U_SUCCESS(status) && length == 1 ? units[0] : u'\0';
+  return succeeded(status) && length == 1 ? units[0] : u'\0';
 }
 
 bool isEightASCII(const char* bytes) {
@@ -78,16 +81,15 @@ ShiftJIS::ShiftJIS() {
 
 void ShiftJIS::readUnits() {
   UErrorCode status = U_ZERO_ERROR;
-  UConverter* const converter = ucnv_open(kConverter, &status);
-  if (U_FAILURE(status)) return;
-  ucnv_setToUCallBack(converter, UCNV_TO_U_CALLBACK_STOP, nullptr, nullptr, nullptr, &status);
+  const std::unique_ptr<UConverter, decltype(&ucnv_close)> converter(ucnv_open(kConverter, &status), &ucnv_close);
+  if (!succeeded(status)) return;
+  ucnv_setToUCallBack(converter.get(), UCNV_TO_U_CALLBACK_STOP, nullptr, nullptr, nullptr, &status);
   for (unsigned lead = 0x81; lead <= 0xFC; ++lead) {
     if (isKana(static_cast<unsigned char>(lead)) || lead == 0xA0) continue;
     for (unsigned trail = kFirstTrail; trail <= kLastTrail; ++trail) {
-      (*units_)[lead * kTrails + trail - kFirstTrail] = convert(converter, lead, trail);
+      (*units_)[lead * kTrails + trail - kFirstTrail] = convert(converter.get(), lead, trail);
     }
   }
-  ucnv_close(converter);
 }
 
 void ShiftJIS::addCodes(unsigned firstLead, unsigned lastLead) {

@@ -1,3 +1,4 @@
+#include <unicode/coll.h>
 #include <unicode/uchar.h>
 #include <unicode/ucol.h>
 #include <unicode/unorm2.h>
@@ -5,9 +6,11 @@
 #include <unicode/ustring.h>
 
 #include <limits>
+#include <memory>
 
 #include "platform/services/Unicode.h"
 #include "platform/unicode/Charsets.h"
+#include "platform/unicode/Status.h"
 
 #define ZT_MODULE_ENTRY extern "C" __attribute__((visibility("default")))
 
@@ -27,7 +30,7 @@ std::u16string produceFrom(std::u16string_view source, Produce produce) {
     UErrorCode status = U_ZERO_ERROR;
     const int32_t length = produce(result.data(), static_cast<int32_t>(result.size()), &status);
     const bool tooSmall = status == U_BUFFER_OVERFLOW_ERROR;
-    if (U_FAILURE(status) && !tooSmall) return std::u16string(source);
+    if (!tooSmall && !succeeded(status)) return std::u16string(source);
     result.resize(static_cast<std::size_t>(length));
     if (!tooSmall) return result;
   }
@@ -37,12 +40,12 @@ std::u16string produceFrom(std::u16string_view source, Produce produce) {
 
 UCollator* openNaturalCollator() {
   UErrorCode status = U_ZERO_ERROR;
-  UCollator* const collator = ucol_open("root", &status);
-  ucol_setAttribute(collator, UCOL_STRENGTH, UCOL_SECONDARY, &status);
-  ucol_setAttribute(collator, UCOL_NUMERIC_COLLATION, UCOL_ON, &status);
-  ucol_setAttribute(collator, UCOL_NORMALIZATION_MODE, UCOL_ON, &status);
-  ucol_setAttribute(collator, UCOL_ALTERNATE_HANDLING, UCOL_NON_IGNORABLE, &status);
-  return U_SUCCESS(status) ? collator : nullptr;
+  std::unique_ptr<UCollator, decltype(&ucol_close)> collator(ucol_open("root", &status), &ucol_close);
+  ucol_setAttribute(collator.get(), UCOL_STRENGTH, UCOL_SECONDARY, &status);
+  ucol_setAttribute(collator.get(), UCOL_NUMERIC_COLLATION, UCOL_ON, &status);
+  ucol_setAttribute(collator.get(), UCOL_NORMALIZATION_MODE, UCOL_ON, &status);
+  ucol_setAttribute(collator.get(), UCOL_ALTERNATE_HANDLING, UCOL_NON_IGNORABLE, &status);
+  return succeeded(status) ? collator.release() : nullptr;
 }
 
 // Comparing does not change a collator, so all threads share this one.
@@ -53,20 +56,18 @@ const UCollator* naturalCollator() {
 
 // --- Normalization
 
-const UNormalizer2* decomposer() {
+// The data is a part of ICU, so that only memory can be missing.
+template <const UNormalizer2* (*instance)(UErrorCode*)>
+const UNormalizer2* normalizer() {
   UErrorCode status = U_ZERO_ERROR;
-  return unorm2_getNFDInstance(&status);
+  const UNormalizer2* const form = instance(&status);
+  if (!succeeded(status)) throw std::bad_alloc();
+  return form;
 }
 
-const UNormalizer2* composer() {
-  UErrorCode status = U_ZERO_ERROR;
-  return unorm2_getNFCInstance(&status);
-}
-
-const UNormalizer2* compatibilityComposer() {
-  UErrorCode status = U_ZERO_ERROR;
-  return unorm2_getNFKCInstance(&status);
-}
+const UNormalizer2* decomposer() { return normalizer<&unorm2_getNFDInstance>(); }
+const UNormalizer2* composer() { return normalizer<&unorm2_getNFCInstance>(); }
+const UNormalizer2* compatibilityComposer() { return normalizer<&unorm2_getNFKCInstance>(); }
 
 std::u16string normalized(const UNormalizer2* form, std::u16string_view units) {
   return produceFrom(units, [&](char16_t* out, int32_t capacity, UErrorCode* status) {
@@ -140,7 +141,12 @@ class ICUUnicode final : public Unicode {
   bool compareNaturally(std::u16string_view a, std::u16string_view b, int& order) override {
     const UCollator* const collator = naturalCollator();
     if (collator == nullptr || !fits(a) || !fits(b)) return false;
-    order = ucol_strcoll(collator, a.data(), lengthOf(a), b.data(), lengthOf(b));
+    // The C interface answers "same" where there is no memory.
+    UErrorCode status = U_ZERO_ERROR;
+    const int found =
+        icu::Collator::fromUCollator(collator)->compare(a.data(), lengthOf(a), b.data(), lengthOf(b), status);
+    if (!succeeded(status)) return false;
+    order = found;
     return true;
   }
 
@@ -161,7 +167,8 @@ class ICUUnicode final : public Unicode {
   bool isComposed(std::u16string_view units) override {
     if (!fits(units)) return false;
     UErrorCode status = U_ZERO_ERROR;
-    return unorm2_spanQuickCheckYes(composer(), units.data(), lengthOf(units), &status) == lengthOf(units);
+    const int32_t composed = unorm2_spanQuickCheckYes(composer(), units.data(), lengthOf(units), &status);
+    return succeeded(status) && composed == lengthOf(units);
   }
 
   bool extends(char32_t codePoint) override {
@@ -199,14 +206,16 @@ class ICUUnicode final : public Unicode {
   std::vector<CodePointRange> members(CharacterClass characters) override {
     std::vector<CodePointRange> ranges;
     UErrorCode status = U_ZERO_ERROR;
-    USet* const set = uset_openEmpty();
-    uset_applyIntPropertyValue(set, UCHAR_GENERAL_CATEGORY_MASK, static_cast<int32_t>(categories(characters)), &status);
-    for (int32_t i = 0; i < uset_getRangeCount(set); ++i) {
+    const std::unique_ptr<USet, decltype(&uset_close)> set(uset_openEmpty(), &uset_close);
+    if (set == nullptr) throw std::bad_alloc();
+    uset_applyIntPropertyValue(set.get(), UCHAR_GENERAL_CATEGORY_MASK, static_cast<int32_t>(categories(characters)),
+                               &status);
+    if (!succeeded(status)) return ranges;
+    for (int32_t i = 0; i < uset_getRangeCount(set.get()); ++i) {
       UChar32 first, last;
-      uset_getItem(set, i, &first, &last, nullptr, 0, &status);
+      uset_getItem(set.get(), i, &first, &last, nullptr, 0, &status);
       ranges.push_back({static_cast<char32_t>(first), static_cast<char32_t>(last)});
     }
-    uset_close(set);
     return ranges;
   }
 };

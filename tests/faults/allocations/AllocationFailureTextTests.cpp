@@ -96,7 +96,14 @@ struct Strings {
   Ref<NSString> target = "name";
   Ref<NSCharacterSet> vowels = NSCharacterSet::characterSetWithCharactersInString("aeiou");
   Ref<NSData> bytes = NSData::dataWithBytes("\x93\xFA\x96\x7B");
+  Ref<NSString> composed = repeated(u"ü 日 10", u"b");
+  Ref<NSString> decomposed = repeated(u"u\u0308 日 10", u"a");
 
+  static Ref<NSString> repeated(std::u16string_view part, std::u16string_view end) {
+    std::u16string text;
+    for (int i = 0; i < 50; ++i) text.append(part);
+    return text.append(end);
+  }
   std::string describe() const { return answerText(NSArray::of(text, wide)); }
 };
 
@@ -112,6 +119,8 @@ TEST(AllocationFailureUtility, Strings) {
   each("QvFoundationExtensions::abbreviatedStringForByteLength",
        [](S&) { return Q::abbreviatedStringForByteLength(123456789); });
   each("QvFoundationExtensions::naturalCompare", [](S& s) { return Q::naturalCompare(s.wide, u"Grüße 10"); });
+  each("QvFoundationExtensions::naturalCompare (long)",
+       [](S& s) { return Q::naturalCompare(s.composed, s.decomposed); });
   each("QvFoundationExtensions::naturalCompare (ASCII)", [](S&) { return Q::naturalCompare("file9", "file10"); });
   each("QvFoundationExtensions::containsString", [](S& s) { return Q::containsString(s.wide, u"Grüße"); });
   each("QvFoundationExtensions::containsString_options",

@@ -158,8 +158,8 @@ struct CodeRanges {
     if (all.count == 0 && all.loads == info->dlpi_adds) return 1;
     all.loads = info->dlpi_adds;
     const bool isProgram = info->dlpi_name[0] == '\0';
-    const bool isCounted =
-        isProgram || std::strstr(info->dlpi_name, "libZtFoundation") || std::strstr(info->dlpi_name, "/libc.so");
+    const bool isCounted = isProgram || std::strstr(info->dlpi_name, "libZtFoundation") ||
+                           std::strstr(info->dlpi_name, "/libc.so") || std::strstr(info->dlpi_name, "/libicu");
     for (int i = 0; isCounted && i < info->dlpi_phnum && all.count < all.ranges.size(); ++i) {
       const auto& part = info->dlpi_phdr[i];
       if (part.p_type != PT_LOAD || (part.p_flags & PF_X) == 0) continue;
