@@ -337,26 +337,26 @@ TEST(EveryUnitTests, EncodingsKeepItOrRefuse) {
     NSStringEncoding encoding;
     const char* name;
   };
-  for (const auto& [encoding, name] :
+  for (const Encoding& each :
        {Encoding{NSUTF8StringEncoding, "UTF-8"}, Encoding{NSUTF16BigEndianStringEncoding, "UTF-16"},
         Encoding{NSShiftJISStringEncoding, "Shift-JIS"}, Encoding{NSMacOSRomanStringEncoding, "Mac Roman"},
         Encoding{NSISOLatin1StringEncoding, "Latin-1"}, Encoding{NSJapaneseEUCStringEncoding, "EUC-JP"},
         Encoding{NSISO2022JPStringEncoding, "ISO-2022-JP"}, Encoding{NSWindowsCP1252StringEncoding, "CP1252"}}) {
-    Case measured(std::string("every UTF-16 unit through ") + name, "65,536 units");
+    Case measured(std::string("every UTF-16 unit through ") + each.name, "65,536 units");
     std::size_t kept = 0;
     std::size_t changed = 0;
     measured.measure([&] {
       for (std::size_t number = 0; number < kUnits; ++number) {
-        const Ref<NSData> bytes = amid(number)->dataUsingEncoding(encoding);
+        const Ref<NSData> bytes = amid(number)->dataUsingEncoding(each.encoding);
         if (!bytes) continue;
-        const bool isKept = isEqual(NSString::stringWithData_encoding(bytes, encoding), amid(number));
+        const bool isKept = isEqual(NSString::stringWithData_encoding(bytes, each.encoding), amid(number));
         isKept ? ++kept : ++changed;
-        ASSERT_TRUE(amid(number)->dataUsingEncoding_allowLossyConversion(encoding, true)) << number;
+        ASSERT_TRUE(amid(number)->dataUsingEncoding_allowLossyConversion(each.encoding, true)) << number;
       }
     });
-    EXPECT_GE(kept, 128U - 3) << name;
-    EXPECT_LE(changed, 10U) << name;
-    if (encoding == NSUTF8StringEncoding) {
+    EXPECT_GE(kept, 128U - 3) << each.name;
+    EXPECT_LE(changed, 10U) << each.name;
+    if (each.encoding == NSUTF8StringEncoding) {
       EXPECT_EQ(kept, kUnits - 2048);
       EXPECT_EQ(changed, 0U);
     }
