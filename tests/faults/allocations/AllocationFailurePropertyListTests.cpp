@@ -164,6 +164,7 @@ TEST(AllocationFailurePropertyList, AllFormats) {
 TEST(AllocationFailurePropertyList, Copies) {
   const EachOf<Values> each;
   using V = Values;
+  each("propertyListWithSortedKeys", [](V& v) { return propertyListWithSortedKeys(v.value); });
   each("CFPropertyListCreateDeepCopy", [](V& v) { return CFPropertyListCreateDeepCopy(v.value, 2); });
   each("CFPropertyListCreateDeepCopy (immutable)", [](V& v) { return CFPropertyListCreateDeepCopy(v.value, 0); });
   each("CFPropertyListCreateDeepCopy (no property list)",
