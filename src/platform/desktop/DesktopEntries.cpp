@@ -1,9 +1,9 @@
-// Desktop entries by GIO's rules. Only single files are read: GIO's own list of all entries starts a thread that stays.
+// Desktop entries by the rules of freedesktop.org. GIO's class for them is of no use here: making one looks through the folders of all
+// applications, and starts a thread that stays to watch them.
 
 #include "platform/services/DesktopEntries.h"
 
-#include <gio/gdesktopappinfo.h>
-#include <gio/gio.h>
+#include <glib.h>
 
 #include <memory>
 
@@ -14,48 +14,78 @@ namespace ZtFoundation {
 namespace {
 
 struct Release {
-  void operator()(GDesktopAppInfo* info) const { g_object_unref(info); }
   void operator()(GKeyFile* file) const { g_key_file_unref(file); }
   void operator()(char* text) const { g_free(text); }
+  void operator()(char** texts) const { g_strfreev(texts); }
 };
 
-template <class Object>
-using Owned = std::unique_ptr<Object, Release>;
+using Text = std::unique_ptr<char, Release>;
+using Texts = std::unique_ptr<char*, Release>;
 
-std::string value(GDesktopAppInfo* info, const char* key) {
-  const Owned<char> text(g_desktop_app_info_get_string(info, key));
-  return text ? text.get() : "";
+bool isProgram(const char* name) { return Text(g_find_program_in_path(name)) != nullptr; }
+
+// What Exec says, with quotes as a shell has them, begins with a program that can be started.
+bool startsProgram(const std::string& command) {
+  char** words = nullptr;
+  if (g_shell_parse_argv(command.c_str(), nullptr, &words, nullptr) == FALSE) return false;
+  return isProgram(Texts(words).get()[0]);
 }
 
-std::string valueInUsersLanguage(GDesktopAppInfo* info, const char* key) {
-  const Owned<char> text(g_desktop_app_info_get_locale_string(info, key));
-  return text ? text.get() : "";
-}
+class EntryFile {
+ public:
+  bool load(const std::string& path) {
+    return g_key_file_load_from_file(file_.get(), path.c_str(), G_KEY_FILE_NONE, nullptr) != FALSE;
+  }
 
-bool isHidden(GKeyFile* file) {
-  return g_key_file_get_boolean(file, G_KEY_FILE_DESKTOP_GROUP, G_KEY_FILE_DESKTOP_KEY_HIDDEN, nullptr) != FALSE;
-}
+  bool isHidden() const { return isTrue(G_KEY_FILE_DESKTOP_KEY_HIDDEN); }
 
-class GIOEntries final : public DesktopEntries {
+  std::optional<DesktopEntry> application() const {
+    DesktopEntry entry;
+    entry.command = text(G_KEY_FILE_DESKTOP_KEY_EXEC);
+    if (!isOfApplication() || !isInstalled() || !startsProgram(entry.command)) return std::nullopt;
+    entry.name = textInUsersLanguage(G_KEY_FILE_DESKTOP_KEY_NAME);
+    entry.icon = textInUsersLanguage(G_KEY_FILE_DESKTOP_KEY_ICON);
+    entry.workingFolder = text(G_KEY_FILE_DESKTOP_KEY_PATH);
+    entry.signature = text(kSignatureKey);
+    entry.inTerminal = isTrue(G_KEY_FILE_DESKTOP_KEY_TERMINAL);
+    return entry;
+  }
+
+ private:
+  bool isOfApplication() const {
+    const Text group(g_key_file_get_start_group(file_.get()));
+    return g_strcmp0(group.get(), kGroup) == 0 &&
+           text(G_KEY_FILE_DESKTOP_KEY_TYPE) == G_KEY_FILE_DESKTOP_TYPE_APPLICATION;
+  }
+  bool isInstalled() const {
+    const std::string program = text(G_KEY_FILE_DESKTOP_KEY_TRY_EXEC);
+    return program.empty() || isProgram(program.c_str());
+  }
+
+  std::string text(const char* key) const {
+    const Text value(g_key_file_get_string(file_.get(), kGroup, key, nullptr));
+    return value ? value.get() : "";
+  }
+  std::string textInUsersLanguage(const char* key) const {
+    const Text value(g_key_file_get_locale_string(file_.get(), kGroup, key, nullptr, nullptr));
+    return value ? value.get() : "";
+  }
+  bool isTrue(const char* key) const { return g_key_file_get_boolean(file_.get(), kGroup, key, nullptr) != FALSE; }
+
+  static constexpr const char* kGroup = G_KEY_FILE_DESKTOP_GROUP;
+
+  std::unique_ptr<GKeyFile, Release> file_{g_key_file_new()};
+};
+
+class EntriesOfFiles final : public DesktopEntries {
  public:
   std::optional<DesktopEntry> entryAtPath(const std::string& path) override {
-    const Owned<GKeyFile> file(g_key_file_new());
-    if (g_key_file_load_from_file(file.get(), path.c_str(), G_KEY_FILE_NONE, nullptr) == FALSE) return std::nullopt;
-    DesktopEntry entry;
-    entry.isHidden = isHidden(file.get());
-    // Often such a file says nothing else, and to GIO it would be none.
-    if (entry.isHidden) return entry;
-    const Owned<GDesktopAppInfo> info(g_desktop_app_info_new_from_keyfile(file.get()));
-    if (!info) return std::nullopt;
-    entry.command = value(info.get(), G_KEY_FILE_DESKTOP_KEY_EXEC);
-    entry.name = valueInUsersLanguage(info.get(), G_KEY_FILE_DESKTOP_KEY_NAME);
-    entry.icon = valueInUsersLanguage(info.get(), G_KEY_FILE_DESKTOP_KEY_ICON);
-    entry.workingFolder = value(info.get(), G_KEY_FILE_DESKTOP_KEY_PATH);
-    entry.signature = value(info.get(), kSignatureKey);
-    // One that is only reached over the session bus, which takes a thread that stays, has no command line.
-    if (entry.command.find_first_not_of(" \t\n\r") == std::string::npos) return std::nullopt;
-    entry.inTerminal = g_desktop_app_info_get_boolean(info.get(), G_KEY_FILE_DESKTOP_KEY_TERMINAL) != FALSE;
-    return entry;
+    EntryFile file;
+    if (!file.load(path)) return std::nullopt;
+    if (!file.isHidden()) return file.application();
+    DesktopEntry hidden;  // often says nothing else
+    hidden.isHidden = true;
+    return hidden;
   }
 };
 
@@ -64,7 +94,7 @@ class GIOEntries final : public DesktopEntries {
 ZT_MODULE_ENTRY DesktopEntries* ZtFoundationDesktopEntries();
 // Kept for good: threads may still read while the process ends.
 DesktopEntries* ZtFoundationDesktopEntries() {
-  static DesktopEntries* const shared = new GIOEntries;
+  static DesktopEntries* const shared = new EntriesOfFiles;
   return shared;
 }
 
