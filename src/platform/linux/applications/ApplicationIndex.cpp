@@ -4,6 +4,7 @@
 #include <fcntl.h>
 
 #include <algorithm>
+#include <cstring>
 #include <set>
 #include <unordered_map>
 
@@ -33,30 +34,41 @@ bool equalInAnyCase(std::string_view a, std::string_view b) {
                     [](char x, char y) { return lowercase(x) == lowercase(y); });
 }
 
-std::string withoutEntryExtension(const std::string& name) {
+std::string_view withoutEntryExtension(std::string_view name) {
   if (name.size() < kEntryExtension.size()) return name;
   const std::size_t stem = name.size() - kEntryExtension.size();
-  return equalInAnyCase(std::string_view(name).substr(stem), kEntryExtension) ? name.substr(0, stem) : name;
+  return equalInAnyCase(name.substr(stem), kEntryExtension) ? name.substr(0, stem) : name;
 }
 
-struct FolderItem {
-  std::string name;
-  unsigned char type;
+// The items of a folder by name, without those that begin with a dot.
+class SortedItems {
+ public:
+  // False for a folder that cannot be read.
+  bool read(const std::string& folder) {
+    const FileDescriptor listed(
+        retryInterrupted([&] { return ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC); }));
+    if (!listed) return false;
+    contents_.read(listed.get());  // what comes before an error counts
+    for (FolderContents::Entry entry; contents_.next(entry);) {
+      if (entry.name[0] != '.') items_.push_back(entry);
+    }
+    std::sort(items_.begin(), items_.end(),
+              [](const auto& a, const auto& b) { return std::strcmp(a.name, b.name) < 0; });
+    return true;
+  }
+
+  auto begin() const { return items_.begin(); }
+  auto end() const { return items_.end(); }
+
+ private:
+  FolderContents contents_;  // holds the names
+  std::vector<FolderContents::Entry> items_;
 };
 
-// By name, without those that begin with a dot. None for a folder that cannot be read.
-std::optional<std::vector<FolderItem>> itemsIn(const std::string& folder) {
-  const FileDescriptor listed(
-      retryInterrupted([&] { return ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC); }));
-  if (!listed) return std::nullopt;
-  FolderContents contents;
-  contents.read(listed.get());  // what comes before an error counts
-  std::vector<FolderItem> items;
-  for (FolderContents::Entry entry; contents.next(entry);) {
-    if (entry.name[0] != '.') items.push_back({entry.name, entry.type});
-  }
-  std::sort(items.begin(), items.end(), [](const FolderItem& a, const FolderItem& b) { return a.name < b.name; });
-  return items;
+std::string joined(std::string_view a, std::string_view b, std::string_view c) {
+  std::string result;
+  result.reserve(a.size() + b.size() + c.size());
+  return result.append(a).append(b).append(c);
 }
 
 bool mayBeLink(unsigned char type) { return type == DT_LNK || type == DT_UNKNOWN; }
@@ -97,24 +109,29 @@ class ApplicationIndex::Lister {
     const FileStamp stamp(path);
     folders_.emplace(path, stamp);
     if (!stamp.isThere() || depth > kDeepest || !seen_.insert({stamp.identity(), holdsEntries_}).second) return;
-    const std::optional<std::vector<FolderItem>> items = itemsIn(path);
-    if (!items) {
+    SortedItems items;
+    if (!items.read(path)) {
       folders_[path] = kNothing;
       return;
     }
-    for (const FolderItem& item : *items) listItem(path + "/" + item.name, item, prefix, depth);
+    for (const FolderContents::Entry& item : items) listItem(path, item, prefix, depth);
   }
 
-  void listItem(const std::string& path, const FolderItem& item, const std::string& prefix, int depth) {
-    if (isEntryName(item.name)) {
-      if (holdsEntries_) applications_.push_back({path, true, prefix + withoutEntryExtension(item.name)});
+  void listItem(const std::string& folder, const FolderContents::Entry& item, const std::string& prefix, int depth) {
+    std::string path = joined(folder, "/", item.name);
+    if (isEntryName(path)) {
+      if (holdsEntries_) addEntry(std::move(path), prefix, item.name);
       return;
     }
     // What a link leads to may come later, and the folder around the link does not show that.
     if (mayBeLink(item.type)) folders_.emplace(path, FileStamp(path));
     if (!isFolderItem(path, item.type)) return;
-    if (!isPackageName(item.name)) return listFolder(path, prefix + item.name + "-", depth + 1);
-    applications_.push_back({path, false});
+    if (!isPackageName(path)) return listFolder(path, joined(prefix, item.name, "-"), depth + 1);
+    applications_.push_back({std::move(path), false});
+  }
+
+  void addEntry(std::string path, const std::string& prefix, const char* name) {
+    applications_.push_back({std::move(path), true, joined(prefix, withoutEntryExtension(name), "")});
   }
 
   bool holdsEntries_ = false;
@@ -127,7 +144,7 @@ class ApplicationIndex::Lister {
 struct ApplicationIndex::Query {
   OSType creator;
   std::string identifier;
-  std::string withoutExtension = withoutEntryExtension(identifier);
+  std::string withoutExtension = std::string(withoutEntryExtension(identifier));
 
   bool fitsIdentifier(const Application& application, bool inAnyCase) const {
     if (identifier.empty()) return true;
