@@ -17,14 +17,16 @@ using Table = std::unique_ptr<libmnt_table, decltype(&mnt_unref_table)>;
 using Stream = std::unique_ptr<FILE, decltype(&fclose)>;
 using Iterator = std::unique_ptr<libmnt_iter, decltype(&mnt_free_iter)>;
 
-int goOnBehindBadLine(libmnt_table*, const char*, int) { return 1; }
+int goOnBehindBadLine(libmnt_table*, const char*, int) { return errno == ENOMEM ? -ENOMEM : 1; }
 
 Table tableOf(const std::string& text) {
   Table table(made(mnt_new_table()), mnt_unref_table);
   if (text.empty()) return table;
   const Stream stream(made(fmemopen(const_cast<char*>(text.data()), text.size(), "r")), fclose);
   mnt_table_set_parser_errcb(table.get(), goOnBehindBadLine);
-  if (mnt_table_parse_stream(table.get(), stream.get(), "mountinfo") == -ENOMEM) throw std::bad_alloc();
+  errno = 0;  // for want of memory a line may look like the end
+  mnt_table_parse_stream(table.get(), stream.get(), "mountinfo");
+  if (errno == ENOMEM) throw std::bad_alloc();
   return table;
 }
 
