@@ -13,7 +13,6 @@
 #include <map>
 #include <string>
 
-#include "support/ScopedEnvironment.h"
 #include "support/ScratchFolder.h"
 
 namespace ZtFoundation::test {
@@ -53,7 +52,7 @@ class FileTree {
  public:
   FileTree() { make(); }
 
-  /// The folder that holds the tree and nothing else, always the same; in memory where there is such a place.
+  /// The folder that holds the tree and nothing else, always the same.
   static const std::string& root() {
     static const std::string path = beside("a folder for the tree");
     return path;
@@ -73,8 +72,6 @@ class FileTree {
 
  private:
   static const ScratchFolder& scratch() {
-    ScopedEnvironment environment;
-    if (::access("/dev/shm", W_OK) == 0) environment.set("TMPDIR", "/dev/shm");
     static const ScratchFolder folder;
     return folder;
   }

@@ -1,0 +1,136 @@
+// Volumes with each allocation failing that a question about them or an unmounting makes.
+#include <memory>
+#include <string>
+#include <utility>
+
+#include <gtest/gtest.h>
+
+#include <ZtFoundation/Files.h>
+
+#include <support/ChildProcess.h>
+#include <support/FailingAllocations.h>
+#include <support/FileTree.h>
+#include <support/PrivateMounts.h>
+#include <support/QuietStandardError.h>
+
+namespace ZtFoundation::test {
+namespace {
+
+struct Mounted {
+  Ref<NSString> item = FileTree::path("file.txt");
+  Ref<NSString> root = "/";
+  Ref<NSFileManager> files = NSFileManager::defaultManager();
+  std::string describe() const {
+    static const FileTree tree;
+    return tree.describe();
+  }
+};
+
+// The table of mounts has changed each time, so it is read anew.
+struct JustMounted : Mounted {
+  JustMounted() {
+    static unsigned count = 0;
+    if (!point().empty()) mounts().unmount(point());
+    point() = mounts().memory(++count % 2 == 0 ? "here" : "or rather here");
+  }
+  static PrivateMounts& mounts() {
+    static PrivateMounts mounts;
+    return mounts;
+  }
+
+ private:
+  static std::string& point() {
+    static std::string point;
+    return point;
+  }
+};
+
+class AllocationFailureVolumes : public testing::Test {
+ private:
+  QuietStandardError quiet_;
+};
+
+TEST_F(AllocationFailureVolumes, Questions) {
+  using namespace JxVolumeCatalogInformation;
+  const EachOf<Mounted> each;
+  each("JxVolumeCatalogInformation::volumePaths", [](Mounted&) { return volumePaths() != nullptr; });
+  each("JxVolumeCatalogInformation::volumePath", [](Mounted& m) { return volumePath(m.item); });
+  each("JxVolumeCatalogInformation::isVolume", [](Mounted& m) { return isVolume(m.root); });
+  each("JxVolumeCatalogInformation::isVolumeReadable", [](Mounted& m) { return isVolumeReadable(m.item); });
+  each("JxVolumeCatalogInformation::isVolumeWritable", [](Mounted& m) { return isVolumeWritable(m.item); });
+  each("JxVolumeCatalogInformation::isNetworkVolume", [](Mounted& m) { return isNetworkVolume(m.root); });
+  each("JxVolumeCatalogInformation::isUnmountableVolume", [](Mounted& m) { return isUnmountableVolume(m.root); });
+  each("JxVolumeCatalogInformation::volumeTotalSpace_freeSpace", [](Mounted& m) {
+    std::uint64_t total = 0;
+    std::uint64_t free = 0;
+    return volumeTotalSpace_freeSpace(m.item, &total, &free) && total >= free;
+  });
+  each("JxVolumeCatalogInformation::volumeTotalSpace", [](Mounted& m) { return volumeTotalSpace(m.item) > 0; });
+  each("JxVolumeCatalogInformation::volumeFreeSpace", [](Mounted& m) { return volumeFreeSpace(m.item) > 0; });
+  each("QvFoundationExtensions::volumeRefWithPath",
+       [](Mounted& m) { return QvFoundationExtensions::volumeRefWithPath(m.files, m.item); });
+  each("QvFoundationExtensions::volumeTypeWithPath",
+       [](Mounted& m) { return QvFoundationExtensions::volumeTypeWithPath(m.files, m.item); });
+  each("QvFoundationExtensions::isNetworkVolumeAtPath",
+       [](Mounted& m) { return QvFoundationExtensions::isNetworkVolumeAtPath(m.files, m.item); });
+  each("QvFoundationExtensions::isAppleShareVolumeAtPath",
+       [](Mounted& m) { return QvFoundationExtensions::isAppleShareVolumeAtPath(m.files, m.item); });
+  each("QvFoundationExtensions::isWebDAVVolumeAtPath",
+       [](Mounted& m) { return QvFoundationExtensions::isWebDAVVolumeAtPath(m.files, m.item); });
+}
+
+// What is known of the mounts is kept.
+TEST_F(AllocationFailureVolumes, AfterAChange) {
+  if (!JustMounted::mounts().isPossible()) GTEST_SKIP() << JustMounted::mounts().whyNot();
+  const EachOf<JustMounted> each;
+  each("JxVolumeCatalogInformation::volumePath (changed)",
+       [](JustMounted& m) { return JxVolumeCatalogInformation::volumePath(m.item); }, {.keepsMemory = true});
+  each("JxVolumeCatalogInformation::volumePaths (changed)",
+       [](JustMounted&) {
+         return JxVolumeCatalogInformation::isVolume("/") && !JxVolumeCatalogInformation::isVolume("/none");
+       },
+       {.keepsMemory = true});
+}
+
+// A volume that is mounted for each run.
+struct ToUnmount {
+  PrivateMounts& mounts = JustMounted::mounts();
+  std::string point = mounts.memory("to unmount");
+  Ref<NSString> path = NSString::stringWithFileSystemRepresentation(point);
+  ToUnmount() = default;
+  ToUnmount(const ToUnmount&) = delete;
+  ToUnmount& operator=(const ToUnmount&) = delete;
+  ~ToUnmount() {
+    if (JxVolumeCatalogInformation::isVolume(path)) mounts.unmount(point);
+  }
+};
+
+// Memory may run out when the volume is gone, while the table of mounts is looked at again.
+TEST_F(AllocationFailureVolumes, Unmounting) {
+  if (!JustMounted::mounts().isPossible()) GTEST_SKIP() << JustMounted::mounts().whyNot();
+  const std::size_t descriptors = openDescriptors();
+  EachOf<ToUnmount>()("JxVolumeCatalogInformation::unmountVolume",
+                      [](ToUnmount& volume) { return JxVolumeCatalogInformation::unmountVolume(volume.path); },
+                      {.mayChange = true, .keepsMemory = true});
+  EXPECT_EQ(openDescriptors(), descriptors);
+}
+
+struct Nothing {
+  std::string describe() const { return std::to_string(openDescriptors()) + (hasNoChildren() ? "" : ", children"); }
+};
+
+// An ordinary user unmounts by programs, which tell here that he may not.
+TEST_F(AllocationFailureVolumes, UnmountingByPrograms) {
+  if (!JustMounted::mounts().isPossible()) GTEST_SKIP() << JustMounted::mounts().whyNot();
+  const ToUnmount volume;
+  const auto work = [&] {
+    EachOf<Nothing>()("JxVolumeCatalogInformation::unmountVolume (by programs)",
+                      [&](Nothing&) { return JxVolumeCatalogInformation::unmountVolume(volume.path); },
+                      {.keepsMemory = true});
+    return HasFailure();
+  };
+  EXPECT_EQ(asOrdinaryUser(work), 0);
+}
+
+}  // namespace
+}  // namespace ZtFoundation::test
