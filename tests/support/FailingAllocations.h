@@ -3,7 +3,7 @@
 ///
 /// A program that uses this needs tests/faults/allocations/FailingAllocations.cpp, which takes the place of `operator new` and of `malloc` and
 /// its kin. Only what the testing thread asks for during an operation is counted and fails: all of `operator new`, and `malloc` where the library, its
-/// modules or the C library call it (third-party libraries may end the process when they get no memory, which is theirs).
+/// modules, ICU or the C library call it (other libraries end the process when they get no memory).
 /// \code
 ///   struct Receiver {                                   // made anew for each run
 ///     Ref<NSMutableArray> array = NSMutableArray::array();
@@ -167,6 +167,9 @@ struct Trial {
   std::function<std::string(const void*)> stateText;
   std::function<Run(void*, std::size_t first, Failing, std::size_t traced)> run;
 };
+
+/// Set in the environment, it has operations tried in processes that have not used the library yet.
+inline constexpr char kFirstUseVariable[] = "ZT_FIRST_USE";
 
 /// Answers how many points failed.
 std::size_t tryAllPoints(const Trial& trial, const AllocationRules& rules);

@@ -21,13 +21,8 @@
 namespace ZtFoundation::test {
 namespace {
 
-// The tree is made once: questions leave it alone, as each run checks.
+// Questions leave the tree alone, as each test checks in the end.
 struct Questions {
-  static const FileTree& tree() {
-    static const FileTree shared;
-    return shared;
-  }
-
   Ref<NSString> file = FileTree::path("file.txt");
   Ref<NSString> folder = FileTree::path("folder");
   Ref<NSString> link = FileTree::path("link.txt");
@@ -38,12 +33,17 @@ struct Questions {
   Ref<NSURL> webURL = NSURL::URLWithString("http://example.org/a%20file.txt?query#fragment");
   Ref<NSFileManager> files = NSFileManager::defaultManager();
 
-  std::string describe() const { return tree().describe(); }
+  std::string describe() const { return describeProcess(); }
 };
 
 class AllocationFailureFiles : public testing::Test {
+ protected:
+  void TearDown() override { EXPECT_EQ(describeTree(FileTree::root()), before_); }
+
  private:
   QuietStandardError quiet_;
+  FileTree tree_;
+  std::string before_ = describeTree(FileTree::root());
 };
 
 TEST_F(AllocationFailureFiles, Existence) {
@@ -140,7 +140,7 @@ TEST_F(AllocationFailureFiles, References) {
   each("JxFileSystemRepresentation::pathStringToFSSpec", [](Questions& q) {
     FSSpec description;
     const bool isMade = pathStringToFSSpec(q.file, &description);
-    return std::pair(isMade, description.vRefNum);
+    return std::pair(isMade, description.vRefNum < 0);  // a number tried in vain is not given again
   });
   each("JxFileSystemRepresentation::URLToFSSpec", [](Questions& q) {
     FSSpec description;
@@ -223,11 +223,14 @@ TEST_F(AllocationFailureFiles, Aliases) {
   each("JxFileSystemRepresentation::pathStringToAliasMinimal", madeBy(&pathStringToAliasMinimal, &Questions::file));
   each("JxFileSystemRepresentation::URLToAlias", madeBy(&URLToAlias, &Questions::fileURL));
   each("JxFileSystemRepresentation::URLToAliasMinimal", madeBy(&URLToAliasMinimal, &Questions::fileURL));
-  const EachOf<Aliased> resolving;
-  resolving("JxFileSystemRepresentation::pathStringFromAliasHandle",
-            [](Aliased& a) { return pathStringFromAliasHandle(a.alias.handle); });
-  resolving("JxFileSystemRepresentation::URLFromAliasHandle",
-            [](Aliased& a) { return URLFromAliasHandle(a.alias.handle); });
+}
+
+TEST_F(AllocationFailureFiles, ItemsOfAliases) {
+  using namespace JxFileSystemRepresentation;
+  const EachOf<Aliased> each;
+  each("JxFileSystemRepresentation::pathStringFromAliasHandle",
+       [](Aliased& a) { return pathStringFromAliasHandle(a.alias.handle); });
+  each("JxFileSystemRepresentation::URLFromAliasHandle", [](Aliased& a) { return URLFromAliasHandle(a.alias.handle); });
   // The alias is brought up to date before the path is made of what it found.
   EachOf<MovedAlias>()("JxFileSystemRepresentation::pathStringFromAliasHandle (moved)",
                        [](MovedAlias& m) { return pathStringFromAliasHandle(m.alias.handle); }, {.mayChange = true});
@@ -317,15 +320,19 @@ TEST_F(AllocationFailureFiles, SpecialFolders) {
   each("QvFoundationExtensions::findFolderForType_inVolumeWithPath_create (temporary)", [](Homes& h) {
     return findFolderForType_inVolumeWithPath_create(h.files, kTemporaryFolderType, h.file, false) != nullptr;
   });
-  // Folders that were made stay.
-  const EachOf<Homes> making;
-  making("QvFoundationExtensions::findFolderForType_inDomain_create (made)",
-         [](Homes& h) {
-           return findFolderForType_inDomain_create(h.files, kApplicationSupportFolderType, kUserDomain, true);
-         },
-         {.mayChange = true});
-  making("JxFindFolderExtensions::homePicturesDirectory",
-         [](Homes&) { return JxFindFolderExtensions::homePicturesDirectory(); }, {.mayChange = true});
+}
+
+// Folders that were made stay.
+TEST_F(AllocationFailureFiles, MadeSpecialFolders) {
+  using namespace QvFoundationExtensions;
+  const EachOf<Homes> each;
+  each("QvFoundationExtensions::findFolderForType_inDomain_create (made)",
+       [](Homes& h) {
+         return findFolderForType_inDomain_create(h.files, kApplicationSupportFolderType, kUserDomain, true);
+       },
+       {.mayChange = true});
+  each("JxFindFolderExtensions::homePicturesDirectory",
+       [](Homes&) { return JxFindFolderExtensions::homePicturesDirectory(); }, {.mayChange = true});
 }
 
 TEST_F(AllocationFailureFiles, DeletabilityAndVisibility) {

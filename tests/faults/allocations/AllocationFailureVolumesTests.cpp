@@ -20,10 +20,7 @@ struct Mounted {
   Ref<NSString> item = FileTree::path("file.txt");
   Ref<NSString> root = "/";
   Ref<NSFileManager> files = NSFileManager::defaultManager();
-  std::string describe() const {
-    static const FileTree tree;
-    return tree.describe();
-  }
+  std::string describe() const { return describeProcess(); }
 };
 
 // The table of mounts has changed each time, so it is read anew.
@@ -48,6 +45,7 @@ struct JustMounted : Mounted {
 class AllocationFailureVolumes : public testing::Test {
  private:
   QuietStandardError quiet_;
+  FileTree tree_;
 };
 
 TEST_F(AllocationFailureVolumes, Questions) {
@@ -68,7 +66,7 @@ TEST_F(AllocationFailureVolumes, Questions) {
   each("JxVolumeCatalogInformation::volumeTotalSpace", [](Mounted& m) { return volumeTotalSpace(m.item) > 0; });
   each("JxVolumeCatalogInformation::volumeFreeSpace", [](Mounted& m) { return volumeFreeSpace(m.item) > 0; });
   each("QvFoundationExtensions::volumeRefWithPath",
-       [](Mounted& m) { return QvFoundationExtensions::volumeRefWithPath(m.files, m.item); });
+       [](Mounted& m) { return QvFoundationExtensions::volumeRefWithPath(m.files, m.item) < 0; });
   each("QvFoundationExtensions::volumeTypeWithPath",
        [](Mounted& m) { return QvFoundationExtensions::volumeTypeWithPath(m.files, m.item); });
   each("QvFoundationExtensions::isNetworkVolumeAtPath",
@@ -85,7 +83,7 @@ TEST_F(AllocationFailureVolumes, AfterAChange) {
   const EachOf<JustMounted> each;
   each("JxVolumeCatalogInformation::volumePath (changed)",
        [](JustMounted& m) { return JxVolumeCatalogInformation::volumePath(m.item); }, {.keepsMemory = true});
-  each("JxVolumeCatalogInformation::volumePaths (changed)",
+  each("JxVolumeCatalogInformation::isVolume (changed)",
        [](JustMounted&) {
          return JxVolumeCatalogInformation::isVolume("/") && !JxVolumeCatalogInformation::isVolume("/none");
        },
@@ -109,14 +107,15 @@ struct ToUnmount {
 TEST_F(AllocationFailureVolumes, Unmounting) {
   if (!JustMounted::mounts().isPossible()) GTEST_SKIP() << JustMounted::mounts().whyNot();
   const std::size_t descriptors = openDescriptors();
-  EachOf<ToUnmount>()("JxVolumeCatalogInformation::unmountVolume",
-                      [](ToUnmount& volume) { return JxVolumeCatalogInformation::unmountVolume(volume.path); },
-                      {.mayChange = true, .keepsMemory = true});
+  const EachOf<ToUnmount> each;
+  each("JxVolumeCatalogInformation::unmountVolume",
+       [](ToUnmount& volume) { return JxVolumeCatalogInformation::unmountVolume(volume.path); },
+       {.mayChange = true, .keepsMemory = true});
   EXPECT_EQ(openDescriptors(), descriptors);
 }
 
-struct Nothing {
-  std::string describe() const { return std::to_string(openDescriptors()) + (hasNoChildren() ? "" : ", children"); }
+struct Anywhere {
+  std::string describe() const { return describeProcess(); }
 };
 
 // An ordinary user unmounts by programs, which tell here that he may not.
@@ -124,9 +123,9 @@ TEST_F(AllocationFailureVolumes, UnmountingByPrograms) {
   if (!JustMounted::mounts().isPossible()) GTEST_SKIP() << JustMounted::mounts().whyNot();
   const ToUnmount volume;
   const auto work = [&] {
-    EachOf<Nothing>()("JxVolumeCatalogInformation::unmountVolume (by programs)",
-                      [&](Nothing&) { return JxVolumeCatalogInformation::unmountVolume(volume.path); },
-                      {.keepsMemory = true});
+    EachOf<Anywhere>()("JxVolumeCatalogInformation::unmountVolume (by programs)",
+                       [&](Anywhere&) { return JxVolumeCatalogInformation::unmountVolume(volume.path); },
+                       {.keepsMemory = true});
     return HasFailure();
   };
   EXPECT_EQ(asOrdinaryUser(work), 0);

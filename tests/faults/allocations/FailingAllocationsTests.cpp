@@ -1,5 +1,6 @@
 // The harness itself: what it must notice, and what it must let pass.
 #include <support/FailingAllocations.h>
+#include <support/ScopedEnvironment.h>
 
 #include <cstdlib>
 #include <memory>
@@ -132,6 +133,30 @@ TEST(FailingAllocations, AnExceptionOfTheOperationIsWanted) {
   EXPECT_GT(forEachFailingAllocation<Nothing>("refuse", refuse, {.throwsAnyway = true}), 0U);
   const auto allow = [](Nothing&) {};
   EXPECT_NONFATAL_FAILURE(forEachFailingAllocation<Nothing>("allow", allow, {.throwsAnyway = true}), "enough memory");
+}
+
+TEST(FailingAllocations, AFailureThatIsRememberedIsTold) {
+  ScopedEnvironment environment;
+  environment.set(allocations::kFirstUseVariable, "1");
+  const auto remember = [](Nothing&) {
+    static const bool got = std::unique_ptr<int>(new (std::nothrow) int(1)) != nullptr;
+    return got;
+  };
+  EXPECT_NONFATAL_FAILURE(forEachFailingAllocation<Nothing>("remember", remember), "<returned 1> <returned 0>");
+  EXPECT_NONFATAL_FAILURE(forEachFailingAllocation<Nothing>("remember", remember, {.documented = {"0"}}),
+                          "with memory again");
+  const auto repeat = [](Nothing&) {
+    static const std::unique_ptr<int> made(new int(1));
+    return *made;
+  };
+  forEachFailingAllocation<Nothing>("repeat", repeat);
+}
+
+TEST(FailingAllocations, AProcessThatEndsIsTold) {
+  ScopedEnvironment environment;
+  environment.set(allocations::kFirstUseVariable, "1");
+  const auto end = [](Nothing&) noexcept { return std::string(kLong).size(); };
+  EXPECT_NONFATAL_FAILURE(forEachFailingAllocation<Nothing>("end", end), "the process ends with status");
 }
 
 }  // namespace
