@@ -37,7 +37,7 @@ const Question kQuestions[] = {
 
 template <class Call>
 double nanosecondsPerCall(Call call) {
-  return 1e6 / kCalls * bench::milliseconds([&] {
+  return 1e6 / kCalls * bench::processorMilliseconds([&] {
            for (int i = 0; i < kCalls; ++i) call();
          });
 }

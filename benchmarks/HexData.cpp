@@ -11,7 +11,7 @@
 namespace {
 
 using namespace ZtFoundation;
-using bench::milliseconds;
+using bench::processorMilliseconds;
 using bench::Samples;
 
 struct Times {
@@ -21,8 +21,8 @@ struct Times {
 void runOurs(const Ref<NSData>& data, Times& times) {
   Ref<NSString> text;
   Ref<NSData> back;
-  times.write.push_back(milliseconds([&] { text = QvFoundationExtensions::hexRepresentation(data); }));
-  times.read.push_back(milliseconds([&] { back = QvFoundationExtensions::dataWithHexRepresentation(text); }));
+  times.write.push_back(processorMilliseconds([&] { text = QvFoundationExtensions::hexRepresentation(data); }));
+  times.read.push_back(processorMilliseconds([&] { back = QvFoundationExtensions::dataWithHexRepresentation(text); }));
   bench::require(isEqual(data, back), "reading back");
 }
 
@@ -32,8 +32,8 @@ void runPython(std::size_t bytes, Times& times) {
       "data = bytes(range(256)) * " +
           std::to_string(bytes / 256) +
           "\n"
-          "begin = time.perf_counter(); text = data.hex(\" \", 4); middle = time.perf_counter()\n"
-          "bytes.fromhex(text); end = time.perf_counter()\n"
+          "begin = time.process_time(); text = data.hex(\" \", 4); middle = time.process_time()\n"
+          "bytes.fromhex(text); end = time.process_time()\n"
           "print(1e3 * (middle - begin), 1e3 * (end - middle))",
       2);
   if (figures.empty()) return;

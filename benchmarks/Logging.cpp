@@ -53,7 +53,7 @@ void writePeerInFull(int i) {
 
 std::function<double()> nanosecondsPerLine(void (*write)(int)) {
   return [write] {
-    const double taken = bench::milliseconds([&] {
+    const double taken = bench::processorMilliseconds([&] {
       for (int i = 0; i < kLines; ++i) write(i);
     });
     return taken * 1e6 / kLines;

@@ -30,7 +30,7 @@ using namespace ZtFoundation;
 
 namespace {
 
-using bench::milliseconds;
+using bench::processorMilliseconds;
 using bench::require;
 using bench::Samples;
 
@@ -74,26 +74,26 @@ struct Times {
 
 void runOurs(const Ref<NSData>& data, Times& times) {
   Ref<NSObject> value;
-  times.read.push_back(milliseconds([&] { value = readOurs(data); }));
+  times.read.push_back(processorMilliseconds([&] { value = readOurs(data); }));
   require(static_cast<bool>(value), "reading");
   Ref<NSData> written;
-  times.write.push_back(milliseconds([&] { written = writeOurs(value); }));
+  times.write.push_back(processorMilliseconds([&] { written = writeOurs(value); }));
   require(static_cast<bool>(written), "writing");
-  times.destroy.push_back(milliseconds([&] { value.reset(); }));
+  times.destroy.push_back(processorMilliseconds([&] { value.reset(); }));
 }
 
 void runLibplist([[maybe_unused]] const std::string& text, [[maybe_unused]] Times& times) {
 #if ZT_BENCH_HAS_LIBPLIST
   plist_t value = nullptr;
   times.read.push_back(
-      milliseconds([&] { plist_from_xml(text.data(), static_cast<std::uint32_t>(text.size()), &value); }));
+      processorMilliseconds([&] { plist_from_xml(text.data(), static_cast<std::uint32_t>(text.size()), &value); }));
   require(value != nullptr, "reading with libplist");
   char* written = nullptr;
   std::uint32_t length = 0;
-  times.write.push_back(milliseconds([&] { plist_to_xml(value, &written, &length); }));
+  times.write.push_back(processorMilliseconds([&] { plist_to_xml(value, &written, &length); }));
   require(written != nullptr, "writing with libplist");
   plist_to_xml_free(written);
-  times.destroy.push_back(milliseconds([&] { plist_free(value); }));
+  times.destroy.push_back(processorMilliseconds([&] { plist_free(value); }));
 #endif
 }
 
@@ -101,9 +101,9 @@ void runPugixml([[maybe_unused]] const std::string& text, [[maybe_unused]] Times
 #if ZT_BENCH_HAS_PUGIXML
   auto document = std::make_unique<pugi::xml_document>();
   bool good = false;
-  times.read.push_back(milliseconds([&] { good = document->load_buffer(text.data(), text.size()); }));
+  times.read.push_back(processorMilliseconds([&] { good = document->load_buffer(text.data(), text.size()); }));
   require(good, "reading with pugixml");
-  times.destroy.push_back(milliseconds([&] { document.reset(); }));
+  times.destroy.push_back(processorMilliseconds([&] { document.reset(); }));
 #endif
 }
 
@@ -146,8 +146,8 @@ void comparePython(const bench::Report& report, std::size_t megabytes, std::size
         "text = open(\"" +
             path +
             "\", \"rb\").read()\n"
-            "begin = time.perf_counter(); value = plistlib.loads(text); middle = time.perf_counter()\n"
-            "plistlib.dumps(value, sort_keys=False); end = time.perf_counter()\n"
+            "begin = time.process_time(); value = plistlib.loads(text); middle = time.process_time()\n"
+            "plistlib.dumps(value, sort_keys=False); end = time.process_time()\n"
             "print(1e3 * (middle - begin), 1e3 * (end - middle))",
         2);
     if (figures.empty()) break;
