@@ -30,6 +30,11 @@ inline bool hasNoChildren() {
   return ::waitid(P_ALL, 0, &info, WEXITED | WNOHANG | WNOWAIT) != 0 && errno == ECHILD;
 }
 
+/// What an operation may leave behind in this process beside memory.
+inline std::string describeProcess() {
+  return std::to_string(openDescriptors()).append(hasNoChildren() ? " open files" : " open files, and children");
+}
+
 /// Everything below `root` in a text: kinds, permissions, contents, locks, destinations of links.
 inline std::string describeTree(const std::string& root) {
   std::map<std::string, std::string> items;
@@ -64,11 +69,7 @@ class FileTree {
   }
 
   /// The tree, the count of open files, and whether there are children.
-  std::string describe() const {
-    std::string text = describeTree(root());
-    text.append(std::to_string(openDescriptors())).append(" open files");
-    return hasNoChildren() ? text : text.append(", children");
-  }
+  std::string describe() const { return describeTree(root()).append(describeProcess()); }
 
  private:
   static const ScratchFolder& scratch() {
