@@ -61,8 +61,13 @@ struct Snapshot {
   Ref<NSString> error;
 };
 
-// Always by the platform's codec, whatever the format of the store; see
-// saveChanges.
+// What a writer has just made in this format, as the file will be read.
+Ref<NSObject> readBack(const Ref<NSData>& bytes, QvPropertyListFormat format) {
+  return QvPropertyListSerialization::propertyListFromData_mutabilityOption_format_errorDescription(bytes, kImmutable,
+                                                                                                    &format, nullptr);
+}
+
+// Always by the platform's codec, whatever the format of the store; see saveChanges.
 Snapshot snapshotOf(const Ref<NSData>& bytes) {
   Snapshot snapshot;
   snapshot.values = NSPropertyListSerialization::propertyListFromData_mutabilityOption_format_errorDescription(
@@ -198,7 +203,7 @@ bool QvPropertyList::mergeAndWriteFile() {
   if (isInFile) return true;
   const Ref<NSData> bytes = bytesOfValues();
   if (!bytes) return false;
-  Ref<NSObject> snapshot = readValues(bytes, kImmutable);
+  Ref<NSObject> snapshot = readBack(bytes, format_);
   if (!writeFile(bytes)) return false;
   serializedValues_ = std::move(snapshot);
   return true;

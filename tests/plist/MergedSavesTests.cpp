@@ -187,6 +187,34 @@ TEST_F(MergedSavesTests, INITextHasASnapshotToo) {
   EXPECT_TRUE(isEqual(store->values(), NSDictionary::of({{"Main", NSDictionary::of({{"Name", "Bob"}})}})));
 }
 
+TEST_F(MergedSavesTests, AnotherFormatIsReadBackAsWhatItIs) {
+  const QvPropertyListFormat formats[] = {100, 200, QvPropertyListINIFormat};
+  const Ref<NSObject> merged = NSDictionary::of({{"Main", NSDictionary::of({{"Name", "Bob"}, {"Place", "there"}})}});
+  for (const QvPropertyListFormat before : formats) {
+    for (const QvPropertyListFormat after : formats) {
+      SCOPED_TRACE(testing::Message() << before << " to " << after);
+      ::unlink(file.c_str());
+      const Store others = open(before);
+      others->setValues(NSDictionary::of({{"Main", NSDictionary::of({{"Name", "Alice"}, {"Place", "here"}})}}));
+      ASSERT_TRUE(others->saveMergedChanges());
+      const Store store = open(before);
+      sectionOf(store, "Main")->setObject_forKey("Bob", "Name");
+      others->setValues(NSDictionary::of({{"Main", NSDictionary::of({{"Name", "Alice"}, {"Place", "there"}})}}));
+      ASSERT_TRUE(others->saveMergedChanges());
+      store->setFormat(after);
+      testing::internal::CaptureStderr();
+      EXPECT_TRUE(store->saveMergedChanges());
+      EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+      EXPECT_TRUE(isEqual(store->_serializedValues(), merged)) << store->_serializedValues();
+      EXPECT_FALSE(store->hasUnsavedChanges());
+      EXPECT_FALSE(store->readError());
+      EXPECT_TRUE(isEqual(valuesInFile(after), merged)) << valuesInFile(after);
+      EXPECT_TRUE(store->saveMergedChanges()) << "the file is read in its new format from now on";
+      EXPECT_EQ(store->format(), after);
+    }
+  }
+}
+
 TEST_F(MergedSavesTests, ItIsAMessage) {
   const Store store = open();
   EXPECT_TRUE(send<bool>(store, ZT_SELECTOR("saveMergedChanges")));
