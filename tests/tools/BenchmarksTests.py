@@ -16,9 +16,9 @@ SVG = "{http://www.w3.org/2000/svg}"
 
 
 def load_script():
-    specification = importlib.util.spec_from_file_location("summarize", SCRIPT)
-    module = importlib.util.module_from_spec(specification)
-    specification.loader.exec_module(module)
+    found = importlib.util.spec_from_file_location("summarize", SCRIPT)
+    module = importlib.util.module_from_spec(found)
+    found.loader.exec_module(module)
     return module
 
 
