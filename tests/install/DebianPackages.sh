@@ -33,7 +33,7 @@ if [ "${1:-}" = inside ]; then
   [ -s printed ] || fail "the example prints nothing"
 
   if command -v gdb >/dev/null; then
-    gdb -nx -batch -ex 'break main' -ex run -ex 'info auto-load python-scripts' ./example >gdb.log 2>&1 || true
+    PYTHONDONTWRITEBYTECODE=1 gdb -nx -batch -ex 'break main' -ex run -ex 'info auto-load python-scripts' ./example >gdb.log 2>&1 || true
     grep -q 'Yes .*libZtFoundation\.so.*-gdb\.py' gdb.log || grep -q ptrace gdb.log || fail "$(cat gdb.log)"
   fi
 
