@@ -1,8 +1,9 @@
 #include "platform/linux/process/OpenCode.h"
 
 #include <dlfcn.h>
+#include <sys/mman.h>
 
-#include <cerrno>
+#include <cstddef>
 #include <new>
 
 namespace ZtFoundation::detail {
@@ -17,17 +18,23 @@ void* open(const char* path) {
   return load(path, RTLD_NOW | RTLD_LOCAL | RTLD_NODELETE);
 }
 
+// The system's loader does not say why it fails. Whether there is room for what large libraries take shows it.
+bool isMemoryShort() noexcept {
+  constexpr std::size_t kLarge = std::size_t{64} << 20;
+  void* const room = ::mmap(nullptr, kLarge, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+  return room == MAP_FAILED || ::munmap(room, kLarge) != 0;
+}
+
 }  // namespace
 
 OpenedCode openCode(const char* path) {
   OpenedCode opened;
-  errno = 0;
   try {
     opened.handle = open(path);
   } catch (...) {
     opened.hasThrown = true;
   }
-  if (opened.handle == nullptr && !opened.hasThrown && errno == ENOMEM) throw std::bad_alloc();
+  if (opened.handle == nullptr && !opened.hasThrown && isMemoryShort()) throw std::bad_alloc();
   return opened;
 }
 
