@@ -79,6 +79,7 @@ scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT
 mkdir "$scratch/layer" "$scratch/content"
 (cd "$ZT_BUILD_DIR" && cpack -G DEB -B "$scratch/packages" >"$scratch/cpack.log" 2>&1) || fail "$(cat "$scratch/cpack.log")"
+! grep -i warning "$scratch/cpack.log" || fail "cpack warns"
 
 runtime=$(echo "$scratch"/packages/libztfoundation1_*.deb)
 development=$(echo "$scratch"/packages/libztfoundation-dev_*.deb)
