@@ -51,7 +51,7 @@ bool FaultScript::fails(const char* name) {
     current = this;
   }
   calls_.emplace_back(name);
-  const bool isChosen = static_cast<int>(calls_.size()) - 1 == fault_.at && (names_.empty() || names_.contains(name));
+  const bool isChosen = static_cast<int>(calls_.size()) - 1 == fault_.at;
   if (!isChosen || fault_.error == 0) return false;
   errno = fault_.error;
   return true;

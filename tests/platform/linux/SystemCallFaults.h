@@ -6,9 +6,7 @@
 #pragma once
 
 #include <functional>
-#include <set>
 #include <string>
-#include <utility>
 #include <vector>
 
 namespace ZtFoundation::test {
@@ -30,9 +28,6 @@ class FaultScript {
   /// Runs `action` before the first call of the function `name`.
   void before(std::string name, std::function<void()> action);
 
-  /// Calls of other functions than these do not fail, though they count.
-  void onlyAt(std::set<std::string> names) { names_ = std::move(names); }
-
   /// The functions called so far, in order.
   const std::vector<std::string>& calls() const { return calls_; }
   /// True when the call that was chosen was made.
@@ -47,7 +42,6 @@ class FaultScript {
  private:
   Fault fault_;
   std::vector<std::string> calls_;
-  std::set<std::string> names_;  // none for all
   std::string actionName_;
   std::function<void()> action_;
 };
