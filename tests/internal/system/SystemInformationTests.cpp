@@ -1,4 +1,5 @@
 #include <map>
+#include <new>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -22,6 +23,7 @@ class FakeGestalt : public Gestalt {
  public:
   std::int16_t ask(OSType selector, std::int32_t& response) override {
     asked.push_back(selector);
+    if (hasNoMemory) throw std::bad_alloc();
     if (status == 0) response = answer;
     return status;
   }
@@ -29,6 +31,7 @@ class FakeGestalt : public Gestalt {
   std::vector<OSType> asked;
   std::int32_t answer = 0;
   std::int16_t status = 0;
+  bool hasNoMemory = false;
 };
 
 class SystemInformationTests : public ::testing::Test {
@@ -44,6 +47,13 @@ TEST_F(SystemInformationTests, EachFunctionAsksItsOwnSelector) {
   EXPECT_EQ(ZtGestaltPhysicalRAMSize(), 0x1068);
   EXPECT_EQ(ZtGestaltPhysicalRAMSizeInMegabytes(), 0x1068);
   EXPECT_THAT(gestalt_.asked, ElementsAre(0x73797376U, 0x72616D20U, 0x72616D6DU));
+}
+
+TEST_F(SystemInformationTests, ALackOfMemoryIsAnErrorAndRaisesNothing) {
+  gestalt_.hasNoMemory = true;
+  EXPECT_EQ(ZtGestaltOSVersion(), 0);
+  EXPECT_EQ(ZtGestaltPhysicalRAMSizeInMegabytes(), 0);
+  EXPECT_THAT(log_.lines(), ElementsAre("Gestalt Error = 0xffffff94", "Gestalt Error = 0xffffff94"));
 }
 
 TEST_F(SystemInformationTests, AnswersKeepTheirSign) {

@@ -26,6 +26,7 @@ class Watcher : public NSObject {
   void willProcess(const Ref<NSFileManager>& manager, const Ref<NSString>& path) {
     EXPECT_TRUE(manager == NSFileManager::defaultManager());
     paths.insert(path->utf8());
+    if (throwsAtPaths) throw NSException("Stop", "wanted");
   }
   bool shouldProceed(const Ref<NSFileManager>&, const Ref<NSDictionary>& error) {
     errors.push_back(error);
@@ -51,6 +52,7 @@ class Watcher : public NSObject {
   std::vector<Ref<NSDictionary>> errors;
   bool proceeds = false;
   bool throws = false;
+  bool throwsAtPaths = false;
   std::function<void()> meanwhile;
   int limit = 1000000;
   int calls = 0;
@@ -207,6 +209,13 @@ TEST_F(FileOperationsTests, WhatAHandlerThrowsPassesThroughAndLeavesNothing) {
   watcher->throws = true;
   EXPECT_THROW(copy(watcher), NSException);
   EXPECT_EQ(folder.names(), Names{"from"});
+}
+
+TEST_F(FileOperationsTests, AMoveThatCannotBeToldIsTakenBack) {
+  watcher->throwsAtPaths = true;
+  EXPECT_THROW(manager->movePath_toPath_handler(folder.string("from"), folder.string("to"), watcher), NSException);
+  EXPECT_EQ(folder.names(), Names{"from"});
+  EXPECT_EQ(contentsOf(folder / "from/a/small"), "12345");
 }
 
 TEST_F(FileOperationsTests, AnErrorIsToldWithItsPaths) {
