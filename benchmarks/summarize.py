@@ -54,7 +54,10 @@ def figure(value):
 
 
 def ratio_text(row):
-    return f"{row['ratio']:.2f}" if row["ratio"] >= 0.095 else f"{row['ratio']:.3f}"
+    ratio = row["ratio"]
+    if ratio < 0.0005:
+        return "< 0.001"
+    return f"{ratio:.2f}" if ratio >= 0.095 else f"{ratio:.3f}"
 
 
 def spread_text(row):
@@ -94,7 +97,7 @@ def table_row(row):
 
 WIDTH, LABELS, FIGURES, ROW, HEADING, TOP, BOTTOM = 1120, 500, 110, 20, 30, 66, 34
 PLOT_LEFT, PLOT_RIGHT = LABELS + 10, WIDTH - FIGURES
-SMALLEST, LARGEST = 0.01, 5.0
+SMALLEST, LARGEST = 0.01, 12.0
 REACHED, MISSED, PLAIN, INK, FAINT = "#3b7dd8", "#d9480f", "#9aa5b1", "#1f2933", "#d5dbe1"
 
 
@@ -136,7 +139,7 @@ def bar(row, y):
 
 def scale(height):
     parts = []
-    for tick in (0.01, 0.02, 0.05, 0.1, 0.2, 0.5, 1, 2, 5):
+    for tick in (0.01, 0.02, 0.05, 0.1, 0.2, 0.5, 1, 2, 5, 10):
         x = across(tick)
         parts += [line(x, TOP - 6, x, height - BOTTOM, INK if tick == 1 else FAINT, 1.5 if tick == 1 else 1),
                   text(x, TOP - 12, f"{tick:g}", "middle", 11), text(x, height - BOTTOM + 16, f"{tick:g}", "middle", 11)]

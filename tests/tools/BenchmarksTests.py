@@ -50,7 +50,8 @@ class FigureCase(unittest.TestCase):
             self.assertEqual(summarize.figure(value), text)
 
     def test_small_ratios_keep_a_digit(self):
-        self.assertEqual([summarize.ratio_text({"ratio": ratio}) for ratio in (0.28, 0.017, 0.0951, 2.0)], ["0.28", "0.017", "0.10", "2.00"])
+        self.assertEqual([summarize.ratio_text({"ratio": ratio}) for ratio in (0.28, 0.017, 0.0951, 2.0, 0.0004)],
+                         ["0.28", "0.017", "0.10", "2.00", "< 0.001"])
 
 
 class TableCase(unittest.TestCase):
