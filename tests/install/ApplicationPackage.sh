@@ -21,6 +21,7 @@ trap 'rm -rf "$scratch"' EXIT
 cd "$scratch" || exit 1
 
 cmake --install "$ZT_BUILD_DIR" --prefix "$scratch/installed" >install.log || fail "$(cat install.log)"
+modules=$(find "$scratch/installed" -name 'libZtFoundation[A-Z]*.so' -printf '%f ')
 cp "$example/Main.cpp" "$example/Info.plist" .
 cat >CMakeLists.txt <<'EOF'
 cmake_minimum_required(VERSION 3.25)
@@ -44,6 +45,7 @@ library=$framework/Versions/A/ZtFoundation
 [ -f "$library" ] && [ ! -L "$library" ] || fail "the library is not in its place"
 [ "$framework/ZtFoundation" -ef "$library" ] || fail "the framework's own link to the library leads elsewhere"
 [ "$(readlink "$framework/Versions/Current")" = A ] || fail "the current version is not A"
+for module in $modules; do [ -f "$framework/Versions/A/$module" ] || fail "the module $module is missing"; done
 [ -f "$framework/Headers/PropertyLists.h" ] || fail "there are no headers"
 
 sorted=$'Äpfel\napple\nfile 9\nfile 10\nZebra'
