@@ -241,8 +241,8 @@ void tellAndDie(int signal) {
   std::raise(signal);
 }
 
-// The first stack walk loads what it needs.
-const bool isPrepared = [] {
+// The first stack walk loads what it needs. Not constant, so that it is false until then.
+bool isPrepared = [] {
   frameCount = ::backtrace(frames.data(), static_cast<int>(frames.size()));
   std::set_terminate(&tellAndAbort);
   if (!kIsSanitized) {
@@ -574,20 +574,38 @@ void operator delete(void* block, std::align_val_t, const std::nothrow_t&) noexc
 void operator delete[](void* block, std::align_val_t, const std::nothrow_t&) noexcept { dropBlock(block); }
 // NOLINTEND(misc-new-delete-overloads)
 
+// What others lose when the C library has no memory for them.
+extern "C" [[gnu::visibility("default")]] const char*
+__lsan_default_suppressions() {  // NOLINT(bugprone-reserved-identifier)
+  return "leak:libfontconfig\nleak:dl_open_worker\n";
+}
+
+// The loader asks for memory before the address sanitizer is ready, so what runs then must not be checked by it.
+#define ZT_UNCHECKED __attribute__((no_sanitize("address", "undefined")))
+
+// Shared objects find these only if they are shown.
+#pragma GCC visibility push(default)
 extern "C" {
 
-void* malloc(std::size_t size) {
+ZT_UNCHECKED void* malloc(std::size_t size) {
+  if (!allocations::watch.isOn) return ZT_BELOW(malloc)(size);
   return madeForCaller(__builtin_return_address(0), size, [&] { return ZT_BELOW(malloc)(size); });
 }
-void* calloc(std::size_t count, std::size_t size) {
+ZT_UNCHECKED void* calloc(std::size_t count, std::size_t size) {
+  if (!allocations::watch.isOn) return ZT_BELOW(calloc)(count, size);
   return madeForCaller(__builtin_return_address(0), count * size, [&] { return ZT_BELOW(calloc)(count, size); });
 }
-void* realloc(void* block, std::size_t size) {
+ZT_UNCHECKED void* realloc(void* block, std::size_t size) {
+  if (!allocations::isPrepared) return ZT_BELOW(realloc)(block, size);
   return madeForCaller(__builtin_return_address(0), size, [&] {
     void* const grown = ZT_BELOW(realloc)(block, size);
     if (grown != nullptr) allocations::LiveBlocks::instance.remove(block);
     return grown;
   });
 }
-void free(void* block) { dropBlock(block); }
+ZT_UNCHECKED void free(void* block) {
+  if (!allocations::isPrepared) return ZT_BELOW(free)(block);
+  dropBlock(block);
 }
+}
+#pragma GCC visibility pop
