@@ -32,6 +32,7 @@ namespace {
 
 constexpr std::int32_t kImmutable = 0;
 constexpr std::int32_t kMutableContainers = 1;
+constexpr const char* kUnreadable = "The file cannot be read.";
 
 // A line that there is no memory for is dropped, as by the log itself: what it belongs to has succeeded or failed without it.
 void logError(const Ref<NSString>& text) noexcept {
@@ -139,7 +140,7 @@ Ref<NSData> QvPropertyList::bytesOfFile() {
   readError_.reset();
   if (!exists(path_)) return nullptr;
   const Ref<NSData> bytes = NSData::dataWithContentsOfFile(path_);
-  if (!bytes) readError_ = "The file cannot be read.";
+  if (!bytes) readError_ = kUnreadable;
   return bytes;
 }
 
@@ -211,7 +212,10 @@ bool QvPropertyList::mergeAndWriteFile() {
 
 // Afterwards the snapshot is what the file holds now. False when nobody can tell what that is.
 bool QvPropertyList::mergeFile() {
-  const Ref<NSData> bytes = bytesOfFile();
+  readError_.reset();
+  // Not asked for first: where the question fails by chance, the file would count as missing and be replaced.
+  const Ref<NSData> bytes = NSData::dataWithContentsOfFile(path_);
+  if (!bytes && exists(path_)) readError_ = kUnreadable;
   if (!bytes) {
     if (!readError_) serializedValues_.reset();
     return !readError_;

@@ -1,0 +1,79 @@
+// Saves into a file that others write too with each of their system calls failing: what the others have written is never lost.
+#include <ZtFoundation/PropertyLists.h>
+#include <ZtFoundation/platform/Number.h>
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/file.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+
+#include "platform/linux/SystemCallFaults.h"
+#include "support/ScratchFolder.h"
+#include "support/Storm.h"
+
+namespace ZtFoundation::test {
+namespace {
+
+bool isFree(const std::string& folder) {
+  const int opened = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  const bool isMine = ::flock(opened, LOCK_EX | LOCK_NB) == 0;
+  ::close(opened);
+  return isMine;
+}
+
+class SharedFile {
+ public:
+  SharedFile() {
+    write("{ theirs = 1; }");
+    store = QvPropertyList::initWithPath(path);
+    store->setFormat(200);
+    as<NSMutableDictionary>(store->values())->setObject_forKey("2", "mine");
+    write("{ theirs = 3; }");
+  }
+
+  void write(const std::string& text) const { writeFile(folder / "settings", text); }
+
+  const ScratchFolder folder;
+  const Ref<NSString> path = folder.string("settings");
+  Ref<QvPropertyList> store;
+};
+
+// Answers which function failed, empty when there are not so many calls.
+std::string saveWithFault(int at, int error) {
+  const SharedFile file;
+  bool saved;
+  std::string faulted;
+  testing::internal::CaptureStderr();
+  {
+    FaultScript script({at, error, false});
+    saved = file.store->saveMergedChanges();
+    faulted = script.faulted();
+  }
+  testing::internal::GetCapturedStderr();
+  SCOPED_TRACE(testing::Message() << "call " << at << " (" << faulted << "): " << std::strerror(error));
+  const Ref<NSObject> theirs = NSDictionary::of({{"theirs", "3"}});
+  const Ref<NSObject> both = NSDictionary::of({{"theirs", "3"}, {"mine", "2"}});
+  const Ref<NSObject> now = QvPropertyList::initWithPath(file.path)->values();
+  EXPECT_TRUE(isEqual(now, saved ? both : theirs)) << now;
+  EXPECT_EQ(file.folder.names(), (std::set<std::string>{"settings"}));
+  EXPECT_TRUE(isFree(file.folder.path()));
+  EXPECT_TRUE(file.store->saveMergedChanges()) << "another time it is saved";
+  EXPECT_TRUE(isEqual(QvPropertyList::initWithPath(file.path)->values(), both));
+  return faulted;
+}
+
+TEST(SaveLockFaultTests, AnyFailingCallLeavesWhatOthersWrote) {
+  int points = 0;
+  for (const int error : {EIO, EACCES, EMFILE, ENOLCK, EINTR}) {
+    int at = 0;
+    while (!saveWithFault(at, error).empty()) ++at;
+    EXPECT_GT(at, 20) << "the calls did not come by here";
+    points += at;
+  }
+  report("failing call", "save into a file that others write", points, "what others wrote is kept, the lock is free");
+}
+
+}  // namespace
+}  // namespace ZtFoundation::test
