@@ -101,9 +101,8 @@ const Operation kOperations[] = {
        return manager()->movePath_toPath_handler(folder.string("tree"), folder.string("moved"), nullptr);
      }},
     {"removal", 10,
-     [](const ScratchFolder& folder) {
-       return manager()->removeFileAtPath_handler(folder.string("tree"), nullptr) && folder.names().size() == 1;
-     }},
+     [](const ScratchFolder& folder) { return manager()->removeFileAtPath_handler(folder.string("tree"), nullptr); },
+     [](const ScratchFolder& folder) { return folder.names().size() == 1; }},
     {"lock and unlock", 5,
      [](const ScratchFolder& folder) {
        const Ref<NSString> file = folder.string("file");
