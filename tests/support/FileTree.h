@@ -53,6 +53,7 @@ inline std::string describeTree(const std::string& root) {
   return all;
 }
 
+/// Processes that are split off leave the folder to the one that has made the first tree.
 class FileTree {
  public:
   FileTree() { make(); }

@@ -70,6 +70,7 @@ auto answering(Operation operation) {
 class AllocationFailureFileOperations : public testing::Test {
  private:
   QuietStandardError quiet_;
+  FileTree tree_;
 };
 
 TEST_F(AllocationFailureFileOperations, Statuses) {

@@ -114,13 +114,11 @@ TEST(AllocationFailureLogging, SharedManager) {
 struct NoBundle {
   Ref<NSString> folder = FileTree::path("folder");
   Ref<NSString> missing = FileTree::path("missing.bundle");
-  std::string describe() const {
-    static const FileTree tree;
-    return tree.describe();
-  }
+  std::string describe() const { return describeProcess(); }
 };
 
 TEST(AllocationFailureLogging, ManagersOfNoBundle) {
+  const FileTree tree;
   const EachOf<NoBundle> each;
   each("ZtLoggingManager::loggingManagerWithBundlePath",
        [](NoBundle& b) { return ZtLoggingManager::loggingManagerWithBundlePath(b.folder); });

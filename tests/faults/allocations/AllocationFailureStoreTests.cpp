@@ -57,6 +57,7 @@ struct Changed {
 class AllocationFailureStore : public testing::Test {
  private:
   QuietStandardError quiet_;
+  FileTree tree_;
 };
 
 TEST_F(AllocationFailureStore, Making) {
