@@ -49,7 +49,7 @@ int main() {
   for (std::size_t at = 0; at < bytes; ++at) pattern[at] = static_cast<char>(at);
   const Ref<NSData> data = NSData::dataWithString(std::move(pattern));
   Times ours, python;
-  for (int round = 0; round < 5; ++round) {
+  for (int round = 0; round < 9; ++round) {
     runOurs(data, ours);
     runPython(bytes, python);
   }
