@@ -233,7 +233,8 @@ class SparseFileTests : public testing::TestWithParam<Beginning> {};
 
 TEST_P(SparseFileTests, IsRefusedWithItsReason) {
   const Beginning& beginning = GetParam();
-  const std::size_t size = sized(kIsWide ? (std::size_t{1} << 32) + 4096 : std::size_t{200} << 20, 5 << 20);
+  const std::size_t size =
+      sized(kIsWide ? static_cast<std::size_t>((std::uint64_t{1} << 32) + 4096) : std::size_t{200} << 20, 5 << 20);
   Case measured(std::string("read a file of zeros, ") + beginning.name, inUnits(size));
   const test::ScratchFolder folder;
   test::writeFile(folder / "sparse", std::string(beginning.bytes));
