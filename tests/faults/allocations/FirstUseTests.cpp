@@ -8,11 +8,13 @@
 #include <gtest/gtest.h>
 
 #include <support/FailingAllocations.h>
+#include <support/Sanitizers.h>
 
 namespace ZtFoundation::test {
 namespace {
 
 TEST(FirstUse, IsMadeUpForAfterAFailure) {
+  if (kIsSanitized) GTEST_SKIP() << "Sanitized processes are too large to be split more than a thousand times.";
   const std::string command = std::string(allocations::kFirstUseVariable) +
                               "=1 exec /proc/$PPID/exe --gtest_filter='AllocationFailure*' --gtest_brief=1 2>&1";
   std::FILE* const output = ::popen(command.c_str(), "r");
