@@ -13,7 +13,8 @@ namespace ZtFoundation::test {
 inline constexpr time_t kFarDates[] = {
     -2208988800,  // 1900
     -2147483649,  // December 1901, one second before what 32 bits hold
-    -2147483648, -1,
+    -2147483648,  // on some file systems the first of all, without the half second
+    -2147483647, -1,
     2147483647,  // January 2038
     2147483648,
     4294967296,   // February 2106
@@ -25,7 +26,7 @@ inline bool hasDateSet(const std::string& path, time_t seconds) {
   const timespec times[2] = {{0, UTIME_OMIT}, {seconds, 500'000'000}};
   struct stat status;
   return ::utimensat(AT_FDCWD, path.c_str(), times, 0) == 0 && ::stat(path.c_str(), &status) == 0 &&
-         status.st_mtim.tv_sec == seconds;
+         status.st_mtim.tv_sec == seconds && status.st_mtim.tv_nsec == times[1].tv_nsec;
 }
 
 }  // namespace ZtFoundation::test
