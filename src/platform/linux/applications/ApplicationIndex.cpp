@@ -201,7 +201,7 @@ void ApplicationIndex::updateBundle(Application& bundle) {
   bundle.stamp = kNothing;
   bundle.identifier.clear();
   bundle.signatures.clear();
-  if (isApplicationBundle(bundle.path) && !path.empty() && !readInformation(bundle)) return;
+  if (isApplicationBundle(bundle.path) && isDescription(path) && !readInformation(bundle)) return;
   bundle.stamp = stamp;
 }
 

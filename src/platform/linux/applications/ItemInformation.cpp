@@ -22,8 +22,8 @@ namespace ZtFoundation::detail {
 namespace {
 
 constexpr LSItemInfoFlags kVolume = kLSItemInfoIsVolume | kLSItemInfoIsContainer;
-// An entry is a few kilobytes long. What is much longer is none, and reading it could fill the memory.
-constexpr off_t kLongestEntry = 1 << 20;
+// An entry or an Info.plist is a few kilobytes long. What is much longer is none, and reading it could fill the memory.
+constexpr off_t kLongestDescription = 1 << 20;
 
 std::string_view withoutLastSlashes(std::string_view path) {
   while (path.size() > 1 && path.back() == '/') path.remove_suffix(1);
@@ -135,11 +135,12 @@ bool isApplicationBundle(const std::string& path) {
 
 bool isEntryName(const std::string& path) { return hasExtension(path, ".desktop"); }
 
-bool isEntryFile(const std::string& path) {
+bool isDescription(const std::string& path) {
   struct stat status {};
-  return isEntryName(path) && ::stat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode) &&
-         status.st_size <= kLongestEntry;
+  return ::stat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode) && status.st_size <= kLongestDescription;
 }
+
+bool isEntryFile(const std::string& path) { return isEntryName(path) && isDescription(path); }
 
 std::optional<DesktopEntry> entryInFile(const std::string& path) {
   return isEntryFile(path) ? service<DesktopEntries>().entryAtPath(path) : std::nullopt;

@@ -281,6 +281,9 @@ TEST_F(ApplicationIndexTests, WhatIsBrokenIsSkipped) {
   write(path("home/Applications/D.app"), "View");
   files::create_directories(path("home/Applications/E.app/Contents"));
   ASSERT_EQ(::mkfifo(path("home/Applications/E.app/Contents/Info.plist").c_str(), 0600), 0);
+  // Of holes, and beyond all memory.
+  write(path("home/Applications/F.app/Contents/Info.plist"), "");
+  files::resize_file(path("home/Applications/F.app/Contents/Info.plist"), std::uintmax_t{1} << 40);
   write(own("z-good.desktop"), good);
   EXPECT_EQ(inOwnFolders([&](Checks& checks) {
               checks.same("signature", bySignature(kViewer), own("z-good.desktop"));
