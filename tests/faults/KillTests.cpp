@@ -250,6 +250,9 @@ TEST_F(KillTests, ACopyOfAFolderHoldsNothingElse) {
       if (entry.is_directory()) continue;
       ASSERT_TRUE(readWhole(twin).starts_with(readWhole(entry.path()))) << twin;
     }
+    struct stat status;
+    ASSERT_EQ(::stat((folder / "to").c_str(), &status), 0);
+    ASSERT_TRUE(isTree(folder / "to") || (status.st_mode & 07777U) == 0700) << "only its owner sees a part";
     ASSERT_TRUE(remove(folder / "to"));
   }
   EXPECT_EQ(folder.names(), Names{"from"});
