@@ -1,5 +1,5 @@
-// Aliases of items that moved, on a volume of 200,000 items with names in the cache: at most 0.2 s where the whole volume has to be
-// searched, which is what an ordinary user's alias costs at worst.
+// Aliases of items that moved, on a volume of 200,000 items with names in the cache: at most 0.2 s where the whole
+// volume has to be searched, which is what an ordinary user's alias costs at worst.
 
 #include <ZtFoundation/Files.h>
 

@@ -1,6 +1,7 @@
-// Finding an application among 2,000 desktop entries in 20 folders, and the same by GIO. Where all entries have to be looked at, ours has to
-// cost at most what GIO needs. An identifier that is right to the letter needs no search by GIO's rules, as it tells the possible names of
-// the file; ours looks for bundles, and in any case, so the first lookup lists the folders.
+// Finding an application among 2,000 desktop entries in 20 folders, and the same by GIO. Where all entries have to be
+// looked at, ours has to cost at most what GIO needs. An identifier that is right to the letter needs no search by
+// GIO's rules, as it tells the possible names of the file; ours looks for bundles, and in any case, so the first lookup
+// lists the folders.
 
 #include <sys/mman.h>
 #include <sys/wait.h>

@@ -1,5 +1,5 @@
-// Reading and writing a music library as a binary property list, beside libplist, which reads the same bytes and writes the same
-// values as XML; its binary writer takes time that grows with the square of the size.
+// Reading and writing a music library as a binary property list, beside libplist, which reads the same bytes and writes
+// the same values as XML; its binary writer takes time that grows with the square of the size.
 
 #include <malloc.h>
 

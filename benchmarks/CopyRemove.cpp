@@ -1,5 +1,5 @@
-// Copying, moving and removing beside the commands of the system, cp, mv and rm, started as processes: in memory, where nothing waits
-// for a device. The first argument names another folder to work in.
+// Copying, moving and removing beside the commands of the system, cp, mv and rm, started as processes: in memory, where
+// nothing waits for a device. The first argument names another folder to work in.
 
 #include <ZtFoundation/platform/FileManager.h>
 #include <ZtFoundation/platform/String.h>

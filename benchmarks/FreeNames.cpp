@@ -1,5 +1,5 @@
-// A free name beside many taken ones, against listing the folder once by readdir, and the library's listing of it against the same and
-// against ls.
+// A free name beside many taken ones, against listing the folder once by readdir, and the library's listing of it
+// against the same and against ls.
 
 #include <ZtFoundation/Files.h>
 #include <ZtFoundation/platform/FileManager.h>

@@ -1,5 +1,5 @@
-// How time and memory grow with the size of a file: a music library as XML and binary, and settings as INI text. Time and memory for each
-// megabyte are compared with those of the smallest file; linear growth shows as ratios about 1.
+// How time and memory grow with the size of a file: a music library as XML and binary, and settings as INI text. Time
+// and memory for each megabyte are compared with those of the smallest file; linear growth shows as ratios about 1.
 
 #include <sys/mman.h>
 #include <sys/resource.h>

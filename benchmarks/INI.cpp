@@ -1,5 +1,5 @@
-// INI text: reading it into sections beside the bare parse of inih, whose callback does no more than look at what it is given, and beside
-// SimpleIni and GKeyFile, which keep what they read and write it as well.
+// INI text: reading it into sections beside the bare parse of inih, whose callback does no more than look at what it is
+// given, and beside SimpleIni and GKeyFile, which keep what they read and write it as well.
 
 #include <algorithm>
 #include <cstddef>

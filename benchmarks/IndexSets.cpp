@@ -1,5 +1,5 @@
-// A million single indexes added to an index set, side by side from either end and scattered so that none touches another, beside a
-// std::set of the indexes.
+// A million single indexes added to an index set, side by side from either end and scattered so that none touches
+// another, beside a std::set of the indexes.
 
 #include <ZtFoundation/platform/IndexSet.h>
 #include <malloc.h>

@@ -1,5 +1,5 @@
-// A long name cut to a narrow width: how often it is measured, with a measurer that says that widths add up, beside one that does not, which
-// has to be asked about every attempt.
+// A long name cut to a narrow width: how often it is measured, with a measurer that says that widths add up, beside one
+// that does not, which has to be asked about every attempt.
 
 #include <string>
 

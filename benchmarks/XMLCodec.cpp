@@ -1,5 +1,5 @@
-// Reading and writing a music library as an XML property list, beside libplist (tree and text of the same values), the bare parse of pugixml
-// (a tree of text pieces, no values) and Python's plistlib.
+// Reading and writing a music library as an XML property list, beside libplist (tree and text of the same values), the
+// bare parse of pugixml (a tree of text pieces, no values) and Python's plistlib.
 
 #include <malloc.h>
 

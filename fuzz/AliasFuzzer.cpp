@@ -1,4 +1,5 @@
-// Any bytes as the record of an alias. Only the record is read: what it claims about volumes and items would start a search of real ones.
+// Any bytes as the record of an alias. Only the record is read: what it claims about volumes and items would start a
+// search of real ones.
 
 #include <cstdint>
 #include <cstdlib>

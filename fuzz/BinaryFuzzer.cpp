@@ -1,5 +1,5 @@
-// Any bytes as a binary property list. What can be read at all must be the same value with each option, and survive being
-// written and read again, with the same bytes written the second time.
+// Any bytes as a binary property list. What can be read at all must be the same value with each option, and survive
+// being written and read again, with the same bytes written the second time.
 
 #include <cstddef>
 #include <cstdint>

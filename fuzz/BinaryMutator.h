@@ -1,5 +1,6 @@
 /// \file BinaryMutator.h
-/// Changes of binary property lists that mostly leave header, offset table and trailer right, which bytes changed at random never do.
+/// Changes of binary property lists that mostly leave header, offset table and trailer right, which bytes changed at
+/// random never do.
 #pragma once
 
 #include <algorithm>

@@ -1,5 +1,5 @@
-// Command lines of desktop entries, and documents, from anywhere. Whatever the line is, a document arrives whole: none of its bytes is lost, and none
-// ends up in an argument of its own.
+// Command lines of desktop entries, and documents, from anywhere. Whatever the line is, a document arrives whole: none
+// of its bytes is lost, and none ends up in an argument of its own.
 
 #include <algorithm>
 #include <cstddef>

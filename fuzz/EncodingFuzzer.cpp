@@ -1,5 +1,5 @@
-// Any bytes in each of the encodings that need no tables, compared with what the C library's converter makes of them, and any units in all
-// encodings: what has a form in an encoding is the same text when it is read again.
+// Any bytes in each of the encodings that need no tables, compared with what the C library's converter makes of them,
+// and any units in all encodings: what has a form in an encoding is the same text when it is read again.
 
 #include <iconv.h>
 

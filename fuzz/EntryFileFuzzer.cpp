@@ -1,4 +1,5 @@
-// Any bytes as a desktop entry on disk, as GIO reads it. What comes of it is a command line that can be carried out, or none.
+// Any bytes as a desktop entry on disk, as GIO reads it. What comes of it is a command line that can be carried out, or
+// none.
 
 #include <fcntl.h>
 #include <sys/mman.h>

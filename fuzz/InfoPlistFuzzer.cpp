@@ -1,4 +1,5 @@
-// Any bytes as the Info.plist of a bundle. Whatever it says, names stay inside of the bundle, and what it does not say is what it is by custom.
+// Any bytes as the Info.plist of a bundle. Whatever it says, names stay inside of the bundle, and what it does not say
+// is what it is by custom.
 
 #include <fcntl.h>
 #include <stdlib.h>

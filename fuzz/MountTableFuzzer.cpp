@@ -1,5 +1,5 @@
-// Any bytes as the kernel's table of mounts, as both of its readers understand it. What comes of it must be a table of volumes in which everything
-// is found again.
+// Any bytes as the kernel's table of mounts, as both of its readers understand it. What comes of it must be a table of
+// volumes in which everything is found again.
 
 #include <set>
 #include <string>

@@ -61,7 +61,8 @@ void check(const std::u16string& a, const std::u16string& b) {
 
 }  // namespace
 
-// The first byte says how the others are characters, the second where the first text ends; both begin with what comes before a byte 255.
+// The first byte says how the others are characters, the second where the first text ends; both begin with what comes
+// before a byte 255.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   Input input(data, size);
   const unsigned kind = input.takeByte();

@@ -20,7 +20,8 @@ using namespace ZtFoundation::fuzz;
 
 namespace {
 
-// The text up to what the C library reads as a number and the library does not: hexadecimal, names, zero bytes and what it takes for blanks.
+// The text up to what the C library reads as a number and the library does not: hexadecimal, names, zero bytes and what
+// it takes for blanks.
 std::string decimalIn(std::string_view text) {
   const std::size_t start = std::min(text.find_first_not_of(" \t\n\v\f\r"), text.size());
   std::size_t end = std::min(text.find_first_not_of("+-0123456789.eE", start), text.size());

@@ -28,7 +28,8 @@ inline Ref<NSData> write(const Ref<NSObject>& value, NSUInteger format) {
   return data;
 }
 
-/// A few bytes of a binary property list can stand for so large a tree that nothing else would be tried; the unit tests have those.
+/// A few bytes of a binary property list can stand for so large a tree that nothing else would be tried; the unit tests
+/// have those.
 inline bool isLarge(const Ref<NSObject>& root) {
   constexpr std::size_t kLargestTree = 20000;
   std::size_t places = 0;

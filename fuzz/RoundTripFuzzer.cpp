@@ -1,5 +1,6 @@
-// A value is written as XML, read, written as binary, read and written as XML again. Each time it must be equal to what was there before,
-// and both texts must be the same, byte by byte. The value is either what an input is a property list of, or made by the bytes of the input.
+// A value is written as XML, read, written as binary, read and written as XML again. Each time it must be equal to what
+// was there before, and both texts must be the same, byte by byte. The value is either what an input is a property list
+// of, or made by the bytes of the input.
 
 #include <cmath>
 

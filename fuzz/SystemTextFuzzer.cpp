@@ -1,4 +1,5 @@
-// Any bytes as the files in which a system tells of itself: the user's folders (user-dirs.dirs) and the version (os-release).
+// Any bytes as the files in which a system tells of itself: the user's folders (user-dirs.dirs) and the version
+// (os-release).
 
 #include <optional>
 #include <string>

@@ -1,5 +1,6 @@
 /// \file TextMutator.h
-/// Changes of text that mostly leave it well-formed: whole tokens are moved, repeated, left out and enclosed, so that what nests gets deep.
+/// Changes of text that mostly leave it well-formed: whole tokens are moved, repeated, left out and enclosed, so that
+/// what nests gets deep.
 #pragma once
 
 #include <cstddef>

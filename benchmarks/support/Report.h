@@ -1,5 +1,5 @@
-// What every benchmark reports: how long something takes beside the same work of a peer, as a line for people and, for the program that
-// makes table and chart, as a line of JSON in the file that ZT_BENCH_RESULTS names.
+// What every benchmark reports: how long something takes beside the same work of a peer, as a line for people and, for
+// the program that makes table and chart, as a line of JSON in the file that ZT_BENCH_RESULTS names.
 #pragma once
 
 #include <errno.h>

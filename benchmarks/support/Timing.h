@@ -20,7 +20,8 @@ double milliseconds(Work&& work) {
   return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count();
 }
 
-// The same in time of the processor, for work of one thread that waits for nothing: what else the machine does shows less.
+// The same in time of the processor, for work of one thread that waits for nothing: what else the machine does shows
+// less.
 template <class Work>
 double processorMilliseconds(Work&& work) {
   const std::clock_t start = std::clock();
@@ -42,8 +43,8 @@ inline void require(bool good, const char* what) {
   std::exit(1);
 }
 
-// Each measurement once in every round, and each the first as often as the others: what a round is answered with is what they took, in
-// the order that they were given in.
+// Each measurement once in every round, and each the first as often as the others: what a round is answered with is
+// what they took, in the order that they were given in.
 inline std::vector<std::vector<double>> inTurns(std::size_t rounds,
                                                 const std::vector<std::function<double()>>& measurements) {
   std::vector<std::vector<double>> taken(measurements.size());

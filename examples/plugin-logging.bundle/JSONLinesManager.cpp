@@ -2,8 +2,9 @@
 //
 // It is configured by a property list:
 //     { File = "/var/log/app.jsonl"; Level = 6; }
-// Messages with a level above Level (7 when there is none) are dropped. When the configuration is watched, each message first looks whether
-// the file has changed. A configuration that cannot be read changes nothing; one without File stops the logging.
+// Messages with a level above Level (7 when there is none) are dropped. When the configuration is watched, each message
+// first looks whether the file has changed. A configuration that cannot be read changes nothing; one without File stops
+// the logging.
 
 #include <ZtFoundation/Logging.h>
 #include <ZtFoundation/platform/FileManager.h>
@@ -70,8 +71,8 @@ class LineFile {
   std::unique_ptr<std::FILE, Close> file_;
 };
 
-// What tells one state of a file from the next: which file it is, its size, when it was written and when it was changed in any way. The last
-// cannot be set back, unlike the time of writing.
+// What tells one state of a file from the next: which file it is, its size, when it was written and when it was changed
+// in any way. The last cannot be set back, unlike the time of writing.
 using Stamp = std::array<std::int64_t, 6>;
 
 std::optional<Stamp> stampOf(const Ref<NSString>& path) {

@@ -1,5 +1,5 @@
-// An application package that carries the library inside: it sorts the names in its Info.plist as a person would. Its folder runs
-// wherever it is put.
+// An application package that carries the library inside: it sorts the names in its Info.plist as a person would. Its
+// folder runs wherever it is put.
 #include <ZtFoundation/Utilities.h>
 #include <ZtFoundation/platform/Array.h>
 #include <ZtFoundation/platform/Bundle.h>

@@ -1,6 +1,6 @@
 /// \file Utilities.h
-/// Small utilities: services on strings; bytes as hexadecimal text; conveniences on collections; numbers and comparators; a
-/// stopwatch; replacing methods at run time; display names for labels; the rectangle of two points.
+/// Small utilities: services on strings; bytes as hexadecimal text; conveniences on collections; numbers and
+/// comparators; a stopwatch; replacing methods at run time; display names for labels; the rectangle of two points.
 #pragma once
 
 #include <cstdint>
@@ -27,12 +27,13 @@ namespace ZtFoundation {
 //   QvFoundationExtensions::abbreviatedStringForByteLength(1536);                             // "1.5 kB"
 //   QvFoundationExtensions::stringByDeletingAllOccurrencesOfString("a-b-c", "-");             // "abc"
 //
-// Positions and lengths count UTF-16 units. Nothing is ever changed in place; a replacing or deleting operation that finds nothing answers the
-// receiver itself, the very object. A receiver that is none answers none, false, or the same (0). `options` are the bits of
-// NSStringCompareOptions; searches without NSLiteralSearch take composed and decomposed forms of a character for the same. Threads: safe.
+// Positions and lengths count UTF-16 units. Nothing is ever changed in place; a replacing or deleting operation that
+// finds nothing answers the receiver itself, the very object. A receiver that is none answers none, false, or the same
+// (0). `options` are the bits of NSStringCompareOptions; searches without NSLiteralSearch take composed and decomposed
+// forms of a character for the same. Threads: safe.
 
-/// The collation options of `naturalCompare`, for use with `UCCompareTextDefault`: composition, width and case ignored, punctuation
-/// significant, numbers by value.
+/// The collation options of `naturalCompare`, for use with `UCCompareTextDefault`: composition, width and case ignored,
+/// punctuation significant, numbers by value.
 ZT_EXPORT extern const std::uint32_t kNaturalComparisonUCCollateOptions;
 
 namespace QvFoundationExtensions {
@@ -46,14 +47,16 @@ ZT_EXPORT Ref<NSString> stringWithData_charset(const Ref<NSData>& data, const Re
 /// \returns none when there is no such encoding or the bytes are not valid in it.
 ZT_EXPORT Ref<NSString> stringWithData_encoding(const Ref<NSData>& data, NSStringEncoding encoding);
 
-/// A byte count for people: "999 bytes", then with one decimal kB, MB, GB, TB, PB. Each unit is 1024 of the one before it; the next one is
-/// taken from 1000 on, so 1023999 is "1000.0 kB" and 1024000 "1.0 MB". PB is the last: 1000 of them and more stay PB.
+/// A byte count for people: "999 bytes", then with one decimal kB, MB, GB, TB, PB. Each unit is 1024 of the one before
+/// it; the next one is taken from 1000 on, so 1023999 is "1000.0 kB" and 1024000 "1.0 MB". PB is the last: 1000 of them
+/// and more stay PB.
 ZT_EXPORT Ref<NSString> abbreviatedStringForByteLength(std::uint64_t length);
 
-/// The order in which people list names: numbers by value, without regard to case, width and composition; diacritics and punctuation count.
-/// Follows the root collation of the Unicode data. Different texts may be the same ("ABC", "abc"; "a1", "a01").
-/// \returns ascending (-1), same (0) or descending (+1); same when either is none, or when texts that are not ASCII cannot be compared because
-/// the Unicode module is missing.
+/// The order in which people list names: numbers by value, without regard to case, width and composition; diacritics
+/// and punctuation count. Follows the root collation of the Unicode data. Different texts may be the same ("ABC",
+/// "abc"; "a1", "a01").
+/// \returns ascending (-1), same (0) or descending (+1); same when either is none, or when texts that are not ASCII
+/// cannot be compared because the Unicode module is missing.
 ZT_EXPORT NSComparisonResult naturalCompare(const Ref<NSString>& self, const Ref<NSString>& other);
 
 /// True when `substring` occurs in `self`, searched without options. Empty text and none never occur.
@@ -74,7 +77,8 @@ ZT_EXPORT bool containsCharacterInSet_options(const Ref<NSString>& self, const R
 ZT_EXPORT bool containsCharacterInSet_options_range(const Ref<NSString>& self, const Ref<NSCharacterSet>& set,
                                                     NSUInteger options, NSRange range);
 
-/// Puts `replacement` in place of each `target`, from left to right; what was put in is not searched again. No replacement is the empty one.
+/// Puts `replacement` in place of each `target`, from left to right; what was put in is not searched again. No
+/// replacement is the empty one.
 ZT_EXPORT Ref<NSString> stringByReplacingAllOccurrencesOfString_withString(const Ref<NSString>& self,
                                                                            const Ref<NSString>& target,
                                                                            const Ref<NSString>& replacement);
@@ -99,12 +103,13 @@ ZT_EXPORT Ref<NSString> stringByDeletingAllOccurrencesOfCharactersInSet(const Re
 
 namespace QvFoundationExtensions {
 
-/// Two lower-case digits for each byte, a blank after every fourth byte and a line feed after every sixteenth, except at the end.
+/// Two lower-case digits for each byte, a blank after every fourth byte and a line feed after every sixteenth, except
+/// at the end.
 /// \returns the empty string for empty data, none for none. Data of 2^31 bytes and more gives none.
 ZT_EXPORT Ref<NSString> hexRepresentation(const Ref<NSData>& self);
 
-/// The bytes that `text` spells in hexadecimal digits of either case. White space may stand anywhere, one "0x" at the start; of an odd number
-/// of digits the first alone is the first byte. Only the low byte of each unit is looked at.
+/// The bytes that `text` spells in hexadecimal digits of either case. White space may stand anywhere, one "0x" at the
+/// start; of an odd number of digits the first alone is the first byte. Only the low byte of each unit is looked at.
 /// \returns empty data for text of white space alone, none for none. Text of 2^31 digits and more gives none.
 /// \throws NSException "IllegalHexDigit" at the first unit that is no digit.
 ZT_EXPORT Ref<NSData> initWithHexRepresentation(const Ref<NSString>& text);
@@ -119,8 +124,8 @@ ZT_EXPORT Ref<NSData> dataWithHexRepresentation(const Ref<NSString>& text);
 //   QvFoundationExtensions::objectsKindOfClass(mixed, NSString::classObject());
 //   QvFoundationExtensions::indexSetByAddingIndexesInRange(rows, {10, 5});
 //
-// Each answers a new immutable collection, never the receiver itself, even when nothing changes; none for no receiver. An argument that
-// is none changes nothing.
+// Each answers a new immutable collection, never the receiver itself, even when nothing changes; none for no receiver.
+// An argument that is none changes nothing.
 
 namespace QvFoundationExtensions {
 
@@ -157,7 +162,8 @@ ZT_EXPORT Ref<NSIndexSet> indexSetByRemovingIndexes(const Ref<NSIndexSet>& self,
 /// Without the indexes of `range`, which is cut like that of `indexSetByAddingIndexesInRange`.
 ZT_EXPORT Ref<NSIndexSet> indexSetByRemovingIndexesInRange(const Ref<NSIndexSet>& self, NSRange range);
 
-/// A new attributed string of class `String`, which is NSAttributedString or derives from it and has its constructors. None for no text.
+/// A new attributed string of class `String`, which is NSAttributedString or derives from it and has its constructors.
+/// None for no text.
 template <class String = NSAttributedString>
 Ref<String> attributedStringWithString(const Ref<NSString>& text) {
   return text ? make<String>(text) : nullptr;
@@ -173,8 +179,8 @@ Ref<String> attributedStringWithAttributedString(const Ref<NSAttributedString>& 
   return other ? make<String>(other) : nullptr;
 }
 
-/// Sends `selector` to `self` once for each element, in order, with the element as the argument. Answers are dropped. Does nothing
-/// for none; raises what a message raises that finds no method. The array must not change meanwhile.
+/// Sends `selector` to `self` once for each element, in order, with the element as the argument. Answers are dropped.
+/// Does nothing for none; raises what a message raises that finds no method. The array must not change meanwhile.
 ZT_EXPORT void performSelector_withEachObjectInArray(const Ref<NSObject>& self, SEL selector,
                                                      const Ref<NSArray>& objects);
 /// The same for each member of a set, in its order.
@@ -190,7 +196,8 @@ ZT_EXPORT void performSelector_withEachObjectInSet(const Ref<NSObject>& self, SE
 
 extern "C" {
 
-/// Three-way comparison: -1 when the first is less, 0 when they are the same, +1 when it is greater. A NaN is the same as everything.
+/// Three-way comparison: -1 when the first is less, 0 when they are the same, +1 when it is greater. A NaN is the same
+/// as everything.
 ZT_EXPORT NSInteger QvCompareChar(signed char a, signed char b);
 ZT_EXPORT NSInteger QvCompareUnsignedChar(unsigned char a, unsigned char b);
 ZT_EXPORT NSInteger QvCompareShort(short a, short b);
@@ -221,7 +228,8 @@ struct ComparedType<NSInteger (*)(T, T)> : std::type_identity<T> {};
 
 }  // namespace detail
 
-/// Makes one of the comparators above what sorting functions take: an object for std::sort, `pointers` for qsort and bsearch.
+/// Makes one of the comparators above what sorting functions take: an object for std::sort, `pointers` for qsort and
+/// bsearch.
 template <auto comparator>
 struct QvComparatorAdapter {
   using Value = typename detail::ComparedType<decltype(comparator)>::type;
@@ -234,7 +242,8 @@ struct QvComparatorAdapter {
   }
 };
 
-/// Arithmetic on numbers read as signed 32-bit integers (`intValue`); what does not fit wraps. None when either number is none.
+/// Arithmetic on numbers read as signed 32-bit integers (`intValue`); what does not fit wraps. None when either number
+/// is none.
 namespace JxArithmeticExtensions {
 
 /// The sum, the difference and the product.
@@ -318,27 +327,32 @@ class ZT_EXPORT QvElapsedTime : public NSObject {
 //   QvDuplicateInstanceMethodWithSelector(Camera::classObject(), ZT_SELECTOR("model"), ZT_SELECTOR("originalModel"));
 //   QvReplaceMethodImplementation(Camera::classObject(), ZT_SELECTOR("model"), methodImplementation<&patched>());
 //
-// The replacement takes effect for messages: every `send`, and the calls that the library itself makes on objects of classes that hosts may
-// derive from. To change class methods, pass the class's `metaclass()`. An implementation must take what the method's callers send: a message
-// whose types it does not have raises NSInvalidArgumentException. Threads: safe at any time; meant for start-up.
+// The replacement takes effect for messages: every `send`, and the calls that the library itself makes on objects of
+// classes that hosts may derive from. To change class methods, pass the class's `metaclass()`. An implementation must
+// take what the method's callers send: a message whose types it does not have raises NSInvalidArgumentException.
+// Threads: safe at any time; meant for start-up.
 
-/// Gives `one` a method `copy` with the implementation that instances of `one` have for `existing`, inherited ones included. A method
-/// `copy` that `one` itself defines already stays as it is.
+/// Gives `one` a method `copy` with the implementation that instances of `one` have for `existing`, inherited ones
+/// included. A method `copy` that `one` itself defines already stays as it is.
 /// \returns that implementation; null, and nothing changes, when instances of `one` do not respond to `existing`.
 ZT_EXPORT IMP QvDuplicateInstanceMethodWithSelector(Class one, SEL existing, SEL copy);
 
-/// Has instances of `one`, and of subclasses without a method of their own, answer `selector` with `implementation`. The superclass of `one`
-/// keeps its behaviour, also when `one` has only inherited the method. With a null implementation they stop responding.
+/// Has instances of `one`, and of subclasses without a method of their own, answer `selector` with `implementation`.
+/// The superclass of `one` keeps its behaviour, also when `one` has only inherited the method. With a null
+/// implementation they stop responding.
 /// \returns the implementation that was in force for `one`; null, and nothing changes, when there was no such method.
 ZT_EXPORT IMP QvReplaceMethodImplementation(Class one, SEL selector, IMP implementation);
 
-/// The same with the implementation that `one` has for `source`, which must exist: else instances stop responding to `selector`.
+/// The same with the implementation that `one` has for `source`, which must exist: else instances stop responding to
+/// `selector`.
 ZT_EXPORT IMP QvReplaceMethodImplementationWithSelector(Class one, SEL selector, SEL source);
 
-/// The same with the implementation that `sourceClass` has for `source`, which must exist: else instances stop responding to `selector`.
+/// The same with the implementation that `sourceClass` has for `source`, which must exist: else instances stop
+/// responding to `selector`.
 ZT_EXPORT IMP QvReplaceMethodImplementationWithSelectorOnClass(Class one, SEL selector, Class sourceClass, SEL source);
 
-/// The class that defines the method that instances of `one` have for `selector`: `one` or the ancestor it is inherited from.
+/// The class that defines the method that instances of `one` have for `selector`: `one` or the ancestor it is inherited
+/// from.
 /// \returns null when there is no such method.
 ZT_EXPORT Class QvClassImplementingMethod(Class one, SEL selector);
 
@@ -356,13 +370,15 @@ class ZT_EXPORT QvDisplayNameTransformer : public NSValueTransformer {
   /// False: names do not tell where an item is.
   static bool allowsReverseTransformation();
 
-  /// A string: the default manager's `displayNameAtPath` for a path, `displayNameAtURL` for a URL (none for one that is not of a file or whose item
-  /// does not exist), and the empty string for everything else, none too. Blocks as long as the file system does.
+  /// A string: the default manager's `displayNameAtPath` for a path, `displayNameAtURL` for a URL (none for one that is
+  /// not of a file or whose item does not exist), and the empty string for everything else, none too. Blocks as long as
+  /// the file system does.
   Ref<NSObject> transformedValue(const Ref<NSObject>& value) override;
 };
 
-/// The rectangle between two corners, given in either order; its size is never negative. Where a coordinate of either point is a NaN, the origin has
-/// that of `b` and the size is a NaN; equal infinities have the size NaN, others an infinite one.
+/// The rectangle between two corners, given in either order; its size is never negative. Where a coordinate of either
+/// point is a NaN, the origin has that of `b` and the size is a NaN; equal infinities have the size NaN, others an
+/// infinite one.
 extern "C" ZT_EXPORT NSRect ZtRectFromPoints(NSPoint a, NSPoint b);
 
 }  // namespace ZtFoundation

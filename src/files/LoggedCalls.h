@@ -1,5 +1,6 @@
 /// \file LoggedCalls.h
-/// Calls of the platform as the operations of the file manager make them: each that fails is a line in the platform log.
+/// Calls of the platform as the operations of the file manager make them: each that fails is a line in the platform
+/// log.
 #pragma once
 
 #include <ZtFoundation/platform/FileReference.h>

@@ -43,7 +43,8 @@ std::string bytesOf(std::u16string_view name) {
   return NSString::stringWithCharacters_length(name.data(), name.size())->fileSystemRepresentation();
 }
 
-// A base, a counter and an ending. The base only ever loses whole characters at its end, so what it loses in bytes stands at their end, too.
+// A base, a counter and an ending. The base only ever loses whole characters at its end, so what it loses in bytes
+// stands at their end, too.
 class NumberedName {
  public:
   NumberedName(std::u16string base, Style style, std::u16string ending)
@@ -67,7 +68,8 @@ class NumberedName {
 
   void advance() { ++number_; }
 
-  // Takes as many units off the base as the name is too long by, and counts from 1 again. False when the base has fewer.
+  // Takes as many units off the base as the name is too long by, and counts from 1 again. False when the base has
+  // fewer.
   bool keepToLongest() {
     const std::size_t length = base_.size() + 1 + std::to_string(number_).size() + ending_.size();
     if (length <= kLongestName) return true;

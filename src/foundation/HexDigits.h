@@ -16,7 +16,8 @@ constexpr int hexDigitValue(unsigned char byte) noexcept {
 /// Writes the 32 lower-case digits of 16 bytes.
 void writeSixteenBytes(const unsigned char* bytes, char* digits) noexcept;
 
-/// Reads 8 digits at `first` and 8 at `second` into 8 bytes; false, with `bytes` undefined, when one of them is no digit.
+/// Reads 8 digits at `first` and 8 at `second` into 8 bytes; false, with `bytes` undefined, when one of them is no
+/// digit.
 bool readSixteenDigits(const char* first, const char* second, unsigned char* bytes) noexcept;
 
 }  // namespace ZtFoundation::detail

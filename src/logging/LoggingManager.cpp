@@ -32,8 +32,8 @@ std::string_view token(std::int32_t level) {
 
 [[gnu::tls_model("initial-exec")]] constinit thread_local int nesting = 0;
 
-/// One message on its way to a manager, on this thread. What managers and descriptions log meanwhile nests; without a limit
-/// a manager that always logs would never end.
+/// One message on its way to a manager, on this thread. What managers and descriptions log meanwhile nests; without a
+/// limit a manager that always logs would never end.
 class MessageInProgress {
  public:
   MessageInProgress() noexcept : depth_(nesting) { ++depth_; }

@@ -14,8 +14,8 @@ namespace {
 
 constexpr std::string_view kClassKey = "ClassForPlistRep";
 
-// The difference of two dictionaries and of the dictionaries inside, without recursion. Each pair is looked at once: whether
-// it is equal shows when its difference is complete.
+// The difference of two dictionaries and of the dictionaries inside, without recursion. Each pair is looked at once:
+// whether it is equal shows when its difference is complete.
 class Difference {
  public:
   Difference(const NSDictionary& mine, const NSDictionary& theirs) : mine_(mine), theirs_(theirs), repetitions_(mine) {}

@@ -11,8 +11,9 @@ namespace ZtFoundation {
 
 namespace {
 
-// The text is read as UTF-8 just as it lies in the data. That gives what reading its UTF-16 units would give, because everything looked for
-// is ASCII, or a terminator whose bytes stand for nothing else in valid UTF-8. Whether the text is valid shows when its pieces become strings.
+// The text is read as UTF-8 just as it lies in the data. That gives what reading its UTF-16 units would give, because
+// everything looked for is ASCII, or a terminator whose bytes stand for nothing else in valid UTF-8. Whether the text
+// is valid shows when its pieces become strings.
 
 // --- Lines
 
@@ -22,7 +23,8 @@ std::size_t find(std::string_view text, char byte, std::size_t from) noexcept {
   return hit != nullptr ? static_cast<std::size_t>(static_cast<const char*>(hit) - text.data()) : text.size();
 }
 
-// Where a terminator of several bytes comes next. Each byte of the text is looked at once, however many lines there are.
+// Where a terminator of several bytes comes next. Each byte of the text is looked at once, however many lines there
+// are.
 class LongTerminator {
  public:
   LongTerminator(std::string_view text, char lead, std::string_view second, std::string_view third) noexcept
@@ -112,8 +114,8 @@ struct KnownString {
   std::uint32_t hash = 0;
 };
 
-// Remembers strings seen lately, so that the same key in many sections is one string, and so is a common value. One that is pushed
-// out is made anew.
+// Remembers strings seen lately, so that the same key in many sections is one string, and so is a common value. One
+// that is pushed out is made anew.
 class StringCache {
  public:
   // The string is none when the bytes are not valid.

@@ -34,7 +34,8 @@ constexpr std::int32_t kImmutable = 0;
 constexpr std::int32_t kMutableContainers = 1;
 constexpr const char* kUnreadable = "The file cannot be read.";
 
-// A line that there is no memory for is dropped, as by the log itself: what it belongs to has succeeded or failed without it.
+// A line that there is no memory for is dropped, as by the log itself: what it belongs to has succeeded or failed
+// without it.
 void logError(const Ref<NSString>& text) noexcept {
   try {
     if (text) NSLog("%@", text);
@@ -76,7 +77,8 @@ Snapshot snapshotOf(const Ref<NSData>& bytes) {
   return snapshot;
 }
 
-// That a store is saved, ready to be told: made before the file is written, as nothing may fail afterwards but the observers.
+// That a store is saved, ready to be told: made before the file is written, as nothing may fail afterwards but the
+// observers.
 class Announcement {
  public:
   explicit Announcement(const Ref<QvPropertyList>& store)

@@ -12,7 +12,8 @@ namespace ZtFoundation {
 
 namespace {
 
-// Callers from other languages cannot catch anything: a line that there is no memory for is dropped, as by the log itself.
+// Callers from other languages cannot catch anything: a line that there is no memory for is dropped, as by the log
+// itself.
 template <class... Arguments>
 void log(const char* format, const Arguments&... arguments) noexcept {
   try {

@@ -24,8 +24,8 @@ void requireEnd(const std::u16string& parameter, const std::u16string& placehold
   }
 }
 
-// A text with one place in it: what lies before holds no placeholder, what lies behind waits in reverse. Both sides of the
-// place grow and shrink at no cost, so searching "again from the beginning" never walks over the same text twice.
+// A text with one place in it: what lies before holds no placeholder, what lies behind waits in reverse. Both sides of
+// the place grow and shrink at no cost, so searching "again from the beginning" never walks over the same text twice.
 class Template {
  public:
   explicit Template(const std::u16string& text) : behind_(text.rbegin(), text.rend()) {}

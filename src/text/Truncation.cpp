@@ -46,7 +46,8 @@ std::uint16_t themeFontFor(NSUInteger controlSize, bool bold) {
   return bold ? kEmphasizedSystemFont : kSystemFont;
 }
 
-// The widths of a text with one run replaced by the ellipsis, near enough to rule most attempts out, for text whose widths add up.
+// The widths of a text with one run replaced by the ellipsis, near enough to rule most attempts out, for text whose
+// widths add up.
 class Estimates {
  public:
   Estimates(TextMeasurer& measurer, const std::u16string& text, double fontSize) {
@@ -108,7 +109,8 @@ std::optional<NSRange> runAtStart(Fitting& fitting) {
   return std::nullopt;
 }
 
-// The first run that grows from `location` to the front with every unit, or every other one, and keeps two units before it.
+// The first run that grows from `location` to the front with every unit, or every other one, and keeps two units before
+// it.
 std::optional<NSRange> runGrowingFrom(NSUInteger location, bool everyOther, Fitting& fitting) {
   for (NSRange run{location, 1}; run.location >= 2 && NSMaxRange(run) <= fitting.length();) {
     if (!fitting.isTooWideWithout(run)) return run;

@@ -1,4 +1,5 @@
-// What values refuse: to be changed where they are immutable, to be copied or made outside of a Ref, to hold or read what they cannot.
+// What values refuse: to be changed where they are immutable, to be copied or made outside of a Ref, to hold or read
+// what they cannot.
 #include <ZtFoundation/platform/Array.h>
 #include <ZtFoundation/platform/Data.h>
 #include <ZtFoundation/platform/Dictionary.h>

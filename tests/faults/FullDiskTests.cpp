@@ -1,5 +1,5 @@
-// Disks that are full, of bytes or of items, and disks that take no writing: what was there stays, nothing is left over, and the
-// answer says so.
+// Disks that are full, of bytes or of items, and disks that take no writing: what was there stays, nothing is left
+// over, and the answer says so.
 
 #include <ZtFoundation/Files.h>
 #include <ZtFoundation/PropertyLists.h>

@@ -1,5 +1,5 @@
-// Processes that are killed in the middle of what they do, and processes that do the same at once: what was there before is whole, and so is
-// what an answer promised.
+// Processes that are killed in the middle of what they do, and processes that do the same at once: what was there
+// before is whole, and so is what an answer promised.
 
 #include <ZtFoundation/Files.h>
 #include <ZtFoundation/PropertyLists.h>

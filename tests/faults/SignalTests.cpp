@@ -1,4 +1,5 @@
-// Signals that interrupt whatever a system call waits for, every few microseconds: nothing comes out otherwise than without them.
+// Signals that interrupt whatever a system call waits for, every few microseconds: nothing comes out otherwise than
+// without them.
 
 #include <ZtFoundation/Applications.h>
 #include <ZtFoundation/Files.h>

@@ -1,6 +1,6 @@
 /// \file Limits.h
-/// Cases at the limits of what can be asked, in two sizes: a small one that every test run does, and with `ZT_LIMITS_FULL` in the environment
-/// the real one, for which `scripts/limits` starts a process each.
+/// Cases at the limits of what can be asked, in two sizes: a small one that every test run does, and with
+/// `ZT_LIMITS_FULL` in the environment the real one, for which `scripts/limits` starts a process each.
 #pragma once
 
 #include <ZtFoundation/platform/PropertyListSerialization.h>

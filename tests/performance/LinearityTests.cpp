@@ -1,6 +1,6 @@
-// Eight times the bytes take about eight times as long. Large hash tables take up to twice that, since they do not fit the caches
-// any more; work that grows with the square of the bytes would take eight times as long. Each shape of input has tempted some
-// reader or writer to do such work.
+// Eight times the bytes take about eight times as long. Large hash tables take up to twice that, since they do not fit
+// the caches any more; work that grows with the square of the bytes would take eight times as long. Each shape of input
+// has tempted some reader or writer to do such work.
 
 #include <ZtFoundation/PropertyLists.h>
 #include <gtest/gtest.h>

@@ -1,9 +1,10 @@
 /// \file FailingAllocations.h
 /// Operations with one allocation failing, at every point where they allocate.
 ///
-/// A program that uses this needs tests/faults/allocations/FailingAllocations.cpp, which takes the place of `operator new` and of `malloc` and
-/// its kin. Only what the testing thread asks for during an operation is counted and fails: all of `operator new`, and `malloc` where the library, its
-/// modules, ICU or the C library call it (other libraries end the process when they get no memory).
+/// A program that uses this needs tests/faults/allocations/FailingAllocations.cpp, which takes the place of `operator
+/// new` and of `malloc` and its kin. Only what the testing thread asks for during an operation is counted and fails:
+/// all of `operator new`, and `malloc` where the library, its modules, ICU or the C library call it (other libraries
+/// end the process when they get no memory).
 /// \code
 ///   struct Receiver {                                   // made anew for each run
 ///     Ref<NSMutableArray> array = NSMutableArray::array();
@@ -45,8 +46,8 @@ struct Leak {
   std::size_t size;
 };
 
-/// From now on the calling thread's allocations are counted from 1; those from `first` on fail as `mode` says. 0 lets none fail.
-/// The stack of the allocation number `traced` is kept. `name` is told when the process ends meanwhile.
+/// From now on the calling thread's allocations are counted from 1; those from `first` on fail as `mode` says. 0 lets
+/// none fail. The stack of the allocation number `traced` is kept. `name` is told when the process ends meanwhile.
 void start(const char* name, std::size_t first, Failing mode, std::size_t traced = 0) noexcept;
 /// Nothing is counted any more and nothing fails.
 Count stop() noexcept;
@@ -176,9 +177,9 @@ std::size_t tryAllPoints(const Trial& trial, const AllocationRules& rules);
 
 }  // namespace allocations
 
-/// Runs `operation` on a new State for each of its allocations, letting that one fail, and then that one and all after it. Each run must end in
-/// std::bad_alloc with the state as it was, or in the right answer, or in a documented one; leave no memory behind; and the operation must then
-/// succeed on the same state. Answers how many points failed.
+/// Runs `operation` on a new State for each of its allocations, letting that one fail, and then that one and all after
+/// it. Each run must end in std::bad_alloc with the state as it was, or in the right answer, or in a documented one;
+/// leave no memory behind; and the operation must then succeed on the same state. Answers how many points failed.
 template <class State, class Operation>
 std::size_t forEachFailingAllocation(const std::string& name, Operation operation, const AllocationRules& rules = {}) {
   allocations::Trial trial;
@@ -191,7 +192,8 @@ std::size_t forEachFailingAllocation(const std::string& name, Operation operatio
   return allocations::tryAllPoints(trial, rules);
 }
 
-/// A table of operations on States of one kind; each line is checked as it is reached. tests/faults/allocations/Completeness.py reads the names.
+/// A table of operations on States of one kind; each line is checked as it is reached.
+/// tests/faults/allocations/Completeness.py reads the names.
 /// \code
 ///   const EachOf<Texts> each;
 ///   each("NSString::copy", [](Texts& t) { return t.ascii->copy(); });

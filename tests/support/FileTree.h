@@ -1,5 +1,6 @@
 /// \file FileTree.h
-/// A small tree of files, the same at the same paths each time that it is made, and whatever an operation may leave behind in this process.
+/// A small tree of files, the same at the same paths each time that it is made, and whatever an operation may leave
+/// behind in this process.
 #pragma once
 
 #include <dirent.h>

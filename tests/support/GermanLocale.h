@@ -1,5 +1,5 @@
-// Makes a locale whose decimal point is a comma be the process's own for the length of a scope. The locale is built on the
-// spot, so that no machine needs to have it.
+// Makes a locale whose decimal point is a comma be the process's own for the length of a scope. The locale is built on
+// the spot, so that no machine needs to have it.
 #pragma once
 
 #include <stdlib.h>

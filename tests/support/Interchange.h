@@ -1,6 +1,6 @@
 /// \file Interchange.h
-/// A value whose numbers, dates and texts lie at the limits of machine words. Files of it are kept below tests/data/interchange: every build, of
-/// whatever word, writes these bytes and reads this value.
+/// A value whose numbers, dates and texts lie at the limits of machine words. Files of it are kept below
+/// tests/data/interchange: every build, of whatever word, writes these bytes and reads this value.
 #pragma once
 
 #include <ZtFoundation/platform/Array.h>

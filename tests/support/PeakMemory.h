@@ -19,7 +19,8 @@ inline std::size_t memoryStatus(const std::string& name) {
   return kibibytes * 1024;
 }
 
-// How far the resident memory of this process rises while `work` runs; with sanitizers this includes what they keep beside it.
+// How far the resident memory of this process rises while `work` runs; with sanitizers this includes what they keep
+// beside it.
 template <class Work>
 std::size_t peakMemoryOf(Work&& work) {
   malloc_trim(0);

@@ -1,8 +1,8 @@
 /// \file Storm.h
 /// Doing something again and again while faults happen to it, and noting what came of it.
 ///
-/// `ZT_STORM_SECONDS` in the environment is how long each storm lasts; without it a storm is over in a moment. Into the file that
-/// `ZT_FAULTS_REPORT` names go the lines of the table in docs/faults.md.
+/// `ZT_STORM_SECONDS` in the environment is how long each storm lasts; without it a storm is over in a moment. Into the
+/// file that `ZT_FAULTS_REPORT` names go the lines of the table in docs/faults.md.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -52,7 +52,8 @@ inline void report(const std::string& kind, const std::string& operation, long t
   std::ofstream(file, std::ios::app) << kind << '\t' << operation << '\t' << tried << '\t' << result << '\n';
 }
 
-/// Signals that interrupt this process every few microseconds, with handlers that do not let system calls go on by themselves.
+/// Signals that interrupt this process every few microseconds, with handlers that do not let system calls go on by
+/// themselves.
 class SignalStorm {
  public:
   explicit SignalStorm(suseconds_t microseconds = 100) {

@@ -21,8 +21,8 @@ Exit runDiff(const Arguments& arguments, Output& output);
 void writeResult(const Arguments& arguments, Output& output, const std::string& destination, Format format,
                  const ZtFoundation::Ref<ZtFoundation::NSData>& bytes);
 
-/// Runs `operation` for each operand, or once for "-". A failure of one is reported and does not keep others from running; the highest
-/// exit code is the answer.
+/// Runs `operation` for each operand, or once for "-". A failure of one is reported and does not keep others from
+/// running; the highest exit code is the answer.
 template <class Operation>
 Exit forEachFile(const Arguments& arguments, Operation operation) {
   Exit worst = Exit::Success;

@@ -1,5 +1,6 @@
 /// \file INIText.h
-/// INI files as text: changing one entry without touching the rest (comments, order, quotes), and what the reader would drop.
+/// INI files as text: changing one entry without touching the rest (comments, order, quotes), and what the reader would
+/// drop.
 #pragma once
 
 #include <string>
@@ -8,8 +9,8 @@
 
 namespace ztplist {
 
-/// `text` with the entry of the section set to `value`, both made if they are missing. Where a section or an entry stands more
-/// than once, the one that counts when the file is read is changed.
+/// `text` with the entry of the section set to `value`, both made if they are missing. Where a section or an entry
+/// stands more than once, the one that counts when the file is read is changed.
 std::string setINIEntry(std::string_view text, std::string_view section, std::string_view key, std::string_view value);
 /// `text` without the entry.
 std::string removeINIEntry(std::string_view text, std::string_view section, std::string_view key);

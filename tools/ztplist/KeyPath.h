@@ -1,8 +1,9 @@
 /// \file KeyPath.h
 /// Key paths: the keys and indexes that lead from the root to a value, with "." between them.
 ///
-/// A backslash takes the meaning from the character after it, so `a\.b` is the one key "a.b" and `\\` a backslash; `\n`, `\r`,
-/// `\t` and `\uXXXX` stand for the characters that they stand for elsewhere. "/" alone is the root, and `\/` the key "/".
+/// A backslash takes the meaning from the character after it, so `a\.b` is the one key "a.b" and `\\` a backslash;
+/// `\n`, `\r`, `\t` and `\uXXXX` stand for the characters that they stand for elsewhere. "/" alone is the root, and
+/// `\/` the key "/".
 #pragma once
 
 #include <ZtFoundation/platform/String.h>
@@ -25,8 +26,9 @@ ZtFoundation::NSObject* findValue(const ZtFoundation::Ref<ZtFoundation::NSObject
 /// The shortest beginning of `path` at which there is nothing, for messages.
 std::string firstMissing(const ZtFoundation::Ref<ZtFoundation::NSObject>& root, const KeyPath& path);
 
-/// Puts `value` at `path` and answers the root. Dictionaries on the way that are missing are made; the index that is the count of an
-/// array appends. Containers must be mutable. Throws Failure when `path` goes through a value that holds no others.
+/// Puts `value` at `path` and answers the root. Dictionaries on the way that are missing are made; the index that is
+/// the count of an array appends. Containers must be mutable. Throws Failure when `path` goes through a value that
+/// holds no others.
 ZtFoundation::Ref<ZtFoundation::NSObject> setValue(const ZtFoundation::Ref<ZtFoundation::NSObject>& root,
                                                    const KeyPath& path,
                                                    const ZtFoundation::Ref<ZtFoundation::NSObject>& value);

@@ -37,8 +37,8 @@ bool fitsINI(const Edit& edit) {
   return edit.path.size() == 2 && as<NSString>(edit.value);
 }
 
-// An INI file is edited as text, so that comments and everything else in it stay. Reading the result tells whether it holds the
-// value, since not every text can stand there.
+// An INI file is edited as text, so that comments and everything else in it stay. Reading the result tells whether it
+// holds the value, since not every text can stand there.
 Ref<NSData> encodeINIEdit(const Document& document, const Edit& edit, const std::string& name) {
   if (!fitsINI(edit)) throw Failure(Exit::Invalid, name + ": an ini file holds strings, at SECTION.KEY");
   const Ref<NSData> bytes = NSData::dataWithString(editedINI(document, edit));

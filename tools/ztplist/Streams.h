@@ -12,8 +12,8 @@ namespace ztplist {
 /// The operand that stands for standard input or standard output.
 inline constexpr std::string_view kStandardStream = "-";
 
-/// Sees to it that descriptors 0 to 2 are taken, so that no file opened later is mistaken for a standard stream, and that a reader
-/// that goes away is met as an error of writing.
+/// Sees to it that descriptors 0 to 2 are taken, so that no file opened later is mistaken for a standard stream, and
+/// that a reader that goes away is met as an error of writing.
 void prepareStandardStreams();
 
 /// How messages call the operand.

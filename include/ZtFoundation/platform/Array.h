@@ -6,8 +6,8 @@
 ///   for (const Ref<NSObject>& name : *names) std::cout << name << "\n";
 ///   Ref<NSArray> mixed = NSArray::of(1, "two", true);
 /// \endcode
-/// An array never holds none: adding it raises NSInvalidArgumentException. Indexes outside raise NSRangeException. An array
-/// must not change while it is iterated.
+/// An array never holds none: adding it raises NSInvalidArgumentException. Indexes outside raise NSRangeException. An
+/// array must not change while it is iterated.
 #pragma once
 
 #include <initializer_list>
@@ -39,7 +39,8 @@ class ZT_EXPORT NSArray : public NSCollection {
   static Ref<NSArray> of(const Values&... values) {
     return arrayWithObjects({Ref<NSObject>(values)...});
   }
-  /// Takes the elements out of `objects`, which are left empty; for producers that know all elements. None among them raises.
+  /// Takes the elements out of `objects`, which are left empty; for producers that know all elements. None among them
+  /// raises.
   static Ref<NSArray> arrayByTaking(std::span<Ref<NSObject>> objects);
 
   /// How many elements there are.

@@ -41,8 +41,8 @@ class ZT_EXPORT NSAttributedString : public NSObject {
   Ref<NSString> string() const { return text_; }
   /// How many UTF-16 units the text has.
   NSUInteger length() const noexcept { return text_->length(); }
-  /// The attributes at `index`, never none. `range`, which may be null, becomes the largest range around with the same ones.
-  /// Raises NSRangeException past the end.
+  /// The attributes at `index`, never none. `range`, which may be null, becomes the largest range around with the same
+  /// ones. Raises NSRangeException past the end.
   Ref<NSDictionary> attributesAtIndex_effectiveRange(NSUInteger index, NSRange* range) const;
 
   bool isEqual(const NSObject* other) const override;

@@ -1,7 +1,8 @@
 /// \file CharacterSet.h
 /// `NSCharacterSet`: sets of Unicode characters, for searching and trimming strings.
 ///
-/// Members are code points, those beyond U+FFFF included; a surrogate is a member by itself only where it stands unpaired.
+/// Members are code points, those beyond U+FFFF included; a surrogate is a member by itself only where it stands
+/// unpaired.
 /// \code
 ///   Ref<NSString> trimmed = text->stringByTrimmingCharactersInSet(NSCharacterSet::whitespaceAndNewlineCharacterSet());
 /// \endcode
@@ -31,7 +32,8 @@ class ZT_EXPORT NSCharacterSet : public NSObject {
   static Ref<NSCharacterSet> whitespaceAndNewlineCharacterSet();
   /// U+000A to U+000D, U+0085, U+2028 and U+2029.
   static Ref<NSCharacterSet> newlineCharacterSet();
-  /// Decimal digits of all scripts (category Nd). This set and the two below know only ASCII without the Unicode module.
+  /// Decimal digits of all scripts (category Nd). This set and the two below know only ASCII without the Unicode
+  /// module.
   static Ref<NSCharacterSet> decimalDigitCharacterSet();
   /// Letters and marks (categories L and M).
   static Ref<NSCharacterSet> letterCharacterSet();

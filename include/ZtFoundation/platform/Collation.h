@@ -16,9 +16,9 @@ inline constexpr std::uint32_t kUCCollatePunctuationSignificantMask = 0x8000;
 inline constexpr std::uint32_t kUCCollateDigitsOverrideMask = 0x10000;
 inline constexpr std::uint32_t kUCCollateDigitsAsNumberMask = 0x20000;
 
-/// Compares two texts by the root collation. The one option word that is supported is all six bits together; the order is then
-/// exactly that of ICU's root collation with secondary strength, numbers by value and normalization.
-/// On success answers 0 and writes, where not null, whether the texts are equivalent and their order (negative, 0, positive). Any
+/// Compares two texts by the root collation. The one option word that is supported is all six bits together; the order
+/// is then exactly that of ICU's root collation with secondary strength, numbers by value and normalization. On success
+/// answers 0 and writes, where not null, whether the texts are equivalent and their order (negative, 0, positive). Any
 /// other option word, and the lack of the Unicode module where it is needed, answers -50 (paramErr) and writes nothing.
 /// ASCII texts need no module. May be called by many threads at once.
 ZT_EXPORT OSStatus UCCompareTextDefault(std::uint32_t options, const UnitView& text1, const UnitView& text2,

@@ -10,8 +10,8 @@ namespace detail {
 class Graveyard;
 }
 
-/// Base of the collections. Destroying one never recurses: collections whose last owner goes away while another collection is
-/// being destroyed wait in a list that threads through them.
+/// Base of the collections. Destroying one never recurses: collections whose last owner goes away while another
+/// collection is being destroyed wait in a list that threads through them.
 class ZT_EXPORT NSCollection : public NSObject {
  protected:
   NSCollection(ObjectKind kind, std::uint8_t flags) noexcept : NSObject(kind, flags) {}

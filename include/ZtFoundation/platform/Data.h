@@ -25,7 +25,8 @@ class ZT_EXPORT NSData : public NSObject {
   static Ref<NSData> dataWithBytes(std::string_view bytes) { return dataWithBytes_length(bytes.data(), bytes.size()); }
   /// Takes the string over without copying its bytes.
   static Ref<NSData> dataWithString(std::string&& bytes);
-  /// `length` bytes whose contents `fill` writes before anybody else sees them; for producers that know the size beforehand.
+  /// `length` bytes whose contents `fill` writes before anybody else sees them; for producers that know the size
+  /// beforehand.
   template <class Fill>
   static Ref<NSData> dataWithLength(NSUInteger length, Fill&& fill) {
     NSData* data = newUninitialised(length);

@@ -7,8 +7,9 @@
 ///   for (const auto& [key, value] : *settings) std::cout << key << " = " << value << "\n";
 ///   std::string name = settings->get<std::string>("Name").value_or("nobody");
 /// \endcode
-/// Replacing a value keeps the place of its key; a key removed and set again goes to the end. A key may be any object but a
-/// collection and none; a mutable string given as a key is copied. A dictionary must not change while it is iterated.
+/// Replacing a value keeps the place of its key; a key removed and set again goes to the end. A key may be any object
+/// but a collection and none; a mutable string given as a key is copied. A dictionary must not change while it is
+/// iterated.
 #pragma once
 
 #include <initializer_list>
@@ -46,9 +47,9 @@ class ZT_EXPORT NSDictionary : public NSCollection {
   static Ref<NSDictionary> of(std::initializer_list<DictionaryEntry> entries) { return dictionaryWithEntries(entries); }
   /// An immutable dictionary with the same entries; `other` itself when it is immutable, none for none.
   static Ref<NSDictionary> dictionaryWithDictionary(const Ref<NSDictionary>& other);
-  /// Takes keys and values out of `entries`, which are left empty; keys must be immutable strings. `hashes` gives `hashOfKey` of each
-  /// key, or is empty. Of equal keys the later value stands in the earlier place; the value that gave way and the later
-  /// key stay behind in `entries`, so that a producer which remembers them can keep them alive.
+  /// Takes keys and values out of `entries`, which are left empty; keys must be immutable strings. `hashes` gives
+  /// `hashOfKey` of each key, or is empty. Of equal keys the later value stands in the earlier place; the value that
+  /// gave way and the later key stay behind in `entries`, so that a producer which remembers them can keep them alive.
   static Ref<NSDictionary> dictionaryByTaking(std::span<DictionaryEntry> entries,
                                               std::span<const std::uint32_t> hashes = {});
 
@@ -73,8 +74,9 @@ class ZT_EXPORT NSDictionary : public NSCollection {
   /// An immutable dictionary with the same entries: the receiver itself when it is immutable.
   Ref<NSDictionary> copy() const;
 
-  /// The value under `key` as a T: std::string, bool, an integer or floating type, or a class of objects (then a `Ref`, else a
-  /// std::optional). Empty when it is absent, of another kind, or would not fit without loss (an integer read as a double may round).
+  /// The value under `key` as a T: std::string, bool, an integer or floating type, or a class of objects (then a `Ref`,
+  /// else a std::optional). Empty when it is absent, of another kind, or would not fit without loss (an integer read as
+  /// a double may round).
   template <class T>
   auto get(const Ref<NSObject>& key) const;
 

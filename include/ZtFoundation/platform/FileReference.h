@@ -1,10 +1,10 @@
 /// \file FileReference.h
 /// Records that name an item of a file system other than by its path: references, aliases and file description records.
 ///
-/// - A reference (`FSRef`) stands for one existing item: its identity, and the path that it was made from. A symbolic link is an item of
-///   its own.
-/// - An alias (`AliasHandle`) finds its item again after the item has been moved inside its volume or given another name. It is a flat
-///   record: its bytes may be stored and turned into a handle again in another process.
+/// - A reference (`FSRef`) stands for one existing item: its identity, and the path that it was made from. A symbolic
+///   link is an item of its own.
+/// - An alias (`AliasHandle`) finds its item again after the item has been moved inside its volume or given another
+///   name. It is a flat record: its bytes may be stored and turned into a handle again in another process.
 /// - A file description record (`FSSpec`) is the older record: a volume, the number of a folder and a name.
 /// \code
 ///   AliasHandle alias = nullptr;
@@ -35,8 +35,8 @@ using FSVolumeRefNum = std::int16_t;
 /// A reference to an item. Filled by the calls that take a pointer to one; empty before. Copies name the same item.
 class FSRef {
  public:
-  /// What tells one item from another. The time of birth, where the file system keeps it, tells an item from a later one that was given the
-  /// same number.
+  /// What tells one item from another. The time of birth, where the file system keeps it, tells an item from a later
+  /// one that was given the same number.
   struct Identity {
     std::uint64_t device = 0;
     std::uint64_t number = 0;
@@ -89,13 +89,14 @@ struct AliasRecord {
 /// A handle that holds an alias. Whoever receives one releases it with `DisposeHandle`.
 using AliasHandle = AliasRecord**;
 
-/// A new block with a copy of `size` bytes at `source`. memFullErr, or paramErr for a null pointer, leaves `result` as it is.
+/// A new block with a copy of `size` bytes at `source`. memFullErr, or paramErr for a null pointer, leaves `result` as
+/// it is.
 ZT_EXPORT OSErr PtrToHand(const void* source, Handle* result, NSUInteger size);
 ZT_EXPORT OSErr PtrToHand(const void* source, AliasHandle* result, NSUInteger size);
 /// The bytes in the block; 0 for null.
 ZT_EXPORT NSUInteger GetHandleSize(const void* handle);
-/// Changes how many bytes the block has; it keeps those at its beginning, new ones have any value. The bytes may move, the handle stays.
-/// memFullErr, or paramErr for null, leaves the block as it is.
+/// Changes how many bytes the block has; it keeps those at its beginning, new ones have any value. The bytes may move,
+/// the handle stays. memFullErr, or paramErr for null, leaves the block as it is.
 ZT_EXPORT OSErr SetHandleSize(void* handle, NSUInteger size);
 /// Releases the block; null is allowed.
 ZT_EXPORT void DisposeHandle(void* handle);

@@ -1,5 +1,6 @@
 /// \file FolderTypes.h
-/// The vocabulary of the standard folders: domains and folder types, for `findFolderForType_inDomain_create` and its relatives.
+/// The vocabulary of the standard folders: domains and folder types, for `findFolderForType_inDomain_create` and its
+/// relatives.
 /// \code
 ///   QvFoundationExtensions::findFolderForType_inDomain_create(manager, kMusicDocumentsFolderType, kUserDomain, false);
 /// \endcode
@@ -22,18 +23,22 @@
 /// | kCurrentUserFolderType | 'cusr' | the home folder | - |
 ///
 /// - "-" and types that are not in the table: there is no such folder (-43).
-/// - XDG_..._DIR are entries of the user's file `user-dirs.dirs` in $XDG_CONFIG_HOME: `XDG_MUSIC_DIR="$HOME/Songs"` or an absolute path; of
-///   several the last counts. An entry that names the home folder itself says that the user has no such folder (-43).
-/// - ~ is $HOME, else the home folder in the user database. The variables and their defaults are those of the XDG base directory
-///   rules of freedesktop.org; values that are empty or no absolute paths count as not set. All are read anew at each call.
-/// - Of several directories the local and the network domain have the first that holds the folder, else the first of all; the system
-///   domain has the last that holds it, else the last: what an administrator adds comes first there, what the system brings comes last.
-/// - On a volume (its number in place of a domain) the trash is by the rules of freedesktop.org for trash: the user's own on the volume
-///   where that lies, elsewhere `.Trash/<user number>` at the volume's root if an administrator made `.Trash` a real folder with the
-///   sticky bit, else `.Trash-<user number>`. The temporary folder is the user's own where that lies on the volume, else `tmp` or
-///   `var/tmp` at the volume's root if that is a real folder on this volume with the sticky bit, else `.tmp-<user number>`. All other folders are
-///   the user's.
-/// - By the same rules a trash keeps what was thrown away in its folder `files`, and where that came from in its folder `info`.
+/// - XDG_..._DIR are entries of the user's file `user-dirs.dirs` in $XDG_CONFIG_HOME: `XDG_MUSIC_DIR="$HOME/Songs"` or
+///   an absolute path; of several the last counts. An entry that names the home folder itself says that the user has no
+///   such folder (-43).
+/// - ~ is $HOME, else the home folder in the user database. The variables and their defaults are those of the XDG base
+///   directory rules of freedesktop.org; values that are empty or no absolute paths count as not set. All are read anew
+///   at each call.
+/// - Of several directories the local and the network domain have the first that holds the folder, else the first of
+///   all; the system domain has the last that holds it, else the last: what an administrator adds comes first there,
+///   what the system brings comes last.
+/// - On a volume (its number in place of a domain) the trash is by the rules of freedesktop.org for trash: the user's
+///   own on the volume where that lies, elsewhere `.Trash/<user number>` at the volume's root if an administrator made
+///   `.Trash` a real folder with the sticky bit, else `.Trash-<user number>`. The temporary folder is the user's own
+///   where that lies on the volume, else `tmp` or `var/tmp` at the volume's root if that is a real folder on this
+///   volume with the sticky bit, else `.tmp-<user number>`. All other folders are the user's.
+/// - By the same rules a trash keeps what was thrown away in its folder `files`, and where that came from in its folder
+///   `info`.
 #pragma once
 
 #include <cstdint>

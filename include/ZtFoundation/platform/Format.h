@@ -7,14 +7,15 @@
 ///   Ref<NSString> swapped = NSString::stringWithFormat("%2$@ %1$@", first, last);
 ///   text->appendFormat("%-10s|%08lx", "UTF-8 text", address);
 /// \endcode
-/// - Conversions: `d i D u U x X o O c C s S p e E f F g G a A @ %`; `D U O` are `d u o`. `%s` takes UTF-8, `%S` UTF-16, either also a
-///   string object. There is no `%n`.
-/// - Flags `- + blank # 0` and the apostrophe (no digits are grouped), width, `.precision`, `*`, and numbered arguments (`%1$@`, `%2$*1$d`). Widths and
-///   precisions above kMaximumFormatWidth count as that. Those of `%@`, `%s` and `%c` count UTF-16 units; a surrogate pair is not cut apart.
-/// - Length modifiers `h hh l ll q z t j L` are understood. Every argument knows its own size, so only `h` and `hh` change anything:
-///   they keep the low bits. A `long double` is read as a double.
-/// - What is no conversion is printed as it stands. An argument that does not fit prints the conversion and the value, `%d(abc)`; one
-///   that is not there prints `%d(missing)`. Null objects and texts print `(null)`.
+/// - Conversions: `d i D u U x X o O c C s S p e E f F g G a A @ %`; `D U O` are `d u o`. `%s` takes UTF-8, `%S`
+///   UTF-16, either also a string object. There is no `%n`.
+/// - Flags `- + blank # 0` and the apostrophe (no digits are grouped), width, `.precision`, `*`, and numbered arguments
+///   (`%1$@`, `%2$*1$d`). Widths and precisions above kMaximumFormatWidth count as that. Those of `%@`, `%s` and `%c`
+///   count UTF-16 units; a surrogate pair is not cut apart.
+/// - Length modifiers `h hh l ll q z t j L` are understood. Every argument knows its own size, so only `h` and `hh`
+///   change anything: they keep the low bits. A `long double` is read as a double.
+/// - What is no conversion is printed as it stands. An argument that does not fit prints the conversion and the value,
+///   `%d(abc)`; one that is not there prints `%d(missing)`. Null objects and texts print `(null)`.
 ///
 /// Nothing depends on the process's locale. Arguments are borrowed for the length of the call.
 #pragma once
@@ -33,7 +34,8 @@ namespace ZtFoundation {
 /// The largest width and the largest precision.
 inline constexpr NSUInteger kMaximumFormatWidth = NSUInteger{1} << 20;
 
-/// One argument of a format: a scalar, a pointer, an object or text, and which of these it is. Borrows what it refers to.
+/// One argument of a format: a scalar, a pointer, an object or text, and which of these it is. Borrows what it refers
+/// to.
 class FormatArgument {
  public:
   enum class Kind : std::uint8_t { Signed, Unsigned, Character, Real, Pointer, Object, UTF8, UTF16 };

@@ -6,8 +6,8 @@
 ///   rows->addIndex(3);
 ///   for (NSUInteger row = rows->firstIndex(); row != NSNotFound; row = rows->indexGreaterThanIndex(row)) ...
 /// \endcode
-/// Every machine word may be a member. A range that would run past the largest is cut there. Adding and removing take logarithmic time in
-/// the number of ranges, in any order of indexes.
+/// Every machine word may be a member. A range that would run past the largest is cut there. Adding and removing take
+/// logarithmic time in the number of ranges, in any order of indexes.
 #pragma once
 
 #include <map>

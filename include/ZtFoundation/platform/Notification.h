@@ -8,12 +8,13 @@
 ///   center->removeObserver(token);
 /// \endcode
 ///
-/// Posting calls the observers at once, on the posting thread, in the order in which they were added, and returns after the last. While
-/// a notification is delivered, observers may add and remove observers and post: one that is removed is not called any more, one that is
-/// added is called from the next notification on. What an observer raises ends the delivery and reaches the poster.
+/// Posting calls the observers at once, on the posting thread, in the order in which they were added, and returns after
+/// the last. While a notification is delivered, observers may add and remove observers and post: one that is removed is
+/// not called any more, one that is added is called from the next notification on. What an observer raises ends the
+/// delivery and reaches the poster.
 ///
-/// Threads: all operations may be called by any thread; no lock is held while observers are called. An observer that is removed
-/// while another thread calls it may still be running afterwards.
+/// Threads: all operations may be called by any thread; no lock is held while observers are called. An observer that is
+/// removed while another thread calls it may still be running afterwards.
 #pragma once
 
 #include <functional>
@@ -63,7 +64,8 @@ class ZT_EXPORT NSNotificationCenter : public NSObject {
   static NSNotificationCenter* defaultCenter();
 
   /// Has `block` called for notifications named `name` from `object`, each of which may be none for any. The object is
-  /// compared by identity and not kept alive: remove the observer before it goes. The result names the observer when it is removed.
+  /// compared by identity and not kept alive: remove the observer before it goes. The result names the observer when it
+  /// is removed.
   Ref<NSObject> addObserverForName_object_usingBlock(const Ref<NSString>& name, const Ref<NSObject>& object,
                                                      Block block);
   /// Does nothing for none and for what is no observer here.

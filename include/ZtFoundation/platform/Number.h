@@ -1,8 +1,8 @@
 /// \file Number.h
 /// `NSNumber`: a boxed boolean, signed or unsigned 64-bit integer, or floating value. Immutable.
 ///
-/// Numbers are equal by value (1 equals 1.0; 2^53 + 1 does not equal 2^53 as a double; NaN equals NaN); a boolean equals only
-/// a boolean.
+/// Numbers are equal by value (1 equals 1.0; 2^53 + 1 does not equal 2^53 as a double; NaN equals NaN); a boolean
+/// equals only a boolean.
 #pragma once
 
 #include <cstdint>
@@ -47,8 +47,8 @@ class ZT_EXPORT NSNumber : public NSObject {
   /// True for floating values, whole ones too.
   bool isReal() const noexcept { return type() == NumberType::Double || type() == NumberType::Float; }
 
-  // Reading as a type that does not hold the value: integers keep their low bits, floating values are cut toward zero and
-  // saturate at the ends of the type, NaN reads as 0.
+  // Reading as a type that does not hold the value: integers keep their low bits, floating values are cut toward zero
+  // and saturate at the ends of the type, NaN reads as 0.
   /// False only for a value of 0 and for NaN.
   bool boolValue() const noexcept;
   /// The value as an int.

@@ -1,9 +1,9 @@
 /// \file Object.h
 /// `NSObject`, the root of every object of the library, and checked casts between object types.
 ///
-/// An object counts its owners inside itself; `Ref<T>` does the counting. A class of a host derives from `NSObject` (or from one
-/// of the classes meant for it) and bears `ZT_OBJECT`; `ZtFoundation/platform/Runtime.h` says how it is registered so that
-/// it can be found by name and sent messages by selector.
+/// An object counts its owners inside itself; `Ref<T>` does the counting. A class of a host derives from `NSObject` (or
+/// from one of the classes meant for it) and bears `ZT_OBJECT`; `ZtFoundation/platform/Runtime.h` says how it is
+/// registered so that it can be found by name and sent messages by selector.
 /// \code
 ///   class Camera : public NSObject {
 ///     ZT_OBJECT(Camera, NSObject)

@@ -21,15 +21,16 @@
 ///   Ref<NSString> model = send<Ref<NSString>>(camera, ZT_SELECTOR("model"));
 /// \endcode
 ///
-/// Sending checks what a virtual call has the compiler check: a receiver without the method, arguments or a result of other types
-/// than the method has (nothing is converted but object classes, which are tested), each raise NSInvalidArgumentException. A message to
-/// none does nothing and answers none, 0 or false.
+/// Sending checks what a virtual call has the compiler check: a receiver without the method, arguments or a result of
+/// other types than the method has (nothing is converted but object classes, which are tested), each raise
+/// NSInvalidArgumentException. A message to none does nothing and answers none, 0 or false.
 ///
-/// A method made from a virtual member function calls the override, so overriding in C++ and replacing at run time both work. A
-/// subclass that overrides in C++ and should keep its override when the method is replaced for its superclass lists the method too.
+/// A method made from a virtual member function calls the override, so overriding in C++ and replacing at run time both
+/// work. A subclass that overrides in C++ and should keep its override when the method is replaced for its superclass
+/// lists the method too.
 ///
-/// Threads: everything here may be called by any thread at any time. Sending takes no lock once the method is in the cache of the
-/// receiver's class. A replaced method is in force for every message sent after the replacement.
+/// Threads: everything here may be called by any thread at any time. Sending takes no lock once the method is in the
+/// cache of the receiver's class. A replaced method is in force for every message sent after the replacement.
 #pragma once
 
 #include <atomic>
@@ -53,8 +54,8 @@ struct Binding {
   const char* encoding;
 };
 
-/// Bindings by selector, open addressing; never more than half full. Entries are added and cleared under the lock of the runtime and
-/// read without it.
+/// Bindings by selector, open addressing; never more than half full. Entries are added and cleared under the lock of
+/// the runtime and read without it.
 struct MethodCache {
   using Slot = std::atomic<const Binding*>;
 
@@ -85,8 +86,8 @@ struct MethodTable;
 
 }  // namespace detail
 
-/// An entry of one class's method table. Entries live as long as the process; the entry that a lookup answers is the same for every class
-/// that inherits the method.
+/// An entry of one class's method table. Entries live as long as the process; the entry that a lookup answers is the
+/// same for every class that inherits the method.
 struct MethodEntry;
 using Method = MethodEntry*;
 
@@ -142,7 +143,8 @@ class ZT_EXPORT RuntimeClass {
 
 // --- Names
 
-/// The class of that name; null when there is none. Classes of hosts are found when their code is loaded and registers them.
+/// The class of that name; null when there is none. Classes of hosts are found when their code is loaded and registers
+/// them.
 ZT_EXPORT Class NSClassFromString(const Ref<NSString>& name);
 /// None for no class.
 ZT_EXPORT Ref<NSString> NSStringFromClass(Class one);
@@ -159,8 +161,8 @@ ZT_EXPORT const char* class_getName(Class one);
 ZT_EXPORT Class class_getSuperclass(Class one);
 /// None for no class and for a class without a default constructor; what the constructor throws passes through.
 ZT_EXPORT Ref<NSObject> class_createInstance(Class one);
-/// Makes a class at run time, with the instances of `superclass` and no methods of its own, for as long as the process lives. Null when there is no
-/// superclass, no name, or the name is taken.
+/// Makes a class at run time, with the instances of `superclass` and no methods of its own, for as long as the process
+/// lives. Null when there is no superclass, no name, or the name is taken.
 ZT_EXPORT Class registerSubclass(Class superclass, const Ref<NSString>& name);
 
 // --- Methods. Null arguments are allowed and answer null, none or false.
@@ -169,8 +171,9 @@ ZT_EXPORT Class registerSubclass(Class superclass, const Ref<NSString>& name);
 ZT_EXPORT Method class_getInstanceMethod(Class one, SEL selector);
 /// The same for a class method.
 ZT_EXPORT Method class_getClassMethod(Class one, SEL selector);
-/// Adds a method to `one` alone. False, and nothing changes, when `one` itself (not a superclass) has the selector. `types` is the type encoding;
-/// the caller vouches that `implementation` has these types, unless it comes from `methodImplementation`.
+/// Adds a method to `one` alone. False, and nothing changes, when `one` itself (not a superclass) has the selector.
+/// `types` is the type encoding; the caller vouches that `implementation` has these types, unless it comes from
+/// `methodImplementation`.
 ZT_EXPORT bool class_addMethod(Class one, SEL selector, IMP implementation, const char* types);
 /// The implementation in force now.
 ZT_EXPORT IMP method_getImplementation(Method method);
@@ -189,8 +192,9 @@ ZT_EXPORT bool respondsToSelector(const Ref<NSObject>& receiver, SEL selector);
 /// The same for messages to the class itself.
 ZT_EXPORT bool respondsToSelector(Class receiver, SEL selector);
 
-/// Sends a message with no, one or two objects, and answers the object, or boxes the number, that comes back. None for a
-/// method without a result. Raises NSInvalidArgumentException when the method takes anything else or answers a record.
+/// Sends a message with no, one or two objects, and answers the object, or boxes the number, that comes back. None for
+/// a method without a result. Raises NSInvalidArgumentException when the method takes anything else or answers a
+/// record.
 ZT_EXPORT Ref<NSObject> performSelector(const Ref<NSObject>& receiver, SEL selector);
 ZT_EXPORT Ref<NSObject> performSelector_withObject(const Ref<NSObject>& receiver, SEL selector,
                                                    const Ref<NSObject>& object);
@@ -199,8 +203,8 @@ ZT_EXPORT Ref<NSObject> performSelector_withObject_withObject(const Ref<NSObject
 
 namespace detail {
 
-// The root class's own operations as the library uses them: a message for classes that hosts may derive from, a plain call for
-// values and collections. `object` is not null.
+// The root class's own operations as the library uses them: a message for classes that hosts may derive from, a plain
+// call for values and collections. `object` is not null.
 ZT_EXPORT Ref<NSString> describe(const NSObject* object);
 ZT_EXPORT NSUInteger hashOf(const NSObject* object);
 ZT_EXPORT bool areEqual(const NSObject* object, const NSObject* other);
@@ -451,7 +455,8 @@ requires(!std::is_pointer_v<A>) struct SentAs<A> : std::type_identity<Ref<NSStri
 };
 template <>
 struct SentAs<std::nullptr_t> : std::type_identity<Ref<NSObject>> {};
-/// What an argument of a message is sent as: text that is no pointer as a string, `nullptr` as no object, all else as it is.
+/// What an argument of a message is sent as: text that is no pointer as a string, `nullptr` as no object, all else as
+/// it is.
 template <class A>
 using Sent = typename SentAs<A>::type;
 
@@ -485,8 +490,8 @@ R sendMessage(Class dispatch, Self self, SEL selector, const A&... arguments) {
 
 }  // namespace detail
 
-/// Sends `selector` with `arguments` to an object, and answers what the method answers. R is the result's type as the method declares it, any class
-/// of objects that it may be for an object. Literals and other text are sent as strings.
+/// Sends `selector` with `arguments` to an object, and answers what the method answers. R is the result's type as the
+/// method declares it, any class of objects that it may be for an object. Literals and other text are sent as strings.
 template <class R = void, class... A>
 R send(NSObject* receiver, SEL selector, const A&... arguments) {
   if (receiver == nullptr) return R();
@@ -503,8 +508,9 @@ R send(Class receiver, SEL selector, const A&... arguments) {
   return detail::sendMessage<'#', R>(receiver->metaclass(), receiver, selector, arguments...);
 }
 
-/// Calls an implementation that the library knows the types of (from a class's method list or `methodImplementation`), for instance
-/// the one that a replacement answered. Raises NSInvalidArgumentException for any other, and when the types differ.
+/// Calls an implementation that the library knows the types of (from a class's method list or `methodImplementation`),
+/// for instance the one that a replacement answered. Raises NSInvalidArgumentException for any other, and when the
+/// types differ.
 template <class R = void, class T, class... A>
 R callMethod(IMP implementation, const Ref<T>& receiver, SEL selector, const A&... arguments) {
   if (!receiver) return R();
@@ -512,8 +518,8 @@ R callMethod(IMP implementation, const Ref<T>& receiver, SEL selector, const A&.
   return detail::callImplementation<R>(implementation, static_cast<NSObject*>(receiver.get()), selector, arguments...);
 }
 
-/// The implementation of an instance method made from a member function, or from a function whose first parameter is the
-/// receiver (`Camera&`, `const Ref<Camera>&` ...).
+/// The implementation of an instance method made from a member function, or from a function whose first parameter is
+/// the receiver (`Camera&`, `const Ref<Camera>&` ...).
 template <auto function>
 IMP methodImplementation() {
   using Shape = decltype(detail::instanceMethodOf<function>());
@@ -532,8 +538,8 @@ bool class_addMethod(Class one, SEL selector) {
 /// The selector with that name, a literal; looked up once.
 #define ZT_SELECTOR(name) (::ZtFoundation::detail::selectorNamed<name>())
 
-/// An entry of the list of methods of a class: selector, then a pointer to a member function or to a function whose first
-/// parameter is the receiver.
+/// An entry of the list of methods of a class: selector, then a pointer to a member function or to a function whose
+/// first parameter is the receiver.
 #define ZT_METHOD(selector, ...) \
   ::ZtFoundation::detail::describe<selector>(::ZtFoundation::detail::instanceMethodOf<(__VA_ARGS__)>(), false)
 
@@ -543,8 +549,8 @@ bool class_addMethod(Class one, SEL selector) {
       ::ZtFoundation::detail::classMethodOf<(__VA_ARGS__), ::ZtFoundation::detail::Name(selector).argumentCount()>(), \
       true)
 
-/// Defines the run-time class of `Name`, which bears ZT_OBJECT, with a list of its methods; at namespace scope in one source. Only the library's own
-/// classes are found by name this way.
+/// Defines the run-time class of `Name`, which bears ZT_OBJECT, with a list of its methods; at namespace scope in one
+/// source. Only the library's own classes are found by name this way.
 #define ZT_IMPLEMENT_CLASS(Name, ...)                                                                               \
   ::ZtFoundation::Class Name::classObject() {                                                                       \
     ZT_LIST_CLASS(Name);                                                                                            \
@@ -556,12 +562,13 @@ bool class_addMethod(Class one, SEL selector) {
   }                                                                                                                 \
   static_assert(true)
 
-// The linker gathers these into one array, so that the library finds its classes by name without running anything at start-up.
+// The linker gathers these into one array, so that the library finds its classes by name without running anything at
+// start-up.
 #define ZT_LIST_CLASS(Name) \
   [[gnu::used, gnu::section("zt_classes")]] static ::ZtFoundation::RuntimeClass::Parent listed = &Name::classObject
 
-/// The same, and the class can be found by its name as soon as the code that holds it is loaded. A name that is taken already stays with
-/// the class that had it first.
+/// The same, and the class can be found by its name as soon as the code that holds it is loaded. A name that is taken
+/// already stays with the class that had it first.
 #define ZT_REGISTER_CLASS(Name, ...)                                                                          \
   ZT_IMPLEMENT_CLASS(Name, __VA_ARGS__);                                                                      \
   namespace {                                                                                                 \

@@ -120,7 +120,8 @@ class ZT_EXPORT NSString : public NSObject {
   static Ref<NSString> stringWithValidUTF8(std::string_view bytes);
   /// Bytes that the caller knows to be ASCII (0 to 127).
   static Ref<NSString> stringWithASCII(std::string_view bytes);
-  /// `length` bytes that `fill` writes, ASCII only, before anybody else sees them; for producers that know the size beforehand.
+  /// `length` bytes that `fill` writes, ASCII only, before anybody else sees them; for producers that know the size
+  /// beforehand.
   template <class Fill>
   static Ref<NSString> stringWithASCIILength(NSUInteger length, Fill&& fill) {
     void* contents;
@@ -172,8 +173,9 @@ class ZT_EXPORT NSString : public NSObject {
   bool isEqualToString(const Ref<NSString>& other) const { return isEqual(other.get()); }
   /// By UTF-16 unit value.
   NSComparisonResult compare(const Ref<NSString>& other) const;
-  /// By the units that remain when the differences that `options` ignore are gone; without NSLiteralSearch of decomposed text, so that
-  /// composed and decomposed forms are the same. With NSNumericSearch runs of ASCII digits go by value. None is less than any text.
+  /// By the units that remain when the differences that `options` ignore are gone; without NSLiteralSearch of
+  /// decomposed text, so that composed and decomposed forms are the same. With NSNumericSearch runs of ASCII digits go
+  /// by value. None is less than any text.
   NSComparisonResult compare_options(const Ref<NSString>& other, NSUInteger options) const;
   /// Unit by unit; an empty prefix or suffix is none.
   bool hasPrefix(const Ref<NSString>& prefix) const;
@@ -221,7 +223,8 @@ class ZT_EXPORT NSString : public NSObject {
 
   // --- Lines
 
-  /// Finds the whole lines that `range` touches. Any pointer may be null. Terminators: LF, CR, CR LF, U+0085, U+2028, U+2029.
+  /// Finds the whole lines that `range` touches. Any pointer may be null. Terminators: LF, CR, CR LF, U+0085, U+2028,
+  /// U+2029.
   void getLineStart_end_contentsEnd_forRange(NSUInteger* start, NSUInteger* end, NSUInteger* contentsEnd,
                                              NSRange range) const;
 
@@ -258,12 +261,13 @@ class ZT_EXPORT NSString : public NSObject {
 
   // --- Bytes
 
-  /// The bytes decoded; a leading byte-order mark is dropped (UTF-8, UTF-16, UTF-32). None when the bytes are not valid in `encoding`
-  /// or the encoding is unknown.
+  /// The bytes decoded; a leading byte-order mark is dropped (UTF-8, UTF-16, UTF-32). None when the bytes are not valid
+  /// in `encoding` or the encoding is unknown.
   static Ref<NSString> stringWithData_encoding(const Ref<NSData>& data, NSStringEncoding encoding);
   /// The same from bytes.
   static Ref<NSString> stringWithBytes_length_encoding(const void* bytes, NSUInteger length, NSStringEncoding encoding);
-  /// The text encoded, none when a character has no form in `encoding` and loss is not allowed; with loss each becomes one "?".
+  /// The text encoded, none when a character has no form in `encoding` and loss is not allowed; with loss each becomes
+  /// one "?".
   Ref<NSData> dataUsingEncoding_allowLossyConversion(NSStringEncoding encoding, bool allowLossyConversion) const;
   /// The same without loss.
   Ref<NSData> dataUsingEncoding(NSStringEncoding encoding) const;

@@ -7,8 +7,8 @@
 ///   Ref<NSURL> page = NSURL::URLWithString("http://example.org:8080/x/?q=1#top");
 ///   page->port();                                    // 8080
 /// \endcode
-/// A file name need not be valid UTF-8: each of its bytes that is not travels as `%XX` in the URL and as the unpaired surrogate
-/// U+DC80 + (byte - 0x80) in the path, which `fileSystemRepresentation` turns back into the byte.
+/// A file name need not be valid UTF-8: each of its bytes that is not travels as `%XX` in the URL and as the unpaired
+/// surrogate U+DC80 + (byte - 0x80) in the path, which `fileSystemRepresentation` turns back into the byte.
 #pragma once
 
 #include <string_view>
@@ -25,10 +25,11 @@ class ZT_EXPORT NSURL : public NSObject {
  public:
   static constexpr ObjectKind kKind = ObjectKind::URL;
 
-  /// The URL of a file or folder; the file system is not asked. A relative path stays relative. None for none and for an empty path.
+  /// The URL of a file or folder; the file system is not asked. A relative path stays relative. None for none and for
+  /// an empty path.
   static Ref<NSURL> fileURLWithPath(const Ref<NSString>& path);
-  /// An absolute URL or a relative reference, as it stands. None for none and for text that the generic syntax does not allow (blanks,
-  /// characters beyond ASCII and incomplete percent escapes among it).
+  /// An absolute URL or a relative reference, as it stands. None for none and for text that the generic syntax does not
+  /// allow (blanks, characters beyond ASCII and incomplete percent escapes among it).
   static Ref<NSURL> URLWithString(const Ref<NSString>& text);
 
   /// The text of the whole URL.

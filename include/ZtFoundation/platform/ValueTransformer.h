@@ -1,5 +1,6 @@
 /// \file ValueTransformer.h
-/// `NSValueTransformer`: turns one value into another, for showing it. User-interface code knows transformers by names that hosts give them.
+/// `NSValueTransformer`: turns one value into another, for showing it. User-interface code knows transformers by names
+/// that hosts give them.
 /// \code
 ///   NSValueTransformer::setValueTransformer_forName(make<QvDisplayNameTransformer>(), "DisplayName");
 ///   NSValueTransformer::valueTransformerForName("DisplayName")->transformedValue("/tmp/a.txt");  // "a.txt"
@@ -22,7 +23,8 @@ class ZT_EXPORT NSValueTransformer : public NSObject {
   /// What stands for `value`, which may be none: here `value` itself.
   virtual Ref<NSObject> transformedValue(const Ref<NSObject>& value);
 
-  /// Gives `transformer` a name, in place of the one that has it; none takes the name away. Without a name nothing happens.
+  /// Gives `transformer` a name, in place of the one that has it; none takes the name away. Without a name nothing
+  /// happens.
   static void setValueTransformer_forName(const Ref<NSValueTransformer>& transformer, const Ref<NSString>& name);
   /// None when no transformer has the name.
   static Ref<NSValueTransformer> valueTransformerForName(const Ref<NSString>& name);

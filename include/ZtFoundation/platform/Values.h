@@ -77,8 +77,8 @@ auto valueAs(const Ref<U>& object) {
   return detail::readValue<T>(object.get());
 }
 
-/// The value that `steps` lead to from `root`, as `valueAs` gives it: text is a key of a dictionary, an integer an index of an
-/// array. Empty when a step leads nowhere.
+/// The value that `steps` lead to from `root`, as `valueAs` gives it: text is a key of a dictionary, an integer an
+/// index of an array. Empty when a step leads nowhere.
 template <class T, class U, class... Steps>
 auto valueAt(const Ref<U>& root, const Steps&... steps) {
   NSObject* at = root.get();

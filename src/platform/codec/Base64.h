@@ -8,8 +8,8 @@
 
 namespace ZtFoundation::codec {
 
-/// Replaces `bytes` by what `text` stands for. White space may stand between digits; false on anything else that is no digit,
-/// on missing or superfluous padding, and on digits after the padding. Then `bytes` means nothing.
+/// Replaces `bytes` by what `text` stands for. White space may stand between digits; false on anything else that is no
+/// digit, on missing or superfluous padding, and on digits after the padding. Then `bytes` means nothing.
 bool decodeBase64(std::string_view text, std::string& bytes);
 
 /// How many characters `length` bytes become.

@@ -173,7 +173,8 @@ void Flattening::advance() {
   }
 }
 
-/// Values lie anywhere in memory, and so do their places in the table. So the memory is asked for a few of them at once.
+/// Values lie anywhere in memory, and so do their places in the table. So the memory is asked for a few of them at
+/// once.
 void Flattening::prepare(Frame& frame) {
   std::array<const NSObject*, kAhead> values;
   const std::size_t count = std::min(kAhead, frame.count - frame.next);

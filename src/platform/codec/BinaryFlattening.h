@@ -17,8 +17,8 @@
 
 namespace ZtFoundation::codec::binary {
 
-/// The number of a UID that `object` stands for, when it is a dictionary with nothing but the key "CF$UID" and an integer not
-/// below zero.
+/// The number of a UID that `object` stands for, when it is a dictionary with nothing but the key "CF$UID" and an
+/// integer not below zero.
 std::optional<std::uint64_t> uidOf(const NSObject& object);
 
 /// Numbers by content, in expected constant time each.
@@ -47,12 +47,13 @@ class LeafTable {
   std::size_t used_ = 0;
 };
 
-/// Numbers the objects of a tree in the order in which a walk from the root meets them. Equal leaves, and containers that are
-/// the same object, are numbered once; the work is linear in what the tree holds before sharing is expanded.
+/// Numbers the objects of a tree in the order in which a walk from the root meets them. Equal leaves, and containers
+/// that are the same object, are numbered once; the work is linear in what the tree holds before sharing is expanded.
 class Flattening {
  public:
-  /// False, with the reason and the path of keys in `error`, when a binary file cannot hold `root`: none, an object of a kind that is no
-  /// property list, a key that is no string, a date that is no number, containers too deep or inside themselves.
+  /// False, with the reason and the path of keys in `error`, when a binary file cannot hold `root`: none, an object of
+  /// a kind that is no property list, a key that is no string, a date that is no number, containers too deep or inside
+  /// themselves.
   bool run(const NSObject* root, CodecError& error);
 
   const std::vector<const NSObject*>& objects() const { return objects_; }

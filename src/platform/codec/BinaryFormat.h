@@ -1,9 +1,9 @@
 /// \file BinaryFormat.h
 /// What reader and writer of binary property lists, version "00", share.
 ///
-/// A file is the magic, the objects, a table with the offset of each object, and a trailer of 32 bytes that says where the table
-/// is. An object is a marker byte, whose high half is the kind and whose low half mostly a length, and its contents; arrays
-/// and dictionaries hold the numbers of other objects. All numbers are big-endian.
+/// A file is the magic, the objects, a table with the offset of each object, and a trailer of 32 bytes that says where
+/// the table is. An object is a marker byte, whose high half is the kind and whose low half mostly a length, and its
+/// contents; arrays and dictionaries hold the numbers of other objects. All numbers are big-endian.
 #pragma once
 
 #include <cstddef>
@@ -54,9 +54,10 @@ inline std::uint64_t costOfLeaf(const NSObject& leaf) {
   return 1 + payloadOf(leaf) / kBytesPerUnit;
 }
 
-/// What all places of a tree may count together, whatever is really shared, so that each flavour can be read. Since places can share
-/// objects, a file of a few hundred bytes could otherwise stand for a tree that nothing can hold or walk. Each place takes at least a
-/// byte in a file that shares no containers, so that there 127 bytes at each place are never too much.
+/// What all places of a tree may count together, whatever is really shared, so that each flavour can be read. Since
+/// places can share objects, a file of a few hundred bytes could otherwise stand for a tree that nothing can hold or
+/// walk. Each place takes at least a byte in a file that shares no containers, so that there 127 bytes at each place
+/// are never too much.
 inline constexpr std::uint64_t largestExpansion(std::uint64_t fileLength) {
   return (std::uint64_t{1} << 19) + 4 * fileLength;
 }

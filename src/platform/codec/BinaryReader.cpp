@@ -48,7 +48,8 @@ Word load(const Byte* at) {
   if constexpr (sizeof word == 8) return __builtin_bswap64(word);
 }
 
-/// An unsigned number of 1 to 8 bytes. Eight may be loaded always, because what lies before the trailer has 32 more behind it.
+/// An unsigned number of 1 to 8 bytes. Eight may be loaded always, because what lies before the trailer has 32 more
+/// behind it.
 std::uint64_t loadBytes(const Byte* at, unsigned width) { return load<std::uint64_t>(at) >> (64 - 8 * width); }
 
 struct Trailer {
@@ -61,7 +62,8 @@ struct Trailer {
 
 enum class Progress : std::uint8_t { Unread, Open, Ready };
 
-/// What is known of one object of the file. The object is not owned: a place of the tree owns it for as long as the reader runs.
+/// What is known of one object of the file. The object is not owned: a place of the tree owns it for as long as the
+/// reader runs.
 struct Slot {
   NSObject* object = nullptr;
   std::uint32_t detail = 0;  // of a key its hash, of a container what it counts
@@ -86,8 +88,8 @@ struct Frame {
   std::array<Slot*, kAhead> ahead;  // of the values at hand
 };
 
-/// Walks the tree without recursion. An immutable container is made once and shared between its places; a mutable one is made anew for
-/// each of them.
+/// Walks the tree without recursion. An immutable container is made once and shared between its places; a mutable one
+/// is made anew for each of them.
 class BinaryReader {
  public:
   BinaryReader(std::string_view bytes, Mutability mutability)
@@ -244,7 +246,8 @@ void BinaryReader::advance() {
   }
 }
 
-/// Slots, and the objects that some of them know already, lie anywhere in memory. So the memory is asked for a few of them at once.
+/// Slots, and the objects that some of them know already, lie anywhere in memory. So the memory is asked for a few of
+/// them at once.
 void BinaryReader::prepare(Frame& frame) {
   const std::size_t count = static_cast<std::size_t>(std::min<std::uint64_t>(kAhead, frame.count - frame.next));
   const Byte* reference = frame.values + frame.next * trailer_.referenceSize;

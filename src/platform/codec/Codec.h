@@ -19,8 +19,8 @@ enum class Mutability : std::uint8_t {
   ContainersAndLeaves,  ///< dictionaries, arrays and strings mutable (keys stay immutable)
 };
 
-/// Why an operation failed, for people: what was expected or not possible, and where (line and column, byte offset, or the path
-/// of keys to the value). Meaningful only after a failure.
+/// Why an operation failed, for people: what was expected or not possible, and where (line and column, byte offset, or
+/// the path of keys to the value). Meaningful only after a failure.
 struct CodecError {
   std::string text;
 };

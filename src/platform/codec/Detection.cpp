@@ -10,8 +10,8 @@ namespace {
 constexpr std::string_view kBlanks = " \t\n\v\f\r";
 constexpr std::string_view kHexDigits = "0123456789abcdefABCDEF";
 
-/// True when `text`, which follows "<", is OpenStep data: pairs of digits, where XML has a name. Some names of elements begin with digits
-/// of this kind, so the end decides.
+/// True when `text`, which follows "<", is OpenStep data: pairs of digits, where XML has a name. Some names of elements
+/// begin with digits of this kind, so the end decides.
 bool isOpenStepData(std::string_view text) {
   if (text.empty() || std::string_view("0123456789>* \t\n\v\f\r").find(text.front()) != text.npos) return true;
   const std::size_t end = text.find_first_not_of(std::string(kHexDigits) + std::string(kBlanks));

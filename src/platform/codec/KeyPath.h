@@ -8,8 +8,8 @@
 
 namespace ZtFoundation::codec {
 
-/// `what` as a sentence that names the way to the value at hand, such as "... at /Tracks/12/Name."; `step` gives the key or index at each of
-/// the `depth` levels, of which only the first are shown.
+/// `what` as a sentence that names the way to the value at hand, such as "... at /Tracks/12/Name."; `step` gives the
+/// key or index at each of the `depth` levels, of which only the first are shown.
 template <class Step>
 std::string failureAt(const std::string& what, std::size_t depth, Step step) {
   constexpr std::size_t kLongest = 16;

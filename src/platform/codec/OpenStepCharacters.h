@@ -4,8 +4,8 @@
 
 namespace ZtFoundation::codec {
 
-/// The character with the code `code` in the format's own table: ASCII, and an upper half like no other character set's; U+FFFD for the
-/// two codes that it leaves open.
+/// The character with the code `code` in the format's own table: ASCII, and an upper half like no other character
+/// set's; U+FFFD for the two codes that it leaves open.
 char16_t characterOfOpenStepCode(unsigned char code);
 
 }  // namespace ZtFoundation::codec

@@ -144,8 +144,8 @@ std::string uppercase(std::string_view name) {
   return result;
 }
 
-// A declaration that could be read byte by byte is no UTF-16, whatever it says; such files come from programs that recode the
-// text and leave its declaration alone.
+// A declaration that could be read byte by byte is no UTF-16, whatever it says; such files come from programs that
+// recode the text and leave its declaration alone.
 bool isReadAsUTF8(const std::string& encoding) {
   static constexpr std::string_view kNames[] = {"",         "UTF-8",    "UTF8",   "US-ASCII", "ASCII",   "UTF-16",
                                                 "UTF-16LE", "UTF-16BE", "UTF-32", "UTF-32LE", "UTF-32BE"};

@@ -31,13 +31,14 @@ struct TextInput {
   std::string storage;
 };
 
-/// Drops a byte-order mark and turns UTF-16 and UTF-32 into UTF-8; anything else is taken to be UTF-8 and not checked here. False, with an
-/// error text that names the byte offset, for an incomplete unit, an unpaired surrogate or a number that is no character. What lies before
-/// is in `input` then.
+/// Drops a byte-order mark and turns UTF-16 and UTF-32 into UTF-8; anything else is taken to be UTF-8 and not checked
+/// here. False, with an error text that names the byte offset, for an incomplete unit, an unpaired surrogate or a
+/// number that is no character. What lies before is in `input` then.
 bool readUnicodeText(std::string_view bytes, TextInput& input, CodecError& error);
 
-/// The same for XML, where bytes without a mark are in the encoding that the XML declaration names. False as well for an unknown encoding, with
-/// the byte offset of its name, and for bytes that are not valid in it, with that of the first such byte.
+/// The same for XML, where bytes without a mark are in the encoding that the XML declaration names. False as well for
+/// an unknown encoding, with the byte offset of its name, and for bytes that are not valid in it, with that of the
+/// first such byte.
 bool readXMLText(std::string_view bytes, TextInput& input, CodecError& error);
 
 }  // namespace ZtFoundation::codec

@@ -15,8 +15,8 @@
 
 namespace ZtFoundation::codec {
 
-/// Bytes are written straight into room that was asked for. Large blocks grow without being copied where the allocator can do so, and
-/// become data without being copied.
+/// Bytes are written straight into room that was asked for. Large blocks grow without being copied where the allocator
+/// can do so, and become data without being copied.
 class TextOutput {
  public:
   /// Where to write at most `length` bytes; `advance` says how many they became.

@@ -32,7 +32,8 @@ const XMLKey& XMLKeys::add(std::string_view text, bool isPlain, Ref<NSString> st
   return follow(key);
 }
 
-// Makes `key` what is guessed the next time its predecessor was read. Only plain texts can be compared with the document.
+// Makes `key` what is guessed the next time its predecessor was read. Only plain texts can be compared with the
+// document.
 const XMLKey& XMLKeys::follow(XMLKey& key) noexcept {
   if (last_ != nullptr && key.isPlain) last_->next = &key;
   last_ = &key;

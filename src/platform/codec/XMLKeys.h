@@ -21,8 +21,8 @@ struct XMLKey {
   const XMLKey* next = nullptr;  ///< the key that came after this one the last time
 };
 
-/// Dictionaries of one document tend to have the same keys in the same order, so the key that comes next is guessed first and only
-/// looked up when the guess was wrong.
+/// Dictionaries of one document tend to have the same keys in the same order, so the key that comes next is guessed
+/// first and only looked up when the guess was wrong.
 class XMLKeys {
  public:
   /// The guess, when `rest` begins with its text and the end tag of a key; else null.

@@ -31,7 +31,8 @@ std::string_view trimmed(std::string_view text) {
   return text;
 }
 
-// Builds the value while tags come in. What a container holds waits on a stack until its end tag; a key waits there for its value.
+// Builds the value while tags come in. What a container holds waits on a stack until its end tag; a key waits there for
+// its value.
 class XMLReader {
  public:
   XMLReader(std::string_view text, Mutability mutability) : scanner_(text), mutability_(mutability) {}

@@ -45,7 +45,8 @@ struct XMLTag {
   bool isEnd(XMLElement wanted) const { return form == TagForm::End && element == wanted; }
 };
 
-/// The text of an element, with references resolved and markup dropped. It is not known to be valid UTF-8 unless it is ASCII.
+/// The text of an element, with references resolved and markup dropped. It is not known to be valid UTF-8 unless it is
+/// ASCII.
 struct XMLText {
   std::string_view text;
   bool isASCII = true;
@@ -56,8 +57,8 @@ class XMLScanner {
   /// The text must outlive the scanner and everything it answers.
   explicit XMLScanner(std::string_view text) : text_(text), at_(text.data()), end_(text.data() + text.size()) {}
 
-  /// The next tag. White space, comments, processing instructions and, before the first tag, a document type without entities are
-  /// skipped; anything else that lies before it is a fault.
+  /// The next tag. White space, comments, processing instructions and, before the first tag, a document type without
+  /// entities are skipped; anything else that lies before it is a fault.
   XMLTag nextTag();
 
   /// The text from here to `endTag`, which ends the element that `tag` began; valid until the next call.

@@ -1,5 +1,5 @@
-// Desktop entries by the rules of freedesktop.org. GIO's class for them is of no use here: making one looks through the folders of all
-// applications, and starts a thread that stays to watch them.
+// Desktop entries by the rules of freedesktop.org. GIO's class for them is of no use here: making one looks through the
+// folders of all applications, and starts a thread that stays to watch them.
 
 #include "platform/services/DesktopEntries.h"
 

@@ -25,7 +25,8 @@ struct Unreference {
 template <class Object>
 using Owned = std::unique_ptr<Object, Unreference>;
 
-// The setting as "Cantarell 11". Asking for a schema that is not installed would end the process, so that is looked up first.
+// The setting as "Cantarell 11". Asking for a schema that is not installed would end the process, so that is looked up
+// first.
 std::optional<std::string> setting() {
   GSettingsSchemaSource* const source = g_settings_schema_source_get_default();
   if (source == nullptr) return std::nullopt;

@@ -11,7 +11,8 @@ struct SystemFont {
   double size;  ///< of regular controls, in points
 };
 
-/// By the desktop's setting (org.gnome.desktop.interface, font-name); "Sans" at 13 points where there is no such setting.
+/// By the desktop's setting (org.gnome.desktop.interface, font-name); "Sans" at 13 points where there is no such
+/// setting.
 SystemFont systemFont();
 
 }  // namespace ZtFoundation

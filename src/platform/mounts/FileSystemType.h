@@ -11,7 +11,8 @@ namespace ZtFoundation::mounts {
 /// False for what the kernel shows as files without storing any.
 bool storesFiles(const char* type);
 
-/// The kind of server that the files come from; 0 for a local file system. What hosts of virtual machines share with their guests is local.
+/// The kind of server that the files come from; 0 for a local file system. What hosts of virtual machines share with
+/// their guests is local.
 OSType serverKind(std::string_view type, std::string_view source, std::string_view options);
 
 /// True when a server or a program answers for the file system, so that a question to it may wait for ever.

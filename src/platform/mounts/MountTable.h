@@ -24,11 +24,12 @@ struct Mount {
   bool isReadOnly = false;
 };
 
-/// The lines of `table`, in the format of /proc/self/mountinfo (proc(5)), in their order. Lines that are none are left out.
+/// The lines of `table`, in the format of /proc/self/mountinfo (proc(5)), in their order. Lines that are none are left
+/// out.
 std::vector<Mount> parseMounts(const std::string& table);
 
-/// Which of the mounts can be reached by their mount points: hidden is what lies under a later mount, or in a folder that does. One
-/// answer for each mount.
+/// Which of the mounts can be reached by their mount points: hidden is what lies under a later mount, or in a folder
+/// that does. One answer for each mount.
 std::vector<bool> reachable(const std::vector<Mount>& mounts);
 
 }  // namespace ZtFoundation::mounts

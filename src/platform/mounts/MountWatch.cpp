@@ -26,7 +26,8 @@ MountWatch::Place MountWatch::place() {
   return place;
 }
 
-// Whether the file is still the one that was opened: the host may have closed it, and opened something else under its number.
+// Whether the file is still the one that was opened: the host may have closed it, and opened something else under its
+// number.
 bool MountWatch::isOpen() const {
   struct stat status;
   return file_ >= 0 && ::fstat(file_, &status) == 0 && Identity{status.st_dev, status.st_ino} == identity_;

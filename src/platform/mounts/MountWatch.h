@@ -10,7 +10,8 @@
 
 namespace ZtFoundation::mounts {
 
-/// Not for several threads at once. The process may fork, close all its files, or go into another mount namespace or root meanwhile.
+/// Not for several threads at once. The process may fork, close all its files, or go into another mount namespace or
+/// root meanwhile.
 class MountWatch {
  public:
   explicit MountWatch(std::string path) : path_(std::move(path)) {}
@@ -18,9 +19,11 @@ class MountWatch {
   MountWatch& operator=(const MountWatch&) = delete;
   ~MountWatch() { close(); }
 
-  /// False when the table is what `read` answered last. Options of a file system that another mount of it changed do not count.
+  /// False when the table is what `read` answered last. Options of a file system that another mount of it changed do
+  /// not count.
   bool mayHaveChanged() const;
-  /// Empty when there is none. Nothing when it cannot be read just now, for lack of memory or because too many files are open.
+  /// Empty when there is none. Nothing when it cannot be read just now, for lack of memory or because too many files
+  /// are open.
   std::optional<std::string> read();
 
  private:

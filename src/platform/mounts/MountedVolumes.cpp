@@ -199,7 +199,8 @@ class MountedVolumes final : public Volumes {
     return index >= 1 && index <= table.volumes().size() ? &table.volumes()[index - 1] : nullptr;
   }
 
-  // The mount is what counts, because the way to the item may lead through links. A file system that may not answer is not asked again when the path tells enough.
+  // The mount is what counts, because the way to the item may lead through links. A file system that may not answer is
+  // not asked again when the path tells enough.
   static const Volume* holderOf(const FSRef& item, const VolumeTable& table) {
     const std::string path = item.path()->fileSystemRepresentation();
     const FSRef::Identity& identity = item.identity();

@@ -8,8 +8,9 @@
 
 namespace ZtFoundation::mounts {
 
-/// The label of the file system, for which no server is asked, else the last component of the mount point. For "/": the label, else the name of the
-/// machine, else "/". `labels` is the folder in which the system lists devices by label ("/dev/disk/by-label").
+/// The label of the file system, for which no server is asked, else the last component of the mount point. For "/": the
+/// label, else the name of the machine, else "/". `labels` is the folder in which the system lists devices by label
+/// ("/dev/disk/by-label").
 std::string nameOf(const Volume& volume, const std::string& labels);
 
 }  // namespace ZtFoundation::mounts

@@ -17,7 +17,8 @@ namespace ZtFoundation::mounts {
 /// Not for several threads at once.
 class VolumeNumbers {
  public:
-  /// Frees the numbers of what is not mounted any more. A start-up volume that no table has (its identifier is negative) keeps its own.
+  /// Frees the numbers of what is not mounted any more. A start-up volume that no table has (its identifier is
+  /// negative) keeps its own.
   void keepOnly(const std::vector<Mount>& mounts);
   /// The number of `mount`, from now on until it is unmounted. 0 when there are as many volumes as numbers.
   FSVolumeRefNum numberOf(const Mount& mount);

@@ -20,7 +20,8 @@ bool isFile(const std::string& path) {
   return statx(AT_FDCWD, path.c_str(), flags, STATX_TYPE, &status) == 0 && !S_ISDIR(status.stx_mode);
 }
 
-// Whether the mount point itself is a file. The folder that holds it is read for that, which asks nobody about what is mounted there.
+// Whether the mount point itself is a file. The folder that holds it is read for that, which asks nobody about what is
+// mounted there.
 bool coversFile(const std::string& point) {
   const std::size_t slash = point.rfind('/');
   const OwnedFolder folder = openFolder(slash == 0 ? "/" : point.substr(0, slash).c_str());

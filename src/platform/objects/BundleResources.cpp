@@ -75,7 +75,8 @@ void addUnlessThere(Localizations& localizations, std::string_view name) {
   if (!isThere && isFileName(text)) localizations.push_back(text);
 }
 
-// "pt_BR" as pt_BR, pt-BR and pt; the same for names of more parts. What is longer than a name of a file can be is no language.
+// "pt_BR" as pt_BR, pt-BR and pt; the same for names of more parts. What is longer than a name of a file can be is no
+// language.
 void addForms(Localizations& localizations, std::string language) {
   if (language.size() > kLongestName) return;
   for (;;) {

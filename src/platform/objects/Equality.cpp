@@ -9,9 +9,9 @@ namespace ZtFoundation::detail {
 
 namespace {
 
-// Compares without recursion: containers that are still to be compared wait in a list. A container that several
-// places share is compared with its counterpart once; that they are taken for equal from then on is safe because the first difference
-// ends everything. Joining such pairs into classes keeps the work linear whichever way the two values share.
+// Compares without recursion: containers that are still to be compared wait in a list. A container that several places
+// share is compared with its counterpart once; that they are taken for equal from then on is safe because the first
+// difference ends everything. Joining such pairs into classes keeps the work linear whichever way the two values share.
 class DeepComparison {
  public:
   bool run(const NSObject* a, const NSObject* b) {

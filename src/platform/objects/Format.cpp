@@ -136,8 +136,8 @@ class Formatter {
     return std::min(found, format_.size());
   }
 
-  // Most conversions are "%@", "%d", "%s" or "%.2f", and need not be parsed. Answers where one of these ends; 0, and nothing
-  // is done, for all others.
+  // Most conversions are "%@", "%d", "%s" or "%.2f", and need not be parsed. Answers where one of these ends; 0, and
+  // nothing is done, for all others.
   NSUInteger convertCommon(NSUInteger percent) {
     if (percent + 1 == format_.size()) return 0;
     const unichar letter = format_[percent + 1];

@@ -164,7 +164,8 @@ void NSMutableIndexSet::put(Ranges::iterator next, NSUInteger first, NSUInteger 
   ranges_.insert(next, std::move(node));
 }
 
-// Leaves of a range what sticks out on either side, and answers the one behind. Only one that is split in two needs memory, and gets it first.
+// Leaves of a range what sticks out on either side, and answers the one behind. Only one that is split in two needs
+// memory, and gets it first.
 NSIndexSet::Ranges::iterator NSMutableIndexSet::cut(Ranges::iterator range, NSUInteger first, NSUInteger last,
                                                     Ranges& nodes) {
   const auto [oldFirst, oldLast] = *range;

@@ -11,8 +11,8 @@ namespace ZtFoundation::detail {
 
 namespace {
 
-// At secondary strength ASCII characters differ in their primary weight or not at all, so a rank each is all there is to
-// know: control characters count for nothing, digits start a number, letters have no case.
+// At secondary strength ASCII characters differ in their primary weight or not at all, so a rank each is all there is
+// to know: control characters count for nothing, digits start a number, letters have no case.
 using Rank = std::uint8_t;
 constexpr Rank kIgnored = 0;
 constexpr std::string_view kPunctuation = "\t\n\v\f\r _-,;:!?.'\"()[]{}@*/\\&#%`^+<=>|~$";
@@ -244,7 +244,8 @@ template <class Unit>
   return byLength != 0 ? byLength : orderOf(*a.at, *b.at);
 }
 
-// The order of two characters that are not both in numbers. Which one is the greater is a coin toss, so nothing branches on it.
+// The order of two characters that are not both in numbers. Which one is the greater is a coin toss, so nothing
+// branches on it.
 template <class Unit>
 [[gnu::always_inline]] inline int orderOfCharacters(const Place<Unit>& a, const Place<Unit>& b) noexcept {
   const Rank rankOfA = rankOf(*a.at), rankOfB = rankOf(*b.at);

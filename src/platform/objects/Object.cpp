@@ -40,7 +40,8 @@ class Graveyard {
 
 namespace {
 
-// In memory that each thread has from its beginning, also where a program loads the library later: releasing must not need any.
+// In memory that each thread has from its beginning, also where a program loads the library later: releasing must not
+// need any.
 [[gnu::tls_model("initial-exec")]] constinit thread_local Graveyard graveyard;
 
 bool isCollection(ObjectKind kind) noexcept { return kind >= ObjectKind::Array; }

@@ -28,8 +28,8 @@ __extension__ using Product = unsigned __int128;
 constexpr std::array<std::uint32_t, 10> kPowersOfTen{1,      10,      100,      1000,      10000,
                                                      100000, 1000000, 10000000, 100000000, 1000000000};
 
-// A magnitude from 2^-67 to 2^32, or 0, taken apart into an integer and the number of its bits that lie behind the point. Times a power of ten
-// it is still exact in 128 bits, so rounding is right without the long way.
+// A magnitude from 2^-67 to 2^32, or 0, taken apart into an integer and the number of its bits that lie behind the
+// point. Times a power of ten it is still exact in 128 bits, so rounding is right without the long way.
 class SmallReal {
  public:
   explicit SmallReal(double value) : bits_(std::bit_cast<std::uint64_t>(value)) {}

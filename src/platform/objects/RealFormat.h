@@ -15,8 +15,8 @@ struct RealFormat {
 
 inline constexpr std::size_t kFixedTextSize = 330;  ///< sign, 309 digits, point and 9 digits
 
-/// Writes `value`, which is finite, with `precision` (0 to 9) digits behind the point, as printf does; `out` has room for `kFixedTextSize`
-/// characters. Answers the end.
+/// Writes `value`, which is finite, with `precision` (0 to 9) digits behind the point, as printf does; `out` has room
+/// for `kFixedTextSize` characters. Answers the end.
 char* putFixed(char* out, double value, int precision);
 
 /// The digits of `magnitude`, which is finite and not negative, as printf writes them in the "C" locale.

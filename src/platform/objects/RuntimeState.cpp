@@ -188,7 +188,8 @@ bool Runtime::BindingOrder::operator()(const Binding& a, const Binding& b) const
   return less(a.encoding, b.encoding);
 }
 
-// The types that an implementation is known to have win over what its entry says, because they are what the call must fit.
+// The types that an implementation is known to have win over what its entry says, because they are what the call must
+// fit.
 Binding Runtime::makeBinding(Class one, const MethodEntry& entry) const {
   const auto known = implementations_.find(entry.implementation);
   if (known == implementations_.end()) return {entry.name, entry.implementation, entry.types};

@@ -33,8 +33,8 @@ struct ImplementationTypes {
   Class receiver;  // null for any
 };
 
-/// One object, never destroyed, so that classes work while static objects of any program are made and destroyed. Public operations take the
-/// lock.
+/// One object, never destroyed, so that classes work while static objects of any program are made and destroyed. Public
+/// operations take the lock.
 class Runtime {
  public:
   static Runtime& shared();

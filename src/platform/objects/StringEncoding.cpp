@@ -122,7 +122,8 @@ Ref<NSString> decode(std::string_view bytes, NSStringEncoding encoding) {
 
 using Bytes = std::optional<std::string>;
 
-// Calls `put` with each code point. One that `fits` refuses becomes "?" if loss is allowed, else ends it all with false.
+// Calls `put` with each code point. One that `fits` refuses becomes "?" if loss is allowed, else ends it all with
+// false.
 template <class Fits, class Put>
 bool encodeEach(UnitView units, bool lossy, Fits fits, Put put) {
   for (NSUInteger i = 0; i < units.size();) {

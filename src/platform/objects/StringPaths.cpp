@@ -38,8 +38,8 @@ UnitView lastComponent(UnitView path) {
   return path.slice({start, path.size() - start});
 }
 
-// Where the dot before the extension stands, from the start of `name`; its size when there is none. A dot at either end of the
-// name makes no extension.
+// Where the dot before the extension stands, from the start of `name`; its size when there is none. A dot at either end
+// of the name makes no extension.
 NSUInteger dotOfExtension(UnitView name) {
   NSUInteger at = name.size();
   while (at > 0 && name[at - 1] != kDot) --at;

@@ -11,11 +11,11 @@ namespace ZtFoundation::detail {
 
 class FoldedText;
 
-/// One search of `target` in `text`, prepared so that going on after a match does not start anew. Looks at nothing outside of
-/// `text`. Both views must outlive the finder; an empty target is never found.
+/// One search of `target` in `text`, prepared so that going on after a match does not start anew. Looks at nothing
+/// outside of `text`. Both views must outlive the finder; an empty target is never found.
 ///
-/// Without NSLiteralSearch both texts are seen as rows of characters with their marks, a composed form like the decomposed
-/// one, and a match holds whole characters only: "e" does not match the start of "e" + U+0301.
+/// Without NSLiteralSearch both texts are seen as rows of characters with their marks, a composed form like the
+/// decomposed one, and a match holds whole characters only: "e" does not match the start of "e" + U+0301.
 class TextFinder {
  public:
   TextFinder(UnitView text, UnitView target, NSUInteger options);

@@ -24,7 +24,8 @@ class TextBuilder {
     return isWide_ ? UnitView(wide_.data(), wide_.size()) : UnitView(narrow_, length_);
   }
 
-  // By reference, and one byte each in registers: a view goes through memory otherwise, which costs more than the copying.
+  // By reference, and one byte each in registers: a view goes through memory otherwise, which costs more than the
+  // copying.
   void append(const UnitView& units) {
     if (units.isWide()) return appendWide(units);
     append(units.narrow());

@@ -16,8 +16,8 @@ class BundleCode {
   virtual ~BundleCode() = default;
   static BundleCode& production();
 
-  /// Loads the shared object at `path` for as long as the process lives; once loaded, answers the same module again. Null when there is
-  /// none, it cannot be loaded, or its static initialisation throws, now or earlier.
+  /// Loads the shared object at `path` for as long as the process lives; once loaded, answers the same module again.
+  /// Null when there is none, it cannot be loaded, or its static initialisation throws, now or earlier.
   virtual CodeModule load(const std::string& path) = 0;
   /// The running program itself.
   virtual CodeModule program() = 0;
@@ -25,7 +25,8 @@ class BundleCode {
   virtual CodeModule moduleAt(const void* address) = 0;
   /// The absolute path of the file that the module was loaded from, links resolved; empty when nobody knows.
   virtual std::string fileOf(CodeModule module) = 0;
-  /// Whether there is a regular file at `path`, links followed: one that opening and reading neither waits for nor changes.
+  /// Whether there is a regular file at `path`, links followed: one that opening and reading neither waits for nor
+  /// changes.
   virtual bool isRegularFile(const std::string& path) = 0;
 };
 

@@ -7,8 +7,8 @@
 
 namespace ZtFoundation {
 
-/// What `operation` answers. Contents longer than a standard container can ever be, which 32-bit builds meet, are std::bad_alloc like all others that
-/// memory has no room for.
+/// What `operation` answers. Contents longer than a standard container can ever be, which 32-bit builds meet, are
+/// std::bad_alloc like all others that memory has no room for.
 template <class Operation>
 auto withEnoughMemory(Operation operation) -> decltype(operation()) {
   try {

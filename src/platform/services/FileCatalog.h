@@ -63,8 +63,8 @@ class FileCatalog {
 
   /// Makes a folder called `name`, as it stands, in the folder `parent`.
   virtual OSErr FSCreateDirectoryUnicode(const FSRef* parent, const Ref<NSString>& name) = 0;
-  /// Gives the item another name in its folder; never replaces what has that name already. bdNamErr for a name that cannot be one, dupFNErr
-  /// for one that is taken, fLckdErr for an item that is locked.
+  /// Gives the item another name in its folder; never replaces what has that name already. bdNamErr for a name that
+  /// cannot be one, dupFNErr for one that is taken, fLckdErr for an item that is locked.
   virtual OSErr FSRenameUnicode(const FSRef* ref, const Ref<NSString>& name) = 0;
 };
 

@@ -14,8 +14,9 @@ class FolderListing {
   virtual ~FolderListing() = default;
   static FolderListing& production();
 
-  /// Calls `visit` with the name of each item in the folder, as the file system has it. Left out are symbolic links, which may lead nowhere, items
-  /// whose kind the file system does not tell on the way, and, when the folder cannot be read, those that were not reached.
+  /// Calls `visit` with the name of each item in the folder, as the file system has it. Left out are symbolic links,
+  /// which may lead nowhere, items whose kind the file system does not tell on the way, and, when the folder cannot be
+  /// read, those that were not reached.
   virtual void visitItems(const Ref<NSString>& folder, const std::function<void(std::string_view name)>& visit) = 0;
 
   /// True when the system refuses `path` for its length, or that of a name in it, alone.

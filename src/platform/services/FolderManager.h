@@ -11,9 +11,10 @@ class FolderManager {
   virtual ~FolderManager() = default;
   static FolderManager& production();
 
-  /// The folder of `type` in a domain, or on a volume for the number of one. With `create` a missing folder is made, with its parents, for
-  /// its user only. fnfErr for a type that is unknown or has no folder there, and for a folder that is missing and not to be made; fLckdErr for one
-  /// to be made in a locked folder; nsvErr for a volume that there is not.
+  /// The folder of `type` in a domain, or on a volume for the number of one. With `create` a missing folder is made,
+  /// with its parents, for its user only. fnfErr for a type that is unknown or has no folder there, and for a folder
+  /// that is missing and not to be made; fLckdErr for one to be made in a locked folder; nsvErr for a volume that there
+  /// is not.
   virtual OSErr FSFindFolder(FSVolumeRefNum volumeOrDomain, OSType type, bool create, FSRef* folder) = 0;
   /// The home folder of the user; none when there is no telling.
   virtual Ref<NSString> homeFolder() = 0;

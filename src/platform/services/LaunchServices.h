@@ -37,7 +37,8 @@ class LaunchServices {
   virtual ~LaunchServices() = default;
   static LaunchServices& production();
 
-  /// The flags of the item at a file URL, links followed. Those that only the executable tells come with kLSRequestAppTypeFlags.
+  /// The flags of the item at a file URL, links followed. Those that only the executable tells come with
+  /// kLSRequestAppTypeFlags.
   virtual OSStatus LSCopyItemInfoForURL(const Ref<NSURL>& url, LSRequestedInfo wanted, LSItemInfoRecord* info) = 0;
   virtual OSStatus LSCopyItemInfoForRef(const FSRef* ref, LSRequestedInfo wanted, LSItemInfoRecord* info) = 0;
 

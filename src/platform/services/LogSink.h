@@ -12,8 +12,8 @@ class LogSink {
  public:
   virtual ~LogSink() = default;
 
-  /// Takes one line, as UTF-8 without the newline at its end, and adds what tells when and where it comes from. Called from any thread;
-  /// never raises, and drops what cannot be written.
+  /// Takes one line, as UTF-8 without the newline at its end, and adds what tells when and where it comes from. Called
+  /// from any thread; never raises, and drops what cannot be written.
   virtual void write(std::string_view text) noexcept = 0;
 
   /// Standard error.

@@ -17,8 +17,8 @@ class NewFiles {
 
   enum class Answer { Made, Taken, Impossible };
 
-  /// Makes a file with these contents and the permissions that the umask leaves. Taken: something has this name, be it a link that leads
-  /// nowhere. Impossible, and nothing is left: it cannot be made or written, or its folder is locked.
+  /// Makes a file with these contents and the permissions that the umask leaves. Taken: something has this name, be it
+  /// a link that leads nowhere. Impossible, and nothing is left: it cannot be made or written, or its folder is locked.
   virtual Answer make(const Ref<NSString>& path, std::string_view contents) = 0;
 };
 

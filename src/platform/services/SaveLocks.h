@@ -21,9 +21,9 @@ class SaveLocks {
     virtual ~Lock() = default;
   };
 
-  /// Waits until nobody else, in this process or another one of the machine, holds the lock for the file at `path`, which need not
-  /// exist; links are followed. Several files may share a lock, so a thread holds one at a time. None when the folder cannot be opened, or
-  /// its file system has no locks.
+  /// Waits until nobody else, in this process or another one of the machine, holds the lock for the file at `path`,
+  /// which need not exist; links are followed. Several files may share a lock, so a thread holds one at a time. None
+  /// when the folder cannot be opened, or its file system has no locks.
   virtual std::unique_ptr<Lock> lock(const Ref<NSString>& path) = 0;
 };
 

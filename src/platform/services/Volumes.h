@@ -60,16 +60,17 @@ static_assert(sizeof(VolMountInfoHeader) == 6);
 inline constexpr OSType AppleShareMediaType = 0x6166706D;  // 'afpm'
 inline constexpr OSType kWebDAVMediaType = 0x68747470;     // 'http'
 
-/// Calls answer 0 or an error number; an error leaves what they would fill as it is. What they are asked to fill may be null where the caller
-/// does not want it. None but the sizes and unmounting asks a server. A reference to the root of a volume that a server or a program answers for has the
-/// number 0 in its identity for that reason, and its path is where the volume is mounted.
+/// Calls answer 0 or an error number; an error leaves what they would fill as it is. What they are asked to fill may be
+/// null where the caller does not want it. None but the sizes and unmounting asks a server. A reference to the root of
+/// a volume that a server or a program answers for has the number 0 in its identity for that reason, and its path is
+/// where the volume is mounted.
 class Volumes {
  public:
   virtual ~Volumes() = default;
   static Volumes& production();
 
-  /// The volume numbered `volume`, or, for 0, the one at `index`, which counts from 1: the start-up volume, then in the order of mounting.
-  /// nsvErr when there is none.
+  /// The volume numbered `volume`, or, for 0, the one at `index`, which counts from 1: the start-up volume, then in the
+  /// order of mounting. nsvErr when there is none.
   virtual OSErr FSGetVolumeInfo(FSVolumeRefNum volume, std::uint32_t index, FSVolumeRefNum* actual,
                                 FSVolumeInfoBitmap wanted, FSVolumeInfo* info, HFSUniStr255* name, FSRef* root) = 0;
   /// The number of the volume that an item lies on; 0 when it cannot be told.
@@ -84,7 +85,8 @@ class Volumes {
   /// Fills `size` bytes; the record begins with a VolMountInfoHeader.
   virtual OSErr FSGetVolumeMountInfo(FSVolumeRefNum volume, void* buffer, std::size_t size) = 0;
 
-  /// Waits until the volume is unmounted. fBsyErr while it is in use, permErr or afpAccessDenied where the process may not.
+  /// Waits until the volume is unmounted. fBsyErr while it is in use, permErr or afpAccessDenied where the process may
+  /// not.
   virtual OSErr FSUnmountVolumeSync(FSVolumeRefNum volume) = 0;
 
   /// The root paths of mounted volumes on media that can be taken out.
@@ -93,7 +95,8 @@ class Volumes {
   virtual bool unmountAndEjectDeviceAtPath(const Ref<NSString>& path) = 0;
 };
 
-/// The name and type of the function by which the mounts module hands itself out; the object lives as long as the process.
+/// The name and type of the function by which the mounts module hands itself out; the object lives as long as the
+/// process.
 inline constexpr char kVolumesEntry[] = "ZtFoundationVolumes";
 using VolumesEntry = Volumes* (*)();
 

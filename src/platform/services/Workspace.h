@@ -13,8 +13,8 @@ class Workspace {
 
   /// Starts the application (a bundle or a desktop entry) at `path`. False when it is none or does not start.
   virtual bool launchApplication(const Ref<NSString>& path) = 0;
-  /// Has the application open the file. `deactivate` asks that the caller gives way to it. False when either is missing or the
-  /// application does not start.
+  /// Has the application open the file. `deactivate` asks that the caller gives way to it. False when either is missing
+  /// or the application does not start.
   virtual bool openFile_withApplication_andDeactivate(const Ref<NSString>& file, const Ref<NSString>& application,
                                                       bool deactivate) = 0;
 };

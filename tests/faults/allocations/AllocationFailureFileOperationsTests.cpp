@@ -52,7 +52,8 @@ struct Changes {
   std::string describe() const { return tree.describe(); }
 };
 
-// Operations that answer a status raise nothing. Their -108 is turned into what the others end in, so that the same is checked of both.
+// Operations that answer a status raise nothing. Their -108 is turned into what the others end in, so that the same is
+// checked of both.
 template <class Operation>
 auto answering(Operation operation) {
   return [operation](Changes& c) -> OSStatus {

@@ -1,4 +1,5 @@
-// Numbers, dates, data, URLs, attributed strings, notifications, transformers and exceptions with each of their allocations failing.
+// Numbers, dates, data, URLs, attributed strings, notifications, transformers and exceptions with each of their
+// allocations failing.
 #include <sstream>
 #include <string>
 

@@ -156,7 +156,8 @@ struct CodeRanges {
   static int visit(dl_phdr_info* info, std::size_t, void* self) {
     CodeRanges& all = *static_cast<CodeRanges*>(self);
     const bool isProgram = info->dlpi_name[0] == '\0';
-    // Without memory on first use, ICU does not try again and the C library (reading who the users are) ends the process.
+    // Without memory on first use, ICU does not try again and the C library (reading who the users are) ends the
+    // process.
     const bool isOfOthers = std::strstr(info->dlpi_name, "/libc.so") || std::strstr(info->dlpi_name, "/libicu");
     const bool isCounted = isProgram || std::strstr(info->dlpi_name, "libZtFoundation") ||
                            (isOfOthers && std::getenv(kFirstUseVariable) == nullptr);
@@ -418,8 +419,8 @@ class Points {
 
 namespace {
 
-// What is made on first use must be made later if there was no memory for it. As that happens once in a process, each operation has
-// processes of its own, split off before anything was used.
+// What is made on first use must be made later if there was no memory for it. As that happens once in a process, each
+// operation has processes of its own, split off before anything was used.
 class FirstUse {
  public:
   FirstUse(const Trial& trial, const AllocationRules& rules) : trial_(trial), rules_(rules) {}

@@ -80,7 +80,8 @@ TEST(FailingAllocations, WhatATestDoesMeanwhileIsLeftOut) {
   EXPECT_EQ(forEachFailingAllocation<Nothing>("aside", aside), 0U);
 }
 
-// Loses a block where it gets no memory for a text. What is lost stays known here, so that only the harness sees a leak.
+// Loses a block where it gets no memory for a text. What is lost stays known here, so that only the harness sees a
+// leak.
 void loseABlock() {
   static std::array<std::unique_ptr<int>, 100> lost;
   static std::size_t count = 0;

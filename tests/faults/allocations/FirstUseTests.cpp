@@ -1,4 +1,5 @@
-// The same operations in processes that have not used the library yet: what is made on first use must be made later where there was no memory.
+// The same operations in processes that have not used the library yet: what is made on first use must be made later
+// where there was no memory.
 #include <sys/wait.h>
 
 #include <cstdio>

@@ -1,4 +1,5 @@
-// Each point that fails has files of its own, thousands in all, and saves wait for the device: so they lie in memory where that can be.
+// Each point that fails has files of its own, thousands in all, and saves wait for the device: so they lie in memory
+// where that can be.
 #include <unistd.h>
 
 #include <cstdlib>

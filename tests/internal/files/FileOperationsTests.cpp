@@ -1,4 +1,5 @@
-// The steps of operations whose answers come from the platform's calls: in which order, with what, and what becomes of their errors.
+// The steps of operations whose answers come from the platform's calls: in which order, with what, and what becomes of
+// their errors.
 
 #include <ZtFoundation/Files.h>
 #include <ZtFoundation/platform/Runtime.h>

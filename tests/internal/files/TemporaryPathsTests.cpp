@@ -50,7 +50,8 @@ class TemporaryPathsTests : public ::testing::Test {
   ScopedService<LocalClock> scope{clock};
 };
 
-// What is determined once per process is looked at in processes of their own. These tests stand first, so that this one has not asked yet.
+// What is determined once per process is looked at in processes of their own. These tests stand first, so that this one
+// has not asked yet.
 class TemporaryFolderTests : public TemporaryPathsTests {
  protected:
   ReplacedMethod<&identifierAsSet> replaced{NSBundle::classObject(), ZT_SELECTOR("bundleIdentifier")};

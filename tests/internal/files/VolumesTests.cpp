@@ -1,4 +1,5 @@
-// The steps of the questions about volumes, their order, and what is logged, with services that keep what they are asked.
+// The steps of the questions about volumes, their order, and what is logged, with services that keep what they are
+// asked.
 
 #include <ZtFoundation/Files.h>
 #include <gtest/gtest.h>

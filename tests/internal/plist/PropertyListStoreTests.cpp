@@ -1,5 +1,5 @@
-// When a store that others write too is locked: a stand-in of the locks plays the others, who save until the lock is given, and looks at what
-// is there when it is released.
+// When a store that others write too is locked: a stand-in of the locks plays the others, who save until the lock is
+// given, and looks at what is there when it is released.
 
 #include <ZtFoundation/PropertyLists.h>
 #include <ZtFoundation/platform/Notification.h>

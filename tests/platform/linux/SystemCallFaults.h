@@ -1,8 +1,8 @@
 /// \file SystemCallFaults.h
 /// Makes chosen system calls of the library fail.
 ///
-/// The test program defines the functions of the C library that the library's file code calls, so all these calls come here first. They pass
-/// through unless a `FaultScript` is alive.
+/// The test program defines the functions of the C library that the library's file code calls, so all these calls come
+/// here first. They pass through unless a `FaultScript` is alive.
 #pragma once
 
 #include <functional>

@@ -14,13 +14,15 @@
 
 namespace ZtFoundation::detail {
 
-/// Bundles by their Info.plist, desktop entries by their names and contents. Listing folders reads no files; entries are read when a
-/// signature is asked for. What did not change since the last time costs a look at its status only. Any thread may ask.
+/// Bundles by their Info.plist, desktop entries by their names and contents. Listing folders reads no files; entries
+/// are read when a signature is asked for. What did not change since the last time costs a look at its status only. Any
+/// thread may ask.
 class ApplicationIndex {
  public:
-  /// The path of the first application, in the order of the folders and in each by name, that has the signature `creator` (0: any) and the
-  /// identifier `identifier` (empty: any; in any case of the letters A to Z, with or without ".desktop"; one that is the same letter by letter
-  /// goes before others). Empty when there is none, and when nothing is asked for.
+  /// The path of the first application, in the order of the folders and in each by name, that has the signature
+  /// `creator` (0: any) and the identifier `identifier` (empty: any; in any case of the letters A to Z, with or without
+  /// ".desktop"; one that is the same letter by letter goes before others). Empty when there is none, and when nothing
+  /// is asked for.
   std::string find(OSType creator, const std::string& identifier);
 
  private:

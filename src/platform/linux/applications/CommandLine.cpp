@@ -19,7 +19,8 @@ constexpr std::string_view kEscapable = "\"`$\\";
 
 bool isBlank(char byte) { return byte == ' ' || byte == '\t' || byte == '\n' || byte == '\r'; }
 
-// One argument while it is read. What is quoted has each "%" doubled, so that it stands for itself when codes are filled in.
+// One argument while it is read. What is quoted has each "%" doubled, so that it stands for itself when codes are
+// filled in.
 class Argument {
  public:
   void addPlain(char byte) {

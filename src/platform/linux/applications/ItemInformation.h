@@ -13,7 +13,8 @@ namespace ZtFoundation::detail {
 bool isPackageName(const std::string& path);
 /// Whether an item of that name may be a desktop entry: "*.desktop".
 bool isEntryName(const std::string& path);
-/// The path whose name tells what the item at `path` is: of a link that has no name of a package or an entry the one that it leads to.
+/// The path whose name tells what the item at `path` is: of a link that has no name of a package or an entry the one
+/// that it leads to.
 std::string tellingPath(const std::string& path);
 /// The Info.plist of the bundle at `path`; empty when it is no file.
 std::string bundleInformationPath(const std::string& path);
@@ -32,8 +33,8 @@ std::optional<DesktopEntry> applicationEntry(const std::string& path);
 /// Whether a file that this process may execute lies at `path`.
 bool isProgram(const std::string& path);
 
-/// The flags of the item at `path`. A link is what it leads to, by its own name where that is one of a package or an entry; whether it is
-/// invisible, its own name tells. fnfErr for a link that leads nowhere.
+/// The flags of the item at `path`. A link is what it leads to, by its own name where that is one of a package or an
+/// entry; whether it is invisible, its own name tells. fnfErr for a link that leads nowhere.
 OSStatus itemInformation(const std::string& path, LSRequestedInfo wanted, LSItemInfoFlags* flags);
 /// The same; a link that leads nowhere is a plain file.
 OSStatus linkOrItemInformation(const std::string& path, LSRequestedInfo wanted, LSItemInfoFlags* flags);

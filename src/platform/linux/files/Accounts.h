@@ -9,8 +9,8 @@
 
 namespace ZtFoundation::detail {
 
-/// Asks `lookup`, one of `getpwnam_r` and its kin, for the record of `key`; calls `use` with it unless there is none. The size that a record needs is
-/// told nowhere.
+/// Asks `lookup`, one of `getpwnam_r` and its kin, for the record of `key`; calls `use` with it unless there is none.
+/// The size that a record needs is told nowhere.
 template <class Record, class Key, class Use>
 void withAccount(int (*lookup)(Key, Record*, char*, std::size_t, Record**), Key key, Use use) {
   Record record{};

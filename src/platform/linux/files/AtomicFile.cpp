@@ -49,8 +49,8 @@ bool isTemporaryName(std::string_view name) {
          name.find_first_not_of("0123456789abcdef", kTemporaryPrefix.size()) == std::string_view::npos;
 }
 
-// A file that vanishes with this object unless it took another's place. It is locked as long as it is in use, which tells it from
-// one that a killed process left behind.
+// A file that vanishes with this object unless it took another's place. It is locked as long as it is in use, which
+// tells it from one that a killed process left behind.
 class TemporaryFile {
  public:
   explicit TemporaryFile(int folder) : folder_(folder) {
@@ -171,8 +171,8 @@ class Replacement {
            ::fstat(temporary.get(), &installed_) == 0 && temporary.renameTo(place_.name);
   }
 
-  // The device did not take the folder's change. Nobody can say what a crash would leave now, but until then the file is as the
-  // answer says.
+  // The device did not take the folder's change. Nobody can say what a crash would leave now, but until then the file
+  // is as the answer says.
   void undo() {
     if (!isStillInstalled()) return;
     if (!existing_) {

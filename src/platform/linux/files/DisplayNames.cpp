@@ -30,7 +30,8 @@ Ref<NSString> startUpVolumeName() {
   return error == noErr ? nameOf(name) : "/";
 }
 
-// Where desktops mount the media and servers that a user sees as volumes; mounts elsewhere are folders of the tree to them.
+// Where desktops mount the media and servers that a user sees as volumes; mounts elsewhere are folders of the tree to
+// them.
 bool isAmongVolumes(const Ref<NSString>& path) {
   return path->hasPrefix("/media/") || path->hasPrefix("/run/media/") || path->hasPrefix("/Volumes/");
 }

@@ -14,9 +14,9 @@ namespace ZtFoundation::detail {
 /// Whether a file gets attributes together with the contents that they speak about.
 enum class Contents { New, Same };
 
-/// Gives the file open as `to` the owner, group, permissions, extended attributes and access control list of the one open as `from`,
-/// whose `status` is known. What the process may not give is left out, together with the rights that would then be
-/// somebody else's. False on any other failure.
+/// Gives the file open as `to` the owner, group, permissions, extended attributes and access control list of the one
+/// open as `from`, whose `status` is known. What the process may not give is left out, together with the rights that
+/// would then be somebody else's. False on any other failure.
 bool copyAttributes(int from, const struct stat& status, int to, Contents contents = Contents::New);
 
 /// What a host asks for a new item. Read before the item is made, as memory may run out meanwhile.

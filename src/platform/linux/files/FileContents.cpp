@@ -20,7 +20,8 @@ namespace {
 
 constexpr std::size_t kSmallestRead = 4096;
 
-// One byte more than the file has, so that the end shows without another round. A 32-bit build has no addresses for large files.
+// One byte more than the file has, so that the end shows without another round. A 32-bit build has no addresses for
+// large files.
 std::size_t sizeHint(int file) {
   struct stat status;
   if (::fstat(file, &status) != 0 || status.st_size <= 0) return kSmallestRead;

@@ -12,13 +12,13 @@
 
 namespace ZtFoundation::detail {
 
-/// Everything from the present position to the end; none on an error, also for a folder. The size that the system tells is
-/// only a hint, so files that grow or shrink meanwhile, or tell 0, are read to where they end. What memory
-/// has no room for is no property of the file: std::bad_alloc.
+/// Everything from the present position to the end; none on an error, also for a folder. The size that the system tells
+/// is only a hint, so files that grow or shrink meanwhile, or tell 0, are read to where they end. What memory has no
+/// room for is no property of the file: std::bad_alloc.
 std::optional<std::string> readToEnd(int file);
 
-/// The file at `path`, links followed, to be written from its beginning: made with the permissions `mode`, less the umask, if it is missing, else
-/// emptied. Nothing when it cannot be, or it is locked, or missing in a locked folder.
+/// The file at `path`, links followed, to be written from its beginning: made with the permissions `mode`, less the
+/// umask, if it is missing, else emptied. Nothing when it cannot be, or it is locked, or missing in a locked folder.
 FileDescriptor openEmpty(const std::string& path, mode_t mode);
 
 /// False on an error; part of the bytes may have been written then.

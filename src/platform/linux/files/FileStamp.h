@@ -19,8 +19,9 @@ class FileStamp {
   using Identity = std::pair<std::uint64_t, std::uint64_t>;
   Identity identity() const { return {device_, number_}; }
   bool isThere() const { return number_ != 0; }
-  /// Whether what was read under this stamp is still what the item holds, now that it has the stamp `now`. False while the item is so new that
-  /// another change might not show: file systems count time in ticks, the coarsest of two seconds.
+  /// Whether what was read under this stamp is still what the item holds, now that it has the stamp `now`. False while
+  /// the item is so new that another change might not show: file systems count time in ticks, the coarsest of two
+  /// seconds.
   bool stillHolds(const FileStamp& now) const;
 
  private:

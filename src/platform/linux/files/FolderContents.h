@@ -6,8 +6,8 @@
 
 namespace ZtFoundation::detail {
 
-/// What a folder held when it was read, in the order of the file system, without "." and "..". Read at once, so that what is done to the items
-/// meanwhile does not show.
+/// What a folder held when it was read, in the order of the file system, without "." and "..". Read at once, so that
+/// what is done to the items meanwhile does not show.
 class FolderContents {
  public:
   struct Entry {

@@ -35,8 +35,8 @@ bool giveName(int file, const PlaceInFolder& place) {
   return ::linkat(AT_FDCWD, opened.data(), place.folder.get(), place.name.c_str(), AT_SYMLINK_FOLLOW) == 0;
 }
 
-// The file gets its name with all its contents; until then it goes with its descriptor, even when the process is killed. None where the
-// file system has no files without a name, or "/proc" is not mounted.
+// The file gets its name with all its contents; until then it goes with its descriptor, even when the process is
+// killed. None where the file system has no files without a name, or "/proc" is not mounted.
 std::optional<Answer> makeAtOnce(const PlaceInFolder& place, std::string_view contents) {
   const FileDescriptor file = openIn(place, ".", O_TMPFILE);
   if (!file) return std::nullopt;

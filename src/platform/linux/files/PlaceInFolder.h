@@ -9,8 +9,8 @@
 
 namespace ZtFoundation::detail {
 
-/// A name in an open folder, so that nothing goes astray when a folder above is renamed meanwhile. The descriptor serves calls that
-/// take a folder and a name, and nothing else.
+/// A name in an open folder, so that nothing goes astray when a folder above is renamed meanwhile. The descriptor
+/// serves calls that take a folder and a name, and nothing else.
 struct PlaceInFolder {
   FileDescriptor folder;
   std::string name;
@@ -18,12 +18,13 @@ struct PlaceInFolder {
   explicit operator bool() const noexcept { return static_cast<bool>(folder); }
 };
 
-/// Links on the way are followed, one at the end is the item itself; slashes at the end do not count. The name is "." for the root, and may be "."
-/// or ".." where the path ends so. A place without a folder is an error, which errno tells.
+/// Links on the way are followed, one at the end is the item itself; slashes at the end do not count. The name is "."
+/// for the root, and may be "." or ".." where the path ends so. A place without a folder is an error, which errno
+/// tells.
 PlaceInFolder placeOf(std::string path);
 
-/// Where a file is, or would be made, when links are followed to their end. A path with a slash at the end names no file. A place without a folder is
-/// an error.
+/// Where a file is, or would be made, when links are followed to their end. A path with a slash at the end names no
+/// file. A place without a folder is an error.
 PlaceInFolder endOfLinks(const std::string& path);
 
 /// Where the link `name` in an open folder leads; none on an error, which errno tells, EINVAL when it is no link.

@@ -10,8 +10,8 @@ namespace ZtFoundation {
 
 namespace {
 
-// The folder itself is locked: a lock file would stay behind, and taking it away would be a race with the next who wants it. The file
-// cannot carry the lock, because each save puts another one in its place.
+// The folder itself is locked: a lock file would stay behind, and taking it away would be a race with the next who
+// wants it. The file cannot carry the lock, because each save puts another one in its place.
 class LockedFolder final : public SaveLocks::Lock {
  public:
   explicit LockedFolder(const detail::PlaceInFolder& place)

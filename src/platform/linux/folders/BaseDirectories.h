@@ -1,6 +1,7 @@
 /// \file BaseDirectories.h
-/// The base directories of the XDG rules: where a user and the system keep files of each kind. The environment is read at each call; a value that
-/// is empty or no absolute path counts as not set. No answer ends with a slash, except the root.
+/// The base directories of the XDG rules: where a user and the system keep files of each kind. The environment is read
+/// at each call; a value that is empty or no absolute path counts as not set. No answer ends with a slash, except the
+/// root.
 #pragma once
 
 #include <optional>

@@ -15,8 +15,8 @@ namespace {
 
 constexpr mode_t kForOwnerOnly = 0700;
 
-// A file system may refuse to make what exists with another error than EEXIST, so that is asked first. Another process may be
-// faster.
+// A file system may refuse to make what exists with another error than EEXIST, so that is asked first. Another process
+// may be faster.
 OSErr makeOneFolder(const std::string& path) {
   if (isFolder(path)) return noErr;
   if (isFolderLocked(path)) return fLckdErr;

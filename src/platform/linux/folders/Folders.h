@@ -20,9 +20,9 @@ struct FolderPlace {
       true;  ///< false when others may write there, so that the folder must be the user's own, no link to one
 };
 
-/// noErr when a folder is there or, with `create`, has been made there with its missing parents, for its owner only. fnfErr when it is
-/// missing, dupFNErr when something else is in the way of a new one, fLckdErr when the folder around it is locked, permErr when it ought to be the
-/// user's own and is not.
+/// noErr when a folder is there or, with `create`, has been made there with its missing parents, for its owner only.
+/// fnfErr when it is missing, dupFNErr when something else is in the way of a new one, fLckdErr when the folder around
+/// it is locked, permErr when it ought to be the user's own and is not.
 OSErr provideFolder(const FolderPlace& place, bool create);
 
 }  // namespace ZtFoundation::detail

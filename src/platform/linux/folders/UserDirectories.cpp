@@ -23,7 +23,8 @@ bool take(std::string_view& line, std::string_view expected) {
 
 void skipBlanks(std::string_view& line) { line.remove_prefix(std::min(line.find_first_not_of(" \t"), line.size())); }
 
-// The text up to the closing quote; none when there is no such quote, or a U+0000, at which the system would end the path.
+// The text up to the closing quote; none when there is no such quote, or a U+0000, at which the system would end the
+// path.
 std::optional<std::string> unquoted(std::string_view rest) {
   std::string text;
   for (std::size_t at = 0; at < rest.size(); ++at) {

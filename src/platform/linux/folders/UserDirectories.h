@@ -8,11 +8,13 @@
 
 namespace ZtFoundation::detail {
 
-/// What the text of such a file says of `key` ("XDG_MUSIC_DIR"), without slashes at its end; none when it says nothing. `home` is what
-/// $HOME stands for; without one no entry counts that needs it. An answer that is equal to it says that the user wants no such folder.
+/// What the text of such a file says of `key` ("XDG_MUSIC_DIR"), without slashes at its end; none when it says nothing.
+/// `home` is what $HOME stands for; without one no entry counts that needs it. An answer that is equal to it says that
+/// the user wants no such folder.
 ///
-/// An entry is a line `KEY="$HOME/path"` or `KEY="/path"`, in which a backslash makes the next character a plain one. Blanks may stand before
-/// the key and around the "=". Of several entries the last counts; all other lines count as comments.
+/// An entry is a line `KEY="$HOME/path"` or `KEY="/path"`, in which a backslash makes the next character a plain one.
+/// Blanks may stand before the key and around the "=". Of several entries the last counts; all other lines count as
+/// comments.
 Directory parsedUserDirectory(std::string_view text, std::string_view key, const Directory& home);
 
 /// The same of the user's own file, in the folder for settings.

@@ -11,8 +11,8 @@
 
 namespace ZtFoundation::detail {
 
-/// Where a folder of `type` may be on the volume, in the order in which the places come into question; `ofUser` is the one of the user's domain.
-/// nsvErr when there is no such volume.
+/// Where a folder of `type` may be on the volume, in the order in which the places come into question; `ofUser` is the
+/// one of the user's domain. nsvErr when there is no such volume.
 OSErr findPlacesOnVolume(FSVolumeRefNum volume, OSType type, const Directory& ofUser, std::vector<FolderPlace>* places);
 
 }  // namespace ZtFoundation::detail

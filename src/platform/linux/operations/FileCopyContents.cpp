@@ -102,7 +102,8 @@ int ContentsCopier::copyRange(int from, int to, off_t at, off_t end) {
   return copyThroughMemory(from, to, at, end);
 }
 
-// Moves `at` as far as it gets. Where it fails, the copy through memory goes on and meets whatever really is in the way.
+// Moves `at` as far as it gets. Where it fails, the copy through memory goes on and meets whatever really is in the
+// way.
 int ContentsCopier::copyInKernel(int from, int to, off_t& at, off_t end) {
   while (at < end) {
     const off_t part = std::min(end - at, progress_ ? kPartWithProgress : kPart);

@@ -11,17 +11,18 @@
 
 namespace ZtFoundation::detail {
 
-/// Copies contents from file to file, in the quickest way that the file systems have: sharing the blocks, else copying inside the kernel, else
-/// through memory. What it learns about the file systems serves the next file.
+/// Copies contents from file to file, in the quickest way that the file systems have: sharing the blocks, else copying
+/// inside the kernel, else through memory. What it learns about the file systems serves the next file.
 class ContentsCopier {
  public:
-  /// Told after each part how many bytes have been copied since the last time, holes included; false ends the copy with ECANCELED.
+  /// Told after each part how many bytes have been copied since the last time, holes included; false ends the copy with
+  /// ECANCELED.
   using Progress = std::function<bool(std::uint64_t)>;
 
   explicit ContentsCopier(Progress progress = nullptr) : progress_(std::move(progress)) {}
 
-  /// Fills `to`, a new file open for writing, with what `from`, a regular file open for reading, holds: as much as it had when `status` was taken,
-  /// less when it becomes shorter meanwhile. Holes stay holes. Answers 0 or an errno.
+  /// Fills `to`, a new file open for writing, with what `from`, a regular file open for reading, holds: as much as it
+  /// had when `status` was taken, less when it becomes shorter meanwhile. Holes stay holes. Answers 0 or an errno.
   int copy(int from, const struct stat& status, int to);
 
  private:

@@ -8,8 +8,8 @@
 
 namespace ZtFoundation::detail {
 
-/// Gives the open file or folder `to` what belongs to `from` beside its contents, as far as the process may and the file system can; times are those in
-/// `status`. Answers 0 or an errno.
+/// Gives the open file or folder `to` what belongs to `from` beside its contents, as far as the process may and the
+/// file system can; times are those in `status`. Answers 0 or an errno.
 int giveAttributes(int from, const struct stat& status, int to);
 
 /// A file in the making: vanishes with this object unless it is finished.
@@ -35,7 +35,8 @@ class NewFile {
   FileDescriptor file_;
 };
 
-/// Makes the item called `name` in an open folder, a link, named pipe, socket or device, once more. Answers 0 or an errno, and then there is no copy.
+/// Makes the item called `name` in an open folder, a link, named pipe, socket or device, once more. Answers 0 or an
+/// errno, and then there is no copy.
 int makeOther(int from, const char* name, const struct stat& status, int to, const char* newName);
 
 }  // namespace ZtFoundation::detail

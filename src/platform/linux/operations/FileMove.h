@@ -8,7 +8,8 @@
 
 namespace ZtFoundation::detail {
 
-/// Moves the item at `from` to `to`, where nothing may be; FileManager.h says what hosts may rely on. Answers 0 or an errno.
+/// Moves the item at `from` to `to`, where nothing may be; FileManager.h says what hosts may rely on. Answers 0 or an
+/// errno.
 int moveItem(const std::string& from, const std::string& to, FileOperationObserver* observer);
 
 }  // namespace ZtFoundation::detail

@@ -11,11 +11,12 @@
 
 namespace ZtFoundation::detail {
 
-/// Removes the item at `path`; FileManager.h says what hosts may rely on. Answers 0 or an errno; with a null observer the first error ends it.
+/// Removes the item at `path`; FileManager.h says what hosts may rely on. Answers 0 or an errno; with a null observer
+/// the first error ends it.
 int removeItem(const std::string& path, FileOperationObserver* observer);
 
-/// Removes what a copy that failed has made at `place`, locked or not. What others have put there meanwhile stays, with the folders around it, and so
-/// does everything if `place.name` is a folder and not `root`. Errors do not end it.
+/// Removes what a copy that failed has made at `place`, locked or not. What others have put there meanwhile stays, with
+/// the folders around it, and so does everything if `place.name` is a folder and not `root`. Errors do not end it.
 void removeMade(const PlaceInFolder& place, const FolderIdentity& root, MadeItems made) noexcept;
 
 }  // namespace ZtFoundation::detail

@@ -22,21 +22,23 @@ struct FolderIdentity {
   bool isSameAs(const FolderIdentity& other) const noexcept { return device == other.device && number == other.number; }
 };
 
-/// Of the item `name` in an open folder, or of that folder itself for the empty name; a link is an item itself. False on an error, which errno
-/// tells.
+/// Of the item `name` in an open folder, or of that folder itself for the empty name; a link is an item itself. False
+/// on an error, which errno tells.
 bool identify(int folder, const char* name, FolderIdentity& identity) noexcept;
 
-/// Open folders, each inside the one before. Links are not followed, and a few descriptors serve any depth: an outer folder is closed and found
-/// again by "..", and must then be the same that it was.
+/// Open folders, each inside the one before. Links are not followed, and a few descriptors serve any depth: an outer
+/// folder is closed and found again by "..", and must then be the same that it was.
 class FolderDescent {
  public:
   /// Makes room for one more, so that entering it cannot fail for want of memory.
   void expectOne() {
     if (levels_.size() == levels_.capacity()) levels_.reserve(2 * levels_.size() + 4);
   }
-  /// Opens the folder `name` of the open folder `at`, which is the innermost one once there is one. False on an error, which errno tells.
+  /// Opens the folder `name` of the open folder `at`, which is the innermost one once there is one. False on an error,
+  /// which errno tells.
   bool enter(int at, const char* name);
-  /// Goes back to the next outer folder. False when it cannot be found again, which errno tells; nothing can be done there any more.
+  /// Goes back to the next outer folder. False when it cannot be found again, which errno tells; nothing can be done
+  /// there any more.
   bool leave();
 
   bool isEmpty() const noexcept { return levels_.empty(); }

@@ -8,8 +8,8 @@
 
 namespace ZtFoundation::detail {
 
-/// A set of paths, each counted from the first item, whose own is empty. It keeps a number of 64 bits for each: not all file systems keep the numbers
-/// of items, and the paths themselves would be much for large folders.
+/// A set of paths, each counted from the first item, whose own is empty. It keeps a number of 64 bits for each: not all
+/// file systems keep the numbers of items, and the paths themselves would be much for large folders.
 class MadeItems {
  public:
   /// Makes room for one more, so that noting it cannot fail.

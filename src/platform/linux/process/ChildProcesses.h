@@ -13,7 +13,8 @@ namespace ZtFoundation::detail {
 
 /// A process that was started. It is made before the process, so that nothing is left that could fail once that runs.
 ///
-/// Where orphans are given to this process, one that is forgotten is collected after its end, when the next one is made.
+/// Where orphans are given to this process, one that is forgotten is collected after its end, when the next one is
+/// made.
 class WatchedProcess final : public ChildProcess {
  public:
   WatchedProcess();

@@ -21,8 +21,8 @@ namespace ZtFoundation {
 
 namespace {
 
-// What the lines of a thread begin with for one second. Plain data, so that a thread may still log while its other thread-local objects are
-// being destroyed.
+// What the lines of a thread begin with for one second. Plain data, so that a thread may still log while its other
+// thread-local objects are being destroyed.
 struct LineContext {
   time_t second = -1;
   std::array<char, 160> prefix{};  // "date.000 name[process:thread] "
@@ -36,7 +36,8 @@ constinit thread_local LineContext context;
 constinit std::mutex writing;
 static_assert(std::is_trivially_destructible_v<std::mutex>);
 
-// A child goes on with the parent's thread, under another number, and must not find the mutex held by a thread that it lacks.
+// A child goes on with the parent's thread, under another number, and must not find the mutex held by a thread that it
+// lacks.
 void watchForks() {
   pthread_atfork([] { writing.lock(); }, [] { writing.unlock(); },
                  [] {
@@ -66,7 +67,8 @@ void putOrigin() {
   context.length = context.milliseconds + static_cast<std::size_t>(length);
 }
 
-// The host may put another file in the place of standard error at any time; asking for every line would cost a fifth of the line.
+// The host may put another file in the place of standard error at any time; asking for every line would cost a fifth of
+// the line.
 void refresh(time_t second) {
   static const bool watched = (watchForks(), true);
   static_cast<void>(watched);

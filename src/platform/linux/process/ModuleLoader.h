@@ -4,11 +4,13 @@
 
 namespace ZtFoundation {
 
-/// The function `entry` of the module `file` ("libZtFoundationUnicode.so"), which lies in the folder that this library was loaded
-/// from. Null when there is no such module or function; std::bad_alloc when there is no memory for it now. The module stays loaded.
+/// The function `entry` of the module `file` ("libZtFoundationUnicode.so"), which lies in the folder that this library
+/// was loaded from. Null when there is no such module or function; std::bad_alloc when there is no memory for it now.
+/// The module stays loaded.
 void* moduleFunction(const char* file, const char* entry);
 
-/// The service that the function `entry` of the module hands out; without such a module a `Missing`, which is never destroyed.
+/// The service that the function `entry` of the module hands out; without such a module a `Missing`, which is never
+/// destroyed.
 template <class Interface, class Missing>
 Interface& serviceInModule(const char* file, const char* entry) {
   void* const function = moduleFunction(file, entry);

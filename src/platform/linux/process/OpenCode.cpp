@@ -10,8 +10,8 @@ namespace ZtFoundation::detail {
 
 namespace {
 
-// The system declares that loading never throws, which makes an exception of a static constructor fatal. Called
-// through a pointer that does not say so, the exception arrives here. Afterwards the system's loader stays locked for other
+// The system declares that loading never throws, which makes an exception of a static constructor fatal. Called through
+// a pointer that does not say so, the exception arrives here. Afterwards the system's loader stays locked for other
 // threads: they wait if they load code themselves.
 void* open(const char* path) {
   void* (*volatile const load)(const char*, int) = &::dlopen;

@@ -21,7 +21,8 @@
 #define ZT_IN_OTHER_PROCESS __attribute__((no_sanitize("address", "thread", "undefined")))
 #endif
 
-// `clone` by its other name: the thread sanitizer takes that one for a fork, after which a process has memory of its own.
+// `clone` by its other name: the thread sanitizer takes that one for a fork, after which a process has memory of its
+// own.
 extern "C" int __clone(int (*function)(void*), void* stack, int flags, void* argument, ...);
 
 namespace ZtFoundation::detail {
@@ -149,8 +150,8 @@ void runInBetween(Start& start) {
   retryInterrupted([&] { return ::waitpid(between, nullptr, static_cast<int>(__WCLONE)); });
 }
 
-// True when somebody has killed the process in between before it could tell how things went. The program that it leaves behind uses our memory
-// until it has begun.
+// True when somebody has killed the process in between before it could tell how things went. The program that it leaves
+// behind uses our memory until it has begun.
 bool isAbandoned(const Start& start) { return start.id < 0 && (start.error == 0 || start.handle >= 0); }
 
 // Ends the program; where that cannot be done, its memory has to stay.

@@ -45,7 +45,8 @@ struct AliasContents {
 
 /// None when a part is too long to be kept.
 std::optional<std::string> encodeAlias(const AliasContents& contents);
-/// None for bytes that are no alias, whatever they are. Each alias has one form: what decodes encodes to the same bytes.
+/// None for bytes that are no alias, whatever they are. Each alias has one form: what decodes encodes to the same
+/// bytes.
 std::optional<AliasContents> decodeAlias(std::string_view bytes);
 
 }  // namespace ZtFoundation::detail

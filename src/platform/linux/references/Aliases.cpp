@@ -90,8 +90,8 @@ const MountedFileSystem* findVolume(const std::vector<MountedFileSystem>& mounts
 
 bool isOfUserProgram(const std::string& type) { return type == "fuse" || type.starts_with("fuse."); }
 
-// These give an item another number each time that they meet it, or may be a program that does. A date of birth beside the number tells that the
-// item is the right one.
+// These give an item another number each time that they meet it, or may be a program that does. A date of birth beside
+// the number tells that the item is the right one.
 bool renumbers(const std::string& type) {
   return type == "vfat" || type == "msdos" || type == "exfat" || type == "fuseblk";
 }
@@ -130,8 +130,8 @@ class Resolution {
     return holding != nullptr && holding->mountPoint == mount_.mountPoint;
   }
 
-  // The date of birth makes a number unique on its volume. Without one it is so for as long as the item lives, on this device; the file
-  // system's handle tells it from a later item of that number.
+  // The date of birth makes a number unique on its volume. Without one it is so for as long as the item lives, on this
+  // device; the file system's handle tells it from a later item of that number.
   bool isItem(const std::string& path, const struct statx& status) const {
     ItemTraits found = traitsOf(status);
     const bool isOnVolumesDevice = isDeviceOfVolume(found.identity.device);
@@ -159,7 +159,8 @@ class Resolution {
     return ItemPlace{path, *status};
   }
 
-  // An editor that saves puts a new file in the place of the old one. What has the name of an item that is nowhere any more is its successor.
+  // An editor that saves puts a new file in the place of the old one. What has the name of an item that is nowhere any
+  // more is its successor.
   std::optional<ItemPlace> successor() const {
     const auto status = isOnVolume(path_) && canonicalItemPath(path_) == path_ ? statusOfItem(path_) : std::nullopt;
     if (!status || kindOf(*status) != alias_.item.kind) return std::nullopt;

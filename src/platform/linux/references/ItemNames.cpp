@@ -76,8 +76,8 @@ bool isListed(int folder, const std::string& name) {
   return false;
 }
 
-// Over a third name, because systems take a change of case alone for no change. If the new name is still taken when the item has given its
-// own up, it is another item's.
+// Over a third name, because systems take a change of case alone for no change. If the new name is still taken when the
+// item has given its own up, it is another item's.
 int changeCase(const Renaming& names) {
   const std::string between = std::string(".ztcase-").append(std::to_string(::getpid()));
   const Renaming away{names.folder, names.from, between};
@@ -90,8 +90,8 @@ int changeCase(const Renaming& names) {
   return result;
 }
 
-// A name that is taken without being listed is one in other case, perhaps the item's own. Numbers do not tell: file systems of user programs
-// have one for each form of a name.
+// A name that is taken without being listed is one in other case, perhaps the item's own. Numbers do not tell: file
+// systems of user programs have one for each form of a name.
 int rename(const Renaming& names) {
   const int error = renameWithoutReplacing(names);
   return error == EEXIST && !isListed(names.folder, names.to) ? changeCase(names) : error;

@@ -20,7 +20,8 @@ using Clock = std::chrono::steady_clock;
 // Some file systems refuse to fill a larger buffer.
 constexpr std::size_t kBufferSize = 16384;
 
-// Why a folder cannot be read in which this process would not reach an item anyway, or that is none, or has gone meanwhile.
+// Why a folder cannot be read in which this process would not reach an item anyway, or that is none, or has gone
+// meanwhile.
 bool isOutOfReach(int error) {
   return error == EACCES || error == EPERM || error == ENOENT || error == ENOTDIR || error == ELOOP ||
          error == ENAMETOOLONG;

@@ -6,7 +6,8 @@
 
 namespace ZtFoundation {
 
-/// The service in the module `file`, which lies beside the library; the one that answers for a missing module if there is none.
+/// The service in the module `file`, which lies beside the library; the one that answers for a missing module if there
+/// is none.
 Unicode& unicodeInModule(const char* file);
 
 }  // namespace ZtFoundation

@@ -22,8 +22,8 @@ class NoVolumes : public Volumes {
   bool unmountAndEjectDeviceAtPath(const Ref<NSString>&) override { return false; }
 };
 
-/// The volumes that the module `file` finds. Without such a module there are none: every call fails with nsvErr, nothing is on any volume,
-/// and nothing is unmounted.
+/// The volumes that the module `file` finds. Without such a module there are none: every call fails with nsvErr,
+/// nothing is on any volume, and nothing is unmounted.
 Volumes& volumesInModule(const char* file);
 
 }  // namespace ZtFoundation

@@ -1,5 +1,5 @@
-// Measuring with the fonts of a configuration of our own: only DejaVu, or none at all. Each set of fonts has a process of its own,
-// because the font libraries read their configuration once.
+// Measuring with the fonts of a configuration of our own: only DejaVu, or none at all. Each set of fonts has a process
+// of its own, because the font libraries read their configuration once.
 
 #include <gtest/gtest.h>
 

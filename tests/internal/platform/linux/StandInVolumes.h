@@ -12,7 +12,8 @@
 
 namespace ZtFoundation::test {
 
-/// The start-up volume, number -2, and whatever `add` adds. An item is on the volume with the longest root that its path begins with.
+/// The start-up volume, number -2, and whatever `add` adds. An item is on the volume with the longest root that its
+/// path begins with.
 class StandInVolumes final : public NoVolumes {
  public:
   struct Volume {

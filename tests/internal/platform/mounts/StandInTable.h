@@ -11,7 +11,8 @@
 
 namespace ZtFoundation::testing {
 
-/// A line of the table. Identifiers are counted from 1 on where a test does not care, and everything lies on the first line.
+/// A line of the table. Identifiers are counted from 1 on where a test does not care, and everything lies on the first
+/// line.
 struct Line {
   int id = 0;
   int parent = 1;

@@ -77,7 +77,8 @@ class VolumeServersTests : public RealVolumes {
            volumeTypeWithPath(files, root) != 0;
   }
 
-  // Asks the volume everything that its server is not needed for. In a process of its own, which is given up when it waits too long.
+  // Asks the volume everything that its server is not needed for. In a process of its own, which is given up when it
+  // waits too long.
   ::testing::AssertionResult answersWithoutServer(const std::string& root) {
     const FSRef item({.device = volumes_.rootReference(volumes_.at(root)).identity().device, .number = 1},
                      stringOf(root + "/folder/file"));

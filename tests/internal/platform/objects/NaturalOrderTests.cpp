@@ -43,8 +43,8 @@ int order(const std::u16string& a, const std::u16string& b, bool narrowA, bool n
   return naturalOrder(viewA, viewB);
 }
 
-// Texts that are alike in the ways that matter: shared beginnings, zeros before numbers, very long numbers, case, punctuation, control
-// characters, marks, widths.
+// Texts that are alike in the ways that matter: shared beginnings, zeros before numbers, very long numbers, case,
+// punctuation, control characters, marks, widths.
 class Texts {
  public:
   explicit Texts(unsigned seed) : random_(seed) {}

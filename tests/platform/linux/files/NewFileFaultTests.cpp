@@ -1,4 +1,5 @@
-// New files under free names with each of their system calls failing, on file systems that know files without a name and on one that does not.
+// New files under free names with each of their system calls failing, on file systems that know files without a name
+// and on one that does not.
 #include <ZtFoundation/Files.h>
 #include <ZtFoundation/platform/Data.h>
 #include <gtest/gtest.h>

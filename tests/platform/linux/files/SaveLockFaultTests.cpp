@@ -1,4 +1,5 @@
-// Saves into a file that others write too with each of their system calls failing: what the others have written is never lost.
+// Saves into a file that others write too with each of their system calls failing: what the others have written is
+// never lost.
 #include <ZtFoundation/PropertyLists.h>
 #include <ZtFoundation/platform/Number.h>
 #include <fcntl.h>

@@ -1,5 +1,5 @@
-// Copies, moves and removals while system calls fail and processes are killed: the source is unharmed or moved as a whole, and there is no part
-// of a copy.
+// Copies, moves and removals while system calls fail and processes are killed: the source is unharmed or moved as a
+// whole, and there is no part of a copy.
 
 #include <ZtFoundation/Files.h>
 #include <ZtFoundation/platform/Data.h>
@@ -115,7 +115,8 @@ class FileOperationFaultTests : public testing::Test {
     ::umask(022);
   }
 
-  // Runs `work` with one fault after another until there are no more calls to fail; `check` gets its answer and the fault.
+  // Runs `work` with one fault after another until there are no more calls to fail; `check` gets its answer and the
+  // fault.
   template <class Prepare, class Work, class Check>
   void failEachCall(const char* operation, const char* outcome, Prepare prepare, Work work, Check check) {
     int points = 0;

@@ -1,5 +1,5 @@
-// A program that tells what it takes for its bundle: Host, or Host remove to be deleted before it looks. Host is PATH tells whether the
-// bundle there, asked for first, is its own.
+// A program that tells what it takes for its bundle: Host, or Host remove to be deleted before it looks. Host is PATH
+// tells whether the bundle there, asked for first, is its own.
 
 #include <ZtFoundation/platform/Bundle.h>
 #include <ZtFoundation/platform/Runtime.h>

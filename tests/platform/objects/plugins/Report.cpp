@@ -1,5 +1,5 @@
-// A tool that tells what it was started with: Report FILE ARGUMENT...
-// Each fact is followed by U+0000. The file appears under its name when all of it is there. An argument "--linger" has it wait for a signal.
+// A tool that tells what it was started with: Report FILE ARGUMENT... Each fact is followed by U+0000. The file appears
+// under its name when all of it is there. An argument "--linger" has it wait for a signal.
 
 #include <fcntl.h>
 #include <signal.h>

@@ -1,4 +1,5 @@
-// What the desktop module reads of entries. A program of its own: the tests of fonts need a process that has not opened the module yet.
+// What the desktop module reads of entries. A program of its own: the tests of fonts need a process that has not opened
+// the module yet.
 
 #include <gtest/gtest.h>
 #include <stdlib.h>

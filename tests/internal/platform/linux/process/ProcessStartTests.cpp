@@ -50,7 +50,8 @@ pid_t parentOf(pid_t process) {
   return std::sscanf(status.c_str(), "%*d (%*[^)]) %*c %d", &parent) == 1 ? parent : -1;
 }
 
-/// Waits until a process asks for the call that `listener` is told of, and kills its parent instead of an answer. Answers the process.
+/// Waits until a process asks for the call that `listener` is told of, and kills its parent instead of an answer.
+/// Answers the process.
 pid_t killParentOfCaller(int listener) {
   seccomp_notif call{};
   if (::ioctl(listener, SECCOMP_IOCTL_NOTIF_RECV, &call) != 0) return -1;

@@ -9,8 +9,8 @@
 
 namespace ZtFoundation::test {
 
-/// A volume that takes no heed of case, cannot refuse to replace, and numbers items anew each time it meets them; its root is empty if this
-/// machine has none.
+/// A volume that takes no heed of case, cannot refuse to replace, and numbers items anew each time it meets them; its
+/// root is empty if this machine has none.
 class CardOfACamera {
  public:
   explicit CardOfACamera(PrivateMounts& mounts) {
