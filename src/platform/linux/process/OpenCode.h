@@ -9,8 +9,8 @@ struct OpenedCode {
   bool hasThrown = false;  ///< what its static initialisers have thrown
 };
 
-/// Loads the shared object at `path` for good; null stands for the program itself. std::bad_alloc when nothing but
-/// memory was missing, which is no property of the file.
+/// Loads the shared object at `path` for good; null stands for the program itself. std::bad_alloc when it cannot be loaded
+/// while memory is short, which is no property of the file.
 OpenedCode openCode(const char* path);
 
 }  // namespace ZtFoundation::detail
