@@ -1,5 +1,5 @@
 # What `cmake --install` puts where, and the package files by which other projects find the library. The component
-# "runtime" is what a user of a program needs, "development" what its author needs beside that.
+# "runtime" is what a user of a program needs, "development" what its author needs beside that; "tools" runs by itself.
 
 set(packageFolder ${CMAKE_INSTALL_LIBDIR}/cmake/ZtFoundation)
 
@@ -24,8 +24,10 @@ install(FILES
   DESTINATION ${packageFolder} COMPONENT development)
 
 # Names its own prefix by the way from where it lies, so that a copy that was moved stays right.
-file(RELATIVE_PATH ZT_PREFIX_FROM_PKGCONFIG
-  ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
+file(RELATIVE_PATH ZT_PREFIX_FROM_PKGCONFIG ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
+foreach(folder LIBDIR INCLUDEDIR)  # may be absolute, which some distributions make of them
+  cmake_path(ABSOLUTE_PATH CMAKE_INSTALL_${folder} BASE_DIRECTORY "\${prefix}" OUTPUT_VARIABLE ZT_PKGCONFIG_${folder})
+endforeach()
 configure_file(${PROJECT_SOURCE_DIR}/cmake/ZtFoundation.pc.in ${PROJECT_BINARY_DIR}/ZtFoundation.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/ZtFoundation.pc
   DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
@@ -33,7 +35,8 @@ install(FILES ${PROJECT_BINARY_DIR}/ZtFoundation.pc
 # gdb looks for its script beside the library. For the system's own libraries it has a folder apart, since ldconfig
 # complains of what is no library in theirs.
 install(CODE "
-  set(folder \"\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_LIBDIR}\")
+  set(folder \"${CMAKE_INSTALL_LIBDIR}\")
+  cmake_path(ABSOLUTE_PATH folder BASE_DIRECTORY \"\${CMAKE_INSTALL_PREFIX}\")
   if(CMAKE_INSTALL_PREFIX STREQUAL \"/usr\")
     set(folder \"/usr/share/gdb/auto-load\${folder}\")
   endif()

@@ -1,7 +1,7 @@
 #!/bin/bash
 # Makes the Debian packages and installs them on this very system, as seen from inside a private mount namespace: everything that dpkg
 # writes goes to a layer over the system that vanishes with the namespace. There the tool must run, a program must build
-# against the library, gdb must find its script, and removing both packages must leave nothing.
+# against the library, gdb must find its script, and removing the packages must leave nothing.
 set -eu
 
 skip() {
@@ -22,7 +22,7 @@ if [ "${1:-}" = inside ]; then
   # Without the triggers of others, such as the index of all man pages.
   dpkg --no-triggers -i ./*.deb >dpkg.log 2>&1 || fail "$(cat dpkg.log)"
 
-  man_page=$(dpkg -L libztfoundation1 | grep -E '/man1/ztplist\.1(\.gz)?$') || fail "there is no man page"
+  man_page=$(dpkg -L ztplist | grep -E '/man1/ztplist\.1(\.gz)?$') || fail "there is no man page"
   [ -f "$man_page" ] || fail "the man page is not there"
   printf '{ Name = Alice; }' >settings.plist
   [ "$(ztplist get Name settings.plist)" = Alice ] || fail "ztplist does not run"
@@ -37,7 +37,7 @@ if [ "${1:-}" = inside ]; then
     grep -q 'Yes .*libZtFoundation\.so.*-gdb\.py' gdb.log || grep -q ptrace gdb.log || fail "$(cat gdb.log)"
   fi
 
-  dpkg --no-triggers -P libztfoundation-dev libztfoundation1 >dpkg.log 2>&1 || fail "$(cat dpkg.log)"
+  dpkg --no-triggers -P ztplist libztfoundation-dev libztfoundation1 >dpkg.log 2>&1 || fail "$(cat dpkg.log)"
   exit
 fi
 
@@ -82,6 +82,7 @@ mkdir "$scratch/layer" "$scratch/content"
 ! grep -i warning "$scratch/cpack.log" || fail "cpack warns"
 
 runtime=$(echo "$scratch"/packages/libztfoundation1_*.deb)
+tool=$(echo "$scratch"/packages/ztplist_*.deb)
 development=$(echo "$scratch"/packages/libztfoundation-dev_*.deb)
 version=$(dpkg-deb -f "$runtime" Version)
 depends=$(dpkg-deb -f "$runtime" Depends)
@@ -89,9 +90,10 @@ for library in libc6 libstdc++6 libicu; do
   [[ $depends = *"$library"* ]] || fail "the library's package does not depend on $library: $depends"
 done
 [ "$(dpkg-deb -f "$development" Depends)" = "libztfoundation1 (= $version)" ] || fail "the two packages may differ in version"
+[[ $(dpkg-deb -f "$tool" Depends) = *"libztfoundation1 (>= $version)"* ]] || fail "the tool would come without its library"
 [[ $(dpkg-deb -I "$runtime" shlibs) = "libZtFoundation 1 libztfoundation1 "* ]] || fail "other packages learn no dependency from it"
 
-cp "$runtime" "$development" "$0" "$scratch/content"
+cp "$runtime" "$development" "$tool" "$0" "$scratch/content"
 sed -n '/^```cpp$/,/^```$/p' "$ZT_SOURCE_DIR/README.md" | sed '/^```/d' >"$scratch/content/example.cpp"
 unshare --mount true 2>/dev/null || skip "there may be no private mounts here"
 unshare --mount --propagation private "$0" namespace "$scratch"
