@@ -137,8 +137,9 @@ class PrivateMounts {
 
   /// Unmounts what something else has mounted at `path` when the scope ends.
   void unmountLater(const std::string& path) { mounted_.push_back(path); }
-  void unmount(const std::string& path) {
-    if (::umount2(path.c_str(), UMOUNT_NOFOLLOW) != 0) fail("umount " + path);
+  /// `flags` may have MNT_DETACH, for what somebody is looking at.
+  void unmount(const std::string& path, int flags = 0) {
+    if (::umount2(path.c_str(), flags | UMOUNT_NOFOLLOW) != 0) fail("umount " + path);
     std::erase(mounted_, path);
   }
 

@@ -91,12 +91,11 @@ TEST_F(MountWatchTests, AProcessWhoseRootIsAMereFolderHasAStartUpVolume) {
 TEST_F(MountWatchTests, ThreadsMayAskWhileVolumesComeAndGo) {
   const std::string place = this->place();
   SKIP_WITHOUT(place);
-  std::atomic<bool> isOver = false;
   std::atomic<int> wrong = 0;
-  std::vector<std::thread> threads;
+  std::vector<std::jthread> threads;
   for (int i = 0; i < 3; ++i) {
-    threads.emplace_back([&] {
-      while (!isOver) {
+    threads.emplace_back([&](std::stop_token stop) {
+      while (!stop.stop_requested()) {
         wrong += volumes_.roots().front() != "/";
         wrong += holderOf("/proc") != "/";
       }
@@ -105,11 +104,10 @@ TEST_F(MountWatchTests, ThreadsMayAskWhileVolumesComeAndGo) {
   for (int i = 0; i < 20; ++i) {
     mounts_.memory("place");
     EXPECT_TRUE(volumes_.has(place));
-    mounts_.unmount(place);
+    mounts_.unmount(place, MNT_DETACH);
     EXPECT_FALSE(volumes_.has(place));
   }
-  isOver = true;
-  for (std::thread& thread : threads) thread.join();
+  threads.clear();
   EXPECT_EQ(wrong, 0);
 }
 
