@@ -33,12 +33,14 @@ if(CMAKE_SIZEOF_VOID_P EQUAL 4 AND CMAKE_SYSTEM_PROCESSOR MATCHES "^(i.86|x86_64
   target_compile_options(ZtBuildOptions INTERFACE -msse2 -mfpmath=sse)
 endif()
 
+# A target with the property ZT_IS_TEST is neither checked for undefined behaviour nor watched by the fuzzer.
 if(ZT_SANITIZE)
   target_compile_options(ZtBuildOptions INTERFACE
-    -fsanitize=${ZT_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+    -fsanitize=${ZT_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer
+    $<$<BOOL:$<TARGET_PROPERTY:ZT_IS_TEST>>:-fno-sanitize=undefined>)
   target_link_options(ZtBuildOptions INTERFACE -fsanitize=${ZT_SANITIZE})
 endif()
 if(ZT_LIBFUZZER)
-  target_compile_options(ZtBuildOptions INTERFACE -fsanitize=fuzzer-no-link)
+  target_compile_options(ZtBuildOptions INTERFACE $<$<NOT:$<BOOL:$<TARGET_PROPERTY:ZT_IS_TEST>>>:-fsanitize=fuzzer-no-link>)
   target_link_options(ZtBuildOptions INTERFACE -fsanitize=fuzzer-no-link)
 endif()
