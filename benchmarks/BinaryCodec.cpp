@@ -1,8 +1,6 @@
 // Reading and writing a music library as a binary property list, beside libplist, which reads the same bytes and writes
 // the same values as XML; its binary writer takes time that grows with the square of the size.
 
-#include <malloc.h>
-
 #include <cstdint>
 #include <string>
 #include <utility>
@@ -22,13 +20,7 @@ namespace {
 
 using bench::require;
 using bench::Samples;
-
-// What was freed before is put in order at the cost of the run that freed it.
-template <class Work>
-double milliseconds(Work&& work) {
-  malloc_trim(0);
-  return bench::processorMilliseconds(std::forward<Work>(work));
-}
+using bench::undisturbedMilliseconds;
 
 struct Times {
   Samples read, destroy, write;
@@ -47,27 +39,27 @@ Ref<NSData> writeOurs(const Ref<NSObject>& value) {
 // `value` was not read from binary, so that nothing in it is shared yet.
 void runOurs(const Ref<NSObject>& value, const Ref<NSData>& data, NSUInteger option, Times& times) {
   Ref<NSData> written;
-  times.write.push_back(milliseconds([&] { written = writeOurs(value); }));
+  times.write.push_back(undisturbedMilliseconds([&] { written = writeOurs(value); }));
   require(written && written->length() == data->length(), "writing");
   Ref<NSObject> back;
-  times.read.push_back(milliseconds([&] { back = readOurs(data, option); }));
+  times.read.push_back(undisturbedMilliseconds([&] { back = readOurs(data, option); }));
   require(static_cast<bool>(back), "reading");
-  times.destroy.push_back(milliseconds([&] { back.reset(); }));
+  times.destroy.push_back(undisturbedMilliseconds([&] { back.reset(); }));
 }
 
 #if ZT_BENCH_HAS_LIBPLIST
 void runLibplist(const Ref<NSData>& data, Times& times) {
   plist_t value = nullptr;
-  times.read.push_back(milliseconds([&] {
+  times.read.push_back(undisturbedMilliseconds([&] {
     plist_from_bin(static_cast<const char*>(data->bytes()), static_cast<std::uint32_t>(data->length()), &value);
   }));
   require(value != nullptr, "reading with libplist");
   char* written = nullptr;
   std::uint32_t length = 0;
-  times.write.push_back(milliseconds([&] { plist_to_xml(value, &written, &length); }));
+  times.write.push_back(undisturbedMilliseconds([&] { plist_to_xml(value, &written, &length); }));
   require(written != nullptr, "writing XML with libplist");
   plist_to_xml_free(written);
-  times.destroy.push_back(milliseconds([&] { plist_free(value); }));
+  times.destroy.push_back(undisturbedMilliseconds([&] { plist_free(value); }));
 }
 #else
 void runLibplist(const Ref<NSData>&, Times&) {}

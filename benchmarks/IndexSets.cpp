@@ -2,7 +2,6 @@
 // another, beside a std::set of the indexes.
 
 #include <ZtFoundation/platform/IndexSet.h>
-#include <malloc.h>
 
 #include <set>
 #include <string>
@@ -29,16 +28,9 @@ const Order kOrders[] = {
     {"scattered", [](NSUInteger step) { return step * 777'777 % kCount * 2; }, kCount, 4000},
 };
 
-// What another contender has freed would be put in order at the cost of this one.
-template <class Work>
-double milliseconds(Work work) {
-  malloc_trim(0);
-  return bench::processorMilliseconds(work);
-}
-
 double timeOf(const Order& order) {
   const Ref<NSMutableIndexSet> indexes = NSMutableIndexSet::indexSet();
-  const double taken = milliseconds([&] {
+  const double taken = bench::undisturbedMilliseconds([&] {
     for (NSUInteger step = 0; step < kCount; ++step) indexes->addIndex(order.indexAt(step));
   });
   bench::require(indexes->count() == kCount && indexes->numberOfRanges() == order.ranges, order.name);
@@ -47,7 +39,7 @@ double timeOf(const Order& order) {
 
 double timeOfStandardSet(const Order& order) {
   std::set<NSUInteger> indexes;
-  const double taken = milliseconds([&] {
+  const double taken = bench::undisturbedMilliseconds([&] {
     for (NSUInteger step = 0; step < kCount; ++step) indexes.insert(order.indexAt(step));
   });
   bench::require(indexes.size() == kCount, order.name);

@@ -1,6 +1,8 @@
 // What the benchmarks measure with.
 #pragma once
 
+#include <malloc.h>
+
 #include <algorithm>
 #include <chrono>
 #include <cstddef>
@@ -27,6 +29,13 @@ double processorMilliseconds(Work&& work) {
   const std::clock_t start = std::clock();
   std::forward<Work>(work)();
   return static_cast<double>(std::clock() - start) * 1000 / CLOCKS_PER_SEC;
+}
+
+// That, after what was freed before has been put in order, which the work would pay for otherwise.
+template <class Work>
+double undisturbedMilliseconds(Work&& work) {
+  malloc_trim(0);
+  return processorMilliseconds(std::forward<Work>(work));
 }
 
 // 0 for no values.

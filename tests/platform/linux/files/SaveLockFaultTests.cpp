@@ -2,27 +2,18 @@
 // never lost.
 #include <ZtFoundation/PropertyLists.h>
 #include <ZtFoundation/platform/Number.h>
-#include <fcntl.h>
 #include <gtest/gtest.h>
-#include <sys/file.h>
-#include <unistd.h>
 
 #include <cerrno>
 #include <cstring>
 
 #include "platform/linux/SystemCallFaults.h"
+#include "support/FolderLock.h"
 #include "support/ScratchFolder.h"
 #include "support/Storm.h"
 
 namespace ZtFoundation::test {
 namespace {
-
-bool isFree(const std::string& folder) {
-  const int opened = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-  const bool isMine = ::flock(opened, LOCK_EX | LOCK_NB) == 0;
-  ::close(opened);
-  return isMine;
-}
 
 class SharedFile {
  public:

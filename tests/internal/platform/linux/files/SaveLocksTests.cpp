@@ -1,24 +1,15 @@
 #include "platform/services/SaveLocks.h"
 
-#include <fcntl.h>
 #include <gtest/gtest.h>
-#include <sys/file.h>
-#include <unistd.h>
 
 #include <filesystem>
 #include <set>
 
+#include "support/FolderLock.h"
 #include "support/ScratchFolder.h"
 
 namespace ZtFoundation::test {
 namespace {
-
-bool isFree(const std::string& folder) {
-  const int opened = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-  const bool isMine = ::flock(opened, LOCK_EX | LOCK_NB) == 0;
-  ::close(opened);
-  return isMine;
-}
 
 TEST(SaveLocks, AreHeldUntilTheyGo) {
   const ScratchFolder folder;
