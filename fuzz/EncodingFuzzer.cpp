@@ -74,12 +74,25 @@ void compare(const Encoding& encoding, std::string_view bytes, const Ref<NSStrin
   require(expected || encoding.number != NSUTF8StringEncoding || !text, "what is no UTF-8 to the C library is none");
 }
 
+// Shift-JIS has codes for seven characters that other flavours of it have in the place of these.
+std::u16string asReadAgain(NSStringEncoding encoding, std::u16string units) {
+  if (encoding != NSShiftJISStringEncoding) return units;
+  constexpr std::u16string_view others = u"\u00A2\u00A3\u00AC\u2014\u2016\u2212\u301C";
+  constexpr std::u16string_view own = u"\uFFE0\uFFE1\uFFE2\u2015\u2225\uFF0D\uFF5E";
+  for (char16_t& unit : units) {
+    const std::size_t at = others.find(unit);
+    if (at != others.npos) unit = own[at];
+  }
+  return units;
+}
+
 void readAndWrite(const Encoding& encoding, const Ref<NSString>& text) {
   const Ref<NSData> bytes = text->dataUsingEncoding(encoding.number);
   if (!bytes) return;
   const Ref<NSString> again = NSString::stringWithData_encoding(bytes, encoding.number);
   require(static_cast<bool>(again), "what was written can be read");
-  require(again->utf16() == withoutMark(text->utf16()) || again->utf16() == text->utf16(), "and is the same text");
+  const std::u16string expected = asReadAgain(encoding.number, text->utf16());
+  require(again->utf16() == withoutMark(expected) || again->utf16() == expected, "and is the same text");
 }
 
 void writeWithLoss(const Encoding& encoding, const Ref<NSString>& text) {
