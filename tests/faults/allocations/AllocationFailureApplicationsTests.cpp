@@ -148,9 +148,9 @@ struct EachStart {
 
 TEST_F(AllocationFailureApplications, Starting) {
   if (std::getenv(allocations::kFirstUseVariable) != nullptr) GTEST_SKIP() << "starts programs in this process";
-  const std::size_t descriptors = openDescriptors();
   const EachStart each;
   each("ZtLSLaunchApplicationAtURL", [](Installed& i) { return ZtLSLaunchApplicationAtURL(i.bundleURL); });
+  const std::size_t descriptors = openDescriptors();
   each("ZtLSLaunchApplicationAtPath", [](Installed& i) { return ZtLSLaunchApplicationAtPath(i.entry); });
   each("ZtLSOpenFileWithApplicationAtURL",
        [](Installed& i) { return ZtLSOpenFileWithApplicationAtURL(i.documentURL, i.entryURL, true); });

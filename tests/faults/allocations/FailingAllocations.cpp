@@ -340,9 +340,7 @@ class Points {
   bool tryPoint(std::size_t k, Failing mode) {
     bool goesOn = true;
     std::string complaint = complaintAbout(k, mode, goesOn);
-    if (const std::optional<Leak> left = leak(); left && !rules_.keepsMemory && complaint.empty()) {
-      complaint = "leak of " + std::to_string(left->size) + " bytes made at\n" + traceOf(k, mode, left->ordinal);
-    }
+    if (complaint.empty() && !rules_.keepsMemory) complaint = complaintAboutLeak(k, mode);
     isWrong_ = !complaint.empty();
     if (isWrong_) report(k, mode, complaint);
     return goesOn && !isWrong_;
@@ -355,6 +353,18 @@ class Points {
     goesOn = failed.count.failed > 0;
     const std::string complaint = complaintAbout(failed, before, trial_.stateText(state.get()));
     return complaint.empty() && failed.end == Run::End::NoMemory ? complaintAboutRepetition(state.get()) : complaint;
+  }
+
+  // Looks twice: the first failure may fill what is filled on first use.
+  std::string complaintAboutLeak(std::size_t k, Failing mode) {
+    if (!leak()) return "";
+    bool goesOn = true;
+    std::string complaint = complaintAbout(k, mode, goesOn);
+    const std::optional<Leak> left = leak();
+    if (complaint.empty() && left) {
+      complaint = "leak of " + std::to_string(left->size) + " bytes made at\n" + traceOf(k, mode, left->ordinal);
+    }
+    return complaint;
   }
 
   std::string complaintAbout(const Run& run, const std::string& before, const std::string& after) const {
