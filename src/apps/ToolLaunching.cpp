@@ -23,7 +23,7 @@ bool ZtLSLaunchToolAtURLAndArguments(const Ref<NSURL>& tool, const Ref<NSArray>&
 }
 
 bool ZtLSLaunchToolAtPathAndArguments(const Ref<NSString>& tool, const Ref<NSArray>& arguments) {
-  if (!tool || !isPlainFile(tool)) return false;
+  if (!isPlainFile(tool)) return false;
   return NSTask::launchedTaskWithLaunchPath_arguments(tool, arguments)->isRunning();
 }
 

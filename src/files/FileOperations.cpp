@@ -44,11 +44,10 @@ OSStatus rename(const Ref<NSString>& self, const Ref<NSString>& newName) {
 }
 
 OSStatus removeForcefully(const Ref<NSString>& self, bool unlocking) {
-  using namespace JxFileCatalogInformation;
   if (!JxFileExistence::exists(self)) return paramErr;
   if (!JxFileAccessibility::canUserAccessToWrite(self)) return afpAccessDenied;
   if (!JxFileAccessibility::canUserAccessToWrite(self->stringByDeletingLastPathComponent())) return afpAccessDenied;
-  if (unlocking && isLockedByFinder(self)) setFinderLock(self, false);
+  if (unlocking) JxFileCatalogInformation::setFinderLock(self, false);
   const bool isRemoved =
       send<bool>(NSFileManager::defaultManager(), ZT_SELECTOR("removeFileAtPath:handler:"), self, Ref<NSObject>());
   return isRemoved ? noErr : paramErr;

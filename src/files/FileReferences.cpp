@@ -10,19 +10,16 @@ namespace {
 
 using NewAlias = OSErr (Aliases::*)(const FSRef*, AliasHandle*);
 
-bool resolve(AliasHandle alias, FSRef& ref) {
-  bool wasChanged = false;
-  return alias != nullptr && service<Aliases>().FSResolveAlias(alias, &ref, &wasChanged) == noErr;
-}
+bool resolve(AliasHandle alias, FSRef& ref) { return service<Aliases>().FSResolveAlias(alias, &ref, nullptr) == noErr; }
 
 bool makeAlias(const Ref<NSURL>& url, AliasHandle* alias, NewAlias make) {
   FSRef ref;
-  return alias != nullptr && URLToFSRef(url, &ref) && (service<Aliases>().*make)(&ref, alias) == noErr;
+  return URLToFSRef(url, &ref) && (service<Aliases>().*make)(&ref, alias) == noErr;
 }
 
 bool makeAlias(const Ref<NSString>& path, AliasHandle* alias, NewAlias make) {
   FSRef ref;
-  return alias != nullptr && pathStringToFSRef(path, &ref) && (service<Aliases>().*make)(&ref, alias) == noErr;
+  return pathStringToFSRef(path, &ref) && (service<Aliases>().*make)(&ref, alias) == noErr;
 }
 
 bool describe(const FSRef& ref, FSSpec* description) {
@@ -32,7 +29,7 @@ bool describe(const FSRef& ref, FSSpec* description) {
 }  // namespace
 
 Ref<NSString> pathStringFromFSRef(const FSRef* ref) {
-  const Ref<NSURL> url = ref != nullptr ? service<FileCatalog>().CFURLCreateFromFSRef(ref) : nullptr;
+  const Ref<NSURL> url = service<FileCatalog>().CFURLCreateFromFSRef(ref);
   return url ? url->path() : nullptr;
 }
 
@@ -42,7 +39,7 @@ Ref<NSString> pathStringFromAliasHandle(AliasHandle alias) {
 }
 
 bool pathStringToFSRef(const Ref<NSString>& self, FSRef* ref) {
-  return ref != nullptr && self && service<FileCatalog>().CFURLGetFSRef(NSURL::fileURLWithPath(self), ref);
+  return service<FileCatalog>().CFURLGetFSRef(NSURL::fileURLWithPath(self), ref);
 }
 
 bool pathStringToAlias(const Ref<NSString>& self, AliasHandle* alias) {
@@ -62,9 +59,7 @@ Ref<NSURL> URLFromFSRef(const FSRef* ref) { return NSURL::fileURLWithPath(pathSt
 
 Ref<NSURL> URLFromAliasHandle(AliasHandle alias) { return NSURL::fileURLWithPath(pathStringFromAliasHandle(alias)); }
 
-bool URLToFSRef(const Ref<NSURL>& self, FSRef* ref) {
-  return ref != nullptr && self && service<FileCatalog>().CFURLGetFSRef(self, ref);
-}
+bool URLToFSRef(const Ref<NSURL>& self, FSRef* ref) { return service<FileCatalog>().CFURLGetFSRef(self, ref); }
 
 bool URLToAlias(const Ref<NSURL>& self, AliasHandle* alias) { return makeAlias(self, alias, &Aliases::FSNewAlias); }
 

@@ -94,7 +94,7 @@ Ref<NSString> rootVolumeName(const Ref<NSFileManager>& self) {
   Ref<NSString> name = lookUpRootVolumeName();
   NSString* nobody = nullptr;
   // Whoever comes second has found the same name.
-  if (name && cached.compare_exchange_strong(nobody, name.get(), std::memory_order_acq_rel)) {
+  if (cached.compare_exchange_strong(nobody, name.get(), std::memory_order_acq_rel)) {
     static_cast<void>(Ref<NSString>(name).leak());
   }
   return name;

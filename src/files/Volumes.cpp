@@ -24,7 +24,6 @@ FSVolumeRefNum volumeOfItem(const Ref<NSString>& path) {
 
 // A root is known without asking the volume itself, whose server may be gone.
 FSVolumeRefNum volumeHolding(const Ref<NSString>& path) {
-  if (!path) return kFSInvalidVolumeRefNum;
   const FSVolumeRefNum rooted = service<Volumes>().volumeRootedAt(path);
   return rooted != kFSInvalidVolumeRefNum ? rooted : volumeOfItem(path);
 }
@@ -60,11 +59,6 @@ bool isAmongRemovableMedia(const Ref<NSString>& path) {
   return std::any_of(roots.begin(), roots.end(), [&](const Ref<NSString>& root) { return path->isEqual(root); });
 }
 
-bool unmountServedVolume(const Ref<NSString>& root) {
-  const FSVolumeRefNum volume = volumeHolding(root);
-  return volume != kFSInvalidVolumeRefNum && service<Volumes>().FSUnmountVolumeSync(volume) == noErr;
-}
-
 template <class Count>
 void store(Count* place, Count count) {
   if (place != nullptr) *place = count;
@@ -90,18 +84,12 @@ Ref<NSString> volumePath(const Ref<NSString>& self) {
 }
 
 bool isVolume(const Ref<NSString>& self) {
-  return self && anyVolume([&](const Ref<NSString>& path) { return path->isEqualToString(self); });
+  return anyVolume([&](const Ref<NSString>& path) { return path->isEqualToString(self); });
 }
 
-bool isVolumeReadable(const Ref<NSString>& self) {
-  const Ref<NSString> root = volumePath(self);
-  return root && JxFileAccessibility::isReadable(root);
-}
+bool isVolumeReadable(const Ref<NSString>& self) { return JxFileAccessibility::isReadable(volumePath(self)); }
 
-bool isVolumeWritable(const Ref<NSString>& self) {
-  const Ref<NSString> root = volumePath(self);
-  return root && JxFileAccessibility::isWritable(root);
-}
+bool isVolumeWritable(const Ref<NSString>& self) { return JxFileAccessibility::isWritable(volumePath(self)); }
 
 bool isNetworkVolume(const Ref<NSString>& self) {
   if (!isVolume(self)) return false;
@@ -118,7 +106,9 @@ bool isUnmountableVolume(const Ref<NSString>& self) {
 
 bool unmountVolume(const Ref<NSString>& self) {
   if (!self) return false;
-  return isNetworkVolume(self) ? unmountServedVolume(self) : service<Volumes>().unmountAndEjectDeviceAtPath(self);
+  Volumes& volumes = service<Volumes>();
+  if (isNetworkVolume(self)) return volumes.FSUnmountVolumeSync(volumeHolding(self)) == noErr;
+  return volumes.unmountAndEjectDeviceAtPath(self);
 }
 
 bool volumeTotalSpace_freeSpace(const Ref<NSString>& self, std::uint64_t* totalSpace, std::uint64_t* freeSpace) {

@@ -23,7 +23,7 @@ class ManagerOfOneName : public NSFileManager {
 ZT_IMPLEMENT_CLASS(ManagerOfOneName, ZT_METHOD("displayNameAtPath:", &ManagerOfOneName::displayNameAtPath));
 
 Ref<NSArray> threeComponents(NSFileManager&, const Ref<NSString>& path) {
-  return NSArray::of("Startup", "a", path->lastPathComponent());
+  return NSArray::of("Startup", "a", path ? path->lastPathComponent() : Ref<NSString>("none"));
 }
 Ref<NSArray> noComponents(NSFileManager&, const Ref<NSString>&) { return nullptr; }
 Ref<NSArray> emptyComponents(NSFileManager&, const Ref<NSString>&) { return NSArray::array(); }
@@ -44,6 +44,7 @@ TEST(DisplayPath, JoinsTheComponents) {
   } cases[] = {{nullptr, "Startup:a:b.jpg"}, {"", "Startup:a:b.jpg"},        {":", "Startup:a:b.jpg"},
                {"/", "Startup/a/b.jpg"},     {" > ", "Startup > a > b.jpg"}, {"\xE2\x86\x92", "Startup→a→b.jpg"}};
   for (const auto& each : cases) EXPECT_EQ(displayPathWithSeparetor("/a/b.jpg", each.separator)->utf8(), each.expected);
+  EXPECT_FALSE(displayPathWithSeparetor(nullptr, ":")) << "nobody is asked about no path";
 }
 
 TEST(DisplayPath, WithoutComponentsIsNone) {
@@ -224,6 +225,7 @@ TEST_F(DisplayNameAtURLTests, TheReceiverIsAsked) {
   EXPECT_EQ(name(NSURL::fileURLWithPath(folder.string("missing"))), "(none)");
   files = nullptr;
   EXPECT_EQ(logged(NSURL::fileURLWithPath(folder.string("a b.txt"))), "");
+  EXPECT_EQ(logged(url("http://example.org/a")), "") << "nobody to say so";
 }
 
 TEST(RootVolumeName, IsTheSameForAllThreads) {

@@ -112,6 +112,7 @@ TEST_F(RecursiveFoldersTests, APathWithoutComponentsIsASuccess) {
 TEST_F(RecursiveFoldersTests, NoneFails) {
   for (const bool recursively : {false, true}) {
     EXPECT_FALSE(createDirectoryAtPath_attributes_recursively(nullptr, folder.string("new"), nullptr, recursively));
+    EXPECT_FALSE(createDirectoryAtPath_attributes_recursively(nullptr, folder.string("a"), nullptr, recursively));
     EXPECT_FALSE(createDirectoryAtPath_attributes_recursively(manager, nullptr, nullptr, recursively));
   }
 }

@@ -6,7 +6,8 @@
 
 namespace ZtFoundation {
 
-/// Calls answer 0 or an error number; an error leaves what they would fill as it is.
+/// Calls answer 0 or an error number, paramErr for null arguments (but `wasChanged`); an error leaves what they would
+/// fill as it is.
 class Aliases {
  public:
   virtual ~Aliases() = default;

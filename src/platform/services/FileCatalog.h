@@ -50,9 +50,9 @@ class FileCatalog {
 
   /// The item at `path`: a link at its end is the item itself, links before are followed. fnfErr when there is none.
   virtual OSErr FSPathMakeRef(const Ref<NSString>& path, FSRef* ref, bool* isDirectory) = 0;
-  /// The same from a file URL; false when there is no item.
+  /// The same from a file URL; false when there is no item, no URL or no `ref`.
   virtual bool CFURLGetFSRef(const Ref<NSURL>& url, FSRef* ref) = 0;
-  /// Where the item is now, found again if it has moved; none when it is gone.
+  /// Where the item is now, found again if it has moved; none when it is gone and for a null `ref`.
   virtual Ref<NSURL> CFURLCreateFromFSRef(const FSRef* ref) = 0;
 
   /// The wanted fields of `info`, and the item's file description record; `info` and `description` may be null.

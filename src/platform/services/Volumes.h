@@ -75,7 +75,7 @@ class Volumes {
                                 FSVolumeInfoBitmap wanted, FSVolumeInfo* info, HFSUniStr255* name, FSRef* root) = 0;
   /// The number of the volume that an item lies on; 0 when it cannot be told.
   virtual FSVolumeRefNum volumeHolding(const FSRef& item) = 0;
-  /// The number of the volume whose root path is exactly `path`; 0 when there is none.
+  /// The number of the volume whose root path is exactly `path`; 0 when there is none, and for no path.
   virtual FSVolumeRefNum volumeRootedAt([[maybe_unused]] const Ref<NSString>& path) { return kFSInvalidVolumeRefNum; }
 
   /// Fills `size` bytes of `parameters`.
@@ -85,7 +85,7 @@ class Volumes {
   /// Fills `size` bytes; the record begins with a VolMountInfoHeader.
   virtual OSErr FSGetVolumeMountInfo(FSVolumeRefNum volume, void* buffer, std::size_t size) = 0;
 
-  /// Waits until the volume is unmounted. fBsyErr while it is in use, permErr or afpAccessDenied where the process may
+  /// Waits until the volume is unmounted. nsvErr when there is none, also for 0, fBsyErr while it is in use, permErr or afpAccessDenied where the process may
   /// not.
   virtual OSErr FSUnmountVolumeSync(FSVolumeRefNum volume) = 0;
 

@@ -104,7 +104,7 @@ TEST_F(FileAccessTests, WhatThisProcessMayDo) {
   EXPECT_FALSE(isExecutable(path));
 }
 
-bool agree(NSFileManager&, const Ref<NSString>& path) { return path->utf8() == "/item"; }
+bool agree(NSFileManager&, const Ref<NSString>& path) { return !path || path->utf8() == "/item"; }
 
 // For root the answers are alike.
 TEST(FileAccessStepsTests, EachQuestionIsPutToTheDefaultManagerByItsMessage) {
@@ -117,7 +117,22 @@ TEST(FileAccessStepsTests, EachQuestionIsPutToTheDefaultManagerByItsMessage) {
   for (const auto& [question, selector] : questions) {
     const ReplacedMethod<&agree> replaced(NSFileManager::classObject(), selector);
     for (const auto& [other, otherSelector] : questions) EXPECT_EQ(other("/item"), other == question);
+    EXPECT_FALSE(question(nullptr)) << "nobody is asked about no path";
   }
+}
+
+Ref<NSDictionary> attributesOfAnything(NSFileManager&, const Ref<NSString>&, bool traverseLink) {
+  EXPECT_TRUE(traverseLink);
+  return NSDictionary::dictionaryWithObject_forKey(0370, NSFilePosixPermissions);
+}
+
+TEST(FileAccessStepsTests, PrivilegesAreAskedOfTheDefaultManagerByItsMessage) {
+  const ReplacedMethod<&attributesOfAnything> replaced(NSFileManager::classObject(),
+                                                       ZT_SELECTOR("fileAttributesAtPath:traverseLink:"));
+  std::uint8_t privileges = 0;
+  EXPECT_TRUE(userPrivileges("/item", &privileges));
+  EXPECT_EQ(privileges, 3);
+  EXPECT_FALSE(userPrivileges(nullptr, &privileges)) << "nobody is asked about no path";
 }
 
 // --- URLs

@@ -86,10 +86,15 @@ TEST_F(FileExistenceTests, WhatMayNotBeLookedAtDoesNotExist) {
 }
 
 bool everythingExists(NSFileManager&, const Ref<NSString>&) { return true; }
+bool everythingIsAFolder(NSFileManager&, const Ref<NSString>&, bool* isDirectory) { return *isDirectory = true; }
 
 TEST_F(FileExistenceTests, TheDefaultManagerIsAskedByMessage) {
   const ReplacedMethod<&everythingExists> replaced(NSFileManager::classObject(), ZT_SELECTOR("fileExistsAtPath:"));
   EXPECT_TRUE(exists(folder.string("missing")));
+  const ReplacedMethod<&everythingIsAFolder> alsoReplaced(NSFileManager::classObject(),
+                                                          ZT_SELECTOR("fileExistsAtPath:isDirectory:"));
+  EXPECT_TRUE(directoryExists(folder.string("file")));
+  EXPECT_FALSE(exists(Ref<NSString>()) || directoryExists(Ref<NSString>())) << "nobody is asked about no path";
 }
 
 }  // namespace

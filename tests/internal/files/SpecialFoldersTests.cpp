@@ -91,6 +91,7 @@ TEST_F(SpecialFoldersTests, NoneFails) {
   EXPECT_FALSE(findFolderForType_inDomain_create(nullptr, kDesktopFolderType, kUserDomain, false));
   EXPECT_FALSE(findFolderForType_inVolume_create(nullptr, kDesktopFolderType, -7, false));
   EXPECT_FALSE(findFolderForType_inVolumeWithPath_create(nullptr, kDesktopFolderType, "/x", false));
+  EXPECT_EQ(platform.calls, Lines{});
   EXPECT_EQ(log.lines(), Lines{});
   EXPECT_FALSE(findFolderForType_inVolumeWithPath_create(files, kDesktopFolderType, nullptr, false));
   EXPECT_EQ(log.lines().size(), 1U);

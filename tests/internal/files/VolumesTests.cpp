@@ -16,6 +16,7 @@
 #include "platform/services/Service.h"
 #include "platform/services/Volumes.h"
 #include "support/RecordingLog.h"
+#include "support/ReplacedMethod.h"
 
 namespace ZtFoundation {
 namespace {
@@ -52,7 +53,7 @@ class StandInCatalog final : public FileCatalog {
   OSErr FSGetCatalogInfo(const FSRef* ref, FSCatalogInfoBitmap wanted, FSCatalogInfo* info, FSSpec* spec) override {
     calls_.push_back("FSGetCatalogInfo " + text(ref->path()) + " " + std::to_string(wanted));
     EXPECT_EQ(spec, nullptr);
-    if (catalogError == noErr) info->volume = volume;
+    info->volume = catalogError == noErr ? volume : FSVolumeRefNum{-99};  // at which nobody may look
     return catalogError;
   }
   OSErr FSSetCatalogInfo(const FSRef*, FSCatalogInfoBitmap, const FSCatalogInfo*) override { return paramErr; }
@@ -239,6 +240,27 @@ TEST_F(VolumesTests, VolumePathFailsWithEachOfItsCalls) {
   EXPECT_FALSE(volumePath(""));
 }
 
+// --- Access
+
+std::string accessible;
+bool isAccessible(NSFileManager&, const Ref<NSString>& path) { return text(path) == accessible; }
+
+TEST_F(VolumesTests, AccessIsThatToTheRoot) {
+  const std::pair<bool (*)(const Ref<NSString>&), SEL> questions[] = {
+      {isVolumeReadable, ZT_SELECTOR("isReadableFileAtPath:")},
+      {isVolumeWritable, ZT_SELECTOR("isWritableFileAtPath:")},
+  };
+  for (const auto& [question, selector] : questions) {
+    const test::ReplacedMethod<&isAccessible> replaced(NSFileManager::classObject(), selector);
+    accessible = "/mnt";
+    EXPECT_TRUE(question("/mnt/item"));
+    accessible = "/mnt/item";
+    EXPECT_FALSE(question("/mnt/item"));
+    accessible = "none";
+    EXPECT_FALSE(question(nullptr)) << "nobody is asked about no volume";
+  }
+}
+
 // --- Space
 
 TEST_F(VolumesTests, Space) {
@@ -269,6 +291,8 @@ TEST_F(VolumesTests, SpaceOnFailure) {
     EXPECT_EQ(free, 2U);
     EXPECT_EQ(volumeTotalSpace("/mnt/item"), 0U);
     EXPECT_EQ(volumeFreeSpace("/mnt/item"), 0U);
+    const Calls calls = since();
+    EXPECT_EQ(std::count(calls.begin(), calls.end(), "FSGetVolumeInfo 0 0 64"), 0) << "0 would mean any volume";
   }
   EXPECT_FALSE(volumeTotalSpace_freeSpace(nullptr, nullptr, nullptr));
 }
