@@ -51,6 +51,13 @@ bool noteCopy(NSFileManager&, const Ref<NSString>& from, const Ref<NSString>& to
   return answer;
 }
 
+// Another process that takes each name right after it was found free.
+bool existsToday(NSFileManager& files, const Ref<NSString>& path) {
+  const bool exists = files.NSFileManager::fileExistsAtPath(path);
+  if (!exists) writeFile(path->fileSystemRepresentation(), "theirs");
+  return exists;
+}
+
 class AutonamingStepsTests : public testing::Test {
  protected:
   AutonamingStepsTests() {
@@ -123,6 +130,13 @@ TEST_F(AutonamingStepsTests, ACopyNeedsThePhysicalSizeInRoom) {
   volume.freeBytes = physical;
   answer = false;
   EXPECT_EQ(copy(true), paramErr);
+}
+
+TEST_F(AutonamingStepsTests, ADestinationThatAnotherTakesMeanwhileGetsNoOtherName) {
+  volume.freeBytes = 1 << 20;
+  const ReplacedMethod<&existsToday> replaced(NSFileManager::classObject(), ZT_SELECTOR("fileExistsAtPath:"));
+  EXPECT_EQ(copy(false), noErr);
+  EXPECT_EQ(requests, std::vector<std::string>{"from > to"}) << "which the manager is left to refuse";
 }
 
 }  // namespace

@@ -21,7 +21,7 @@ using Calls = std::vector<std::string>;
 class PathCatalog final : public FileCatalog {
  public:
   std::set<std::string> existing;
-  std::map<std::string, OSErr> errors;  // of making the folder of that name
+  std::map<std::string, OSErr> errors;  // of making the folder of that name; dupFNErr: it is there by now
   OSErr renameAnswer = noErr;
   bool hasNoMemory = false;
   Calls calls;
@@ -38,9 +38,9 @@ class PathCatalog final : public FileCatalog {
   OSErr FSCreateDirectoryUnicode(const FSRef* parent, const Ref<NSString>& name) override {
     calls.push_back(parent->path()->utf8().append(" | ").append(name->utf8()));
     const auto error = errors.find(name->utf8());
-    if (error != errors.end()) return error->second;
+    if (error != errors.end() && error->second != dupFNErr) return error->second;
     existing.insert(parent->path()->stringByAppendingPathComponent(name)->utf8());
-    return noErr;
+    return error != errors.end() ? dupFNErr : noErr;
   }
   OSErr FSRenameUnicode(const FSRef* ref, const Ref<NSString>& name) override {
     if (hasNoMemory) throw std::bad_alloc();
@@ -68,6 +68,12 @@ TEST_F(FileOperationStepsTests, FoldersAreMadeFromTheOutermostIn) {
 TEST_F(FileOperationStepsTests, TheFirstErrorEndsTheMaking) {
   catalog.errors["c"] = vLckdErr;
   EXPECT_EQ(JxFileOperation::createDirectoryWithRecursively("/a/b/c/d", true), vLckdErr);
+  EXPECT_EQ(catalog.calls, (Calls{"/a | b", "/a/b | c"}));
+}
+
+TEST_F(FileOperationStepsTests, AFolderThatAnotherMakesMeanwhileEndsTheMakingToo) {
+  catalog.errors["c"] = dupFNErr;
+  EXPECT_EQ(JxFileOperation::createDirectoryWithRecursively("/a/b/c/d", true), dupFNErr);
   EXPECT_EQ(catalog.calls, (Calls{"/a | b", "/a/b | c"}));
 }
 

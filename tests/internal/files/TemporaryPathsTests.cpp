@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <future>
 
+#include "platform/services/BundleCode.h"
 #include "platform/services/LocalClock.h"
 #include "platform/services/Service.h"
 #include "support/ChildProcess.h"
@@ -28,6 +29,21 @@ class SetClock : public LocalClock {
   LocalTime now() override { return time; }
 
   LocalTime time = {2024, 1, 31, 23, 59, 59, 42};
+};
+
+/// A program that nobody knows the file of, if there is one at all.
+class ProgramWithoutFile : public BundleCode {
+ public:
+  explicit ProgramWithoutFile(CodeModule program) : program_(program) {}
+
+  CodeModule load(const std::string&) override { return nullptr; }
+  CodeModule program() override { return program_; }
+  CodeModule moduleAt(const void*) override { return program_; }
+  std::string fileOf(CodeModule) override { return ""; }
+  bool isRegularFile(const std::string&) override { return false; }
+
+ private:
+  CodeModule program_;
 };
 
 class TemporaryPathsTests : public ::testing::Test {
@@ -62,6 +78,16 @@ TEST_F(TemporaryFolderTests, TheFolderIsNamedAfterTheProgram) {
   const std::string program = std::filesystem::read_symlink("/proc/self/exe").filename();
   EXPECT_TRUE(isFirstPath("(none)", "/tmp/" + program + "/20240131-235959-042"));
   EXPECT_TRUE(isFirstPath("", "/tmp/" + program + "/20240131-235959-042"));
+}
+
+TEST_F(TemporaryFolderTests, AProgramThatCannotBeNamedHasTheLibrarysName) {
+  const std::string expected = "/tmp/ZtFoundation/20240131-235959-042";
+  NSBundle::mainBundle();  // is known before its file is not
+  for (const CodeModule program : {BundleCode::production().program(), CodeModule()}) {
+    ProgramWithoutFile code(program);
+    const ScopedService<BundleCode> codeScope(code);
+    EXPECT_TRUE(isFirstPath("(none)", expected));
+  }
 }
 
 TEST_F(TemporaryFolderTests, TheFolderStaysTheSame) {
