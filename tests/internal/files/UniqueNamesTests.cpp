@@ -155,9 +155,10 @@ TEST_F(UniqueNamesTests, AFileSystemMayTakeOtherNamesForTheSame) {
 TEST_F(UniqueNamesTests, OnlyThePlainFormOfANumberTakesIt) {
   take(u"a.jpg");
   takeNumbers(u"a_", 100, u".jpg");
-  for (const char16_t* near : {u"a_0101.jpg", u"a_101", u"a_101.jpg.jpg", u"a 101.jpg", u"b_101.jpg", u"a_.jpg",
-                               u"a__101.jpg", u"_101.jpg", u"101.jpg", u"a_+101.jpg", u"a_101x.jpg",
-                               u"a_18446744073709551717.jpg", u"a_281474976710757.jpg", u"A_101.jpg"}) {
+  for (const char16_t* near :
+       {u"a_0101.jpg", u"a_101", u"a_101.jpg.jpg", u"a 101.jpg", u"b_101.jpg", u"a_.jpg", u"a__101.jpg", u"_101.jpg",
+        u"101.jpg", u"a_+101.jpg", u"a_101x.jpg", u"a_18446744073709551717.jpg", u"a_281474976710757.jpg", u"A_101.jpg",
+        u"a_101.gif", u"gif", u"20241231235959101.jpg"}) {
     take(near);
   }
   EXPECT_EQ(talvo(u"a.jpg"), u"a_101.jpg");
@@ -207,6 +208,14 @@ TEST_F(UniqueNamesTests, TheCapLeavesNoHalfOfAPair) {
   EXPECT_EQ(talvo(u"x" + repeated(camera, 127)), u"x" + repeated(camera, 126) + u"_1") << "nothing to mend";
 }
 
+// A byte that is no text is a low half on its own, a high one can only come from a host.
+TEST_F(UniqueNamesTests, TheCapCutsBesideAHalfThatStandsAlone) {
+  take(repeated(u"\xDCFF", 255));
+  EXPECT_EQ(talvo(repeated(u"\xDCFF", 255)), repeated(u"\xDCFF", 253) + u"_1");
+  take(xs(252) + u"\xD83D" + u"xx");
+  EXPECT_EQ(talvo(xs(252) + u"\xD83D" + u"xx"), xs(252) + u"\xD83D" + u"_1");
+}
+
 TEST_F(UniqueNamesTests, CharactersGoUntilTheBytesFit) {
   folder.mostBytes = 20;
   take(u"\u3042\u3042\u3042\u3042\u3042.jpg");  // 19 bytes
@@ -217,6 +226,28 @@ TEST_F(UniqueNamesTests, CharactersGoUntilTheBytesFit) {
   EXPECT_EQ(talvo(u"\u3042\u3042\u3042\u3042\u3042.jpg"), u"_1.jpg");
   folder.mostBytes = 5;
   EXPECT_EQ(talvo(u"\u3042\u3042\u3042\u3042\u3042.jpg"), u"(none)");
+}
+
+TEST_F(UniqueNamesTests, AHalfThatStandsAloneGoesAlone) {
+  folder.mostBytes = 9;
+  struct {
+    std::u16string name;
+    std::u16string answer;
+  } const cases[] = {
+      {u"ab\xDCFE\xDCFF.jpg", u"ab\xDCFE_1.jpg"}, {u"\xD83Dx.jpg", u"\xD83D_1.jpg"},
+      {u"abc\xDCFF.jpg", u"abc_1.jpg"},           {u"abcx.jpg", u"abc_1.jpg"},
+      {u"\xDCFF.jpeg56", u"_1.jpeg56"},
+  };
+  for (const auto& one : cases) {
+    take(one.name);
+    EXPECT_EQ(talvo(one.name), one.answer);
+  }
+}
+
+TEST_F(UniqueNamesTests, ANameOfNothingButMarksLosesThemAll) {
+  folder.mostBytes = 8;
+  take(u"\u3099\u3099.x");
+  EXPECT_EQ(talvo(u"\u3099\u3099.x"), u"_1.x");
 }
 
 TEST_F(UniqueNamesTests, AFreePathIsNotAskedForItsLength) {
