@@ -19,7 +19,9 @@ Ref<NSArray> filtered(const Ref<NSArray>& self, Keep keep) {
   return NSArray::arrayByTaking(kept);
 }
 
-bool areEqual(const Ref<NSObject>& a, const Ref<NSObject>& b) { return a && b && detail::areEqual(a.get(), b.get()); }
+bool areEqual(const Ref<NSObject>& element, const Ref<NSObject>& object) {
+  return object && detail::areEqual(element.get(), object.get());
+}
 
 // Objects of hosts may say so themselves.
 bool isOfKind(const Ref<NSObject>& object, Class wanted) {
@@ -32,24 +34,23 @@ bool isSimple(const NSObject& object) {
   return object.kind() != ObjectKind::Other && object.kind() < ObjectKind::Array;
 }
 
-// The elements of an array that others are looked up among.
+// The elements of an array that others are looked up among. A simple value equals only simple ones.
 class Members {
  public:
   explicit Members(const Ref<NSArray>& elements) : elements_(elements ? elements : NSArray::array()) {
     for (const Ref<NSObject>& element : *elements_) {
-      isSimple(*element) ? simple_->addObject(element) : others_.push_back(element);
+      if (isSimple(*element)) simple_->addObject(element);
     }
   }
   bool contain(const Ref<NSObject>& object) const {
-    const auto equal = [&](const Ref<NSObject>& element) { return areEqual(object, element); };
-    if (!isSimple(*object)) return std::any_of(elements_->begin(), elements_->end(), equal);
-    return simple_->containsObject(object) || std::any_of(others_.begin(), others_.end(), equal);
+    if (isSimple(*object)) return simple_->containsObject(object);
+    return std::any_of(elements_->begin(), elements_->end(),
+                       [&](const Ref<NSObject>& element) { return areEqual(object, element); });
   }
 
  private:
   Ref<NSArray> elements_;
   Ref<NSMutableSet> simple_ = NSMutableSet::set();
-  std::vector<Ref<NSObject>> others_;
 };
 
 // An immutable set with what `change` makes of a copy.

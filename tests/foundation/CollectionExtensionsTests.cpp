@@ -69,6 +69,14 @@ class TwoFaced : public NSObject {
   bool isEqualTo(const NSObject* other) const override { return as<TwoFaced>(other) != nullptr; }
 };
 
+// Equal to whatever it is asked about.
+class Flatterer : public NSObject {
+  ZT_OBJECT(Flatterer, NSObject)
+ public:
+  bool isEqual(const NSObject*) const override { return true; }
+  using NSObject::isEqual;
+};
+
 // Passes for a string and nothing else.
 class Mimic : public NSObject {
   ZT_OBJECT(Mimic, NSObject)
@@ -85,6 +93,20 @@ TEST(CollectionExtensions, CountsByTheEqualityOfScripts) {
 
 TEST(CollectionExtensions, ObjectsOfHostsDecideThemselves) {
   EXPECT_EQ(arrayByRemovingObjects(NSArray::of(make<Chameleon>(), 1), NSArray::of("any text"))->count(), 1U);
+}
+
+TEST(CollectionExtensions, NobodyIsEqualToNone) {
+  const Ref<NSArray> objects = NSArray::of(make<Flatterer>(), make<Flatterer>());
+  EXPECT_EQ(arrayByRemovingObject(objects, "any text")->count(), 0U);
+  EXPECT_EQ(arrayByRemovingObject(objects, nullptr)->count(), 2U);
+  EXPECT_EQ(numberOfObjectsEqualTo(objects, "any text"), 2U);
+  EXPECT_EQ(numberOfObjectsEqualTo(objects, nullptr), 0U);
+}
+
+TEST(CollectionExtensions, TheElementsOfTheReceiverAreAskedNotThoseToRemove) {
+  const Ref<NSArray> text = NSArray::of("any text");
+  EXPECT_EQ(arrayByRemovingObjects(text, NSArray::of(make<Flatterer>()))->count(), 1U);
+  EXPECT_EQ(arrayByRemovingObjects(NSArray::of(make<Flatterer>()), text)->count(), 0U);
 }
 
 TEST(CollectionExtensions, RemovingManyFromManyIsQuick) {
@@ -234,6 +256,7 @@ class Collector : public NSObject {
 
 ZT_REGISTER_CLASS(Chameleon);
 ZT_REGISTER_CLASS(TwoFaced);
+ZT_REGISTER_CLASS(Flatterer);
 ZT_REGISTER_CLASS(Mimic, ZT_METHOD("isKindOfClass:", &Mimic::isKindOfClass));
 ZT_REGISTER_CLASS(StyledString);
 ZT_REGISTER_CLASS(Collector, ZT_METHOD("take:", &Collector::take));
