@@ -127,6 +127,7 @@ TEST(HexDataTests, TheFirstIllegalDigitRaises) {
   EXPECT_EQ(reasonFor("12g4"), reasonNaming("g"));
   EXPECT_EQ(reasonFor("0x0x12"), reasonNaming("x"));
   EXPECT_EQ(reasonFor("x1"), reasonNaming("x"));
+  EXPECT_EQ(reasonFor("1x23"), reasonNaming("x")) << "only 0 stands before an x";
   EXPECT_EQ(reasonFor("y"), reasonNaming("y"));
   EXPECT_EQ(reasonFor("1-2z"), reasonNaming("-"));
   EXPECT_EQ(reasonFor("\xC3\xA9"), reasonNaming("\xC3\xA9"));
@@ -150,6 +151,18 @@ TEST(HexDataTests, NoIllegalDigitSlipsThrough) {
         EXPECT_EQ(reasonFor(changed) == "nothing raised", legal) << changed;
       }
     }
+  }
+}
+
+TEST(HexDataTests, WhatStandsBetweenTheGroupsOfADumpCounts) {
+  const std::string dump = plainDump(counting(64));
+  for (std::size_t place = 0; place < dump.size(); ++place) {
+    if (dump[place] != ' ' && dump[place] != '\n') continue;
+    EXPECT_EQ(reasonFor(withByte(dump, place, 'g')), reasonNaming("g")) << place;
+    EXPECT_EQ(bytesOf(withByte(dump, place, '\t')), counting(64)) << place;
+    const std::string longer = withByte(dump, place, '7');
+    EXPECT_EQ(bytesOf(longer), bytesOf(std::string("0").append(longer))) << place;
+    EXPECT_EQ(bytesOf(longer).size(), 65U) << place;
   }
 }
 
