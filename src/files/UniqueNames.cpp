@@ -34,7 +34,7 @@ char32_t lastCodePoint(std::u16string_view text) {
 }
 
 bool cutsPair(std::u16string_view text, std::size_t place) {
-  return place > 0 && isHighSurrogate(text[place - 1]) && isLowSurrogate(text[place]);
+  return place > 0 && place < text.size() && isHighSurrogate(text[place - 1]) && isLowSurrogate(text[place]);
 }
 
 bool belongsToTheOneBefore(char32_t codePoint) { return codePoint >= 0x80 && service<Unicode>().extends(codePoint); }
@@ -138,8 +138,8 @@ class TakenNumbers {
     if (place == std::string_view::npos || item[place] != separator_ || !base_.starts_with(item.substr(0, place)))
       return;
     const std::string_view digits = item.substr(place + 1);
-    if (digits.size() > kMostDigits || digits.starts_with('0')) return;
-    std::uint64_t number = 0;  // without digits, which no name asks for
+    if (digits.empty() || digits.size() > kMostDigits || digits.front() == '0') return;
+    std::uint64_t number = 0;
     std::from_chars(digits.data(), digits.data() + digits.size(), number);
     keys_.push_back(key(place, number));
   }
@@ -178,7 +178,7 @@ NumberedName nameLike(const Ref<NSString>& component, Style style, bool isFolder
 }
 
 Ref<NSString> unusedPath(const Ref<NSString>& self, Style style, bool isFolder) {
-  if (!exists(self)) return self;
+  if (!self || !exists(self)) return self;
   const Ref<NSString> parent = self->stringByDeletingLastPathComponent();
   if (parent->length() == 0) return nullptr;
   return firstFreePathThatFits(parent, nameLike(self->lastPathComponent(), style, isFolder));

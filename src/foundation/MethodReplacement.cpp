@@ -4,7 +4,6 @@ namespace ZtFoundation {
 
 namespace {
 
-// No method counts as inherited, too; without its types nothing can be added in its place.
 bool isInherited(Class one, SEL selector, Method method) {
   return class_getInstanceMethod(class_getSuperclass(one), selector) == method;
 }
@@ -13,6 +12,7 @@ bool isInherited(Class one, SEL selector, Method method) {
 
 IMP QvDuplicateInstanceMethodWithSelector(Class one, SEL existing, SEL copy) {
   const Method method = class_getInstanceMethod(one, existing);
+  if (method == nullptr) return nullptr;
   const IMP implementation = method_getImplementation(method);
   class_addMethod(one, copy, implementation, method_getTypeEncoding(method));
   return implementation;
@@ -20,12 +20,14 @@ IMP QvDuplicateInstanceMethodWithSelector(Class one, SEL existing, SEL copy) {
 
 IMP QvReplaceMethodImplementation(Class one, SEL selector, IMP implementation) {
   const Method method = class_getInstanceMethod(one, selector);
+  if (method == nullptr) return nullptr;
   const IMP previous = method_getImplementation(method);
   if (isInherited(one, selector, method)) {
     class_addMethod(one, selector, implementation, method_getTypeEncoding(method));
   } else {
     method_setImplementation(method, implementation);
   }
+  _objc_flush_caches(one);
   return previous;
 }
 

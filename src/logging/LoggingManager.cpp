@@ -1,5 +1,6 @@
 #include <ZtFoundation/Logging.h>
 #include <ZtFoundation/platform/Bundle.h>
+#include <ZtFoundation/platform/FileManager.h>
 
 namespace ZtFoundation {
 
@@ -79,13 +80,16 @@ void detail::appendToManager(ZtLoggingManager* manager, const Ref<NSObject>& log
 
 void detail::appendToSharedManager(const Ref<NSObject>& logger, std::int32_t level, const Ref<NSString>& format,
                                    FormatArguments arguments) {
-  appendToManager(ZtLoggingManager::sharedLoggingManager().get(), logger, level, format, arguments);
+  const Ref<ZtLoggingManager> manager = ZtLoggingManager::sharedLoggingManager();
+  if (manager) appendToManager(manager.get(), logger, level, format, arguments);
 }
 
 Ref<ZtLoggingManager> ZtLoggingManager::loggingManagerWithBundlePath(const Ref<NSString>& path) {
+  if (!path || !NSFileManager::defaultManager()->fileExistsAtPath(path)) return nullptr;
   const Ref<NSBundle> bundle = NSBundle::bundleWithPath(path);
-  Class principal = bundle ? bundle->principalClass() : nullptr;
-  if (!send<bool>(principal, ZT_SELECTOR("isSubclassOfClass:"), classObject())) return nullptr;
+  if (!bundle || !bundle->load()) return nullptr;
+  Class principal = bundle->principalClass();
+  if (principal == nullptr || !send<bool>(principal, ZT_SELECTOR("isSubclassOfClass:"), classObject())) return nullptr;
   return as<ZtLoggingManager>(instanceOf(principal));
 }
 

@@ -85,8 +85,8 @@ class Volumes {
   /// Fills `size` bytes; the record begins with a VolMountInfoHeader.
   virtual OSErr FSGetVolumeMountInfo(FSVolumeRefNum volume, void* buffer, std::size_t size) = 0;
 
-  /// Waits until the volume is unmounted. nsvErr when there is none, also for 0, fBsyErr while it is in use, permErr or afpAccessDenied where the process may
-  /// not.
+  /// Waits until the volume is unmounted. nsvErr when there is none, also for 0, fBsyErr while it is in use, permErr or
+  /// afpAccessDenied where the process may not.
   virtual OSErr FSUnmountVolumeSync(FSVolumeRefNum volume) = 0;
 
   /// The root paths of mounted volumes on media that can be taken out.
