@@ -59,18 +59,16 @@ class Decoder {
     return true;
   }
 
-  bool isComplete() const { return pending_ == 0 && (padding_ == 0 || isPadded_); }
+  bool isComplete() const { return pending_ == 0; }
   char* end() const { return out_; }
 
  private:
   bool pad() {
-    if (isPadded_) return false;
-    if (padding_ == 0 && pending_ < 2) return false;
+    if (pending_ < 2) return false;
     ++padding_;
     if (pending_ + padding_ < 4) return true;
     put(bits_ << 6 * padding_, 3 - padding_);
     pending_ = 0;
-    isPadded_ = true;
     return true;
   }
 
@@ -82,7 +80,6 @@ class Decoder {
   std::uint32_t bits_ = 0;
   unsigned pending_ = 0;
   unsigned padding_ = 0;
-  bool isPadded_ = false;
 };
 
 }  // namespace

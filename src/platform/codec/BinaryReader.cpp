@@ -42,7 +42,7 @@ template <class Word>
 Word load(const Byte* at) {
   Word word;
   std::memcpy(&word, at, sizeof word);
-  if constexpr (std::endian::native == std::endian::big || sizeof word == 1) return word;
+  if constexpr (std::endian::native == std::endian::big) return word;
   if constexpr (sizeof word == 2) return __builtin_bswap16(word);
   if constexpr (sizeof word == 4) return __builtin_bswap32(word);
   if constexpr (sizeof word == 8) return __builtin_bswap64(word);
@@ -265,7 +265,7 @@ void BinaryReader::placeKey(Frame& frame) {
   Ref<NSObject> key;
   if (slot.progress == Progress::Ready) {
     key = slot.object;
-  } else if (slot.progress == Progress::Unread) {
+  } else {
     const std::uint64_t offset = offsetOf(index);
     const unsigned kind = begin_[offset] >> 4;
     if (kind == binary::kASCIIString || kind == binary::kUTF16String) {

@@ -147,9 +147,8 @@ void putData(Output& out, const NSData& data) {
 void putString(Output& out, const NSString& string) {
   const UnitView units = string.units();
   putLengthHeader(out, string.isASCII() ? binary::kASCIIString : binary::kUTF16String, units.size());
-  if (string.isASCII() && !units.isWide()) return out.putBytes(units.narrow().data(), units.size());
-  const unsigned width = string.isASCII() ? 1 : 2;
-  for (NSUInteger at = 0; at < units.size(); ++at) out.putNumber(units[at], width);
+  if (string.isASCII()) return out.putBytes(units.narrow().data(), units.size());
+  for (NSUInteger at = 0; at < units.size(); ++at) out.putNumber(units[at], 2);
 }
 
 void putUID(Output& out, std::uint64_t uid) {

@@ -15,7 +15,7 @@ constexpr std::string_view kHexDigits = "0123456789abcdefABCDEF";
 bool isOpenStepData(std::string_view text) {
   if (text.empty() || std::string_view("0123456789>* \t\n\v\f\r").find(text.front()) != text.npos) return true;
   const std::size_t end = text.find_first_not_of(std::string(kHexDigits) + std::string(kBlanks));
-  return end != 0 && end != text.npos && text[end] == '>';
+  return end != text.npos && text[end] == '>';
 }
 
 Format formatOfText(std::string_view text) {
@@ -28,8 +28,6 @@ Format formatOfText(std::string_view text) {
 
 Format detectFormat(std::string_view bytes) {
   if (bytes.starts_with("bplist")) return Format::Binary;
-  const TextForm form = formOfText(bytes);
-  if (form.form == UnitForm::Bytes) return formatOfText(bytes.substr(form.markLength));
   TextInput input;
   CodecError error;
   readUnicodeText(bytes, input, error);  // whatever is wrong further on, the beginning tells

@@ -226,11 +226,9 @@ bool readUnicodeText(std::string_view bytes, TextInput& input, CodecError& error
 }
 
 bool readXMLText(std::string_view bytes, TextInput& input, CodecError& error) {
-  const TextForm form = formOfText(bytes);
-  if (form.form == UnitForm::Bytes && form.markLength == 0) {
-    const std::string_view encoding = attributeOf(declarationOf(bytes), "encoding");
-    if (!isReadAsUTF8(uppercase(encoding))) return readEncoded(bytes, encoding, input, error);
-  }
+  // Behind a mark or in wider units no declaration is found, so that those outrank it.
+  const std::string_view encoding = attributeOf(declarationOf(bytes), "encoding");
+  if (!isReadAsUTF8(uppercase(encoding))) return readEncoded(bytes, encoding, input, error);
   return readUnicodeText(bytes, input, error);
 }
 

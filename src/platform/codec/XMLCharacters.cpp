@@ -16,7 +16,7 @@ std::size_t lengthOfCharacter(std::string_view text) noexcept {
   static constexpr char32_t kSmallest[] = {0, 0, 0x80, 0x800, 0x10000};
   const auto byteAt = [&](std::size_t at) { return char32_t{static_cast<unsigned char>(text[at])}; };
   const std::size_t length = lengthOfForm(static_cast<unsigned char>(text[0]));
-  if (length == 0 || length > text.size()) return 0;
+  if (length > text.size()) return 0;
   char32_t character = length == 1 ? byteAt(0) : byteAt(0) & (0x7FU >> length);
   for (std::size_t at = 1; at < length; ++at) {
     if ((byteAt(at) & 0xC0) != 0x80) return 0;

@@ -99,7 +99,7 @@ Ref<NSObject> XMLReader::readDocument() {
 void XMLReader::readEntry() {
   const XMLTag tag = scanner_.nextTag();
   if (tag.isEnd(XMLElement::Dictionary)) return close();
-  if (tag.element != XMLElement::Key || tag.form == TagForm::End || tag.form == TagForm::EndOfText) {
+  if (tag.element != XMLElement::Key || tag.form == TagForm::End) {
     scanner_.fail(tag.at, "<key> or </dict> was expected");
   }
   readKey(tag);

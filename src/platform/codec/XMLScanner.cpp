@@ -38,7 +38,7 @@ Position positionAt(std::string_view before) {
     const bool isBreak = before[at] == '\n' || (before[at] == '\r' && before.substr(at + 1, 1) != "\n");
     if (isBreak) {
       position = {position.line + 1, 1};
-    } else if ((static_cast<unsigned char>(before[at]) & 0xC0) != 0x80 && before[at] != '\r') {
+    } else if ((static_cast<unsigned char>(before[at]) & 0xC0) != 0x80) {
       ++position.column;
     }
   }
@@ -295,7 +295,7 @@ void XMLScanner::takeCharacterData(const char* begin) {
     at = lineEnd;
     if (at == end) return;
     ++at;
-    if (at == end || *at != '\n') scratch_ += '\n';
+    if (*at != '\n') scratch_ += '\n';  // at the end lies "]"
   }
 }
 
@@ -324,7 +324,8 @@ void XMLScanner::takeCharacterReference(std::string_view number, const char* beg
   std::uint32_t character = 0;
   const char* const end = number.data() + number.size();
   const auto parsed = std::from_chars(number.data(), end, character, isHex ? 16 : 10);
-  if (parsed.ec != std::errc() || parsed.ptr != end || !isXMLCharacter(character)) {
+  // What is no number or too large a one leaves 0.
+  if (parsed.ptr != end || !isXMLCharacter(character)) {
     fail(begin, "A reference \"" + excerpt({begin, at_}) + "\" that names no character of XML");
   }
   char bytes[4];
