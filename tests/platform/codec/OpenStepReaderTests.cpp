@@ -145,6 +145,7 @@ TEST(OpenStepReader, SaysWhatIsWrongAndWhere) {
       {"[Main]\nName=Alice\n", "Expected a value, but found \"[\" at line 1, column 1."},
       {"}", "Expected a value, but found \"}\" at line 1, column 1."},
       {"\x01", "Expected a value, but found a control character at line 1, column 1."},
+      {"\x7F", "Expected a value, but found a control character at line 1, column 1."},
       {"\xC3\xA9", "Expected a value, but found \"\xC3\xA9\" at line 1, column 1."},
       {"{", "Expected a key, but found the end of the text at line 1, column 2."},
       {"{ a", "Expected \"=\" after a key, but found the end of the text at line 1, column 4."},
@@ -171,6 +172,10 @@ TEST(OpenStepReader, SaysWhatIsWrongAndWhere) {
       {"<0", "Expected a hexadecimal digit or \">\", but found the end of the text at line 1, column 3."},
       {"<0>", "Expected a second hexadecimal digit for the last byte, but found \">\" at line 1, column 3."},
       {"<0g>", "Expected a hexadecimal digit or \">\", but found \"g\" at line 1, column 3."},
+      {"<0@>", "Expected a hexadecimal digit or \">\", but found \"@\" at line 1, column 3."},
+      {"<0`>", "Expected a hexadecimal digit or \">\", but found \"`\" at line 1, column 3."},
+      {"<0:>", "Expected a hexadecimal digit or \">\", but found \":\" at line 1, column 3."},
+      {"<0/>", "Expected a hexadecimal digit or \">\", but found \"/\" at line 1, column 3."},
       {"(<abc>)", "Expected a second hexadecimal digit for the last byte, but found \">\" at line 1, column 6."},
       {"<*I5>", "Typed values such as <*I1> are not understood at line 1, column 1."},
       {"{ a = <*BY>; }", "Typed values such as <*I1> are not understood at line 1, column 7."},
@@ -207,6 +212,9 @@ TEST(OpenStepReader, NestsUpToTheLimit) {
   EXPECT_TRUE(read(repeated("{a=", 511) + "{}" + repeated("}", 511)).value);
   EXPECT_EQ(read(repeated("(", 513) + repeated(")", 513)).error,
             kPrefix + "Containers lie more than 512 deep inside each other at line 1, column 513.");
+  // Containers beside each other are not deep.
+  EXPECT_TRUE(read("(" + repeated("(),", 513) + ")").value);
+  EXPECT_TRUE(read("(" + repeated("{},", 513) + ")").value);
   // A dictionary without braces is one, too.
   EXPECT_TRUE(read("a=" + repeated("(", 511) + repeated(")", 511)).value);
   EXPECT_EQ(read("a=" + repeated("(", 512) + repeated(")", 512)).error,

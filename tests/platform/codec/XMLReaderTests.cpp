@@ -261,6 +261,17 @@ TEST(XMLReader, ChecksEveryFieldOfADate) {
                            "2001-01-01t00:00:00Z",
                            "2001-01-01 00:00:00Z",
                            "2001-1-01T00:00:00Z",
+                           "200101-01T00:00:00Z",
+                           "2001-0101T00:00:00Z",
+                           "2001-01-0100:00:00Z",
+                           "2001-01-01T0000:00Z",
+                           "2001-01-01T00:0000Z",
+                           "2001-01-01T00:0::00Z",
+                           "2001-01-01T00:0/:00Z",
+                           "2001-01-01T00:0",
+                           "2001-01-01T:0:00:00Z",
+                           "20:1-01-01T00:00:00Z",
+                           "20/1-01-01T00:00:00Z",
                            "201-01-01T00:00:00Z",
                            "2001-01-01T00:00:00.5Z",
                            "2001-01-01T00:00:00+01:00",
@@ -333,7 +344,7 @@ TEST(XMLReader, RefusesReferencesThatNameNothing) {
   const std::string noCharacter = " that names no character of XML at line 1, column 10.";
   for (const char* reference :
        {"&#0;", "&#;", "&#x;", "&#xD800;", "&#57343;", "&#x110000;", "&#xFFFE;", "&#1;", "&#xB;", "&#-1;", "&#+1;",
-        "&#x-1;", "&# 65;", "&#99999999999999;", "&#X41;", "&#6x;"}) {
+        "&#x-1;", "&# 65;", "&#99999999999999;", "&#X41;", "&#6x;", "&#65x;", "&#x41g;"}) {
     const ReadResult result = read("<string>a"s + reference + "</string>");
     EXPECT_FALSE(result.value) << reference;
     EXPECT_EQ(result.error, "A reference \""s + reference + "\"" + noCharacter);
@@ -357,6 +368,8 @@ TEST(XMLReader, RefusesCharactersThatXMLCannotHold) {
       {"<!-- \x02 --><true/>", "The control character number 2, which XML cannot hold, at line 1, column 6."},
       {"<?x \x02 ?><true/>", "The control character number 2, which XML cannot hold, at line 1, column 5."},
       {"<array a='\x02'/>", "The control character number 2, which XML cannot hold, at line 1, column 11."},
+      {"<!DOCTYPE plist SYSTEM '\x02'><true/>",
+       "The control character number 2, which XML cannot hold, at line 1, column 25."},
       {"<!DOCTYPE plist [\n<!-- \x02 -->]><true/>",
        "The control character number 2, which XML cannot hold, at line 2, column 6."},
   });
@@ -366,7 +379,7 @@ TEST(XMLReader, RefusesInvalidUTF8) {
   const std::string text = "Bytes that are no valid UTF-8 form of a character of XML";
   for (const char* bytes : {"\x80", "\xC3", "\xC0\x80", "\xC1\xBF", "\xE0\x9F\xBF", "\xED\xA0\x80", "\xED\xBF\xBF",
                             "\xEF\xBF\xBE", "\xEF\xBF\xBF", "\xF0\x8F\xBF\xBF", "\xF4\x90\x80\x80", "\xF5\x80\x80\x80",
-                            "\xFF", "\xE2\x82", "\xE2\x28\xA1", "\xF0\x9F\x98"}) {
+                            "\xF8\x90\x80\x80", "\xFF", "\x82\x80", "\xE2\x82", "\xE2\x28\xA1", "\xF0\x9F\x98"}) {
     SCOPED_TRACE(::testing::PrintToString(std::string(bytes)));
     const std::string b = bytes;
     EXPECT_EQ(read("<string>\xC3\xA9" + b + "</string>").error, text + " at line 1, column 10.");
@@ -431,6 +444,8 @@ TEST(XMLReader, RefusesMisplacedAndUnfinishedMarkup) {
        "A document type that does not stand alone before the property list at line 1, column 13."},
       {"<plist><!DOCTYPE b><true/></plist>",
        "A document type that does not stand alone before the property list at line 1, column 8."},
+      {"<dict><!DOCTYPE b></dict>",
+       "A document type that does not stand alone before the property list at line 1, column 7."},
       {"<!DOCTYPE plist", "A document type that is malformed or never ends begins at line 1, column 1."},
       {"<!DOCTYPE plist <true/>", "A document type that is malformed or never ends begins at line 1, column 1."},
       {"<!DOCTYPE plist [<!ELEMENT a", "A declaration that never ends begins at line 1, column 18."},
@@ -447,14 +462,22 @@ TEST(XMLReader, RefusesMisplacedAndUnfinishedMarkup) {
       {"<true a=1/>", "An attribute whose value is not in quotes at line 1, column 9."},
       {"<true a='1'b='2'/>", "A malformed attribute at line 1, column 12."},
       {"<true ='1'/>", "A malformed attribute at line 1, column 7."},
+      {"<true a@='1'/>", "A malformed attribute at line 1, column 7."},
+      {"<true a[='1'/>", "A malformed attribute at line 1, column 7."},
+      {"<true a`='1'/>", "A malformed attribute at line 1, column 7."},
+      {"<true a{='1'/>", "A malformed attribute at line 1, column 7."},
+      {"<true a,='1'/>", "A malformed attribute at line 1, column 7."},
+      {"<true a;='1'/>", "A malformed attribute at line 1, column 7."},
       {"<true a=\"1/>", "A quoted text that never ends begins at line 1, column 9."},
       {"<array></array b='1'>", "The tag <array> has no \">\" at line 1, column 16."},
+      {"<true></true/>", "The tag <true> has no \">\" at line 1, column 13."},
   });
 }
 
 TEST(XMLReader, AttributesAreSkipped) {
   expectValues({
       {"<integer a=\">\" b='/>' c = \"<true/>\" xml:lang='\xC3\xA9'>1</integer>", 1},
+      {"<integer AZ='' a-z='' a.z='' _09='' \xC3\xA9=''>1</integer>", 1},
       {"<true a='/'/>", true},
       {"<dict a='1'><key b='2'>k</key ><string c='3'/></dict >", entries({{"k", ""}})},
   });
@@ -498,6 +521,7 @@ TEST(XMLReader, WantsKeysWithValuesInDictionaries) {
       {"<dict>", "<key> or </dict> was expected at line 1, column 7."},
       {"<dict><key>a", "An element <key> that never ends begins at line 1, column 7."},
       {"<dict></array>", "<key> or </dict> was expected at line 1, column 7."},
+      {"<dict></key><true/></dict>", "<key> or </dict> was expected at line 1, column 7."},
       {"<array><key>a</key></array>", "A value was expected, but <key> found at line 1, column 8."},
       {"<array></dict>", "A value was expected at line 1, column 8."},
       {"<array><true/>", "A value was expected at line 1, column 15."},
@@ -584,6 +608,10 @@ TEST(XMLReader, KeysAreNotGuessedWrong) {
                  "<dict><key>a</key><true/><key>b&c</key><true/></dict></array>")
                 .error,
             "A reference that never ends begins at line 1, column 96.");
+  EXPECT_EQ(read("<array><dict><key>a</key><true/><key>b</key><true/></dict>"
+                 "<dict><key>a</key><true/><key/>b</key><true/></dict></array>")
+                .error,
+            "A tag was expected, but \"b</key><true/></dict></a\" found at line 1, column 90.");
 }
 
 TEST(XMLReader, AUIDStaysADictionary) {
@@ -763,6 +791,7 @@ TEST(XMLReader, RefusesDamagedUTF16AndUTF32) {
       {asUTF16(u"<true/>", true) + "\n", "The text is not valid UTF-16 at byte offset 14."},
       {asUTF32(U"<string>", true) + "\0\x11\0\0"s, "The text is not valid UTF-32 at byte offset 32."},
       {asUTF32(U"<string>", false) + "\0\xD8\0\0"s, "The text is not valid UTF-32 at byte offset 32."},
+      {asUTF32(U"<string>", true) + "\0\0\xD8\x3D\0\0\xDE\x00"s, "The text is not valid UTF-32 at byte offset 32."},
       {asUTF32(U"<true/>", false) + "\n", "The text is not valid UTF-32 at byte offset 28."},
   });
 }
@@ -781,6 +810,8 @@ TEST(XMLReader, ReadsTheEncodingThatTheDeclarationNames) {
       {declared("Shift_JIS", "\x93\xFA"), u"\u65E5"},
       {declared("macintosh", "caf\x8E"), u"caf\u00E9"},
       {"\n <?xml version='1.0' encoding = 'latin1' standalone='yes'?><string>\xE9</string>", u"\u00E9"},
+      {"\r\t<?xml\tversion='1.0'\rencoding\r=\t'latin1'\n?><string>\xE9</string>", u"\u00E9"},
+      {"<?xml\rencoding='latin1'?><string>\xE9</string>", u"\u00E9"},
       {"<?xml version='1.0'?><string>\xC3\xA9</string>", u"\u00E9"},
   };
   for (const auto& [xml, expected] : cases) {

@@ -11,6 +11,7 @@
 #include <ZtFoundation/platform/Dictionary.h>
 #include <ZtFoundation/platform/Number.h>
 #include <ZtFoundation/platform/Set.h>
+#include <ZtFoundation/platform/URL.h>
 
 #include "support/Serialization.h"
 
@@ -116,6 +117,7 @@ TEST(XMLWriter, WritesRealsWithTheFewestDigitsThatReadBack) {
       {5e-324, "<real>5e-324</real>\n"},
       {std::numeric_limits<double>::max(), "<real>1.7976931348623157e+308</real>\n"},
       {std::numeric_limits<double>::quiet_NaN(), "<real>nan</real>\n"},
+      {-std::numeric_limits<double>::quiet_NaN(), "<real>nan</real>\n"},
       {infinity, "<real>+infinity</real>\n"},
       {-infinity, "<real>-infinity</real>\n"},
       {NSNumber::numberWithFloat(0.1F), "<real>0.10000000149011612</real>\n"},
@@ -231,6 +233,7 @@ TEST(XMLWriter, RefusesWhatIsNoPropertyList) {
   expectError(NSArray::of(1, NSArray::of(2, make<NSObject>())),
               "An object of this class is no property-list value at /1/1.");
   expectError(entries({{"s", NSSet::set()}}), "A set is no property-list value at /s.");
+  expectError(entries({{"u", NSURL::fileURLWithPath("/")}}), "A URL is no property-list value at /u.");
   expectError(entries({{"d", entries({{1, 2}})}}), "A dictionary key that is no string at /d/1.");
 }
 

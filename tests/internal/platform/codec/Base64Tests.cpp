@@ -43,7 +43,7 @@ TEST(Base64, EveryLengthSurvivesWithAndWithoutSpace) {
     const std::string text = encoded(bytes);
     EXPECT_EQ(decoded(text), bytes);
     std::string spaced;
-    for (const char c : text) spaced.append(random() % 3, " \t\r\n"[random() % 4]) += c;
+    for (const char c : text) spaced.append(random() % 3, " \t\n\v\f\r"[random() % 6]) += c;
     EXPECT_EQ(decoded(spaced + "\n"), bytes);
   }
 }

@@ -30,6 +30,11 @@ TEST(TextInput, TheFormIsToldByTheMarkOrByZeros) {
       {"<\0"s, UnitForm::UTF16Little, 0},
       {"\0\0\0<"s, UnitForm::UTF32Big, 0},
       {"<\0\0\0"s, UnitForm::UTF32Little, 0},
+      {"\0\0\0"s, UnitForm::Bytes, 0},
+      {"\0\0\0\0"s, UnitForm::Bytes, 0},
+      {"\0\0p<"s, UnitForm::Bytes, 0},
+      {"<p\0\0"s, UnitForm::Bytes, 0},
+      {"<\0\0p"s, UnitForm::UTF16Little, 0},
   };
   for (const auto& [bytes, form, markLength] : cases) {
     SCOPED_TRACE(::testing::PrintToString(bytes));
@@ -69,13 +74,16 @@ TEST(TextInput, WhatIsValidBeforeDamageIsKept) {
 }
 
 TEST(TextInput, OnlyAWholeDeclarationNamesAnEncoding) {
-  for (const char* text : {"<?xml", "<?xml ", "<?xml encoding='koi8-r'", "<?xmlencoding='koi8-r'?>",
-                           "<?xml encoding=koi8-r?>", "<?xml encoding='koi8-r?>", "<?xml encoding'koi8-r'?>",
-                           "<?xml encoding=?>", "<?xml encoding?>", "<a/><?xml encoding='koi8-r'?>"}) {
-    TextInput input;
-    CodecError error;
-    EXPECT_TRUE(readXMLText(text, input, error)) << text;
-    EXPECT_EQ(input.text, text);
+  for (const std::string text :
+       {"<?xml", "<?xml ", "<?xml encoding='koi8-r'", "<?xmlencoding='koi8-r'?>", "<?xml encoding=koi8-r?>",
+        "<?xml encoding=xkoi8-rx?>", "<?xml encoding='koi8-r?>", "<?xml encoding'koi8-r'?>", "<?xml encoding=?>",
+        "<?xml encoding?>", "<a/><?xml encoding='koi8-r'?>", "<plist encoding='koi8-r'?>"}) {
+    for (const std::string& bytes : {text, text + "\xC3\xA9"}) {
+      TextInput input;
+      CodecError error;
+      EXPECT_TRUE(readXMLText(bytes, input, error)) << bytes;
+      EXPECT_EQ(input.text, bytes);
+    }
   }
 }
 
@@ -97,6 +105,8 @@ TEST(TextInput, TheFirstByteThatIsInvalidInADeclaredEncodingIsNamed) {
       {"Shift_JIS", "\xB1" + many + "\x93\xFA", "\x93"},
       {"ISO-2022-JP", "\x1B$BF|\x1B(B", "\xFF"},
       {"ISO-2022-JP", "\x1B$BF|F|\x1B(B" + many, "\xFF" + many},
+      {"ISO-2022-JP", "\x1B$BF|F|F|F|", "~~~~F|\x1B(B" + many},
+      {"HZ-GB-2312", "~{V~PVV~PVV~PVV~PV~}" + many, "\xFF"},
   };
   for (const auto& [encoding, valid, rest] : cases) {
     SCOPED_TRACE(encoding + " " + ::testing::PrintToString(rest));

@@ -37,7 +37,8 @@ TEST(XMLCharacters, FindsTheFirstIllegalCharacterWhereverItLies) {
   EXPECT_EQ(findIllegalCharacter(""), nullptr);
   for (const std::string& bad :
        {std::string(1, '\0'), std::string("\x1F"), std::string("\xFF"), std::string("\xED\xA0\x80"),
-        std::string("\xEF\xBF\xBE"), std::string("\xC3"), std::string("\xE2\x82")}) {
+        std::string("\xEF\xBF\xBE"), std::string("\xC3"), std::string("\xE2\x82"), std::string("\x82\x80"),
+        std::string("\xBF\xBF"), std::string("\xF8\x90\x80\x80")}) {
     for (std::size_t fill = 0; fill < 20; ++fill) {
       const std::string before = around + std::string(fill, 'x');
       const std::string text = before + bad + around;

@@ -68,5 +68,22 @@ TEST(XMLKeys, ManyKeysStayDistinct) {
   }
 }
 
+TEST(XMLKeys, KeysThatMeetInOneSlotStayDistinct) {
+  XMLKeys keys;
+  std::vector<std::string> texts;
+  for (int at = 0; texts.size() < 100; ++at) {
+    std::string text = "key " + std::to_string(at);
+    if (std::hash<std::string_view>{}(text) % 512 == 0) texts.push_back(std::move(text));
+  }
+  for (const std::string& text : texts) {
+    ASSERT_EQ(keys.find(text), nullptr);
+    EXPECT_EQ(added(keys, text).text, text);
+  }
+  for (const std::string& text : texts) {
+    const XMLKey* const key = keys.find(text);
+    EXPECT_TRUE(key == nullptr || key->text == text);
+  }
+}
+
 }  // namespace
 }  // namespace ZtFoundation::codec

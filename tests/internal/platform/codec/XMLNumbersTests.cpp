@@ -28,10 +28,15 @@ TEST(XMLNumbers, TooNearToZeroIsZeroAndTooFarIsAnError) {
   EXPECT_EQ(realFromText("0." + zeros + "1", fault), 0.0);
   EXPECT_EQ(realFromText("0." + zeros + "1e400", fault), 0.1);
   EXPECT_EQ(realFromText("1" + zeros + "e-400", fault), 1.0);
+  EXPECT_EQ(realFromText("0." + zeros + "1e10", fault), 0.0);
+  EXPECT_EQ(realFromText("0.01e-9223372036854775807", fault), 0.0);
+  EXPECT_EQ(fault, NumberFault::None);
   EXPECT_TRUE(std::signbit(*realFromText("-1e-999", fault)));
   EXPECT_EQ(faultOfReal("1" + zeros), NumberFault::OutOfRange);
   EXPECT_EQ(faultOfReal("-1.7976931348623159e308"), NumberFault::OutOfRange);
   EXPECT_EQ(faultOfReal("0.1e310"), NumberFault::OutOfRange);
+  EXPECT_EQ(faultOfReal("1" + zeros + "e-10"), NumberFault::OutOfRange);
+  EXPECT_EQ(faultOfReal("10e9223372036854775807"), NumberFault::OutOfRange);
   EXPECT_EQ(faultOfReal("e5"), NumberFault::Malformed);
 }
 
@@ -40,6 +45,14 @@ TEST(XMLNumbers, ManyDigitsAreRoundedRight) {
   // Halfway between two doubles, and a hair above it.
   EXPECT_EQ(realFromText("9007199254740993", fault), 9007199254740992.0);
   EXPECT_EQ(realFromText("9007199254740993." + std::string(1000, '0') + "1", fault), 9007199254740994.0);
+}
+
+TEST(XMLNumbers, WhatIsNotFiniteIsNoFault) {
+  for (const char* text : {"nan", "inf", "-Infinity"}) {
+    NumberFault fault = NumberFault::None;
+    EXPECT_FALSE(std::isfinite(*realFromText(text, fault))) << text;
+    EXPECT_EQ(fault, NumberFault::None) << text;
+  }
 }
 
 TEST(XMLNumbers, LongIntegersKeepTheirSign) {
