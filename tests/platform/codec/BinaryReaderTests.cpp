@@ -167,6 +167,27 @@ TEST(BinaryReader, KeepsTheOrderOfKeys) {
   EXPECT_EQ(keys, "zma");
 }
 
+TEST(BinaryReader, EachDictionaryFindsItsOwnKeys) {
+  const BinaryFile file{.objects = {array({1, 2}), dictionary({3, 4}, {3, 4}), dictionary({5, 6}, {7, 6}), ascii("a"),
+                                    ascii("b"), ascii("c"), ascii("d"), dictionary({4}, {3})}};
+  for (const NSUInteger option : kAllOptions) {
+    const Ref<NSObject> value = read(file.text(), option).value;
+    ASSERT_TRUE(value);
+    const NSDictionary& second = *as<NSDictionary>(at(value.get(), 1));
+    EXPECT_TRUE(isEqual(second.objectForKey("c"), NSDictionary::dictionaryWithEntries({{"b", "a"}})));
+    EXPECT_TRUE(isEqual(second.objectForKey("d"), Ref<NSObject>("d")));
+  }
+}
+
+TEST(BinaryReader, AKeyOfSeveralDictionariesIsOneString) {
+  const BinaryFile file{.objects = {array({1, 2}), dictionary({3}, {3}), dictionary({3}, {3}), ascii("key")}};
+  for (const NSUInteger option : kAllOptions) {
+    const Ref<NSObject> value = read(file.text(), option).value;
+    ASSERT_TRUE(value);
+    EXPECT_EQ(as<NSDictionary>(at(value.get(), 0))->begin()->key, as<NSDictionary>(at(value.get(), 1))->begin()->key);
+  }
+}
+
 TEST(BinaryReader, EmptyKeysAndContainersAreValues) {
   const ReadResult result = read(BinaryFile{.objects = {dictionary({1}, {2}), ascii(""), dictionary({}, {})}}.text());
   EXPECT_TRUE(isEqual(result.value, NSDictionary::dictionaryWithEntries({{"", NSDictionary::dictionary()}})));
@@ -258,6 +279,8 @@ TEST(BinaryReader, ImmutableResultsShare) {
   EXPECT_EQ(at(value.get(), 0), at(value.get(), 1));
   EXPECT_EQ(at(value.get(), 2), at(value.get(), 3));
   EXPECT_EQ(at(at(value.get(), 0), 0), at(value.get(), 2));
+  const Ref<NSObject> uids = read(BinaryFile{.objects = {array({1, 1}), bytes({0x80, 7})}}.text()).value;
+  EXPECT_EQ(at(uids.get(), 0), at(uids.get(), 1));
 }
 
 TEST(BinaryReader, MutableContainersAreOwnToEachPlace) {
@@ -282,6 +305,10 @@ TEST(BinaryReader, AStringMayBeKeyAndMutableValueAtOnce) {
   const auto& [key, list] = *dictionaryIn(value).begin();
   EXPECT_FALSE(key->isMutable());
   EXPECT_TRUE(at(list.get(), 0)->isMutable());
+  const Ref<NSObject> valueFirst =
+      read(BinaryFile{.objects = {array({1, 2}), ascii("a"), dictionary({1}, {1})}}.text(), kLeaves).value;
+  EXPECT_TRUE(at(valueFirst.get(), 0)->isMutable());
+  EXPECT_FALSE(as<NSDictionary>(at(valueFirst.get(), 1))->begin()->key->isMutable());
 }
 
 // --- What is refused
@@ -361,6 +388,7 @@ TEST(BinaryReader, SaysWhatIsWrongAndWhere) {
       {fileOf(bytes({0x12, 0, 0})), "Expected 4 bytes of an integer, but found the end of the objects at byte 9."},
       {fileOf(bytes({0x14}) + kZeros7 + bytes({1}) + kZeros8), "Expected an integer that fits 64 bits at byte 8."},
       {fileOf(bytes({0x14}) + kOnes8 + kZeros8), "Expected an integer that fits 64 bits at byte 8."},
+      {fileOf(bytes({0x14}) + kZeros7 + bytes({1}) + kOnes8), "Expected an integer that fits 64 bits at byte 8."},
       {fileOf(bytes({0x21, 0, 0})), "Expected a real of 4 or 8 bytes, but found the marker 0x21 at byte 8."},
       {fileOf(bytes({0x24}) + kZeros8 + kZeros8),
        "Expected a real of 4 or 8 bytes, but found the marker 0x24 at byte 8."},
@@ -422,11 +450,11 @@ TEST(BinaryReader, SaysWhatIsWrongAndWhere) {
 
 // --- Depth
 
-// `depth` arrays inside each other, each a different object, around the last object.
-BinaryFile nested(std::size_t depth) {
+// `depth` containers inside each other, each a different object: arrays around `innermost`.
+BinaryFile nested(std::size_t depth, const std::string& innermost = array({})) {
   BinaryFile file{.offsetSize = 4, .referenceSize = 4};
   for (std::size_t level = 1; level < depth; ++level) file.objects.push_back(array({level}, 4));
-  file.objects.push_back(array({}));
+  file.objects.push_back(innermost);
   return file;
 }
 
@@ -450,6 +478,21 @@ TEST(BinaryReader, SharedContainersCountWithTheirDepth) {
   file.objects.push_back(array({1}, 4));
   for (const NSUInteger option : kAllOptions) {
     EXPECT_NE(read(file.text(), option).error.find("Containers lie more than 512 deep"), std::string::npos);
+  }
+}
+
+TEST(BinaryReader, AUIDIsAContainerInDepth) {
+  const std::string uid = bytes({0x80, 7});
+  for (const NSUInteger option : kAllOptions) {
+    EXPECT_TRUE(read(nested(512, uid).text(), option).value);
+    EXPECT_EQ(read(nested(513, uid).text(), option).error,
+              "Containers lie more than 512 deep inside each other at byte 2568.");
+    // The UID is met at the top at first.
+    for (const std::size_t depth : {512U, 513U}) {
+      BinaryFile file = nested(depth, uid);
+      file.objects[0] = array({depth - 1, 1}, 4);
+      EXPECT_EQ(static_cast<bool>(read(file.text(), option).value), depth == 512);
+    }
   }
 }
 
@@ -486,6 +529,31 @@ TEST(BinaryReader, WhatSharedTextExpandsToIsLimited) {
   for (const NSUInteger option : kAllOptions) EXPECT_FALSE(read(file.text(), option).value);
   file.objects[0] = array(std::vector<std::uint64_t>(100, 1));
   for (const NSUInteger option : kAllOptions) EXPECT_TRUE(read(file.text(), option).value);
+}
+
+TEST(BinaryReader, KeysAndUIDsCountInEachPlaceOfTheirContainer) {
+  std::vector<std::string> keys;
+  std::vector<std::uint64_t> numbers;
+  for (std::size_t at = 0; at < 100; ++at) {
+    numbers.push_back(4 + at);
+    keys.push_back(ascii(std::to_string(at)));
+  }
+  const std::vector<std::uint64_t> contents(100, 3);
+  for (const std::size_t places : {100U, 200U}) {
+    // The text takes up most of what is allowed.
+    std::vector<std::uint64_t> list(144, 1);
+    list.resize(144 + places, 2);
+    BinaryFile uids{.objects = {array(list), ascii(std::string(1000000, 'x')), array(contents), bytes({0x80, 7})},
+                    .offsetSize = 4};
+    BinaryFile dictionaries = uids;
+    dictionaries.objects[2] = dictionary(numbers, contents);
+    dictionaries.objects[3] = bytes({0x09});
+    dictionaries.objects.insert(dictionaries.objects.end(), keys.begin(), keys.end());
+    for (const NSUInteger option : {kImmutable, kContainers}) {
+      EXPECT_EQ(static_cast<bool>(read(uids.text(), option).value), places == 100);
+      EXPECT_EQ(static_cast<bool>(read(dictionaries.text(), option).value), places == 100);
+    }
+  }
 }
 
 // An array of `count` different entries of the table, all of which give the offset of `object`.
@@ -550,6 +618,24 @@ TEST(BinaryReader, ALargeKeyMayBeAValueAtOnce) {
     EXPECT_TRUE(isEqual(key, item));
     EXPECT_FALSE(key->isMutable());
     EXPECT_EQ(item->isMutable(), option == kLeaves);
+  }
+}
+
+TEST(BinaryReader, LargeKeysWithTheSameOffsetAreOneImmutableString) {
+  const std::string root = array({1, 2, 3}), text = ascii(std::string(2000, 'x'));
+  const std::string first = dictionary({4}, {1}), second = dictionary({5}, {1});
+  const std::uint64_t place = 8 + root.size(), behind = place + text.size();
+  const BinaryFile file{.objects = {root, text, first, second},
+                        .offsetSize = 2,
+                        .objectCount = 6,
+                        .offsets = {{8, place, behind, behind + first.size(), place, place}}};
+  for (const NSUInteger option : kAllOptions) {
+    const Ref<NSObject> value = read(file.text(), option).value;
+    ASSERT_TRUE(value);
+    const Ref<NSObject> key = as<NSDictionary>(at(value.get(), 1))->begin()->key;
+    EXPECT_FALSE(key->isMutable());
+    EXPECT_EQ(key, as<NSDictionary>(at(value.get(), 2))->begin()->key);
+    EXPECT_EQ(at(value.get(), 0)->isMutable(), option == kLeaves);
   }
 }
 

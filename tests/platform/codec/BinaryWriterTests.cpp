@@ -7,6 +7,8 @@
 #include <ZtFoundation/platform/Date.h>
 #include <ZtFoundation/platform/Dictionary.h>
 #include <ZtFoundation/platform/Number.h>
+#include <ZtFoundation/platform/Set.h>
+#include <ZtFoundation/platform/URL.h>
 
 #include "support/BinaryFile.h"
 #include "support/Serialization.h"
@@ -121,13 +123,22 @@ TEST(BinaryWriter, EqualLeavesAreWrittenOnce) {
   EXPECT_TRUE(isEqual(read(file).value, value));
 }
 
+TEST(BinaryWriter, EqualLeavesAreFoundAmongMany) {
+  const Ref<NSMutableArray> list = NSMutableArray::array();
+  for (int at = 0; at < 2000; ++at) list->addObject("leaf " + std::to_string(at % 1000));
+  const std::string file = write(list).bytes();
+  EXPECT_EQ(objectCountOf(file), 1001U);
+  EXPECT_TRUE(isEqual(read(file).value, list));
+}
+
 TEST(BinaryWriter, LeavesThatOnlyCompareEqualStayApart) {
   const Ref<NSObject> value = NSArray::arrayWithObjects(
       {1, 1.0, true, NSNumber::numberWithFloat(1.0F), 0.0, -0.0, false, 0,
        NSDate::dateWithTimeIntervalSinceReferenceDate(0.0), NSDate::dateWithTimeIntervalSinceReferenceDate(-0.0), -1,
-       kLargestUnsigned, "1", NSData::dataWithBytes("1"), NSDictionary::dictionaryWithEntries({{"CF$UID", 1}})});
+       kLargestUnsigned, "1", NSData::dataWithBytes("1"), NSDictionary::dictionaryWithEntries({{"CF$UID", 1}}),
+       u"\u20ACa", u"\u20ACb"});
   const std::string file = write(value).bytes();
-  EXPECT_EQ(objectCountOf(file), 16U);
+  EXPECT_EQ(objectCountOf(file), 18U);
   const Ref<NSArray> back = as<NSArray>(read(file).value);
   for (NSUInteger at = 0; at < back->count(); ++at) {
     EXPECT_EQ(write((*back)[at]).bytes(), write((*as<NSArray>(value))[at]).bytes()) << at;
@@ -137,7 +148,11 @@ TEST(BinaryWriter, LeavesThatOnlyCompareEqualStayApart) {
 TEST(BinaryWriter, AMutableStringThatGrewAndShrankIsTheSameLeaf) {
   const Ref<NSMutableString> text = NSMutableString::stringWithString("\u20ACabc");
   text->deleteCharactersInRange({0, 1});
-  EXPECT_TRUE(isEqual(read(write(NSArray::of("abc", text)).bytes()).value, NSArray::of("abc", "abc")));
+  for (const Ref<NSArray>& value : {NSArray::of("abc", text), NSArray::of(text, "abc")}) {
+    const std::string file = write(value).bytes();
+    EXPECT_EQ(objectCountOf(file), 2U);
+    EXPECT_TRUE(isEqual(read(file).value, NSArray::of("abc", "abc")));
+  }
 }
 
 TEST(BinaryWriter, AContainerInSeveralPlacesIsWrittenOnce) {
@@ -165,11 +180,12 @@ TEST(BinaryWriter, ReferencesAreAsWideAsTheyMustBe) {
 
 // --- What is refused
 
-Ref<NSObject> nested(std::size_t depth) {
-  Ref<NSObject> value = NSArray::array();
-  for (std::size_t level = 1; level < depth; ++level) value = NSArray::of(value);
+Ref<NSObject> inside(std::size_t depth, Ref<NSObject> value) {
+  for (std::size_t level = 0; level < depth; ++level) value = NSArray::of(value);
   return value;
 }
+
+Ref<NSObject> nested(std::size_t depth) { return inside(depth - 1, NSArray::array()); }
 
 TEST(BinaryWriter, SaysWhatIsWrongAndWhere) {
   const auto wrap = [](const Ref<NSObject>& value) {
@@ -184,6 +200,9 @@ TEST(BinaryWriter, SaysWhatIsWrongAndWhere) {
       {nullptr, "There is no value to write."},
       {make<NSObject>(), "An object of this class is no property-list value."},
       {wrap(make<NSObject>()), "An object of this class is no property-list value at /Tracks/1/Name."},
+      {NSSet::set(), "A set is no property-list value."},
+      {wrap(NSSet::set()), "A set is no property-list value at /Tracks/1/Name."},
+      {wrap(NSURL::fileURLWithPath("/")), "A URL is no property-list value at /Tracks/1/Name."},
       {wrap(infinite), "A date must be a finite number of seconds at /Tracks/1/Name."},
       {NSDate::dateWithTimeIntervalSinceReferenceDate(std::nan("")), "A date must be a finite number of seconds."},
       {NSDictionary::dictionaryWithEntries({{1, 2}}), "The keys of a dictionary must be strings at /1."},
@@ -206,11 +225,23 @@ TEST(BinaryWriter, NestsUpToTheLimit) {
 
 TEST(BinaryWriter, SharedContainersCountWithTheirDepth) {
   const Ref<NSObject> deep = nested(300);
-  Ref<NSObject> value = deep;
-  for (int level = 0; level < 212; ++level) value = NSArray::of(value);
+  const Ref<NSObject> value = inside(212, deep);
   EXPECT_TRUE(write(NSArray::of(deep, (*as<NSArray>(value))[0])).data);
   EXPECT_FALSE(write(NSArray::of(deep, value)).data);
   EXPECT_FALSE(write(NSArray::of(value, deep)).data);
+  const Ref<NSObject> around = NSArray::of(deep);
+  EXPECT_TRUE(write(NSArray::of(deep, around, inside(210, around))).data);
+  EXPECT_FALSE(write(NSArray::of(deep, around, inside(211, around))).data);
+}
+
+TEST(BinaryWriter, AUIDIsAContainerInDepth) {
+  const Ref<NSObject> uid = NSDictionary::dictionaryWithEntries({{"CF$UID", 1}});
+  const Ref<NSObject> deepest = inside(511, uid);
+  EXPECT_TRUE(isEqual(read(write(deepest).bytes()).value, deepest));
+  EXPECT_FALSE(write(NSArray::of(deepest)).data);
+  const Ref<NSObject> around = NSArray::of(uid);
+  EXPECT_TRUE(write(NSArray::of(around, inside(509, around))).data);
+  EXPECT_FALSE(write(NSArray::of(around, inside(510, around))).data);
 }
 
 TEST(BinaryWriter, AContainerThatHoldsItselfIsRefused) {
@@ -233,6 +264,29 @@ TEST(BinaryWriter, WhatSharedContainersExpandToIsLimited) {
   for (int level = 0; level < 300; ++level) value = NSArray::of(value, value);
   EXPECT_NE(write(value).error.find("Containers are shared between so many places that they expand to more than"),
             std::string::npos);
+}
+
+TEST(BinaryWriter, LeavesKeysAndUIDsCountInEachPlaceOfTheirContainer) {
+  const Ref<NSMutableArray> leaves = NSMutableArray::array();
+  const Ref<NSMutableArray> uids = NSMutableArray::array();
+  const Ref<NSMutableDictionary> keys = NSMutableDictionary::dictionary();
+  for (int at = 0; at < 100; ++at) {
+    leaves->addObject(at);
+    uids->addObject(NSDictionary::dictionaryWithEntries({{"CF$UID", at}}));
+    keys->setObject_forKey(1, std::to_string(at));
+  }
+  const struct {
+    Ref<NSObject> container;
+    std::size_t few;
+    std::size_t many;
+  } cases[] = {{leaves, 5000, 6000}, {uids, 2500, 4000}, {keys, 2500, 4000}};
+  for (const auto& [container, few, many] : cases) {
+    std::vector<Ref<NSObject>> places(few, container);
+    EXPECT_TRUE(write(NSArray::arrayByTaking(places)).data) << container;
+    places.assign(many, container);
+    EXPECT_NE(write(NSArray::arrayByTaking(places)).error.find("shared between so many places"), std::string::npos)
+        << container;
+  }
 }
 
 // --- Round trips
