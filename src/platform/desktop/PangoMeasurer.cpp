@@ -60,7 +60,6 @@ class PangoMeasurer final : public TextMeasurer {
     pango_layout_set_single_paragraph_mode(layout_, TRUE);
     description_ = pango_font_description_new();
     pango_font_description_set_family(description_, font_.family.c_str());
-    setSize(font_.size);
     hasFont_ = canLoad();
   }
 

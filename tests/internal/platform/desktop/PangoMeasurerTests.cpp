@@ -31,16 +31,18 @@ constexpr char kModule[] = "libZtFoundationDesktop.so";
 
 class PangoMeasurerTests : public testing::Test {
  protected:
-  // What `works` says of the measurer that finds its fonts in `folder`.
-  bool holdsWithFonts(const std::string& folder, const std::function<bool(TextMeasurer&)>& works) {
+  // What `works` says of the measurer that finds its fonts in `folder`, by rules beside those for all tests.
+  bool holdsWithFonts(const std::string& folder, const std::function<bool(TextMeasurer&)>& works,
+                      const std::string& rules = "") {
     const std::string configuration = scratch_ / "fonts.conf";
     test::writeFile(configuration,
                     "<?xml version='1.0'?><!DOCTYPE fontconfig SYSTEM 'fonts.dtd'><fontconfig><dir>" + folder +
                         "</dir><cachedir>" + scratch_ / "cache" +
-                        "</cachedir><alias><family>Sans</family><prefer><family>DejaVu Sans</family></prefer></alias>"
-                        "</fontconfig>");
+                        "</cachedir><alias><family>Sans</family><prefer><family>DejaVu Sans</family></prefer></alias>" +
+                        rules + "</fontconfig>");
     return test::inChild([&] {
              setenv("FONTCONFIG_FILE", configuration.c_str(), 1);
+             setenv("G_DEBUG", "fatal-criticals", 1);
              setenv("GSETTINGS_BACKEND", "memory", 1);
              setenv("GSETTINGS_SCHEMA_DIR", scratch_.path().c_str(), 1);
              setenv("XDG_DATA_DIRS", scratch_.path().c_str(), 1);
@@ -84,26 +86,46 @@ TEST_F(PangoMeasurerTests, KerningKeepsWidthsFromAddingUp) {
   }));
 }
 
+// Fonts may be chosen by language; widths do not change with the user's.
+TEST_F(PangoMeasurerTests, TheUsersLanguageIsWithoutEffect) {
+  SKIP_WITHOUT_DEJAVU();
+  EXPECT_TRUE(holdsWithFonts(
+      kDejaVu, [](TextMeasurer& measurer) { return isNear(measurer.width(u"Hello, World", 13), 78.474); },
+      "<match target='pattern'><test name='lang' compare='not_eq' qual='first'><string>en</string></test>"
+      "<edit name='family' mode='assign' binding='strong'><string>DejaVu Sans Mono</string></edit></match>"));
+}
+
 TEST_F(PangoMeasurerTests, MeasuresAnyUnits) {
   SKIP_WITHOUT_DEJAVU();
   EXPECT_TRUE(holdsWithDejaVu([](TextMeasurer& measurer) {
     const double replacement = measurer.width(u"\uFFFD", 13);
     return replacement > 0 && isNear(measurer.width(u"\xD83D", 13), replacement) &&
            isNear(measurer.width(u"\xDE00\xD83D", 13), 2 * replacement) &&
-           measurer.width(std::u16string(3, u'\0'), 13) > 0 &&
-           measurer.width(u"a\nb", 13) > measurer.width(u"ab", 13) && measurer.width(u"\xD83D\xDE00", 13) > 0;
+           measurer.width(std::u16string(3, u'\0'), 13) > 0 && measurer.width(u"a\nb", 13) > measurer.width(u"ab", 13);
+  }));
+}
+
+TEST_F(PangoMeasurerTests, OnlyAPairIsOneCharacter) {
+  SKIP_WITHOUT_DEJAVU();
+  EXPECT_TRUE(holdsWithDejaVu([](TextMeasurer& measurer) {
+    const std::u16string_view pair = u"\xD835\xDD38";  // U+1D538
+    const double replacement = measurer.width(u"\uFFFD", 13), letter = measurer.width(u"n", 13);
+    return isNear(measurer.width(pair, 13), 9.629) && !isNear(replacement, 9.629) &&
+           isNear(measurer.width(pair.substr(0, 1), 13), replacement) &&
+           isNear(measurer.width(u"\xD835n", 13), replacement + letter) &&
+           isNear(measurer.width(u"n\xDD38", 13), letter + replacement) && isNear(measurer.width(u"\uFB01", 13), 8.188);
   }));
 }
 
 TEST_F(PangoMeasurerTests, LongTextIsAsWideAsItsParts) {
   SKIP_WITHOUT_DEJAVU();
   EXPECT_TRUE(holdsWithDejaVu([](TextMeasurer& measurer) {
-    const double one = measurer.width(u"n", 13);
+    const double one = measurer.width(u"n", 13), large = measurer.width(u"n", 200);
     std::u16string pairs(20001, u'n');
     for (std::size_t at = 1; at < pairs.size(); ++at) pairs[at] = at % 2 == 1 ? 0xD83D : 0xDE00;
     const double pair = measurer.width(u"\xD83D\xDE00", 13);
-    return isNear(measurer.width(std::u16string(20000, u'n'), 13) / 20000, one) &&
-           isNear((measurer.width(pairs, 13) - one) / 10000, pair);
+    return isNear(measurer.width(std::u16string(20000, u'n'), 200), 20000 * large) &&
+           isNear(measurer.width(pairs, 13), one + 10000 * pair);
   }));
 }
 
