@@ -54,7 +54,6 @@ class Argument {
   // What is quoted is never the letter of a code. A blank is none.
   void breakCode() {
     if (isInCode_) text_ += ' ';
-    isInCode_ = false;
   }
   void addLiteral(char byte) { text_.append(byte == '%' ? 2 : 1, byte); }
 
@@ -68,9 +67,10 @@ class Splitter {
  public:
   explicit Splitter(std::string_view line) : rest_(line) {}
 
-  std::optional<std::vector<std::string>> split() {
+  // Without any when the line is not well-formed.
+  std::vector<std::string> split() {
     while (!rest_.empty()) {
-      if (!readOne(next())) return std::nullopt;
+      if (!readOne(next())) return {};
     }
     finishArgument();
     return std::move(arguments_);
@@ -131,6 +131,7 @@ class Splitter {
   std::vector<std::string> arguments_;
 };
 
+// Empty for no path.
 std::string urlOf(const std::string& path) {
   const Ref<NSURL> url = NSURL::fileURLWithPath(NSString::stringWithFileSystemRepresentation(path));
   return url ? url->absoluteString()->utf8() : std::string();
@@ -153,13 +154,12 @@ class Filler {
   }
 
  private:
-  // An argument that is nothing but a code without a value goes away.
+  // An argument that is nothing but a code without a value goes away. Two characters come to nothing only as a code.
   bool fillOne(const std::string& argument) {
     if (argument == "%i") return addIcon();
     const std::optional<std::string> text = filledText(argument);
     if (!text) return false;
-    const bool isOneCode = argument.size() == 2 && argument[0] == '%';
-    if (!isOneCode || !text->empty()) filled_.push_back(*text);
+    if (argument.size() != 2 || !text->empty()) filled_.push_back(*text);
     return true;
   }
 
@@ -193,7 +193,7 @@ class Filler {
       case 'u':
       case 'U':
         tookDocument_ = true;
-        return document_.empty() ? document_ : urlOf(document_);
+        return urlOf(document_);
       case 'i':
         return entry_.icon;
       case 'c':
@@ -218,9 +218,9 @@ class Filler {
 
 std::optional<std::vector<std::string>> argumentsOfEntry(const DesktopEntry& entry, const std::string& entryPath,
                                                          const std::string& document) {
-  const std::optional<std::vector<std::string>> arguments = Splitter(entry.command).split();
-  if (!arguments || arguments->empty()) return std::nullopt;
-  return Filler(entry, entryPath, document).fill(*arguments);
+  const std::vector<std::string> arguments = Splitter(entry.command).split();
+  if (arguments.empty()) return std::nullopt;
+  return Filler(entry, entryPath, document).fill(arguments);
 }
 
 std::string programNamed(const std::string& name) {
@@ -234,7 +234,7 @@ std::string programNamed(const std::string& name) {
     if (program.empty()) program.push_back('.');
     program.append("/").append(name);
     if (isProgram(program)) return program;
-    rest.remove_prefix(isLast ? rest.size() : end + 1);
+    rest.remove_prefix(end + 1);  // nothing behind the last
   }
   return {};
 }

@@ -37,7 +37,7 @@ struct Line {
 TEST(CommandLineTests, ArgumentsAndFieldCodes) {
   const Line lines[] = {
       {"run", {"run"}, {"run", "/d/a b"}},
-      {"  run\t-v \n x  ", {"run", "-v", "x"}, {"run", "-v", "x", "/d/a b"}},
+      {"  run\t-v \n x\r ", {"run", "-v", "x"}, {"run", "-v", "x", "/d/a b"}},
       {"run %f", {"run"}, {"run", "/d/a b"}},
       {"run %F -x", {"run", "-x"}, {"run", "/d/a b", "-x"}},
       {"run %u", {"run"}, {"run", "file:///d/a%20b"}},
@@ -51,6 +51,7 @@ TEST(CommandLineTests, ArgumentsAndFieldCodes) {
       {"run %k", {"run", "/e/x.desktop"}, {"run", "/e/x.desktop", "/d/a b"}},
       {"run %d %D %n %N %v %m %f", {"run"}, {"run", "/d/a b"}},
       {"run -a%d", {"run", "-a"}, {"run", "-a", "/d/a b"}},
+      {"run %d%d", {"run", ""}, {"run", "", "/d/a b"}},
       {"run 100%% %%f", {"run", "100%", "%f"}, {"run", "100%", "%f", "/d/a b"}},
       {"run \"\" '' x", {"run", "", "", "x"}, {"run", "", "", "x", "/d/a b"}},
       {"\"/opt/two words/run\" %f", {"/opt/two words/run"}, {"/opt/two words/run", "/d/a b"}},
@@ -60,6 +61,10 @@ TEST(CommandLineTests, ArgumentsAndFieldCodes) {
       {R"(run \%f)", {"run", "%f"}, {"run", "%f", "/d/a b"}},
       {R"(run \%\f)", {"run", "%f"}, {"run", "%f", "/d/a b"}},
       {R"(run "%""f")", {"run", "%f"}, {"run", "%f", "/d/a b"}},
+      {R"(run a"%f")", {"run", "a%f"}, {"run", "a%f", "/d/a b"}},
+      {R"(run \a"%f")", {"run", "a%f"}, {"run", "a%f", "/d/a b"}},
+      {R"(run %%"f")", {"run", "%f"}, {"run", "%f", "/d/a b"}},
+      {R"(run "%f x" "5%")", {"run", "%f x", "5%"}, {"run", "%f x", "5%", "/d/a b"}},
       {"run a\"b c\"'d'e", {"run", "ab cde"}, {"run", "ab cde", "/d/a b"}},
       {"run $HOME `id` ~ * ; & | > # (",
        {"run", "$HOME", "`id`", "~", "*", ";", "&", "|", ">", "#", "("},
@@ -76,8 +81,8 @@ TEST(CommandLineTests, ArgumentsAndFieldCodes) {
 
 TEST(CommandLineTests, LinesThatAreRefused) {
   for (const char* const command :
-       {"", "  \n", "run \"a", "run 'a", "run a\\", "run \"a\\\"", "run %", "run %x", "run 5%", "run %1", "\"\" x",
-        "%f", "\"%u\"", "x%F", "%d", "run %\"u\"", "run %'%'", "run %\\f"}) {
+       {"", "  \n", "run \"a", "run 'a", "run a\\", "run \"a\\\"", "run \"a\\", "run %", "run %x", "run 5%", "run %1",
+        "\"\" x", "%f", "\"%u\"", "x%F", "%d", "run %\"u\"", "run %'%'", "run %\\f"}) {
     EXPECT_EQ(arguments(command), std::nullopt) << command;
     EXPECT_EQ(arguments(command, "/d/a b"), std::nullopt) << command;
   }
