@@ -66,9 +66,9 @@ class SortedItems {
 };
 
 std::string joined(std::string_view a, std::string_view b, std::string_view c) {
-  std::string result;
-  result.reserve(a.size() + b.size() + c.size());
-  return result.append(a).append(b).append(c);
+  std::string result(a);
+  result.append(b).append(c);
+  return result;
 }
 
 bool mayBeLink(unsigned char type) { return type == DT_LNK || type == DT_UNKNOWN; }
@@ -86,7 +86,7 @@ std::string textOf(const Ref<NSObject>& value) {
 std::optional<std::vector<OSType>> readSignatures(const std::string& path) {
   if (!isEntryFile(path)) return std::vector<OSType>();
   const FileDescriptor file(retryInterrupted([&] { return ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK); }));
-  const std::optional<std::string> text = file ? readToEnd(file.get()) : std::nullopt;
+  const std::optional<std::string> text = readToEnd(file.get());
   return text ? std::optional(signaturesInEntry(*text)) : std::nullopt;
 }
 
@@ -108,7 +108,7 @@ class ApplicationIndex::Lister {
   void listFolder(const std::string& path, const std::string& prefix, int depth) {
     const FileStamp stamp(path);
     folders_.emplace(path, stamp);
-    if (!stamp.isThere() || depth > kDeepest || !seen_.insert({stamp.identity(), holdsEntries_}).second) return;
+    if (depth > kDeepest || !seen_.insert({stamp.identity(), holdsEntries_}).second) return;
     SortedItems items;
     if (!items.read(path)) {
       folders_[path] = kNothing;
@@ -237,7 +237,7 @@ void ApplicationIndex::update(const Query& query) {
 bool ApplicationIndex::isInstalled(const Application& application, const Query& query) const {
   if (!application.isEntry) return true;
   for (const Application& one : applications_) {
-    if (!one.isEntry || one.identifier != application.identifier) continue;
+    if (one.identifier != application.identifier) continue;
     const std::optional<DesktopEntry> entry = entryInFile(one.path);
     if (entry) return &one == &application && !entry->isHidden && query.fits(*entry);
   }
@@ -258,7 +258,7 @@ std::string ApplicationIndex::find(OSType creator, const std::string& identifier
   refresh();
   update(query);
   const Application* found = first(query, false);
-  if (found == nullptr && !identifier.empty()) found = first(query, true);
+  if (found == nullptr) found = first(query, true);
   return found != nullptr ? found->path : std::string();
 }
 

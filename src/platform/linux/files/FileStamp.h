@@ -18,7 +18,6 @@ class FileStamp {
   /// What tells the item from all others.
   using Identity = std::pair<std::uint64_t, std::uint64_t>;
   Identity identity() const { return {device_, number_}; }
-  bool isThere() const { return number_ != 0; }
   /// Whether what was read under this stamp is still what the item holds, now that it has the stamp `now`. False while
   /// the item is so new that another change might not show: file systems count time in ticks, the coarsest of two
   /// seconds.

@@ -28,6 +28,7 @@ namespace {
 namespace files = std::filesystem;
 
 constexpr OSType kViewer = 0x56696577;  // 'View'
+constexpr OSType kSigB = 0x53696742;    // 'SigB'
 
 // In a child process a failed comparison must print and be counted there.
 class Checks {
@@ -150,6 +151,7 @@ TEST_F(ApplicationIndexTests, EntriesByIdentifierAndSignature) {
               checks.same("not by its name alone", byIdentifier("edit"), "none");
               checks.same("not shown in menus", byIdentifier("plain"), system("plain.desktop"));
               checks.same("in a folder for bundles", byIdentifier("misplaced"), "none");
+              checks.same("with another extension", byIdentifier("plain.service"), "none");
               checks.same("invisible", byIdentifier(".dotted"), "none");
             }),
             0);
@@ -178,9 +180,11 @@ TEST_F(ApplicationIndexTests, IdentifiersMayEndLikeTheNamesOfEntries) {
 TEST_F(ApplicationIndexTests, NamesOfEntriesAreBytes) {
   writeEntry(own("a\xFF.desktop"));
   writeEntry(own("a\xFE.desktop"));
+  writeEntry(own("a_b.desktop"));
   EXPECT_EQ(inOwnFolders([&](Checks& checks) {
               checks.same("one", byIdentifier("a\xFF"), own("a\xFF.desktop"));
               checks.same("another", byIdentifier("a\xFE.desktop"), own("a\xFE.desktop"));
+              checks.same("only letters have another case", byIdentifier("a?b"), "none");
             }),
             0);
 }
@@ -228,10 +232,36 @@ TEST_F(ApplicationIndexTests, FoldersGoInOrder) {
 TEST_F(ApplicationIndexTests, TheSameLettersGoFirst) {
   writeEntry(own("Edit.desktop"));
   writeEntry(system("edit.desktop"));
+  writeEntry(own("Org.desktop.desktop"));
+  writeEntry(system("org.desktop.desktop"));
   EXPECT_EQ(inOwnFolders([&](Checks& checks) {
               checks.same("lower", byIdentifier("edit"), system("edit.desktop"));
               checks.same("upper", byIdentifier("Edit"), own("Edit.desktop"));
               checks.same("neither", byIdentifier("EDIT"), own("Edit.desktop"));
+              checks.same("with extension", byIdentifier("edit.desktop"), system("edit.desktop"));
+              checks.same("ending like a name", byIdentifier("org.desktop"), system("org.desktop.desktop"));
+            }),
+            0);
+}
+
+// A link to "/" would otherwise make the whole system be looked through.
+TEST_F(ApplicationIndexTests, FoldersAreLookedThroughToADepth) {
+  writeEntry(own("1/2/3/4/5/6/7/8/in.desktop"));
+  writeEntry(own("1/2/3/4/5/6/7/8/9/out.desktop"));
+  EXPECT_EQ(inOwnFolders([&](Checks& checks) {
+              checks.same("eighth", byIdentifier("1-2-3-4-5-6-7-8-in"), own("1/2/3/4/5/6/7/8/in.desktop"));
+              checks.same("ninth", byIdentifier("1-2-3-4-5-6-7-8-9-out"), "none");
+            }),
+            0);
+}
+
+TEST_F(ApplicationIndexTests, AnEntrysIdentifierCountsFromTheFolderThatIsInUse) {
+  writeEntry(system("sub/applications/a.desktop"));
+  EXPECT_EQ(inOwnFolders([&](Checks& checks) {
+              const std::string entry = system("sub/applications/a.desktop");
+              checks.same("from the outer", byIdentifier("sub-applications-a"), entry);
+              use(system("sub"));
+              checks.same("from the inner", byIdentifier("a"), entry);
             }),
             0);
 }
@@ -262,6 +292,8 @@ TEST_F(ApplicationIndexTests, WhatIsBrokenIsSkipped) {
   writeEntry(own("a-missing.desktop"), "Exec=/no/such/program\nX-ZtFoundation-Signature=View\n");
   writeEntry(own("a-tried.desktop"), "Exec=sh\nTryExec=/no/such/program\nX-ZtFoundation-Signature=View\n");
   write(own("a-large.desktop"), good + std::string(1 << 20, '\n'));
+  write(own("a-holes.desktop"), good);
+  files::resize_file(own("a-holes.desktop"), std::uintmax_t{1} << 40);
   write(own("a-noise.desktop"), "\xFF\xFE\0X-ZtFoundation-Signature=View\n");
   write(own("a-empty.desktop"), "");
   write(own("a-comment.desktop"),
@@ -315,7 +347,7 @@ TEST_F(ApplicationIndexTests, SignaturesAreFourBytes) {
 TEST_F(ApplicationIndexTests, ChangesAreNoticed) {
   writeSigned(own("a.desktop"), "SigA");
   writeBundle(path("home/Applications/B.app"), "b", "SigB");
-  constexpr OSType kSigA = 0x53696741, kSigB = 0x53696742;
+  constexpr OSType kSigA = 0x53696741;
   EXPECT_EQ(inOwnFolders([&](Checks& checks) {
               checks.same("before", bySignature(kSigA), own("a.desktop"));
               writeSigned(own("a.desktop"), "SigC");
@@ -336,6 +368,8 @@ TEST_F(ApplicationIndexTests, ChangesAreNoticed) {
               checks.same("its new name", byIdentifier("c"), path("home/Applications/B.app"));
               files::rename(path("home/Applications/B.app"), path("home/Applications/D.app"));
               checks.same("moved", byIdentifier("c"), path("home/Applications/D.app"));
+              files::remove(path("home/Applications/D.app/Contents/Info.plist"));
+              checks.same("no longer described", byIdentifier("c"), "none");
             }),
             0);
 }
@@ -387,6 +421,14 @@ TEST_F(ApplicationIndexTests, DescriptorsMayRunOut) {
               checks.same("files", bySignature(kViewer) + byIdentifier("after"), "nonenone");
               setMostDescriptors(1000);
               checks.same("files, again", bySignature(kViewer) + byIdentifier("after"), entry + bundle);
+              files::rename(bundle + "/Contents", bundle + "/New");
+              files::rename(bundle + "/Old", bundle + "/Contents");
+              setMostDescriptors(0);
+              checks.same("another file", byIdentifier("before") + byIdentifier("after"), "nonenone");
+              setMostDescriptors(1000);
+              files::rename(bundle + "/Contents", bundle + "/Old");
+              files::rename(bundle + "/New", bundle + "/Contents");
+              checks.same("the file that was there", byIdentifier("after"), bundle);
             }),
             0);
 }
@@ -469,6 +511,9 @@ TEST_F(ApplicationIndexTests, WhatIsUnchangedIsNotReadAgain) {
               checks.same("third", bySignature(kViewer), "none");
               checks.holds("the new one is read", entries.sawOne());
               checks.holds("bundles are still not read again", !bundle.sawOne());
+              checks.same("what is known of the bundle", bySignature(kSigB) + byIdentifier("b"),
+                          path("home/Applications/B.app") + path("home/Applications/B.app"));
+              checks.same("what is known of the entry", bySignature(0x45646974), own("a.desktop"));
             }),
             0);
 }
