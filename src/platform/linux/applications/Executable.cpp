@@ -28,7 +28,6 @@ std::string headOf(const std::string& path) {
   if (::stat(path.c_str(), &status) != 0 || !S_ISREG(status.st_mode)) return {};
   constexpr int flags = O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK;
   const FileDescriptor file(retryInterrupted([&] { return ::open(path.c_str(), flags); }));
-  if (!file) return {};
   std::string head(kHeadSize, '\0');
   const ssize_t got = retryInterrupted([&] { return ::pread(file.get(), head.data(), head.size(), 0); });
   head.resize(got > 0 ? static_cast<std::size_t>(got) : 0);

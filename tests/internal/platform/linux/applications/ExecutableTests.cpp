@@ -95,6 +95,13 @@ TEST_F(ExecutableTests, APipeIsNotOpened) {
   waitForChild(writer);
 }
 
+TEST_F(ExecutableTests, AProgramThatMayNotBeReadIsNot) {
+  const std::string program = file("program", header());
+  ::chmod(folder.path().c_str(), 0755);
+  ::chmod(program.c_str(), 0111);
+  EXPECT_EQ(asOrdinaryUser([&] { return isNativeProgram(program) ? 1 : 0; }), 0);
+}
+
 TEST_F(ExecutableTests, LinksAreFollowed) {
   std::filesystem::create_symlink(file("program", header()), folder / "link");
   EXPECT_TRUE(isNativeProgram(folder / "link"));
@@ -123,6 +130,15 @@ TEST_F(ExecutableTests, AScriptIsWhatItsInterpreterIs) {
       {" #!" + native + "\n", false},
   };
   for (const auto& each : cases) EXPECT_EQ(isNative(each.script), each.expected) << each.script;
+}
+
+// The system reads 256 bytes. An interpreter whose name ends just there may have been cut.
+TEST_F(ExecutableTests, TheInterpretersNameEndsWhereItCanBeSeen) {
+  const std::string name(253 - folder.path().size() - 1, 'n');
+  const std::string fitting = file(name, header()), cut = file(name + "n", header());
+  EXPECT_TRUE(isNative("#!" + fitting + "\n"));
+  EXPECT_FALSE(isNative("#!" + cut + "x"));
+  EXPECT_FALSE(isNative("#!" + cut + "\n"));
 }
 
 TEST_F(ExecutableTests, InterpretersAreFollowedAsDeepAsTheSystemDoes) {
