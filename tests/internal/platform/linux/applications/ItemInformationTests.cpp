@@ -89,6 +89,7 @@ TEST_F(ItemInformationTests, FilesAndFolders) {
   EXPECT_EQ(flags("pipe"), kFile);
   EXPECT_EQ(flags("folder"), kFolder);
   EXPECT_EQ(flags("folder/"), kFolder);
+  EXPECT_EQ(flags("folder//"), kFolder);
 }
 
 TEST_F(ItemInformationTests, PackagesByTheirNames) {
@@ -104,6 +105,7 @@ TEST_F(ItemInformationTests, PackagesByTheirNames) {
   EXPECT_EQ(flags("Empty.app"), kPackage);
   EXPECT_EQ(flags("Plug.bundle"), kPackage);
   EXPECT_EQ(flags("Plug.bundle/"), kPackage);
+  EXPECT_EQ(flags("Plug.bundle///"), kPackage);
   EXPECT_EQ(flags("X.APP"), kFolder);
   EXPECT_EQ(flags(".app"), kFolder | kLSItemInfoIsInvisible);
   EXPECT_EQ(flags("File.app"), kFile);
@@ -115,11 +117,13 @@ TEST_F(ItemInformationTests, PackagesByTheirNames) {
 
 TEST_F(ItemInformationTests, ApplicationBundles) {
   make("Told.app/Contents/Info.plist", "<plist><dict/></plist>");
+  make("Flat.app/Info.plist", "<plist><dict/></plist>");
   make("Broken.app/Contents/Info.plist", "<plist><dict>");
   makeProgram("Named.app/Contents/Linux/Named");
   make("Plug.bundle/Contents/Info.plist", "<plist><dict/></plist>");
   EXPECT_EQ(flags("Told.app"), kBundle);
   EXPECT_EQ(flags("Told.app/"), kBundle);
+  EXPECT_EQ(flags("Flat.app"), kBundle);
   EXPECT_EQ(flags("Broken.app"), kBundle);
   EXPECT_EQ(flags("Named.app"), kBundle);
   EXPECT_EQ(flags("Plug.bundle"), kPackage);
@@ -133,6 +137,7 @@ TEST_F(ItemInformationTests, OnlyNamesThatBeginWithADotAreInvisible) {
   EXPECT_EQ(flags(".file"), kFile | kLSItemInfoIsInvisible);
   EXPECT_EQ(flags(".folder"), kFolder | kLSItemInfoIsInvisible);
   EXPECT_EQ(flags(".folder/"), kFolder | kLSItemInfoIsInvisible);
+  EXPECT_EQ(flags(".folder///"), kFolder | kLSItemInfoIsInvisible);
   EXPECT_EQ(flags(".folder/inside"), kFile);
   EXPECT_EQ(flags(".Hidden.app"), kBundle | kLSItemInfoIsInvisible);
 }
@@ -153,6 +158,7 @@ TEST_F(ItemInformationTests, LinksAreWhatTheyLeadTo) {
   EXPECT_EQ(flags("to-folder"), kFolder);
   EXPECT_EQ(flags("to-X"), kBundle);
   EXPECT_EQ(flags("to-X/"), kBundle);
+  EXPECT_EQ(flags("to-X///"), kBundle);
   EXPECT_EQ(flags("to-to-X"), kBundle);
   EXPECT_EQ(flags("Y.app"), kBundle);
 }
@@ -207,10 +213,12 @@ TEST_F(ItemInformationTests, NativeBundlesByTheirProgram) {
   makeProgram("Script.app/Contents/Linux/Script");
   makeProgram("Foreign.app/Contents/Linux/Foreign", "MZ");
   make("NoProgram.app/Contents/Info.plist");
+  makeProgram("Plug.bundle/Contents/Linux/Plug");
   EXPECT_EQ(flags("Script.app", kLSRequestAppTypeFlags), kBundle | kLSItemInfoIsNativeApp);
   EXPECT_EQ(flags("Script.app"), kBundle);
   EXPECT_EQ(flags("Foreign.app", kLSRequestAppTypeFlags), kBundle);
   EXPECT_EQ(flags("NoProgram.app", kLSRequestAppTypeFlags), kBundle);
+  EXPECT_EQ(flags("Plug.bundle", kLSRequestAppTypeFlags), kPackage);
 }
 
 TEST_F(ItemInformationTests, EntriesWhoseProgramIsThere) {
@@ -224,7 +232,10 @@ TEST_F(ItemInformationTests, EntriesWhoseProgramIsThere) {
   }
   makeProgram("foreign", "MZ");
   makeEntry("foreign.desktop", "Exec=" + scratch_ / "foreign" + "\n");
-  EXPECT_EQ(flags("foreign.desktop", kLSRequestAppTypeFlags), kEntry);
+  makeEntry("unknown-code.desktop", "Exec=" + scratch_ / "run" + " %y\n");
+  for (const char* const name : {"foreign.desktop", "unknown-code.desktop"}) {
+    EXPECT_EQ(flags(name, kLSRequestAppTypeFlags), kEntry) << name;
+  }
 }
 
 TEST_F(ItemInformationTests, EntriesByLinks) {
@@ -273,6 +284,7 @@ TEST_F(ItemInformationTests, AVolumeIsWhatTheVolumesSay) {
   volumes.root = scratch_ / "folder";
   EXPECT_EQ(flags("folder"), kLSItemInfoIsVolume | kFolder);
   EXPECT_EQ(flags("folder/"), kLSItemInfoIsVolume | kFolder);
+  EXPECT_EQ(flags("folder///"), kLSItemInfoIsVolume | kFolder);
   volumes.root = scratch_ / "X.app";
   EXPECT_EQ(flags("X.app"), kLSItemInfoIsVolume | kFolder);
   volumes.root = "/";

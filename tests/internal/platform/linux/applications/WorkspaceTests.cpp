@@ -240,12 +240,14 @@ TEST_F(WorkspaceTests, OtherwiseTheHostsWorkingFolder) {
 TEST_F(WorkspaceTests, WhatCannotBeStartedIsRefused) {
   const std::string document = makeDocument();
   makeReporter(scratch_ / "reporter");
+  makeReporter(scratch_ / "reporter-%d");
   const std::string reporter = scratch_ / "reporter";
   const std::pair<const char*, std::string> entries[] = {
       {"no folder", "Exec=" + reporter + "\nPath=" + scratch_ / "missing" + "\n"},
       {"hidden", "Exec=" + reporter + "\nHidden=true\n"},
       {"tried", "Exec=" + reporter + "\nTryExec=/no/such/program\n"},
       {"missing program", "Exec=/no/such/program\n"},
+      {"missing when the code is filled in", "Exec=" + reporter + "-%d\n"},
       {"no program", "Exec=" + document + "\n"},
       {"quotes", "Exec=" + reporter + " \"a\n"},
       {"unknown code", "Exec=" + reporter + " %y\n"},
@@ -432,18 +434,18 @@ TEST_F(WorkspaceTests, AProgramMayWantATerminal) {
   makeReporter(scratch_ / "bin/mine");
   const std::string entry = makeEntry("Exec=" + scratch_ / "reporter" + " %f\nTerminal=true\n");
   const std::string document = makeDocument("a 'b'");
-  EXPECT_EQ(test::inChild([&] {
-              ::setenv("PATH", (scratch_ / "bin:/usr/bin:/bin").c_str(), 1);
-              ::setenv("TERMINAL", "mine", 1);
-              return open(document, entry) ? 0 : 1;
-            }),
-            0);
+  const auto opensWithPath = [&](const std::string& path) {
+    return test::inChild([&] {
+             ::setenv("PATH", path.c_str(), 1);
+             ::setenv("TERMINAL", "mine", 1);
+             return open(document, entry) ? 0 : 1;
+           }) == 0;
+  };
+  ASSERT_TRUE(opensWithPath(scratch_ / "bin:/usr/bin:/bin"));
   EXPECT_THAT(reportedArguments(scratch_ / "bin/mine"), ElementsAre("-e", scratch_ / "reporter", document));
-  EXPECT_EQ(test::inChild([&] {
-              ::setenv("PATH", (scratch_ / "none").c_str(), 1);
-              return open(document, entry) ? 0 : 1;
-            }),
-            1);
+  EXPECT_FALSE(opensWithPath(scratch_ / "none"));
+  makeEntry("Exec=" + scratch_ / "reporter" + " %y\nTerminal=true\n");
+  EXPECT_FALSE(opensWithPath(scratch_ / "bin:/usr/bin:/bin"));
 }
 
 }  // namespace
