@@ -93,6 +93,7 @@ TEST_F(DesktopEntriesTests, WhatIsNoApplicationOrNotInstalled) {
   }
   for (const char* const text : {"", "noise", "[Desktop Entry]\nType=Link\nName=x\nURL=http://x/\nExec=sh\n",
                                  "[Desktop Entry]\nName=x\nExec=sh\n", "[Other]\nType=Application\nName=x\nExec=sh\n",
+                                 "[Other]\nName=y\n[Desktop Entry]\nType=Application\nName=x\nExec=sh\n",
                                  "Type=Application\nName=x\nExec=sh\n"}) {
     EXPECT_FALSE(read(text)) << text;
   }

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 #include <stdlib.h>
+#include <unistd.h>
 
 #include <cstdio>
 #include <string>
@@ -56,6 +57,19 @@ TEST(ApplicationFoldersTests, TheEnvironmentTells) {
               0)
         << environment.expected;
   }
+}
+
+TEST(ApplicationFoldersTests, AUserWithoutAHomeHasNoneOfTheirOwn) {
+  constexpr uid_t kUnknownUser = 1'999'999'999;
+  constexpr int kSkipped = 77;
+  const int result = test::inChild([] {
+    if (::setuid(kUnknownUser) != 0) return kSkipped;
+    for (const char* const name : {"HOME", "XDG_DATA_HOME", "XDG_DATA_DIRS"}) ::unsetenv(name);
+    const char* const expected = "/usr/local/share/applications* /usr/share/applications* /Applications";
+    return text(applicationFolders()) == expected ? 0 : 1;
+  });
+  if (result == kSkipped) GTEST_SKIP() << "no right to become a user that nobody knows";
+  EXPECT_EQ(result, 0);
 }
 
 }  // namespace

@@ -31,6 +31,7 @@ TEST(ApplicationSignatureTests, WhatIsNone) {
 TEST(ApplicationSignatureTests, LinesOfEntries) {
   EXPECT_THAT(signaturesInEntry("X-ZtFoundation-Signature=View\n"), ElementsAre(0x56696577U));
   EXPECT_THAT(signaturesInEntry("[A]\nX-ZtFoundation-Signature \t= \tView\r\nB=C"), ElementsAre(0x56696577U));
+  EXPECT_THAT(signaturesInEntry("X-ZtFoundation-Signature=ab\r\nB=C"), ElementsAre(0x61620000U));
   EXPECT_THAT(signaturesInEntry("X-ZtFoundation-Signature=View"), ElementsAre(0x56696577U));
   EXPECT_THAT(signaturesInEntry("X-ZtFoundation-Signature=  ab \n"), ElementsAre(0x61622000U));
   EXPECT_THAT(signaturesInEntry("X-ZtFoundation-Signature=  "), ElementsAre(0U));
