@@ -42,7 +42,6 @@ bool equalIgnoringCase(std::string_view a, std::string_view b) {
 bool isRegisteredFor(const char* converterName, std::string_view name) {
   UErrorCode status = U_ZERO_ERROR;
   std::unique_ptr<UEnumeration, CloseNames> names(ucnv_openStandardNames(converterName, kRegistry, &status));
-  if (!succeeded(status)) return false;
   while (const char* registered = uenum_next(names.get(), nullptr, &status)) {
     if (equalIgnoringCase(registered, name)) return true;
   }
@@ -50,10 +49,10 @@ bool isRegisteredFor(const char* converterName, std::string_view name) {
   return false;
 }
 
-const char* preferredName(const char* converterName) {
+std::optional<std::string> preferredName(const char* converterName) {
   UErrorCode status = U_ZERO_ERROR;
   const char* const name = ucnv_getStandardName(converterName, kRegistry, &status);
-  return succeeded(status) ? name : nullptr;
+  return succeeded(status) && name != nullptr ? std::optional<std::string>(name) : std::nullopt;
 }
 
 // By the registry first: without it a name that two vendors read differently may find the other one.
@@ -113,26 +112,21 @@ std::optional<std::basic_string<Unit>> collect(Convert convert) {
 }  // namespace
 
 std::optional<std::string> registeredName(std::string_view name) {
-  const std::string text(name);
-  if (text.empty() || text.find_first_of(std::string_view(",\0", 2)) != std::string::npos) return std::nullopt;
-  const char* const converter = converterNamed(text.c_str());
+  const char* const converter = converterNamed(std::string(name).c_str());
   if (converter == nullptr || !isRegisteredFor(converter, name)) return std::nullopt;
-  const char* const preferred = preferredName(converter);
-  return preferred != nullptr ? std::optional<std::string>(preferred) : std::nullopt;
+  return preferredName(converter);
 }
 
 std::optional<std::uint32_t> index(const std::string& registeredName) {
   for (int32_t i = 0; i < ucnv_countAvailable(); ++i) {
-    const char* const preferred = preferredName(ucnv_getAvailableName(i));
-    if (preferred != nullptr && registeredName == preferred) return static_cast<std::uint32_t>(i);
+    if (preferredName(ucnv_getAvailableName(i)) == registeredName) return static_cast<std::uint32_t>(i);
   }
   return std::nullopt;
 }
 
 std::optional<std::string> atIndex(std::uint32_t index) {
   if (index >= static_cast<std::uint32_t>(ucnv_countAvailable())) return std::nullopt;
-  const char* const preferred = preferredName(ucnv_getAvailableName(static_cast<int32_t>(index)));
-  return preferred != nullptr ? std::optional<std::string>(preferred) : std::nullopt;
+  return preferredName(ucnv_getAvailableName(static_cast<int32_t>(index)));
 }
 
 std::optional<std::u16string> decode(const std::string& charset, std::string_view bytes) {

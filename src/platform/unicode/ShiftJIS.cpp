@@ -75,7 +75,6 @@ ShiftJIS::ShiftJIS() {
   addCodes(0x87, 0x87);
   addCodes(0x81, 0x86);
   addCodes(0x88, 0xEC);
-  addCodes(0xEF, 0xEF);
   addOtherForms();
 }
 
@@ -85,7 +84,7 @@ void ShiftJIS::readUnits() {
   if (!succeeded(status)) return;
   ucnv_setToUCallBack(converter.get(), UCNV_TO_U_CALLBACK_STOP, nullptr, nullptr, nullptr, &status);
   for (unsigned lead = 0x81; lead <= 0xFC; ++lead) {
-    if (isKana(static_cast<unsigned char>(lead)) || lead == 0xA0) continue;
+    if (isKana(static_cast<unsigned char>(lead))) continue;
     for (unsigned trail = kFirstTrail; trail <= kLastTrail; ++trail) {
       (*units_)[lead * kTrails + trail - kFirstTrail] = convert(converter.get(), lead, trail);
     }
@@ -110,7 +109,7 @@ void ShiftJIS::addOtherForms() {
 }
 
 inline char16_t ShiftJIS::unitOf(unsigned char lead, unsigned char trail) const {
-  return trail < kFirstTrail || trail > kLastTrail ? u'\0' : (*units_)[lead * kTrails + trail - kFirstTrail];
+  return trail < kFirstTrail ? u'\0' : (*units_)[lead * kTrails + trail - kFirstTrail];
 }
 
 std::optional<std::u16string> ShiftJIS::decode(std::string_view bytes) const {

@@ -24,7 +24,7 @@ int32_t lengthOf(std::u16string_view units) { return static_cast<int32_t>(units.
 // Calls `produce(buffer, capacity, &status)` with room for what it says it needs. On failure the text stays as it is.
 template <class Produce>
 std::u16string produceFrom(std::u16string_view source, Produce produce) {
-  if (source.empty() || !fits(source)) return std::u16string(source);
+  if (!fits(source)) return std::u16string(source);
   std::u16string result(source.size() + 16, u'\0');
   for (;;) {
     UErrorCode status = U_ZERO_ERROR;
@@ -44,7 +44,6 @@ UCollator* openNaturalCollator() {
   ucol_setAttribute(collator.get(), UCOL_STRENGTH, UCOL_SECONDARY, &status);
   ucol_setAttribute(collator.get(), UCOL_NUMERIC_COLLATION, UCOL_ON, &status);
   ucol_setAttribute(collator.get(), UCOL_NORMALIZATION_MODE, UCOL_ON, &status);
-  ucol_setAttribute(collator.get(), UCOL_ALTERNATE_HANDLING, UCOL_NON_IGNORABLE, &status);
   return succeeded(status) ? collator.release() : nullptr;
 }
 
@@ -181,8 +180,7 @@ class ICUUnicode final : public Unicode {
     const bool decompose = (foldings & kFoldLiterally) == 0;
     std::u16string text((foldings & kFoldWidth) != 0 ? withOrdinaryWidth(units) : std::u16string(units));
     if (decompose) text = normalized(decomposer(), text);
-    if ((foldings & kFoldCase) != 0) text = withFoldedCase(text);
-    if (decompose && (foldings & kFoldCase) != 0) text = normalized(decomposer(), text);
+    if ((foldings & kFoldCase) != 0) text = withFoldedCase(text);  // leaves what is decomposed so
     out += (foldings & kFoldDiacritics) != 0 ? withoutMarks(text) : text;
   }
 
