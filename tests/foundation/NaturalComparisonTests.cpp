@@ -32,8 +32,9 @@ TEST(NaturalComparisonTests, OrdersNamesAsPeopleDo) {
       {u"ABC", u"abc", NSOrderedSame},
       {u"\u00E9", u"e", NSOrderedDescending},
       {u"caf\u00E9", u"cafe\u0301", NSOrderedSame},
-      {u"\uFF21\uFF22", u"ab", NSOrderedSame},  // width
-      {u"\u30AB", u"\uFF76", NSOrderedSame},    // half-width kana
+      {u"a\u0323\u0307", u"a\u0307\u0323", NSOrderedSame},  // marks in another order
+      {u"\uFF21\uFF22", u"ab", NSOrderedSame},              // width
+      {u"\u30AB", u"\uFF76", NSOrderedSame},                // half-width kana
       {u"a1", u"a01", NSOrderedSame},
       {u"a-b", u"ab", NSOrderedAscending},  // punctuation counts
       {u"a b", u"ab", NSOrderedAscending},

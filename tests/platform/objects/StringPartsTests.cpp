@@ -58,6 +58,8 @@ TEST(StringPartsTests, CaseFollowsUnicodeAndNoLanguage) {
   EXPECT_EQ(Ref<NSString>("title i")->uppercaseString()->utf8(), "TITLE I");
   EXPECT_EQ(Ref<NSString>(u"\u00C4\u03A3")->lowercaseString()->utf16(), u"\u00E4\u03C2");
   EXPECT_EQ(Ref<NSString>(u"stra\u00DFe \u00E9i")->uppercaseString()->utf16(), u"STRASSE \u00C9I");
+  const std::u16string sharp(40, u'\u00DF');
+  EXPECT_EQ(Ref<NSString>(sharp)->uppercaseString()->utf16(), std::u16string(80, u'S')) << "far longer than before";
   EXPECT_EQ(Ref<NSString>(u"\xD801\xDC00")->lowercaseString()->utf16(), u"\xD801\xDC28");
   EXPECT_EQ(Ref<NSString>(std::u16string{u'\u00C4', 0xD800})->lowercaseString()->utf16(),
             (std::u16string{u'\u00E4', 0xD800}));

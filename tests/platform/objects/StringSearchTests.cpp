@@ -85,6 +85,10 @@ TEST(StringSearchTests, MatchesHoldWholeCharactersUnlessLiteral) {
       {u"e\u0301 e", u"e", 0, {3, 1}},
       {u"\u0301x", u"\u0301", 0, {0, 1}},
       {u"\u1100\u1161", u"\u1100", 0, kNone},
+      {u"\u1100\u1161\u11A8", u"\u1100\u1161", 0, kNone},
+      {u"\u0915\u093E", u"\u0915", 0, kNone},  // a mark that takes space
+      {u"\uFF76\uFF9E", u"\uFF76", 0, kNone},  // a voiced mark of half width
+      {u"a\u200Cb", u"a", 0, kNone},           // a joiner
       {u"日e\u0301", u"e", NSBackwardsSearch, kNone},
       {u"e\u0301", u"e", NSAnchoredSearch, kNone},
       {u"e\u0301", u"e", NSLiteralSearch, {0, 1}},
@@ -117,6 +121,10 @@ TEST(StringSearchTests, IgnoresCaseDiacriticsAndWidthOnRequest) {
       {u"\uFF76\uFF9E", u"\u30AC", NSWidthInsensitiveSearch, {0, 2}},
       {u"\uFF21\u0301", u"\u00E1", all, {0, 2}},
       {u"\uFF21", u"A", 0, kNone},
+      {u"\uFF21", u"a", NSCaseInsensitiveSearch, kNone},
+      {u"\u2460", u"1", NSWidthInsensitiveSearch, kNone},              // other compatible forms are no matter of width
+      {u"e\xD834\xDE42", u"e", NSDiacriticInsensitiveSearch, {0, 3}},  // a mark of two units
+      {u"\xD834\u0301", u"\xD834", NSDiacriticInsensitiveSearch, {0, 2}},  // a mark after half a pair
       {u"r\u00E9sum\u00E9", u"resume", 0, kNone},
   };
   for (const Search& search : searches) check(search);

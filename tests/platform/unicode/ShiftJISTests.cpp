@@ -107,8 +107,15 @@ TEST(ShiftJISTests, WhatHasNoCodeIsOneMark) {
   EXPECT_EQ(encode(u"a\u00E9\xD83D\xDE00z", true), "a??z");
   EXPECT_EQ(encode(u"\xD83D", true), "?");
   EXPECT_EQ(encode(u"\xDE00\xD83Dx", true), "??x");
+  EXPECT_EQ(encode(u"\u00E9\xDE00", true), "??");  // half a pair joins nothing but its other half
   EXPECT_EQ(encode(u"\u200B\uFEFF\u00AD", true), "???");
   EXPECT_FALSE(encode(u"\xD83D\xDE00"));
+}
+
+TEST(ShiftJISTests, ZeroIsACharacterLikeOthers) {
+  using namespace std::string_literals;
+  EXPECT_EQ(encode(u"\u65E5\0\uFF71\0"s), "\x93\xFA\0\xB1\0"s);
+  EXPECT_EQ(decode("\x93\xFA\0\xB1\0"s), u"\u65E5\0\uFF71\0"s);
 }
 
 TEST(ShiftJISTests, BrokenBytesAreNone) {
@@ -116,6 +123,7 @@ TEST(ShiftJISTests, BrokenBytesAreNone) {
                             "abcdefgh\xFF", "\x85\x40", "\xFC\x4C"}) {
     EXPECT_FALSE(decode(bytes)) << testing::PrintToString(bytes);
   }
+  EXPECT_FALSE(NSString::stringWithBytes_length_encoding("\x93\xFA", 1, kShiftJIS)) << "what follows is not asked for";
 }
 
 TEST(ShiftJISTests, LongRunsOfEachKind) {
