@@ -11,7 +11,7 @@ constexpr NSUInteger kImmutable = 0;
 constexpr NSUInteger kMutableContainersAndLeaves = 2;
 
 Ref<NSObject> valueOfResource(const Ref<NSBundle>& bundle, const Ref<NSString>& name, NSUInteger mutabilityOption) {
-  if (!bundle || !name) return nullptr;
+  if (!bundle) return nullptr;
   return _plistWithPath_mutabilityOption(bundle, bundle->pathForResource_ofType(name, ""), mutabilityOption);
 }
 
@@ -35,7 +35,7 @@ Ref<NSObject> mutablePropertyListWithResourceNamed_bundleForClass(const Ref<NSSt
 
 Ref<NSObject> _plistWithPath_mutabilityOption(const Ref<NSBundle>& self, const Ref<NSString>& path,
                                               NSUInteger mutabilityOption) {
-  const Ref<NSData> bytes = self && path ? NSData::dataWithContentsOfFile(path) : nullptr;
+  const Ref<NSData> bytes = self ? NSData::dataWithContentsOfFile(path) : nullptr;
   if (!bytes) return nullptr;
   Ref<NSString> error;
   const Ref<NSObject> value =

@@ -85,9 +85,7 @@ class Difference {
 
   // Remembers what came out for values that many keys may share.
   bool equal(const NSObject* mine, const NSObject* theirs) {
-    if (theirs == nullptr || mine->kind() != ObjectKind::Array || !isShared(*mine)) {
-      return detail::deepEqual(mine, theirs);
-    }
+    if (mine->kind() != ObjectKind::Array || !isShared(*mine)) return detail::deepEqual(mine, theirs);
     const auto [known, isNew] = sharedEqual_.try_emplace({mine, theirs}, false);
     if (isNew) known->second = detail::deepEqual(mine, theirs);
     return known->second;
@@ -106,15 +104,9 @@ Ref<Collection> mutableCopyOfAll(const Ref<NSObject>& self) {
   return as<Collection>(CFPropertyListCreateDeepCopy(self, NSPropertyListMutableContainersAndLeaves));
 }
 
-// Objects of hosts may say so themselves.
-bool responds(const Ref<NSObject>& object, SEL selector) {
-  if (object->kind() != ObjectKind::Other) return respondsToSelector(object, selector);
-  return send<bool>(object, ZT_SELECTOR("respondsToSelector:"), selector);
-}
-
 Ref<NSMutableDictionary> representationOf(const Ref<NSObject>& element) {
   static const SEL selector = NSSelectorFromString("propertyListRepresentation");
-  if (!responds(element, selector)) return nullptr;
+  if (!send<bool>(element, ZT_SELECTOR("respondsToSelector:"), selector)) return nullptr;
   const Ref<NSDictionary> representation = as<NSDictionary>(performSelector(element, selector));
   if (!representation || representation->isMutable()) return as<NSMutableDictionary>(representation);
   return representation->mutableCopy();

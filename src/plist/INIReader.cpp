@@ -18,9 +18,7 @@ namespace {
 // --- Lines
 
 std::size_t find(std::string_view text, char byte, std::size_t from) noexcept {
-  if (from >= text.size()) return text.size();
-  const void* const hit = std::memchr(text.data() + from, byte, text.size() - from);
-  return hit != nullptr ? static_cast<std::size_t>(static_cast<const char*>(hit) - text.data()) : text.size();
+  return std::min(text.find(byte, from), text.size());
 }
 
 // Where a terminator of several bytes comes next. Each byte of the text is looked at once, however many lines there
@@ -181,10 +179,9 @@ class INIReader {
     if (line.empty()) return;
     if (line.front() == ';' || !hasThreeUnits(line)) return drop(line);
     if (line.front() == '[' && line.back() == ']') return openSection(line.substr(1, line.size() - 2));
-    const void* const equals = std::memchr(line.data(), '=', line.size());
-    if (equals == nullptr || !name_) return drop(line);
-    const auto at = static_cast<std::size_t>(static_cast<const char*>(equals) - line.data());
-    addEntry(line.substr(0, at), line.substr(at + 1));
+    const std::size_t equals = line.find('=');
+    if (equals == std::string_view::npos || !name_) return drop(line);
+    addEntry(line.substr(0, equals), line.substr(equals + 1));
   }
 
   void openSection(std::string_view name) {

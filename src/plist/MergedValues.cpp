@@ -40,7 +40,7 @@ Ref<NSObject> mergedByKey(const Ref<NSDictionary>& mine, const Ref<NSDictionary>
 
 }  // namespace
 
-bool isSame(const Ref<NSObject>& a, const Ref<NSObject>& b) { return a && b ? ZtFoundation::isEqual(a, b) : !a && !b; }
+bool isSame(const Ref<NSObject>& a, const Ref<NSObject>& b) { return a ? ZtFoundation::isEqual(a, b) : !b; }
 
 Ref<NSObject> merged(const Ref<NSObject>& mine, const Ref<NSObject>& base, const Ref<NSObject>& theirs) {
   if (isSame(theirs, base)) return mine;

@@ -158,9 +158,7 @@ void QvPropertyList::_init() {
 
 // --- Saving and discarding
 
-bool QvPropertyList::hasUnsavedChanges() {
-  return !serializedValues_ || !ZtFoundation::isEqual(currentValues_, serializedValues_);
-}
+bool QvPropertyList::hasUnsavedChanges() { return !ZtFoundation::isEqual(currentValues_, serializedValues_); }
 
 bool QvPropertyList::saveChanges() {
   const Ref<NSData> bytes = bytesOfValues();
@@ -179,7 +177,7 @@ Ref<NSData> QvPropertyList::bytesOfValues() const {
   Ref<NSString> error;
   Ref<NSData> bytes =
       QvPropertyListSerialization::dataFromPropertyList_format_errorDescription(currentValues_, format_, &error);
-  if (!bytes) logError(error);
+  logError(error);
   return bytes;
 }
 
@@ -217,9 +215,12 @@ bool QvPropertyList::mergeFile() {
   readError_.reset();
   // Not asked for first: where the question fails by chance, the file would count as missing and be replaced.
   const Ref<NSData> bytes = NSData::dataWithContentsOfFile(path_);
-  if (!bytes && exists(path_)) readError_ = kUnreadable;
   if (!bytes) {
-    if (!readError_) serializedValues_.reset();
+    if (exists(path_)) {
+      readError_ = kUnreadable;
+    } else {
+      serializedValues_.reset();
+    }
     return !readError_;
   }
   const Ref<NSObject> theirs = readValues(bytes, kMutableContainers);
