@@ -124,6 +124,7 @@ TEST(Differences, TellWhatTheOtherDoesNotHoldEqually) {
       {dictionary({{"l", NSArray::of(1, 2)}}), dictionary({{"l", NSArray::of(1, 3)}}),
        dictionary({{"l", NSArray::of(1, 2)}})},
       {dictionary({{"d", empty}}), dictionary({{"d", 1}}), dictionary({{"d", empty}})},
+      {dictionary({{"d", 1}}), dictionary({{"d", empty}}), dictionary({{"d", 1}})},
       {dictionary({{"d", dictionary({{"e", dictionary({{"f", 1}, {"g", 2}})}})}}),
        dictionary({{"d", dictionary({{"e", dictionary({{"f", 1}, {"g", 3}})}})}}),
        dictionary({{"d", dictionary({{"e", dictionary({{"g", 2}})}})}})},
@@ -215,9 +216,11 @@ TEST(Differences, ManyKeysMayShareOneDictionary) {
 TEST(Differences, OfADictionaryInsideItselfAreNone) {
   Ref<NSMutableDictionary> one = NSMutableDictionary::dictionary();
   Ref<NSMutableDictionary> other = NSMutableDictionary::dictionary();
-  one->setObject_forKey(one, "self");
-  other->setObject_forKey(other, "self");
+  one->setObject_forKey(one, "k");
+  other->setObject_forKey(other, "k");
   EXPECT_FALSE(differencesFromDictionary(one, other));
+  EXPECT_FALSE(differencesFromDictionary(one, nestedDictionary(3, 1)));
+  EXPECT_EQ(differencesFromDictionary(dictionary({{"d", one}}), dictionary({{"d", one}}))->count(), 0U);
   one->removeAllObjects();
   other->removeAllObjects();
 }

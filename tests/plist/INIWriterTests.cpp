@@ -16,7 +16,14 @@ class AcceptsAnything : public QvPropertyListSerialization {
   static bool propertyList_isValidForFormat(const Ref<NSObject>&, QvPropertyListFormat) { return true; }
 };
 
-/// The same, for messages.
+/// Refuses whatever it is given.
+class RefusesAnything : public QvPropertyListSerialization {
+  ZT_OBJECT(RefusesAnything, QvPropertyListSerialization)
+ public:
+  static bool propertyList_isValidForFormat(const Ref<NSObject>&, QvPropertyListFormat) { return false; }
+};
+
+/// Accepts whatever it is given, for messages.
 class AnswersMessages : public QvPropertyListSerialization {
   ZT_OBJECT(AnswersMessages, QvPropertyListSerialization)
  public:
@@ -50,6 +57,7 @@ class Nameless : public NSObject {
 };
 
 ZT_IMPLEMENT_CLASS(AcceptsAnything);
+ZT_IMPLEMENT_CLASS(RefusesAnything);
 ZT_IMPLEMENT_CLASS(AnswersMessages, ZT_CLASS_METHOD("propertyList:isValidForFormat:", &AnswersMessages::anything));
 ZT_IMPLEMENT_CLASS(Unchanged);
 ZT_IMPLEMENT_CLASS(Label);
@@ -173,6 +181,22 @@ TEST(INIWriterTests, ADerivedClassDecidesWhatIsValid) {
   EXPECT_EQ(textOf(AnswersMessages::dataFromPropertyList_format_errorDescription<AnswersMessages>(
                 fileWithArray(), QvPropertyListINIFormat, nullptr)),
             text);
+}
+
+TEST(INIWriterTests, ADerivedClassMayRefuseWhatIsValid) {
+  EXPECT_FALSE(RefusesAnything::dataFromPropertyList_format_errorDescription<RefusesAnything>(
+      fileWith("v"), QvPropertyListINIFormat, nullptr));
+}
+
+TEST(INIWriterTests, ADerivedClassHasNoSayInOtherFormats) {
+  const Ref<NSData> expected = NSPropertyListSerialization::dataFromPropertyList_format_errorDescription(
+      fileWithArray(), NSPropertyListXMLFormat_v1_0, nullptr);
+  EXPECT_TRUE(isEqual(AcceptsAnything::dataFromPropertyList_format_errorDescription<AcceptsAnything>(
+                          fileWithArray(), NSPropertyListXMLFormat_v1_0, nullptr),
+                      expected));
+  EXPECT_TRUE(isEqual(RefusesAnything::dataFromPropertyList_format_errorDescription<RefusesAnything>(
+                          fileWithArray(), NSPropertyListXMLFormat_v1_0, nullptr),
+                      expected));
 }
 
 TEST(INIWriterTests, ADerivedClassThatSaysNothingInherits) {

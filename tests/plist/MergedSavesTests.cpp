@@ -124,6 +124,15 @@ TEST_F(MergedSavesTests, DictionariesOfTheWorkingValueStayTheObjectsThatTheyAre)
   EXPECT_TRUE(store->hasUnsavedChanges()) << "the snapshot is another object";
 }
 
+TEST_F(MergedSavesTests, ValuesThatOthersLeaveAloneStayTheObjectsThatTheyAre) {
+  others(NSDictionary::of({{"l", NSArray::of(1)}}));
+  const Store store = open();
+  const Ref<NSObject> list = valuesOf(store)->objectForKey("l");
+  others(NSDictionary::of({{"l", NSArray::of(1)}, {"a", 2}}));
+  ASSERT_TRUE(store->saveMergedChanges());
+  EXPECT_EQ(valuesOf(store)->objectForKey("l"), list);
+}
+
 TEST_F(MergedSavesTests, NewKeysOfOthersComeLast) {
   others(NSDictionary::of({{"a", 1}, {"b", 1}}));
   const Store store = open();
@@ -254,6 +263,19 @@ TEST_F(MergedSavesTests, ABrokenFileIsNotReplaced) {
     EXPECT_TRUE(store->saveMergedChanges());
     EXPECT_FALSE(store->readError());
   }
+}
+
+TEST_F(MergedSavesTests, ABrokenFileThatIsGoneIsMadeAnew) {
+  writeFile(file, "<broken");
+  testing::internal::CaptureStderr();
+  const Store store = open();
+  EXPECT_FALSE(store->saveMergedChanges());
+  testing::internal::GetCapturedStderr();
+  EXPECT_TRUE(store->readError());
+  ::unlink(file.c_str());
+  EXPECT_TRUE(store->saveMergedChanges());
+  EXPECT_FALSE(store->readError());
+  EXPECT_TRUE(contentsOf(file));
 }
 
 TEST_F(MergedSavesTests, AFileThatMayNotBeReadIsNotReplaced) {

@@ -484,6 +484,15 @@ TEST_F(PropertyListStoreTests, InitialisingAgainForgetsTheOtherFile) {
   EXPECT_TRUE(store->hasUnsavedChanges());
 }
 
+TEST_F(PropertyListStoreTests, InitialisingAgainForgetsTheOtherError) {
+  writeFile(file, "<broken");
+  LogCapture log;
+  const Ref<QvPropertyList> store = QvPropertyList::initWithPath(path);
+  EXPECT_TRUE(store->readError());
+  send<Ref<QvPropertyList>>(store, ZT_SELECTOR("initWithPath:"), folder.string("missing"));
+  EXPECT_FALSE(store->readError());
+}
+
 TEST_F(PropertyListStoreTests, DestroyingAStoreSavesNothing) {
   {
     const Ref<QvPropertyList> store = QvPropertyList::initWithPath(path);
