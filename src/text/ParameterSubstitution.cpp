@@ -55,10 +55,9 @@ class Template {
 
   bool advanceTo(const std::u16string& placeholder) {
     while (!behind_.empty()) {
-      const char16_t unit = behind_.back();
-      before_.push_back(unit);
+      before_.push_back(behind_.back());
       behind_.pop_back();
-      if (unit == placeholder.back() && before_.ends_with(placeholder)) return true;
+      if (before_.ends_with(placeholder)) return true;
     }
     return false;
   }
@@ -82,8 +81,7 @@ class Template {
 
 std::u16string textOf(const Ref<NSObject>& parameter) {
   if (const NSString* text = as<NSString>(parameter.get())) return text->utf16();
-  const Ref<NSString> description = detail::describe(parameter.get());
-  return description ? description->utf16() : u"(null)";
+  return detail::describe(parameter.get())->utf16();
 }
 
 Ref<NSMutableString> mutableStringWith(const std::u16string& units) {

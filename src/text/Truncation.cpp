@@ -112,7 +112,7 @@ std::optional<NSRange> runAtStart(Fitting& fitting) {
 // The first run that grows from `location` to the front with every unit, or every other one, and keeps two units before
 // it.
 std::optional<NSRange> runGrowingFrom(NSUInteger location, bool everyOther, Fitting& fitting) {
-  for (NSRange run{location, 1}; run.location >= 2 && NSMaxRange(run) <= fitting.length();) {
+  for (NSRange run{location, 1}; run.location >= 2;) {
     if (!fitting.isTooWideWithout(run)) return run;
     ++run.length;
     if (!everyOther || run.length % 2 == 0) --run.location;

@@ -49,6 +49,9 @@ TEST(KeyScramblingTests, ReadsPairsAsAScannerDoes) {
       {" 7", {0x07}},          // blanks are skipped
       {"\t7", {0x07}},
       {"  ", {0}},
+      {"\b7", {0}},  // no blank, though beside them
+      {":7", {0}},   // no digits either
+      {"7@", {0x07}},
       {"+7", {0x07}},
       {"-1", {0xFFFF}},
       {"05-+", {0x05, 0x05}},
