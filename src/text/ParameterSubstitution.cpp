@@ -55,9 +55,10 @@ class Template {
 
   bool advanceTo(const std::u16string& placeholder) {
     while (!behind_.empty()) {
-      before_.push_back(behind_.back());
+      const char16_t unit = behind_.back();
+      before_.push_back(unit);
       behind_.pop_back();
-      if (before_.ends_with(placeholder)) return true;
+      if (unit == placeholder.back() && before_.ends_with(placeholder)) return true;
     }
     return false;
   }
