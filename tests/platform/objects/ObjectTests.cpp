@@ -186,7 +186,9 @@ Ref<NSObject> nested(int depth, Ref<NSObject> innermost) {
 TEST(ObjectTests, DestroyingACollectionDestroysAllInside) {
   int deaths = 0;
   const auto list = [&] { return NSArray::of(make<Witness>(&deaths)); };
-  NSArray::of(list(), NSArray::of(list(), list()), list()).reset();
+  Ref<NSArray> value = NSArray::of(list(), NSArray::of(list(), list()), list());
+  EXPECT_EQ(deaths, 0);
+  value.reset();
   EXPECT_EQ(deaths, 4);
 }
 
