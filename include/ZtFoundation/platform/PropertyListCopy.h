@@ -50,7 +50,6 @@ class RepetitionBudget {
   const NSObject& root_;
   NSUInteger spent_ = 0;
   NSUInteger limit_ = kRepeatedElements;
-  bool isMeasured_ = false;
 };
 
 }  // namespace detail

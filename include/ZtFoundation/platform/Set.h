@@ -1,5 +1,6 @@
 /// \file Set.h
-/// `NSSet` and `NSMutableSet`: collections without duplicates, enumerated in the order in which members were added.
+/// `NSSet` and `NSMutableSet`: collections without duplicates, enumerated in the order in which members were added. Of a
+/// mutable string a set keeps an immutable copy.
 #pragma once
 
 #include <initializer_list>

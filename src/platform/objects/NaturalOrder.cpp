@@ -62,9 +62,9 @@ struct Reader {
   // A character beyond ASCII may change the weight of the one before it.
   bool isDecidedAt(const Unit* next) const noexcept { return next == end || !isForeign(rankOf(*next)); }
 
-  // Takes the next piece of a number; leading zeros are not part of it, except when nothing else is left.
+  // Takes the next piece of a number, without leading zeros.
   std::basic_string_view<Unit> takePiece() noexcept {
-    while (*at == '0' && isDigitAt(at + 1)) ++at;
+    while (at != end && *at == '0') ++at;
     const Unit* const start = at;
     while (isDigitAt(at) && static_cast<std::size_t>(at - start) < kDigitsInPiece) ++at;
     return {start, static_cast<std::size_t>(at - start)};
@@ -88,7 +88,7 @@ template <class A, class B>
 void skipSameLetters(Reader<A>& a, Reader<B>& b) noexcept {
   while (!a.atEnd() && !b.atEnd()) {
     const Rank rank = a.rank();
-    if (rank != b.rank() || rank == kDigit || rank == kIgnored || rank == kForeign) return;
+    if (rank != b.rank() || rank == kDigit || rank == kForeign) return;
     ++a.at, ++b.at;
   }
 }
@@ -202,7 +202,7 @@ struct Place {
   const Unit* end;
 
   bool startsPlainly(const Unit* next) const noexcept {
-    return next >= end || *next < 0x80 || (sizeof(Unit) > 1 && isEastAsianLetter(*next));
+    return next >= end || *next < 0x80 || isEastAsianLetter(*next);
   }
 
   const Unit* endOfDigits() const noexcept {

@@ -77,7 +77,6 @@ Ref<NSString> integerText(Integer value) {
 template <class Real>
 std::string shortestText(Real value) {
   if (std::isnan(value)) return "nan";
-  if (std::isinf(value)) return value < 0 ? "-inf" : "inf";
   const Real magnitude = std::fabs(value);
   const bool plain = magnitude == 0 || (magnitude >= Real(1e-5) && magnitude < Real(1e17));
   std::array<char, 48> text;

@@ -157,7 +157,6 @@ class DeepCopier {
       const auto [known, isNew] = shared_.try_emplace(&container);
       if (!isNew && known->second.open) return false;  // inside itself
       if (known->second.copy) return copied_.push_back(known->second.copy), true;
-      known->second.open = true;
       repeated |= !isNew;
     }
     if (repeated && !repetitions_.spend(countOf(container) + 1)) return false;
@@ -222,10 +221,7 @@ Ref<NSObject> propertyListWithSortedKeys(const Ref<NSObject>& propertyList) {
 
 bool detail::RepetitionBudget::spend(NSUInteger elements) {
   spent_ += elements;
-  if (spent_ > limit_ && !isMeasured_) {
-    limit_ = std::max(limit_, kRepeatedElementsPerElement * distinctElements(root_));
-    isMeasured_ = true;
-  }
+  if (spent_ > limit_) limit_ = std::max(limit_, kRepeatedElementsPerElement * distinctElements(root_));
   return spent_ <= limit_;
 }
 

@@ -114,8 +114,7 @@ std::string general(double magnitude, std::size_t precision, bool alternate) {
   std::string text = scientific(magnitude, digits - 1, alternate);
   const int exponent = exponentOf(text);
   if (exponent >= -4 && (exponent < 0 || static_cast<std::size_t>(exponent) < digits)) {
-    const std::size_t behindPoint = exponent < 0 ? digits - 1 + static_cast<std::size_t>(-exponent)
-                                                 : digits - 1 - static_cast<std::size_t>(exponent);
+    const auto behindPoint = static_cast<std::size_t>(static_cast<std::ptrdiff_t>(digits) - 1 - exponent);
     text = fixed(magnitude, behindPoint, alternate);
   }
   if (!alternate) dropTrailingZeros(text);

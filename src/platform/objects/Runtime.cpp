@@ -13,7 +13,6 @@ using detail::Runtime;
 // ---- Classes
 
 bool RuntimeClass::isSubclassOfClass(Class ancestor) const {
-  if (ancestor == nullptr) return false;
   for (const RuntimeClass* one = this; one != nullptr; one = one->superclass()) {
     if (one == ancestor) return true;
   }
@@ -25,8 +24,7 @@ Ref<NSObject> RuntimeClass::createInstance() {
 }
 
 const detail::Binding& RuntimeClass::bindSlowly(SEL selector) {
-  if (const detail::Binding* found = selector != nullptr ? Runtime::shared().bind(this, selector) : nullptr)
-    return *found;
+  if (const detail::Binding* found = Runtime::shared().bind(this, selector)) return *found;
   const std::string name = selector != nullptr ? selector->name : "(null)";
   const char sign = metaclass_ != nullptr ? '-' : '+';
   detail::raiseInvalidArgument((sign + ("[" + std::string(name_) + " ") + name + "]: unrecognized selector").c_str());
@@ -49,9 +47,7 @@ Ref<NSString> NSStringFromSelector(SEL selector) { return selector != nullptr ? 
 
 // ---- Methods
 
-Method class_getInstanceMethod(Class one, SEL selector) {
-  return one != nullptr && selector != nullptr ? Runtime::shared().lookUp(one, selector) : nullptr;
-}
+Method class_getInstanceMethod(Class one, SEL selector) { return Runtime::shared().lookUp(one, selector); }
 
 Method class_getClassMethod(Class one, SEL selector) {
   return one != nullptr ? class_getInstanceMethod(one->metaclass(), selector) : nullptr;
@@ -75,9 +71,7 @@ IMP method_setImplementation(Method method, IMP implementation) {
 
 void _objc_flush_caches(Class one) { Runtime::shared().flush(one); }
 
-bool instancesRespondToSelector(Class one, SEL selector) {
-  return one != nullptr && selector != nullptr && Runtime::shared().responds(one, selector);
-}
+bool instancesRespondToSelector(Class one, SEL selector) { return Runtime::shared().responds(one, selector); }
 
 bool respondsToSelector(const Ref<NSObject>& receiver, SEL selector) {
   return receiver && instancesRespondToSelector(receiver->isa(), selector);

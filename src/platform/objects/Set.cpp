@@ -14,7 +14,10 @@ namespace {
 
 void insert(NSMutableDictionary& members, const Ref<NSObject>& object) {
   if (!object) detail::raiseInvalidArgument("a set holds no none");
-  if (members.lookUp(object.get()) == nullptr) members.setObject_forKey(object, object);
+  if (members.lookUp(object.get()) != nullptr) return;
+  const NSMutableString* text = as<NSMutableString>(object.get());
+  const Ref<NSObject> member = text != nullptr ? Ref<NSObject>(text->copy()) : object;
+  members.setObject_forKey(member, member);
 }
 
 }  // namespace

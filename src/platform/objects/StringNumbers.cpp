@@ -55,7 +55,7 @@ Integer integerIn(const NSString& string) {
   return number.negative ? std::numeric_limits<Integer>::min() : std::numeric_limits<Integer>::max();
 }
 
-// The part of the text that is a decimal number.
+// The part of the text that a decimal number can be made of.
 struct Decimal {
   std::string_view text;
   bool tooLarge;  // when it is out of range: too large and not too small
@@ -65,7 +65,6 @@ long long takeExponent(std::string_view& text) noexcept {
   if (!text.starts_with('e') && !text.starts_with('E')) return 0;
   SignedText exponent = takeSign(text.substr(1));
   const std::string_view digits = takeDigits(exponent.rest);
-  if (digits.empty()) return 0;
   text = exponent.rest;
   int value = 0;
   const auto result = std::from_chars(digits.data(), digits.data() + digits.size(), value);
@@ -81,7 +80,6 @@ Decimal decimalIn(std::string_view text) noexcept {
     rest.remove_prefix(1);
     fraction = takeDigits(rest);
   }
-  if (whole.empty() && fraction.empty()) return {{}, false};
   const long long exponent = takeExponent(rest);
   const std::size_t zeros = std::min(whole.find_first_not_of('0'), whole.size());
   const std::size_t fractionZeros = std::min(fraction.find_first_not_of('0'), fraction.size());

@@ -36,7 +36,7 @@ NSUInteger findAcrossWidths(UnitView text, UnitView target, NSUInteger from) noe
 
 // The first place of `target`, which is not empty, at or after `from`.
 NSUInteger findUnits(UnitView text, UnitView target, NSUInteger from) noexcept {
-  if (from > text.size() || target.size() > text.size() - from) return NSNotFound;
+  if (target.size() > text.size() - from) return NSNotFound;
   if (!text.isWide() && !target.isWide()) return findBytes(text.narrow(), target.narrow(), from);
   if (!text.isWide() || !target.isWide()) return findAcrossWidths(text, target, from);
   const std::size_t place = text.wide().find(target.wide(), from);
@@ -216,7 +216,7 @@ NSUInteger NSMutableString::replaceOccurrencesOfString_withString_options_range(
                                                                                 NSUInteger options, NSRange range) {
   requireWithin(range, *this);
   if (!replacement) detail::raiseInvalidArgument("no string to put in place");
-  if (!target || target->length() == 0) return 0;
+  if (!target) return 0;
   const UnitView text = units().slice(range);
   const detail::TextFinder finder(text, target->units(), options);
   const Ref<NSMutableString> result = NSMutableString::string();

@@ -34,8 +34,8 @@ Sequence finishSequence(const unsigned char* at, std::size_t left, unsigned leng
   return {codePoint, length};
 }
 
+// One that does not begin with ASCII.
 Sequence readSequence(const unsigned char* at, std::size_t left) noexcept {
-  if (*at < 0x80) return {*at, 1};
   if (*at < 0xC2) return {0, 0};
   if (*at < 0xE0) return finishSequence(at, left, 2, 0x80);
   if (*at < 0xF0) return finishSequence(at, left, 3, 0x800);

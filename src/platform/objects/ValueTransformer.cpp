@@ -46,7 +46,6 @@ void NSValueTransformer::setValueTransformer_forName(const Ref<NSValueTransforme
 }
 
 Ref<NSValueTransformer> NSValueTransformer::valueTransformerForName(const Ref<NSString>& name) {
-  if (!name) return nullptr;
   const std::lock_guard guard(names().mutex);
   return as<NSValueTransformer>(names().transformers->objectForKey(name));
 }

@@ -4,6 +4,7 @@
 
 #include <cmath>
 #include <limits>
+#include <set>
 #include <vector>
 
 #include <ZtFoundation/platform/String.h>
@@ -85,6 +86,19 @@ TEST(Number, EqualsByExactValue) {
   EXPECT_FALSE(number(1)->isEqual(nullptr));
 }
 
+TEST(Number, DifferentNumbersHashDifferently) {
+  std::set<NSUInteger> hashes;
+  const Ref<NSObject> numbers[] = {0.25, 0.5, 1, 1.5, 2, -1, -1.5, 1e300, 2e300, -1e300, -2e300, 1e19, kMin};
+  for (const Ref<NSObject>& each : numbers) hashes.insert(each->hash());
+  EXPECT_EQ(hashes.size(), std::size(numbers));
+}
+
+TEST(Number, HashesOfEvenlySpacedNumbersSpread) {
+  std::set<NSUInteger> lowBits;
+  for (int i = 0; i < 10000; ++i) lowBits.insert(number(i * 0x10000LL)->hash() & 0x3FFF);
+  EXPECT_GT(lowBits.size(), 7000U);  // 16384 places: chance alone would fill about 7480
+}
+
 TEST(Number, ComparesInOneOrder) {
   const std::vector<Ref<NSObject>> ascending = {kNaN,
                                                 -kInfinity,
@@ -159,6 +173,7 @@ TEST(Number, ReadsAsOtherTypes) {
 
 TEST(Number, ReadsAsFloatingValuesAndTruth) {
   EXPECT_EQ(number(-3)->doubleValue(), -3.0);
+  EXPECT_EQ(number(-3)->floatValue(), -3.0F);
   EXPECT_EQ(number(kUnsignedMax)->doubleValue(), 18446744073709551616.0);
   EXPECT_EQ(number(kUnsignedMax)->floatValue(), 18446744073709551616.0F);
   EXPECT_EQ(number(0.1)->floatValue(), 0.1F);
@@ -167,6 +182,7 @@ TEST(Number, ReadsAsFloatingValuesAndTruth) {
   EXPECT_FALSE(number(-0.0)->boolValue());
   EXPECT_FALSE(number(kNaN)->boolValue());
   EXPECT_TRUE(number(256)->boolValue());
+  EXPECT_TRUE(number(kMin)->boolValue());
 }
 
 TEST(Number, DescribesItselfTheSameEverywhere) {
@@ -186,8 +202,10 @@ TEST(Number, DescribesItselfTheSameEverywhere) {
       {1e-6, "1e-06"},
       {8263.0072447640268, "8263.007244764027"},
       {kNaN, "nan"},
+      {-kNaN, "nan"},
       {kInfinity, "inf"},
       {-kInfinity, "-inf"},
+      {NSNumber::numberWithFloat(static_cast<float>(-kInfinity)), "-inf"},
       {5e-324, "5e-324"},
       {NSNumber::numberWithFloat(0.1F), "0.1"},
       {1.7976931348623157e308, "1.7976931348623157e+308"},

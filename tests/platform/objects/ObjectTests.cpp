@@ -183,6 +183,15 @@ Ref<NSObject> nested(int depth, Ref<NSObject> innermost) {
   return value;
 }
 
+TEST(ObjectTests, DestroyingACollectionDestroysAllInside) {
+  int deaths = 0;
+  const auto list = [&] { return NSArray::of(make<Witness>(&deaths)); };
+  Ref<NSArray> value = NSArray::of(list(), NSArray::of(list(), list()), list());
+  EXPECT_EQ(deaths, 0);
+  value.reset();
+  EXPECT_EQ(deaths, 4);
+}
+
 TEST(ObjectTests, DestroyingAMillionLevelsCostsNoStack) {
   int deaths = 0;
   nested(1000000, make<Witness>(&deaths)).reset();

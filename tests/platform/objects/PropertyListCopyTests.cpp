@@ -132,13 +132,28 @@ TEST(PropertyListCopy, ManyReferencesToOneContainerAreCopied) {
   const Ref<NSDictionary> one = NSDictionary::dictionaryWithObject_forKey(1, "a");
   Ref<NSMutableArray> list = NSMutableArray::arrayWithCapacity(kReferences);
   for (NSUInteger index = 0; index < kReferences; ++index) list->addObject(one);
-  for (const Ref<NSObject>& copied : {CFPropertyListCreateDeepCopy(list, 2), detail::copyContainers(list)}) {
-    const Ref<NSArray> copy = as<NSArray>(copied);
+  const Ref<NSArray> value = NSArray::of(NSDictionary::of({{"list", list}}));
+  for (const Ref<NSObject>& copied : {CFPropertyListCreateDeepCopy(value, 2), detail::copyContainers(value)}) {
+    ASSERT_TRUE(copied);
+    const Ref<NSArray> copy =
+        as<NSArray>(as<NSDictionary>(as<NSArray>(copied)->objectAtIndex(0))->objectForKey("list"));
     ASSERT_TRUE(copy);
     ASSERT_EQ(copy->count(), kReferences);
     EXPECT_TRUE(isEqual(copy->objectAtIndex(kReferences - 1), one));
     EXPECT_NE(copy->objectAtIndex(kReferences - 1), copy->objectAtIndex(0));
   }
+}
+
+// The first copy of what is shared costs nothing, each further one its elements and itself.
+TEST(PropertyListCopy, RepeatedCopiesHoldAsMuchAsTheLimitSays) {
+  constexpr NSUInteger kElements = 1023;
+  const Ref<NSMutableArray> shared = NSMutableArray::array();
+  for (NSUInteger index = 0; index < kElements; ++index) shared->addObject("element");
+  const Ref<NSMutableArray> list = NSMutableArray::array();
+  for (NSUInteger left = kRepeatedElements / (kElements + 1) + 1; left != 0; --left) list->addObject(shared);
+  EXPECT_TRUE(detail::copyContainers(list));
+  list->addObject(shared);
+  EXPECT_FALSE(detail::copyContainers(list));
 }
 
 // However large the rest is, what doubles with each level is refused.

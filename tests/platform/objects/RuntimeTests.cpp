@@ -309,6 +309,7 @@ TEST(RuntimeMessages, AskWhetherAnObjectResponds) {
   EXPECT_FALSE(respondsToSelector(film, ZT_SELECTOR("family")));
   EXPECT_FALSE(respondsToSelector(film, nullptr));
   EXPECT_FALSE(respondsToSelector(Ref<NSObject>(), ZT_SELECTOR("model")));
+  EXPECT_FALSE(respondsToSelector(Class(), ZT_SELECTOR("family")));
   EXPECT_TRUE(respondsToSelector(FilmCamera::classObject(), ZT_SELECTOR("family")));
   EXPECT_FALSE(respondsToSelector(FilmCamera::classObject(), ZT_SELECTOR("model")));
   EXPECT_TRUE(instancesRespondToSelector(FilmCamera::classObject(), ZT_SELECTOR("model")));
@@ -450,6 +451,24 @@ TEST(RuntimeMethods, OfPlainFunctionsAreCalledByTheTypesGiven) {
   EXPECT_TRUE(isEqual(performSelector(class_createInstance(made), ZT_SELECTOR("greet")), Ref<NSString>("hello")));
 }
 
+TEST(RuntimeMethods, OfOneFunctionHaveTheTypesOfTheirOwnEntry) {
+  Class one = registerSubclass(Camera::classObject(), "RawText"), other = registerSubclass(one, "RawNumber");
+  const auto greeting = reinterpret_cast<IMP>(&rawGreetingAsItTravels);
+  class_addMethod(one, ZT_SELECTOR("greet"), greeting, "@@:");
+  class_addMethod(other, ZT_SELECTOR("greet"), greeting, "q@:");
+  EXPECT_TRUE(isEqual(performSelector(class_createInstance(one), ZT_SELECTOR("greet")), Ref<NSString>("hello")));
+  expectRefused([&] { send<Ref<NSString>>(class_createInstance(other), ZT_SELECTOR("greet")); }, "q@:, sent as @@:");
+}
+
+TEST(RuntimeMethods, OfOneFunctionHaveTheirOwnNames) {
+  Class made = registerSubclass(Camera::classObject(), "TwoNames");
+  class_addMethod<&patchedModel>(made, ZT_SELECTOR("oneName"));
+  class_addMethod<&patchedModel>(made, ZT_SELECTOR("otherName"));
+  const Ref<NSObject> camera = class_createInstance(made);
+  expectRefused([&] { send<int>(camera, ZT_SELECTOR("oneName")); }, "[oneName]: has the types");
+  expectRefused([&] { send<int>(camera, ZT_SELECTOR("otherName")); }, "[otherName]: has the types");
+}
+
 TEST(RuntimeMethods, ManyFitTheCache) {
   Class made = registerSubclass(Camera::classObject(), "Crowded");
   const Ref<NSObject> camera = class_createInstance(made);
@@ -469,6 +488,8 @@ TEST(RuntimeMethods, ManyFitTheCache) {
 // ---- The root class's operations as the library uses them
 
 Ref<NSString> shout(const Camera&) { return "SHOUT"; }
+NSUInteger isoNumber(const Camera&) { return 400; }
+bool isNothing(const Camera&, const NSObject* other) { return other == nullptr; }
 
 TEST(RuntimeRoot, ReplacedOperationsTakeEffect) {
   Class made = registerSubclass(Camera::classObject(), "Shouting");
@@ -479,6 +500,15 @@ TEST(RuntimeRoot, ReplacedOperationsTakeEffect) {
   EXPECT_EQ(detail::hashOf(camera.get()), camera->hash());
   EXPECT_TRUE(detail::areEqual(camera.get(), camera.get()));
   EXPECT_FALSE(detail::areEqual(camera.get(), nullptr));
+  class_addMethod<&isoNumber>(made, ZT_SELECTOR("hash"));
+  EXPECT_EQ(detail::hashOf(camera.get()), 400U);
+  EXPECT_TRUE(detail::areEqualTo(camera.get(), camera.get()));
+  class_addMethod<&isNothing>(made, ZT_SELECTOR("isEqual:"));
+  EXPECT_TRUE(detail::areEqual(camera.get(), nullptr));
+  EXPECT_FALSE(detail::areEqualTo(camera.get(), camera.get()));
+  class_addMethod<&isNothing>(registerSubclass(Camera::classObject(), "Unequal"), ZT_SELECTOR("isEqualTo:"));
+  const Ref<NSObject> unequal = class_createInstance(NSClassFromString("Unequal"));
+  EXPECT_FALSE(detail::areEqualTo(unequal.get(), unequal.get()));
 }
 
 TEST(RuntimeRoot, ValuesAreCalledPlainly) {

@@ -40,6 +40,15 @@ TEST(Set, AddingAnEqualObjectKeepsTheOldMember) {
   set->addObject(second);
   EXPECT_EQ(set->count(), 1U);
   EXPECT_EQ(set->anyObject(), first);
+  EXPECT_EQ(set->member("a"), first);
+}
+
+TEST(Set, AMemberStaysWhatItWasWhenTheTextAddedChanges) {
+  const Ref<NSMutableString> text = NSMutableString::stringWithString("a");
+  const Ref<NSSet> set = NSSet::setWithObjects({text});
+  text->appendString("b");
+  EXPECT_TRUE(isEqual(set->member("a"), Ref<NSObject>("a")));
+  EXPECT_EQ(set->member("a"), set->anyObject());
 }
 
 TEST(Set, AnyObjectOfAnEmptySetIsNone) { EXPECT_EQ(NSSet::set()->anyObject(), nullptr); }
@@ -71,6 +80,8 @@ TEST(Set, EqualsByMembersInAnyOrder) {
   EXPECT_TRUE(isEqual(set, other));
   EXPECT_EQ(set->hash(), other->hash());
   EXPECT_FALSE(isEqual(set, NSSet::setWithObjects({"a"})));
+  EXPECT_FALSE(isEqual(NSSet::setWithObjects({"a"}), set));
+  EXPECT_NE(NSSet::setWithObjects({"a"})->hash(), NSSet::setWithObjects({"b"})->hash());
   EXPECT_FALSE(isEqual(set, NSSet::setWithObjects({"a", 2})));
   EXPECT_FALSE(set->isEqual(nullptr));
   EXPECT_FALSE(isEqual(set, NSArray::of("a", 1)));
@@ -86,8 +97,14 @@ TEST(Set, Subsets) {
 }
 
 TEST(Set, HoldsNoNone) {
-  EXPECT_THROW(NSMutableSet::set()->addObject(nullptr), NSException);
   EXPECT_THROW(NSSet::setWithObjects({nullptr}), NSException);
+  try {
+    NSMutableSet::set()->addObject(nullptr);
+    ADD_FAILURE() << "nothing was raised";
+  } catch (const NSException& raised) {
+    EXPECT_EQ(raised.name()->utf8(), NSInvalidArgumentException()->utf8());
+    EXPECT_EQ(raised.reason()->utf8(), "a set holds no none");
+  }
 }
 
 TEST(MutableSet, RemovesMembers) {

@@ -37,6 +37,10 @@ TEST(StringCompareTests, ComparesAsTheOptionsSay) {
       {u"a010b", u"a10c", NSNumericSearch, NSOrderedAscending},
       {u"a10", u"a10b", NSNumericSearch, NSOrderedAscending},
       {u"a0", u"a00", NSNumericSearch, NSOrderedSame},
+      {u"a19", u"a20", NSNumericSearch, NSOrderedAscending},
+      {u"a1", u"ax", NSNumericSearch, NSOrderedAscending},
+      {u"a-5", u"a.", NSNumericSearch, NSOrderedAscending},
+      {u"\u65E5", {u'\u65E5', u'\0'}, NSNumericSearch, NSOrderedAscending},
       {u"99999999999999999999", u"100000000000000000000", NSNumericSearch, NSOrderedAscending},
       {u"\u65E5"
        u"9",

@@ -96,7 +96,9 @@ TEST(StringEncodingTests, InvalidBytesGiveNone) {
   };
   for (const Decoding& each : decodings) EXPECT_FALSE(decode(each.bytes, each.encoding)) << each.encoding;
   EXPECT_FALSE(NSString::stringWithData_encoding(nullptr, NSUTF8StringEncoding));
-  EXPECT_EQ(NSString::stringWithBytes_length_encoding(nullptr, 0, NSUTF8StringEncoding)->length(), 0U);
+  for (const NSStringEncoding encoding : {NSUTF8StringEncoding, NSUnicodeStringEncoding, NSUTF32StringEncoding}) {
+    EXPECT_EQ(NSString::stringWithBytes_length_encoding(nullptr, 0, encoding)->length(), 0U) << encoding;
+  }
 }
 
 TEST(StringEncodingTests, EncodesWhatTheEncodingHolds) {

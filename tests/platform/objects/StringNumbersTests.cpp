@@ -39,6 +39,7 @@ TEST(StringNumbersTests, Integers) {
       {"007", 7},
       {"1 2", 1},
       {"\xD9\xA1", 0},  // digits of other scripts are no number
+      {"\xC4\xB1", 0},  // nor is any other character
   };
   for (const auto& each : cases) EXPECT_EQ(text(each.text)->longLongValue(), each.expected) << each.text;
   EXPECT_EQ(text("2147483648")->intValue(), INT_MAX);
@@ -61,6 +62,8 @@ TEST(StringNumbersTests, Reals) {
       {"e5", 0},
       {"1e", 1},
       {"1e+", 1},
+      {"1E2", 100},
+      {".e5", 0},
       {" 2", 2},
       {"1e400", infinity},
       {"-1e400", -infinity},
@@ -83,6 +86,8 @@ TEST(StringNumbersTests, Reals) {
   for (const auto& each : cases) EXPECT_EQ(text(each.text)->doubleValue(), each.expected) << each.text;
   EXPECT_TRUE(std::signbit(text("-0")->doubleValue()));
   EXPECT_EQ(text("0." + std::string(400, '0') + "1")->doubleValue(), 0);
+  EXPECT_EQ(text("0." + std::string(400, '0') + "1e50")->doubleValue(), 0);
+  EXPECT_EQ(text("1" + std::string(400, '0') + "e-50")->doubleValue(), infinity);
 }
 
 // Wherever a step in between keeps more digits than a double has, these come out as a neighbour.

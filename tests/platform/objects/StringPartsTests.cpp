@@ -56,6 +56,8 @@ TEST(StringPartsTests, CaseFollowsUnicodeAndNoLanguage) {
   std::setlocale(LC_ALL, "tr_TR.UTF-8");
   EXPECT_EQ(Ref<NSString>("Title I")->lowercaseString()->utf8(), "title i");
   EXPECT_EQ(Ref<NSString>("title i")->uppercaseString()->utf8(), "TITLE I");
+  EXPECT_EQ(Ref<NSString>("@AZ[`az{")->lowercaseString()->utf8(), "@az[`az{");
+  EXPECT_EQ(Ref<NSString>("@AZ[`az{")->uppercaseString()->utf8(), "@AZ[`AZ{");
   EXPECT_EQ(Ref<NSString>(u"\u00C4\u03A3")->lowercaseString()->utf16(), u"\u00E4\u03C2");
   EXPECT_EQ(Ref<NSString>(u"stra\u00DFe \u00E9i")->uppercaseString()->utf16(), u"STRASSE \u00C9I");
   const std::u16string sharp(40, u'\u00DF');
@@ -121,6 +123,7 @@ TEST(StringPartsTests, LinesAnswerOnlyWhatIsWanted) {
   NSUInteger value = 99;
   text->getLineStart_end_contentsEnd_forRange(&value, nullptr, nullptr, {2, 1});
   EXPECT_EQ(value, 2U);
+  value = 99;
   text->getLineStart_end_contentsEnd_forRange(nullptr, &value, nullptr, {0, 1});
   EXPECT_EQ(value, 2U);
   text->getLineStart_end_contentsEnd_forRange(nullptr, nullptr, &value, {0, 1});

@@ -45,6 +45,12 @@ TEST(StringSearchTests, FindsUnits) {
       {u"日本語", u"本", 0, {1, 1}},
       {u"日本 語", u" ", 0, {2, 1}},
       {u"日本語", u"a", 0, kNone},
+      {u"日本語", u"語本", 0, kNone},
+      {u"日abxabc", u"abc", 0, {4, 3}},
+      {u"\u00E5e", u"\u65E5", 0, kNone},  // the same bytes in memory
+      {u"hello", u"", NSAnchoredSearch, kNone},
+      {u"hello", u"", NSAnchoredSearch | NSBackwardsSearch, kNone},
+      {u"ab", u"abcd", NSBackwardsSearch, kNone},
       {u"abc", u"日", 0, kNone},
       {u"caf\u00E9", u"\u00E9", 0, {3, 1}},
       {u"日\u00E9", u"\u00E9", 0, {1, 1}},
@@ -117,6 +123,10 @@ TEST(StringSearchTests, IgnoresCaseDiacriticsAndWidthOnRequest) {
       {u"r\u00E9sum\u00E9", u"resume", NSDiacriticInsensitiveSearch, {0, 6}},
       {u"re\u0301sume\u0301", u"resume", NSDiacriticInsensitiveSearch, {0, 8}},
       {u"resume", u"\u0301", NSDiacriticInsensitiveSearch, kNone},
+      {u"\u0301", u"\u0301", NSDiacriticInsensitiveSearch, kNone},
+      {u"\u0301", u"\u0301", NSDiacriticInsensitiveSearch | NSBackwardsSearch, kNone},
+      {u"\u0301", u"\u0301", NSDiacriticInsensitiveSearch | NSAnchoredSearch, kNone},
+      {u"\u0301", u"\u0301", NSDiacriticInsensitiveSearch | NSAnchoredSearch | NSBackwardsSearch, kNone},
       {u"\uFF21\uFF22", u"AB", NSWidthInsensitiveSearch, {0, 2}},
       {u"\uFF76\uFF9E", u"\u30AC", NSWidthInsensitiveSearch, {0, 2}},
       {u"\uFF21\u0301", u"\u00E1", all, {0, 2}},
@@ -136,6 +146,7 @@ TEST(StringSearchTests, SearchesStayInTheirRange) {
   EXPECT_EQ(text->rangeOfString_options_range("abc", 0, {1, 4}), kNone);
   EXPECT_EQ(text->rangeOfString_options_range("a", NSBackwardsSearch, {0, 3}), (NSRange{0, 1}));
   EXPECT_EQ(text->rangeOfString_options_range("b", NSAnchoredSearch, {1, 3}), (NSRange{1, 1}));
+  EXPECT_EQ(text->rangeOfString_options_range("abc", NSAnchoredSearch, {0, 2}), kNone);
   EXPECT_EQ(text->rangeOfString_options_range("a", 0, {6, 0}), kNone);
   EXPECT_EQ(Ref<NSString>(u"e\u0301")->rangeOfString_options_range("e", 0, {0, 1}), (NSRange{0, 1}));
   EXPECT_THROW(text->rangeOfString_options_range("a", 0, {6, 1}), NSException);
@@ -177,6 +188,7 @@ TEST(StringSearchTests, FindsMembersOfSets) {
   EXPECT_EQ(text->rangeOfCharacterFromSet_options(set, NSBackwardsSearch), (NSRange{6, 1}));
   EXPECT_EQ(text->rangeOfCharacterFromSet_options(set, NSAnchoredSearch), kNone);
   EXPECT_EQ(text->rangeOfCharacterFromSet_options(set, NSAnchoredSearch | NSBackwardsSearch), (NSRange{6, 1}));
+  EXPECT_EQ(Ref<NSString>("xa")->rangeOfCharacterFromSet_options(set, NSAnchoredSearch | NSBackwardsSearch), kNone);
   EXPECT_EQ(text->rangeOfCharacterFromSet_options_range(set, 0, {4, 2}), (NSRange{5, 1}));
   EXPECT_EQ(text->rangeOfCharacterFromSet_options_range(set, NSBackwardsSearch, {0, 5}), (NSRange{2, 2}));
   EXPECT_EQ(text->rangeOfCharacterFromSet_options_range(set, 0, {3, 1}), kNone);  // half of a pair is no member

@@ -47,7 +47,9 @@ TEST(StringTests, LengthsCountUTF16Units) {
 
 TEST(StringTests, StorageIsAsNarrowAsTheUnitsAllow) {
   EXPECT_TRUE(Ref<NSString>("abc")->isASCII());
+  EXPECT_TRUE(Ref<NSString>(u"abc")->isASCII());
   EXPECT_FALSE(Ref<NSString>("\xC3\xBF")->isASCII());
+  EXPECT_FALSE(NSString::stringWithUnits(UnitView("a\xFF", 2))->isASCII());
   EXPECT_FALSE(Ref<NSString>("\xC3\xBF")->units().isWide());
   EXPECT_TRUE(Ref<NSString>("\xC4\x80")->units().isWide());
   EXPECT_FALSE(NSString::stringWithUnits(UnitView(u"abc", 3))->units().isWide());
@@ -73,6 +75,7 @@ TEST(StringTests, BytesThatAreNotUTF8BecomeReplacementCharactersOneEach) {
        "a",
        u"\uFFFD\uFFFDa"},
       {"\xF5\x80", u"\uFFFD\uFFFD"},
+      {"\xF9\x90\x80\x80", u"\uFFFD\uFFFD\uFFFD\uFFFD"},  // no first byte of any length
   };
   for (const auto& each : cases) {
     EXPECT_EQ(Ref<NSString>(each.bytes)->utf16(), each.units);

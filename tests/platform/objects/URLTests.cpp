@@ -92,6 +92,7 @@ TEST(URL, SplitsIntoParts) {
       {"FILE:///tmp/%41", "FILE", "", "/tmp/A", {}, {}, -1},
       {"mailto:someone@example.org", "mailto", {}, "someone@example.org", {}, {}, -1},
       {"afp-x+y.z:a", "afp-x+y.z", {}, "a", {}, {}, -1},
+      {"h2c:a", "h2c", {}, "a", {}, {}, -1},
       {"relative/path?x", {}, {}, "relative/path", "x", {}, -1},
       {"/rooted", {}, {}, "/rooted", {}, {}, -1},
       {"//host/x", {}, "host", "/x", {}, {}, -1},
@@ -116,13 +117,40 @@ TEST(URL, SplitsIntoParts) {
 }
 
 TEST(URL, WhatIsNoURLIsNone) {
-  for (const char* wrong : {"http://a b/",  "http://h/ x",   "\xC3\xBC",    "http://h/\xE2\x82\xAC",
-                            "x:%",          "x:%4",          "x:%4g",       "x:a#b#c",
-                            "http://h:8a/", "http://[::1/",  "http://[]/",  "http://[::1]x/",
-                            "http://h/[x]", "1x:y",          ":x",          "x:<>",
-                            "x:\"",         "x:a\\b",        "x:a|b",       "x:a^b",
-                            "x:`",          "x:{}",          "x:\n",        "x:\x7F",
-                            "http://h?a[",  "http://u@v@h/", "http://h/%zz"}) {
+  for (const char* wrong : {"http://a b/",
+                            "http://h/ x",
+                            "\xC3\xBC",
+                            "http://h/\xE2\x82\xAC",
+                            "x:%",
+                            "x:%4",
+                            "x:%4g",
+                            "x:a#b#c",
+                            "http://h:8a/",
+                            "http://[::1/",
+                            "http://[]/",
+                            "http://[::1]x/",
+                            "http://h/[x]",
+                            "1x:y",
+                            ":x",
+                            "x:<>",
+                            "x:\"",
+                            "x:a\\b",
+                            "x:a|b",
+                            "x:a^b",
+                            "x:`",
+                            "x:{}",
+                            "x:\n",
+                            "x:\x7F",
+                            "http://h?a[",
+                            "http://u@v@h/",
+                            "http://h/%zz",
+                            "x:%4@",
+                            "x:%g4",
+                            "a_b:c",
+                            "http://[::|]/",
+                            "http://[::%31]/",
+                            "http://u|v@h/",
+                            "\xE6\x85\xA1"}) {
     EXPECT_FALSE(NSURL::URLWithString(wrong)) << wrong;
   }
   EXPECT_FALSE(NSURL::URLWithString(nullptr));
@@ -137,6 +165,9 @@ TEST(URL, LastComponents) {
 TEST(URL, OnlyTheFileSchemeIsAFile) {
   EXPECT_TRUE(NSURL::URLWithString("FiLe:///x")->isFileURL());
   EXPECT_FALSE(NSURL::URLWithString("files:///x")->isFileURL());
+  for (const char* other : {"tile:///x", "fale:///x", "fire:///x", "film:///x"}) {
+    EXPECT_FALSE(NSURL::URLWithString(other)->isFileURL()) << other;
+  }
   EXPECT_FALSE(NSURL::URLWithString("http://file/x")->isFileURL());
   EXPECT_FALSE(NSURL::URLWithString("file/x")->isFileURL());
 }

@@ -40,10 +40,12 @@ TEST(StringHashTests, EveryUnitCounts) {
   std::unordered_set<NSUInteger> hashes{detail::hashUnits(UnitView(text.data(), text.size()))};
   for (std::size_t i = 0; i < text.size(); ++i) {
     std::u16string changed = text;
-    changed[i] = u'\u672C';
-    hashes.insert(detail::hashUnits(UnitView(changed.data(), changed.size())));
+    for (const char16_t unit : {u'\u672C', u'\u66E5'}) {
+      changed[i] = unit;
+      hashes.insert(detail::hashUnits(UnitView(changed.data(), changed.size())));
+    }
   }
-  EXPECT_EQ(hashes.size(), 41U);
+  EXPECT_EQ(hashes.size(), 81U);
 }
 
 constexpr char kProbe[] = "a key";
