@@ -36,7 +36,7 @@ NSUInteger findAcrossWidths(UnitView text, UnitView target, NSUInteger from) noe
 
 // The first place of `target`, which is not empty, at or after `from`.
 NSUInteger findUnits(UnitView text, UnitView target, NSUInteger from) noexcept {
-  if (target.size() > text.size() - from) return NSNotFound;
+  if (from > text.size() || target.size() > text.size() - from) return NSNotFound;
   if (!text.isWide() && !target.isWide()) return findBytes(text.narrow(), target.narrow(), from);
   if (!text.isWide() || !target.isWide()) return findAcrossWidths(text, target, from);
   const std::size_t place = text.wide().find(target.wide(), from);
