@@ -116,7 +116,7 @@ Ref<NSArray> NSArray::subarrayWithRange(NSRange range) const {
 Ref<NSString> NSArray::componentsJoinedByString(const Ref<NSString>& separator) const {
   Ref<NSMutableString> joined = NSMutableString::string();
   for (NSUInteger index = 0; index < count_; ++index) {
-    if (index != 0 && separator) joined->appendString(separator);
+    if (index != 0) joined->appendString(separator);
     joined->appendString(detail::describe(items_[index].get()));
   }
   return joined->copy();

@@ -164,7 +164,7 @@ CFStringEncoding numberOfCharset(const std::string& registeredName) {
 }  // namespace
 
 CFStringEncoding CFStringConvertIANACharSetNameToEncoding(const Ref<NSString>& name) {
-  if (!name || !name->isASCII()) return kCFStringEncodingInvalidId;
+  if (!name) return kCFStringEncodingInvalidId;
   const std::string text = name->utf8();
   const std::string wanted = lowercase(text);
   if (const auto* entry = find(kTransformationNames, [&](auto& known) { return known.name == wanted; })) {

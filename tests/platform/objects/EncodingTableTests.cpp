@@ -65,6 +65,7 @@ TEST(EncodingTableTests, OtherNamesAreUnknown) {
                                  "\xE6\x97\xA5",
                                  "utf-8\xC3\xA9",
                                  "\xC3\xA9shift_jis",
+                                 u"utf-8\xD800",
                                  nullptr};
   for (const Ref<NSString>& name : names) {
     EXPECT_EQ(CFStringConvertIANACharSetNameToEncoding(name), kCFStringEncodingInvalidId) << name;
