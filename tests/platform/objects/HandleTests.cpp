@@ -63,7 +63,7 @@ TEST(HandleTests, FailuresLeaveEverythingAsItWas) {
 
 TEST(HandleTests, MoreThanMemoryHasIsRefused) {
   if (kIsSanitized) GTEST_SKIP() << "such a request ends the process in this build";
-  constexpr NSUInteger kTooMuch = std::numeric_limits<NSUInteger>::max() / 2;
+  constexpr NSUInteger kTooMuch = std::numeric_limits<NSUInteger>::max() / 2 + 1;
   Handle handle = nullptr;
   EXPECT_EQ(PtrToHand("abc", &handle, kTooMuch), memFullErr);
   EXPECT_EQ(handle, nullptr);

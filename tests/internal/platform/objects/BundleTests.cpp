@@ -4,6 +4,7 @@
 #include <ZtFoundation/platform/Runtime.h>
 #include <gtest/gtest.h>
 
+#include <deque>
 #include <filesystem>
 #include <string>
 
@@ -12,6 +13,12 @@
 
 namespace ZtFoundation::test {
 namespace {
+
+/// Bundles live as long as the process, and are known by their modules.
+CodeModule newModule() {
+  static std::deque<char>& modules = *new std::deque<char>;
+  return &modules.emplace_back();
+}
 
 /// A program and a plug-in, which all classes come with. No file: nobody knows it.
 struct Code : BundleCode {
@@ -23,9 +30,8 @@ struct Code : BundleCode {
   }
   bool isRegularFile(const std::string&) override { return false; }
 
-  // Bundles live as long as the process, and are known by these.
-  CodeModule programModule = new char;
-  CodeModule plugIn = new char;
+  CodeModule programModule = newModule();
+  CodeModule plugIn = newModule();
   std::string fileOfProgram;
   std::string fileOfPlugIn;
   ScopedService<BundleCode> scope{*this};
