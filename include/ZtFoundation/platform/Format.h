@@ -10,8 +10,8 @@
 /// - Conversions: `d i D u U x X o O c C s S p e E f F g G a A @ %`; `D U O` are `d u o`. `%s` takes UTF-8, `%S`
 ///   UTF-16, either also a string object. There is no `%n`.
 /// - Flags `- + blank # 0` and the apostrophe (no digits are grouped), width, `.precision`, `*`, and numbered arguments
-///   (`%1$@`, `%2$*1$d`). Widths and precisions above kMaximumFormatWidth count as that. Those of `%@`, `%s` and `%c`
-///   count UTF-16 units; a surrogate pair is not cut apart.
+///   (`%1$@`, `%2$*1$d`). Widths and precisions above kMaximumFormatWidth count as that. Those of `%@` and `%s`, and
+///   the width of `%c`, whose precision changes nothing, count UTF-16 units; a surrogate pair is not cut apart.
 /// - Length modifiers `h hh l ll q z t j L` are understood. Every argument knows its own size, so only `h` and `hh`
 ///   change anything: they keep the low bits. A `long double` is read as a double.
 /// - What is no conversion is printed as it stands. An argument that does not fit prints the conversion and the value,

@@ -116,7 +116,7 @@ Ref<NSArray> NSArray::subarrayWithRange(NSRange range) const {
 Ref<NSString> NSArray::componentsJoinedByString(const Ref<NSString>& separator) const {
   Ref<NSMutableString> joined = NSMutableString::string();
   for (NSUInteger index = 0; index < count_; ++index) {
-    if (index != 0 && separator) joined->appendString(separator);
+    if (index != 0) joined->appendString(separator);
     joined->appendString(detail::describe(items_[index].get()));
   }
   return joined->copy();
@@ -145,7 +145,7 @@ Ref<NSMutableArray> NSMutableArray::array() { return Ref<NSMutableArray>::adopt(
 
 Ref<NSMutableArray> NSMutableArray::arrayWithCapacity(NSUInteger capacity) {
   Ref<NSMutableArray> result = array();
-  if (capacity != 0) result->reserve(capacity);
+  result->reserve(capacity);
   return result;
 }
 
@@ -163,11 +163,11 @@ Ref<NSMutableArray> NSMutableArray::arrayByTaking(std::span<Ref<NSObject>> objec
 
 void NSMutableArray::reserve(NSUInteger capacity) {
   if (capacity <= capacity_) return;
-  const NSUInteger wanted = std::max(capacity, std::max<NSUInteger>(4, capacity_ + capacity_ / 2));
-  Item* items = allocateItems(capacity_ == 0 ? capacity : wanted);
+  const NSUInteger wanted = std::max(capacity, capacity_ + capacity_ / 2);
+  Item* items = allocateItems(wanted);
   relocate(items, items_, count_);
   ::operator delete(std::exchange(items_, items));
-  capacity_ = capacity_ == 0 ? capacity : wanted;
+  capacity_ = wanted;
 }
 
 void NSMutableArray::addObject(Ref<NSObject> object) { insertObject_atIndex(std::move(object), count_); }
@@ -183,7 +183,7 @@ void NSMutableArray::addObjectsFromArray(const Ref<NSArray>& other) {
 void NSMutableArray::insertObject_atIndex(Ref<NSObject> object, NSUInteger index) {
   if (!object) detail::raiseInvalidArgument("an array cannot hold none");
   if (index > count_) detail::raiseRange("index beyond the end of the array");
-  reserve(count_ == capacity_ ? std::max<NSUInteger>(4, count_ + 1) : count_ + 1);
+  if (count_ == capacity_) reserve(std::max<NSUInteger>(4, count_ + 1));
   relocate(items_ + index + 1, items_ + index, count_ - index);
   new (items_ + index) Item(std::move(object));
   ++count_;
@@ -202,8 +202,7 @@ void NSMutableArray::removeObjectAtIndex(NSUInteger index) {
 }
 
 void NSMutableArray::removeLastObject() {
-  if (count_ == 0) detail::raiseRange("the array is empty");
-  removeObjectAtIndex(count_ - 1);
+  removeObjectAtIndex(count_ - 1);  // which raises for an empty array
 }
 
 void NSMutableArray::removeObject(const Ref<NSObject>& object) {

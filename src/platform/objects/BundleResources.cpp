@@ -32,7 +32,7 @@ bool exists(const Ref<NSString>& path) {
 bool isEmpty(const Ref<NSString>& text) { return !text || text->length() == 0; }
 
 Ref<NSString> append(const Ref<NSString>& folder, const Ref<NSString>& path) {
-  return isEmpty(path) ? folder : folder->stringByAppendingPathComponent(path);
+  return folder->stringByAppendingPathComponent(path);
 }
 
 Ref<NSString> localizedFolder(const Ref<NSString>& folder, const Ref<NSString>& localization) {

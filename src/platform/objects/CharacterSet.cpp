@@ -120,7 +120,7 @@ Ref<NSCharacterSet> NSCharacterSet::invertedSet() const {
   } else {
     bounds.insert(bounds.begin(), 0);
   }
-  if (!bounds.empty() && bounds.back() == kEndOfUnicode) {
+  if (bounds.back() == kEndOfUnicode) {
     bounds.pop_back();
   } else {
     bounds.push_back(kEndOfUnicode);

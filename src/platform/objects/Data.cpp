@@ -145,7 +145,7 @@ void NSMutableData::replaceBytesInRange_withBytes_length(NSRange range, const vo
   if (length > kMaximumLength - (length_ - range.length)) throw std::bad_alloc();
   // The source may be a part of this very data, which is about to move.
   const std::less<const void*> before;
-  const bool own = length != 0 && !before(bytes, bytes_) && before(bytes, static_cast<const char*>(bytes_) + length_);
+  const bool own = !before(bytes, bytes_) && before(bytes, static_cast<const char*>(bytes_) + length_);
   const std::string kept = own ? std::string(static_cast<const char*>(bytes), length) : std::string();
 
   const NSUInteger tail = length_ - NSMaxRange(range);

@@ -22,8 +22,7 @@ constexpr std::size_t kMaximumTextOfShared = std::size_t{16} << 20;
 
 bool isPlainUnit(unichar unit) {
   return (unit >= 'a' && unit <= 'z') || (unit >= 'A' && unit <= 'Z') || (unit >= '0' && unit <= '9') ||
-         (unit != 0 && unit < 0x80 &&
-          std::string_view("_$./:-").find(static_cast<char>(unit)) != std::string_view::npos);
+         (unit < 0x80 && std::string_view("_$./:-").find(static_cast<char>(unit)) != std::string_view::npos);
 }
 
 bool isPlain(UnitView units) {

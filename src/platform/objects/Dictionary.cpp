@@ -54,6 +54,7 @@ std::uint32_t NSDictionary::hashOfKey(const NSObject& key) {
 }
 
 void NSDictionary::allocate(NSUInteger capacity) {
+  if (capacity == 0) return;
   if (capacity > kMaximumCount) throw std::bad_alloc();
   const NSUInteger indexed = indexSize(capacity);
   const std::size_t bytes =
@@ -61,11 +62,10 @@ void NSDictionary::allocate(NSUInteger capacity) {
   entries_ = static_cast<DictionaryEntry*>(::operator new(bytes));
   hashes_ = reinterpret_cast<std::uint32_t*>(entries_ + capacity);
   index_ = indexed != 0 ? hashes_ + capacity : nullptr;
-  indexMask_ = static_cast<std::uint32_t>(indexed - (indexed != 0 ? 1 : 0));
-  if (indexed != 0) std::fill_n(index_, indexed, kFreeSlot);
+  indexMask_ = static_cast<std::uint32_t>(indexed - 1);
+  std::fill_n(index_, indexed, kFreeSlot);
   capacity_ = static_cast<std::uint32_t>(capacity);
   used_ = 0;
-  count_ = 0;
 }
 
 void NSDictionary::placeInIndex(std::uint32_t hash, NSUInteger slot) noexcept {
@@ -123,7 +123,6 @@ void NSDictionary::rebuild(NSUInteger capacity) {
 }
 
 void NSDictionary::fill(std::span<DictionaryEntry> entries, std::span<const std::uint32_t> hashes) {
-  if (entries.empty()) return;
   allocate(entries.size());
   for (std::size_t at = 0; at < entries.size(); ++at) {
     DictionaryEntry& entry = entries[at];
@@ -154,7 +153,7 @@ Ref<NSDictionary> NSDictionary::dictionaryWithObject_forKey(const Ref<NSObject>&
 
 Ref<NSDictionary> NSDictionary::dictionaryWithEntries(std::initializer_list<DictionaryEntry> entries) {
   Ref<NSDictionary> result = dictionary();
-  if (entries.size() != 0) result->allocate(entries.size());
+  result->allocate(entries.size());
   for (const DictionaryEntry& entry : entries) {
     requireValue(entry.value);
     Ref<NSObject> key = keyToKeep(entry.key);
@@ -208,7 +207,7 @@ Ref<NSMutableDictionary> NSDictionary::mutableCopy() const {
 Ref<NSDictionary> NSDictionary::copy() const {
   if (!isMutable()) return const_cast<NSDictionary*>(this);
   Ref<NSDictionary> result = dictionary();
-  if (count_ != 0) result->allocate(count_);
+  result->allocate(count_);
   for (std::uint32_t slot = 0; slot < used_; ++slot) {
     const DictionaryEntry& entry = entries_[slot];
     if (entry.key) result->insert(Ref<NSObject>(entry.key), hashes_[slot], Ref<NSObject>(entry.value));
@@ -229,7 +228,7 @@ Ref<NSMutableDictionary> NSMutableDictionary::dictionary() {
 
 Ref<NSMutableDictionary> NSMutableDictionary::dictionaryWithCapacity(NSUInteger capacity) {
   Ref<NSMutableDictionary> result = dictionary();
-  if (capacity != 0) result->allocate(capacity);
+  result->allocate(capacity);
   return result;
 }
 
@@ -252,7 +251,7 @@ void NSMutableDictionary::setObject_forKey(Ref<NSObject> object, const Ref<NSObj
 }
 
 void NSMutableDictionary::removeObjectForKey(const Ref<NSObject>& key) {
-  if (!key || count_ == 0) return;
+  if (!key) return;
   const NSUInteger slot = findSlot(*key, hashOfKey(*key));
   if (slot == kNoSlot) return;
   // The slot stays in the index without a key, so that searches still pass over it.
@@ -271,7 +270,7 @@ void NSMutableDictionary::makeRoomFor(const NSDictionary& other) {
 }
 
 void NSMutableDictionary::addEntriesFromDictionary(const Ref<NSDictionary>& other) {
-  if (!other || other.get() == this) return;
+  if (!other) return;
   makeRoomFor(*other);
   for (const DictionaryEntry& entry : *other) setObject_forKey(entry.value, entry.key);
 }

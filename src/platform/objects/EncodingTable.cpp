@@ -164,7 +164,7 @@ CFStringEncoding numberOfCharset(const std::string& registeredName) {
 }  // namespace
 
 CFStringEncoding CFStringConvertIANACharSetNameToEncoding(const Ref<NSString>& name) {
-  if (!name || !name->isASCII()) return kCFStringEncodingInvalidId;
+  if (!name) return kCFStringEncodingInvalidId;
   const std::string text = name->utf8();
   const std::string wanted = lowercase(text);
   if (const auto* entry = find(kTransformationNames, [&](auto& known) { return known.name == wanted; })) {
@@ -176,8 +176,8 @@ CFStringEncoding CFStringConvertIANACharSetNameToEncoding(const Ref<NSString>& n
 
 NSStringEncoding CFStringConvertEncodingToNSStringEncoding(CFStringEncoding encoding) {
   const auto isWanted = [encoding](auto& entry) { return entry.number == encoding; };
-  if (encoding == kCFStringEncodingInvalidId) return kInvalidStringEncoding;
   if (const auto* entry = find(kTransformations, isWanted)) return entry->wellKnown;
+  static_assert((kOtherEncodings | kCFStringEncodingInvalidId) == kInvalidStringEncoding);
   const auto* const charset = find(kCharsets, isWanted);
   return charset != nullptr && charset->wellKnown != 0 ? charset->wellKnown : kOtherEncodings | encoding;
 }

@@ -28,8 +28,8 @@ class DeepComparison {
   using Classes = std::unordered_map<const NSObject*, const NSObject*>;
 
   bool compare(const NSObject* a, const NSObject* b) {
-    if (a == b) return a != nullptr;
-    if (a == nullptr || b == nullptr) return false;
+    if (a == b) return true;
+    if (b == nullptr) return false;
     if (a->kind() != ObjectKind::Array && a->kind() != ObjectKind::Dictionary) return areEqual(a, b);
     if (a->kind() != b->kind()) return false;
     const bool shared = a->retainCount() > 1 || b->retainCount() > 1;

@@ -39,9 +39,7 @@ NSUInteger endOfCodePoint(UnitView text, NSUInteger start) noexcept {
 
 NSUInteger endOfCharacter(UnitView text, NSUInteger start) {
   NSUInteger end = endOfCodePoint(text, start);
-  while (end < text.size() && end - start < kLongestCharacter && !isCharacterBoundary(text, end)) {
-    end = endOfCodePoint(text, end);
-  }
+  while (end - start < kLongestCharacter && !isCharacterBoundary(text, end)) end = endOfCodePoint(text, end);
   return end;
 }
 

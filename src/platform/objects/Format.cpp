@@ -34,7 +34,7 @@ std::string integerDigits(std::uint64_t value, int base) {
 
 void makeUpperCase(std::string& text) {
   for (char& character : text) {
-    if (character >= 'a' && character <= 'z') character = static_cast<char>(character - 'a' + 'A');
+    if (character >= 'a') character = static_cast<char>(character - 'a' + 'A');
   }
 }
 
@@ -136,8 +136,8 @@ class Formatter {
     return std::min(found, format_.size());
   }
 
-  // Most conversions are "%@", "%d", "%s" or "%.2f", and need not be parsed. Answers where one of these ends; 0, and
-  // nothing is done, for all others.
+  // "%%", and most conversions, which are "%@", "%d", "%s" or "%.2f" and need not be parsed. Answers where one of these
+  // ends; 0, and nothing is done, for all others.
   NSUInteger convertCommon(NSUInteger percent) {
     if (percent + 1 == format_.size()) return 0;
     const unichar letter = format_[percent + 1];
@@ -188,12 +188,10 @@ class Formatter {
 
   void convert(const Conversion& conversion) {
     if (conversion.letter == 0) return asItStands(conversion);
-    if (conversion.letter == '%') return out_.append(1, '%');
 
-    left_ = conversion.left;
-    const auto width = counted(conversion.width);
-    if (width && *width < 0) left_ = true;
-    width_ = static_cast<NSUInteger>(std::min<std::uint64_t>(magnitudeOf(width.value_or(0)), kMaximumFormatWidth));
+    const std::int64_t width = counted(conversion.width).value_or(0);
+    left_ = conversion.left || width < 0;
+    width_ = static_cast<NSUInteger>(std::min<std::uint64_t>(magnitudeOf(width), kMaximumFormatWidth));
     const auto precision = counted(conversion.precision);
     precision_.reset();
     if (precision && *precision >= 0) {
@@ -201,7 +199,7 @@ class Formatter {
     }
     const FormatArgument* value = argument(conversion.argument);
     if (value == nullptr) return unfit(conversion, "missing");
-    if (misfit_ != nullptr) return unfit(conversion, textOf(*std::exchange(misfit_, nullptr)));
+    if (misfit_ != nullptr) return unfit(conversion, textOf(*misfit_));
     if (!fits(*value, conversion.letter)) return unfit(conversion, textOf(*value));
     convert(conversion, *value);
   }
@@ -284,8 +282,7 @@ class Formatter {
     if (conversion.length == detail::FormatLength::Short) bits = static_cast<std::uint16_t>(bits);
     std::string digits = integerDigits(bits, base);
     std::string prefix = conversion.alternate && base == 16 && bits != 0 ? "0x" : "";
-    if (conversion.alternate && base == 8 && precision_.value_or(1) <= digits.size() && bits != 0)
-      digits.insert(0, 1, '0');
+    if (conversion.alternate && base == 8 && bits != 0) digits.insert(0, 1, '0');
     if (conversion.letter == 'X') {
       makeUpperCase(prefix);
       makeUpperCase(digits);
@@ -327,7 +324,7 @@ class Formatter {
 
   // "%c" takes a byte or, from a wider type, a character; "%C" one unit.
   void character(const Conversion& conversion, const FormatArgument& value) {
-    if (value.kind() == Kind::Character && value.size() > 1) return text(*characterText(value));
+    if (value.kind() == Kind::Character && value.size() > 1) return padText(characterText(value)->units());
     const bool unit = conversion.letter == 'C' || conversion.wide;
     const auto code = static_cast<char16_t>(unit ? value.unsignedValue() : value.unsignedValue() & 0xFF);
     padText(UnitView(&code, 1));

@@ -9,7 +9,7 @@ namespace ZtFoundation::detail {
 
 namespace {
 
-constexpr std::string_view kLetters = "diDuUxXoOcCsSpeEfFgGaA@%";
+constexpr std::string_view kLetters = "diDuUxXoOcCsSpeEfFgGaA@";
 
 class Parser {
  public:
@@ -34,7 +34,7 @@ class Parser {
   bool peekDigit() const { return peek() >= '0' && peek() <= '9'; }
 
   bool take(char wanted) {
-    const bool found = position_ < format_.size() && peek() == static_cast<unichar>(wanted);
+    const bool found = peek() == static_cast<unichar>(wanted);
     if (found) ++position_;
     return found;
   }
@@ -93,7 +93,7 @@ class Parser {
     } else if (take('l')) {
       result_.wide = !take('l');
     } else if (constexpr std::string_view kOthers = "qztjL";
-               peek() < 0x80 && peek() != 0 && kOthers.find(static_cast<char>(peek())) != std::string_view::npos) {
+               peek() < 0x80 && kOthers.find(static_cast<char>(peek())) != std::string_view::npos) {
       ++position_;
     }
   }
@@ -101,9 +101,8 @@ class Parser {
   void letter() {
     if (position_ == format_.size()) return;
     const unichar unit = format_[position_++];
-    if (unit == 0 || unit >= 0x80 || kLetters.find(static_cast<char>(unit)) == std::string_view::npos) return;
-    // A percent sign is one only if nothing stands between.
-    if (unit != '%' || position_ == result_.range.location + 2) result_.letter = static_cast<char>(unit);
+    if (unit >= 0x80 || kLetters.find(static_cast<char>(unit)) == std::string_view::npos) return;
+    result_.letter = static_cast<char>(unit);
   }
 
   UnitView format_;

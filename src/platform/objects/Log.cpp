@@ -1,5 +1,6 @@
 #include <ZtFoundation/platform/Log.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdint>
 #include <cstring>
@@ -44,8 +45,8 @@ bool isPrintable(std::string_view bytes) {
     odd |= (eight - kEach * 0x20) | (eight + kEach) | eight;
     bytes.remove_prefix(sizeof odd);
   }
-  for (const char character : bytes) odd |= character < 0x20 || character == 0x7F ? kEach * 0x80 : 0;
-  return (odd & kEach * 0x80) == 0;
+  return (odd & kEach * 0x80) == 0 &&
+         std::all_of(bytes.begin(), bytes.end(), [](char character) { return character >= ' ' && character <= '~'; });
 }
 
 void writeLine(const UnitView& text) {

@@ -48,7 +48,7 @@ const void* addressOf(UnitView units) noexcept {
 bool liesIn(UnitView units, const void* begin, NSUInteger bytes) noexcept {
   const auto* const first = static_cast<const char*>(begin);
   const auto* const at = static_cast<const char*>(addressOf(units));
-  return !units.empty() && !std::less<>()(at, first) && std::less<>()(at, first + bytes);
+  return !std::less<>()(at, first) && std::less<>()(at, first + bytes);
 }
 
 void* allocate(NSUInteger units, bool wide) {

@@ -1,5 +1,10 @@
 #include <gtest/gtest.h>
 
+#include <limits>
+#include <new>
+#include <string>
+#include <vector>
+
 #include <ZtFoundation/platform/Array.h>
 #include <ZtFoundation/platform/Exception.h>
 #include <ZtFoundation/platform/Number.h>
@@ -54,7 +59,36 @@ TEST(ArrayTests, NoneIsRefused) {
   EXPECT_EQ(nameRaisedBy([&] { (void)NSArray::arrayWithObject(nullptr); }), "NSInvalidArgumentException");
   std::vector<Ref<NSObject>> objects = {1, nullptr};
   EXPECT_EQ(nameRaisedBy([&] { (void)NSArray::arrayByTaking(objects); }), "NSInvalidArgumentException");
+  EXPECT_EQ(nameRaisedBy([&] { (void)NSMutableArray::arrayByTaking(objects); }), "NSInvalidArgumentException");
   EXPECT_EQ(array->count(), 0U);
+  array->addObject(1);
+  EXPECT_EQ(nameRaisedBy([&] { array->replaceObjectAtIndex_withObject(0, nullptr); }), "NSInvalidArgumentException");
+  array->addObjectsFromArray(nullptr);
+  EXPECT_EQ(joined(array), "1");
+}
+
+TEST(ArrayTests, MoreRoomThanMemoryHasIsRefused) {
+  constexpr NSUInteger kNoBytesInAll = std::numeric_limits<NSUInteger>::max() / sizeof(void*) + 1;
+  EXPECT_THROW(NSMutableArray::arrayWithCapacity(kNoBytesInAll), std::bad_alloc);
+}
+
+/// An object that takes itself for equal to everything.
+class Alike : public NSObject {
+ public:
+  bool isEqual(const NSObject*) const override { return true; }
+};
+
+TEST(ArrayTests, NoneIsNeverFoundWhateverTheElements) {
+  const Ref<NSMutableArray> array = NSMutableArray::array();
+  array->addObject(make<Alike>());
+  EXPECT_EQ(array->indexOfObject("anything"), 0U);
+  EXPECT_EQ(array->indexOfObject(nullptr), NSNotFound);
+  array->removeObject(nullptr);
+  EXPECT_EQ(array->count(), 1U);
+}
+
+TEST(ArrayTests, NoSeparatorStandsBetweenNothing) {
+  EXPECT_EQ(NSArray::of("a", "b")->componentsJoinedByString(nullptr)->utf8(), "ab");
 }
 
 TEST(ArrayTests, TakingEmptiesTheSource) {
@@ -94,6 +128,7 @@ TEST(ArrayTests, CopiesKeepOrChangeMutability) {
   EXPECT_FALSE(snapshot->isMutable());
   EXPECT_EQ(joined(fixed), "1,2");
   EXPECT_FALSE(NSArray::arrayWithArray(nullptr));
+  EXPECT_FALSE(NSMutableArray::arrayWithArray(nullptr));
   EXPECT_EQ(joined(fixed->arrayByAddingObject(9)), "1,2,9");
   EXPECT_EQ(joined(changing->subarrayWithRange({1, 2})), "2,3");
 }
@@ -130,6 +165,12 @@ TEST(ArrayTests, ReleasesWhatItGivesUp) {
     array->removeObjectAtIndex(0);
     array->replaceObjectAtIndex_withObject(0, 1);
     EXPECT_EQ(text->retainCount(), 2U);
+    array->removeObject(text);
+    EXPECT_EQ(text->retainCount(), 1U);
+    array->addObject(text);
+    array->removeAllObjects();
+    EXPECT_EQ(text->retainCount(), 1U);
+    array->addObject(text);
   }
   EXPECT_EQ(text->retainCount(), 1U);
 }

@@ -73,6 +73,12 @@ TEST(AttributedString, EqualsByTextAndAttributes) {
   EXPECT_EQ(string->hash(), make<NSAttributedString>(string)->hash());
   EXPECT_FALSE(isEqual(string, make<NSAttributedString>("abc")));
   EXPECT_FALSE(isEqual(string, make<NSAttributedString>("abd", attributes("bold"))));
+  const auto runs = [](const char* first, const char* second) {
+    return NSAttributedString::attributedStringWithRuns({{first, attributes("bold")}, {second, nullptr}});
+  };
+  EXPECT_TRUE(isEqual(runs("a", "bc"), runs("a", "bc")));
+  EXPECT_FALSE(isEqual(runs("a", "bc"), runs("ab", "c")));
+  EXPECT_TRUE(isEqual(runs("", "abc"), make<NSAttributedString>("abc")));
   EXPECT_FALSE(string->isEqual(Ref<NSObject>("abc")));
   EXPECT_FALSE(string->isEqual(nullptr));
 }

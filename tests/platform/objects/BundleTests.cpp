@@ -240,6 +240,7 @@ TEST_F(BundleTests, CodeThatLiesElsewhereBelongsToTheBundleThatLoadedIt) {
   const Ref<NSBundle> bundle = NSBundle::bundleWithPath(path);
   ASSERT_TRUE(bundle->load());
   EXPECT_TRUE(NSBundle::bundleForClass(bundle->principalClass()) == bundle);
+  EXPECT_EQ(bundle->executablePath()->utf8(), path + "/Contents/Linux/Code");
 }
 
 TEST_F(BundleTests, AClassMadeAtRunTimeBelongsWhereItsSuperclassDoes) {

@@ -28,7 +28,9 @@ TEST(CharacterSetTests, EmptySetsHoldNothing) {
         NSCharacterSet::characterSetWithRange({0x110000, 5})}) {
     EXPECT_FALSE(set->characterIsMember(0));
     EXPECT_FALSE(set->characterIsMember('A'));
+    EXPECT_FALSE(set->longCharacterIsMember(0x110000));
     EXPECT_TRUE(set->invertedSet()->longCharacterIsMember(0x10FFFF));
+    EXPECT_TRUE(isEqual(set, NSCharacterSet::characterSetWithRange({0, 0})));
   }
 }
 

@@ -138,6 +138,7 @@ TEST(Date, EqualsByTheExactDouble) {
   EXPECT_EQ(date(0.0)->hash(), date(-0.0)->hash());
   EXPECT_EQ(date(kNaN)->hash(), date(-kNaN)->hash());
   EXPECT_EQ(date(1.5)->hash(), date(1.5)->hash());
+  EXPECT_NE(date(1.5)->hash(), date(2.5)->hash());
   EXPECT_FALSE(date(1)->isEqual(Ref<NSObject>(1)));
   EXPECT_FALSE(date(1)->isEqual(nullptr));
 }

@@ -53,6 +53,7 @@ TEST(Description, QuotesWhatIsNoPlainWord) {
       {"\n\t\r", "\"\\n\\t\\r\""},
       {Ref<NSString>(std::u16string_view(u"\0\x1B\x7F", 3)), "\"\\000\\033\\177\""},
       {"\xC3\xBC", "\"\\U00fc\""},
+      {u"\u012F", "\"\\U012f\""},
       {"\xF0\x9F\x98\x80", "\"\\Ud83d\\Ude00\""},
       {Ref<NSString>(u"\xD800"), "\"\\Ud800\""},
       {-5, "-5"},
@@ -69,6 +70,18 @@ TEST(Description, QuotesWhatIsNoPlainWord) {
 
 TEST(Description, QuotesKeysToo) {
   EXPECT_EQ(text(NSDictionary::dictionaryWithEntries({{"my key", 1}})), "{\n    \"my key\" = 1;\n}");
+}
+
+TEST(Description, MembersOfASetAreShownAsTheyWereWhenTheyCame) {
+  const Ref<NSMutableString> member = NSMutableString::stringWithString("a");
+  const Ref<NSSet> set = NSSet::setWithObjects({member});
+  member->appendString("b");
+  EXPECT_EQ(text(set), "{(\n    a\n)}");
+}
+
+TEST(Description, WhatIsHeldTwiceIsShownTwice) {
+  const Ref<NSArray> shared = NSArray::of(1);
+  EXPECT_EQ(text(NSArray::of(shared, shared)), "(\n    (\n        1\n    ),\n    (\n        1\n    )\n)");
 }
 
 TEST(Description, DeepValuesNeedNoStackAndLittleText) {

@@ -28,6 +28,16 @@ std::string nameRaisedBy(Action action) {
   return "nothing";
 }
 
+template <class Action>
+std::string reasonRaisedBy(Action action) {
+  try {
+    action();
+  } catch (const NSException& exception) {
+    return exception.reason()->utf8();
+  }
+  return "nothing";
+}
+
 std::string listed(const Ref<NSDictionary>& dictionary) {
   std::string text;
   for (const auto& [key, value] : *dictionary) {
@@ -74,6 +84,17 @@ TEST(DictionaryTests, RefusesWhatCannotBeHeld) {
   EXPECT_EQ(dictionary->count(), 0U);
 }
 
+TEST(DictionaryTests, TheReasonTellsWhichPartIsNone) {
+  EXPECT_EQ(reasonRaisedBy([] { NSMutableDictionary::dictionary()->setObject_forKey(1, nullptr); }),
+            "a dictionary key cannot be none");
+  EXPECT_EQ(reasonRaisedBy([] { NSMutableDictionary::dictionary()->setObject_forKey(nullptr, "k"); }),
+            "a dictionary value cannot be none");
+  for (const DictionaryEntry& entry : {DictionaryEntry{nullptr, 1}, DictionaryEntry{"k", nullptr}}) {
+    std::vector<DictionaryEntry> entries = {entry};
+    EXPECT_EQ(reasonRaisedBy([&] { (void)NSDictionary::dictionaryByTaking(entries); }), "a dictionary holds no none");
+  }
+}
+
 TEST(DictionaryTests, AMutableKeyIsCopied) {
   const Ref<NSMutableString> key = NSMutableString::stringWithString("key");
   const Ref<NSMutableDictionary> dictionary = NSMutableDictionary::dictionary();
@@ -111,6 +132,18 @@ TEST(DictionaryTests, CopiesKeepOrChangeMutability) {
   EXPECT_EQ(listed(changing), "e=5 ");
   EXPECT_FALSE(snapshot->isMutable());
   EXPECT_FALSE(NSDictionary::dictionaryWithDictionary(nullptr));
+  EXPECT_FALSE(NSMutableDictionary::dictionaryWithDictionary(nullptr));
+}
+
+TEST(DictionaryTests, ADictionaryThatWasEmptiedBeginsAnew) {
+  const Ref<NSMutableDictionary> dictionary = NSMutableDictionary::dictionary();
+  for (int round = 0; round < 20; ++round) {
+    for (int number = 0; number < 20; ++number) dictionary->setObject_forKey(number, round * 100 + number);
+    dictionary->removeAllObjects();
+    EXPECT_FALSE(dictionary->containsKey(round * 100));
+    dictionary->setObject_forKey(round, "round");
+    ASSERT_EQ(listed(dictionary), "round=" + std::to_string(round) + " ");
+  }
 }
 
 TEST(DictionaryTests, AddingADictionaryToItselfChangesNothing) {
@@ -198,8 +231,9 @@ TEST(DictionaryTests, MoreRoomThanMemoryHasIsRefused) {
   EXPECT_EQ(test::inChild([]() -> int {
               const rlimit limit{1 << 30, 1 << 30};
               if (::setrlimit(RLIMIT_AS, &limit) != 0) return 2;
-              for (const NSUInteger capacity : {NSUInteger{1} << 27, NSUInteger{0xAAA'AAAB}, NSUInteger{0x1555'5556},
-                                                NSUInteger{0x5FFF'FFFF}, NSNotFound, ~NSUInteger{0}}) {
+              for (const NSUInteger capacity :
+                   {NSUInteger{1} << 27, NSUInteger{0xAAA'AAAB}, NSUInteger{0x1555'5556}, NSUInteger{0x5FFF'FFFF},
+                    ~NSUInteger{0} / 80 * 3 + 1, NSNotFound, ~NSUInteger{0}}) {
                 EXPECT_THROW(NSMutableDictionary::dictionaryWithCapacity(capacity), std::bad_alloc) << capacity;
               }
               return ::testing::Test::HasFailure();

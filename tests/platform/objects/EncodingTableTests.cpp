@@ -3,6 +3,8 @@
 #include <ZtFoundation/platform/Data.h>
 #include <ZtFoundation/platform/StringEncoding.h>
 
+#include <cstdint>
+#include <limits>
 #include <string>
 
 namespace ZtFoundation {
@@ -61,6 +63,9 @@ TEST(EncodingTableTests, OtherNamesAreUnknown) {
                                  std::string("utf-8\0", 6),
                                  std::string("shift_jis\0x", 11),
                                  "\xE6\x97\xA5",
+                                 "utf-8\xC3\xA9",
+                                 "\xC3\xA9shift_jis",
+                                 u"utf-8\xD800",
                                  nullptr};
   for (const Ref<NSString>& name : names) {
     EXPECT_EQ(CFStringConvertIANACharSetNameToEncoding(name), kCFStringEncodingInvalidId) << name;
@@ -86,6 +91,16 @@ TEST(EncodingTableTests, BothNumbersOfAnEncodingDecode) {
     EXPECT_TRUE(isEqual(NSString::stringWithData_encoding(data, number), Ref<NSString>(u"\u65E5"))) << number;
   }
   EXPECT_TRUE(NSString::stringWithData_encoding(data, 0x80000201));
+}
+
+TEST(EncodingTableTests, OtherNumbersDecodeNothing) {
+  const std::uint64_t own = encodingNamed("IBM037");
+  const Ref<NSData> data = NSData::dataWithBytes("A");
+  for (const std::uint64_t number : {std::uint64_t{0}, std::uint64_t{99}, std::uint64_t{0x80000999}, own & 0x7FFFFFFF,
+                                     own & ~std::uint64_t{0x20000000}, own | std::uint64_t{1} << 32}) {
+    if (number > std::numeric_limits<NSStringEncoding>::max()) continue;
+    EXPECT_FALSE(NSString::stringWithData_encoding(data, static_cast<NSStringEncoding>(number))) << std::hex << number;
+  }
 }
 
 }  // namespace

@@ -116,6 +116,10 @@ TEST(Format, ShortLengthsKeepTheLowBits) {
   EXPECT_EQ(formatted("%hhd %hd", 0xFF, 0xFFFF), "-1 -1");
 }
 
+TEST(Format, WhatIsNotSaidAgainCountsForOneConversion) {
+  EXPECT_EQ(formatted("[%.3d][%5d][%-5d][%3d]", 1, 2, 3, 4), "[001][    2][3    ][  4]");
+}
+
 TEST(Format, LongLengthsAreUnderstood) {
   EXPECT_EQ(formatted("%ld %lld %qd %zd %td %jd %Lf", 1L, 2LL, 3LL, 4, 5, 6, 1.5L), "1 2 3 4 5 6 1.500000");
   EXPECT_EQ(formatted("%llu %qu %ju", ULLONG_MAX, ULLONG_MAX, UINTMAX_MAX),
@@ -123,6 +127,7 @@ TEST(Format, LongLengthsAreUnderstood) {
   EXPECT_EQ(formatted("%lld %qd %jd", LLONG_MIN, LLONG_MIN, INTMAX_MIN),
             "-9223372036854775808 -9223372036854775808 -9223372036854775808");
   EXPECT_EQ(formatted("%D %U %O", 10, 11, 8), "10 11 10");
+  EXPECT_EQ(formatted("%#O|%#.0O|%#.0o", 8, 0, 0), "010|0|0");
 }
 
 TEST(Format, LengthsOfMachineWordsFollowTheBuild) {
@@ -176,6 +181,7 @@ TEST(Format, Text) {
   EXPECT_EQ(formatted("%s %S", Ref<NSString>("object"), Ref<NSString>("object")), "object object");
   EXPECT_EQ(formatted("%s|%S", static_cast<const char*>(nullptr), static_cast<const char16_t*>(nullptr)),
             "(null)|(null)");
+  EXPECT_EQ(formatted("%5s|%S", Ref<NSString>(), Ref<NSString>()), "(null)|(null)");
   EXPECT_EQ(formatted("%s|%s", "", std::string_view()), "|");
   EXPECT_EQ(formatted("%s", std::u16string(u"units")), "units");
 }
@@ -194,6 +200,9 @@ TEST(Format, WidthAndPrecisionOfTextCountUnits) {
   EXPECT_EQ(formatted("[%.2@]", Ref<NSString>("\xF0\x9F\x98\x80x")), "[\xF0\x9F\x98\x80]");
   EXPECT_EQ(formatted("[%.1@]", Ref<NSString>("\xF0\x9F\x98\x80x")), "[]");
   EXPECT_EQ(formatted("[%-4s][%.0s][%.s]", "ab", "ab", "ab"), "[ab  ][][]");
+  for (const Ref<NSString>& halves : {Ref<NSString>(u"a\xDE00"), Ref<NSString>(u"\xD83Dx")}) {
+    EXPECT_EQ(NSString::stringWithFormat("%.1@", halves)->length(), 1U) << "no pair, so nothing to keep together";
+  }
 }
 
 TEST(Format, Characters) {
@@ -206,6 +215,7 @@ TEST(Format, Characters) {
   EXPECT_EQ(formatted("%d %d", 'a', '\xFF'), "97 -1");
   EXPECT_EQ(NSString::stringWithFormat("%c", 0)->units().size(), 1U);
   EXPECT_EQ(formatted("%c", static_cast<char32_t>(0x110000)), "\xEF\xBF\xBD");
+  EXPECT_EQ(formatted("%.0c%.0c%.0c%.0C%.1c", 'a', 98, u'c', u'd', U'\x1F600'), "abcd\xF0\x9F\x98\x80");
 }
 
 TEST(Format, Pointers) {
@@ -244,6 +254,7 @@ TEST(Format, MissingArgumentsShow) {
   EXPECT_EQ(formatted("%3$d", 1, 2), "%3$d(missing)");
   EXPECT_EQ(formatted("%*d"), "%*d(missing)");
   EXPECT_EQ(formatted("%*d", 5), "%*d(missing)");
+  EXPECT_EQ(formatted("%*d|%1$s", "wide"), "%*d(missing)|wide");
   EXPECT_EQ(formatted("%99999999999999999999$d", 1), "%99999999999999999999$d(missing)");
 }
 
@@ -265,16 +276,37 @@ TEST(Format, ArgumentsThatDoNotFitShow) {
 }
 
 TEST(Format, IntegersFitFloatingConversions) {
-  EXPECT_EQ(formatted("%.1f %.1f", 3, ULLONG_MAX), "3.0 18446744073709551616.0");
+  EXPECT_EQ(formatted("%.1f %.1f %.1f", 3, -3, ULLONG_MAX), "3.0 -3.0 18446744073709551616.0");
 }
 
 TEST(Format, WhatIsNoConversionStands) {
-  for (const char* format : {"%", "%y", "%5", "%n", "%5%", "%-", "%l", "%hh", "%1$", "%0$d", "%*", "%.", "%\xC3\xBC",
-                             "%-5$d", "% ", "%\n", "a%", "%ll", "%q"}) {
+  for (const char* format : {"%",
+                             "%y",
+                             "%5",
+                             "%n",
+                             "%5%",
+                             "%-",
+                             "%l",
+                             "%hh",
+                             "%1$",
+                             "%0$d",
+                             "%*",
+                             "%.",
+                             "%\xC3\xBC",
+                             "%-5$d",
+                             "% ",
+                             "%\n",
+                             "a%",
+                             "%ll",
+                             "%q",
+                             "%\xC5\xA4",
+                             "%\xC5\xB1"
+                             "d"}) {
     EXPECT_EQ(formatted(format, 1, 2), format);
   }
   EXPECT_EQ(formatted("%y%d", 7), "%y7");
   EXPECT_EQ(formatted("%n%d", 7), "%n7");
+  EXPECT_EQ(formatted("%.af", 1.0), "0x1p+0f");
 }
 
 TEST(Format, WidthsAreCapped) {
@@ -337,7 +369,7 @@ class Meddler : public NSObject {
  public:
   explicit Meddler(Ref<NSMutableString> format) : format_(std::move(format)) {}
   Ref<NSString> description() const override {
-    format_->setString("");
+    format_->setString(std::string(format_->length(), '?'));
     return "met";
   }
 

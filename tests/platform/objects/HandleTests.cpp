@@ -5,6 +5,8 @@
 #include <limits>
 #include <string>
 
+#include "support/Sanitizers.h"
+
 namespace ZtFoundation::test {
 namespace {
 
@@ -57,6 +59,18 @@ TEST(HandleTests, FailuresLeaveEverythingAsItWas) {
   EXPECT_EQ(GetHandleSize(nullptr), 0U);
   EXPECT_EQ(SetHandleSize(nullptr, 1), paramErr);
   DisposeHandle(nullptr);
+}
+
+TEST(HandleTests, MoreThanMemoryHasIsRefused) {
+  if (kIsSanitized) GTEST_SKIP() << "such a request ends the process in this build";
+  constexpr NSUInteger kTooMuch = std::numeric_limits<NSUInteger>::max() / 2 + 1;
+  Handle handle = nullptr;
+  EXPECT_EQ(PtrToHand("abc", &handle, kTooMuch), memFullErr);
+  EXPECT_EQ(handle, nullptr);
+  ASSERT_EQ(PtrToHand("abc", &handle, 3), noErr);
+  EXPECT_EQ(SetHandleSize(handle, kTooMuch), memFullErr);
+  EXPECT_EQ(std::string(*handle, GetHandleSize(handle)), "abc");
+  DisposeHandle(handle);
 }
 
 }  // namespace

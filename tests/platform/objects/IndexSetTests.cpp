@@ -77,6 +77,7 @@ TEST(IndexSet, ReachesTheLargestIndex) {
   indexes->addIndex(kLargest);
   EXPECT_EQ(indexes->numberOfRanges(), 1U);
   EXPECT_EQ(indexes->count(), kLargest);
+  EXPECT_EQ(indexes->indexGreaterThanIndex(kLargest), NSNotFound);
   indexes->removeIndex(0);
   EXPECT_EQ(indexes->count(), kLargest);
   indexes->removeIndex(kLargest);
@@ -119,6 +120,8 @@ TEST(IndexSet, TellsSubsets) {
   EXPECT_TRUE(large->containsIndexes(NSIndexSet::indexSetWithIndexesInRange({4, 2})));
   EXPECT_TRUE(large->containsIndexes(NSIndexSet::indexSet()));
   EXPECT_FALSE(large->containsIndexes(NSIndexSet::indexSetWithIndexesInRange({7, 2})));
+  EXPECT_FALSE(large->containsIndexes(NSIndexSet::indexSetWithIndex(0)));
+  EXPECT_FALSE(large->containsIndexes(NSIndexSet::indexSetWithIndex(8)));
   EXPECT_FALSE(large->containsIndexes(nullptr));
 }
 
@@ -162,6 +165,8 @@ TEST(IndexSet, CopiesAreIndependent) {
   mutableCopy->addIndex(3);
   EXPECT_EQ(text(copy), "(1)");
   EXPECT_EQ(text(mutableCopy), "(1, 3)");
+  EXPECT_EQ(copy->count(), 1U);
+  EXPECT_EQ(mutableCopy->count(), 2U);
   EXPECT_FALSE(copy->isMutable());
 }
 

@@ -3,6 +3,7 @@
 #include <ZtFoundation/platform/Exception.h>
 #include <ZtFoundation/platform/String.h>
 
+#include <new>
 #include <random>
 #include <string>
 
@@ -56,6 +57,23 @@ TEST(MutableStringTests, AppendsItselfAndPartsOfItself) {
   EXPECT_EQ(text->utf8(), "xxyzz");
 }
 
+TEST(MutableStringTests, AppendsItsOwnEndWhileItGrows) {
+  for (const Ref<NSString>& unit : {Ref<NSString>("a"), Ref<NSString>(u"\u65E5")}) {
+    const Ref<NSMutableString> text = unit->mutableCopy();
+    while (text->length() < 1000)
+      text->appendUnits(text->units().slice({text->length() / 2, (text->length() + 1) / 2}));
+    EXPECT_EQ(text->utf16(), std::u16string(text->length(), unit->characterAtIndex(0)));
+  }
+}
+
+TEST(MutableStringTests, MoreThanMemoryHasIsRefused) {
+  EXPECT_THROW(NSMutableString::stringWithCapacity(~NSUInteger{0}), std::bad_alloc);
+  const Ref<NSMutableString> text = NSMutableString::stringWithString("abc");
+  for (const NSUInteger length : {~NSUInteger{0}, NSNotFound - 3})
+    EXPECT_THROW(text->appendUnits(UnitView("x", length)), std::bad_alloc) << length;
+  EXPECT_EQ(text->utf8(), "abc");
+}
+
 TEST(MutableStringTests, InsertsDeletesAndReplaces) {
   const Ref<NSMutableString> text = NSMutableString::stringWithString("hello");
   text->insertString_atIndex("> ", 0);
@@ -94,6 +112,11 @@ TEST(MutableStringTests, RefusesPlacesOutsideAndNone) {
   EXPECT_THROW(text->replaceCharactersInRange_withString({0, 1}, nullptr), NSException);
   EXPECT_THROW(text->setString(nullptr), NSException);
   EXPECT_EQ(text->utf8(), "abc");
+  try {
+    text->setString(nullptr);
+  } catch (const NSException& exception) {
+    EXPECT_EQ(exception.reason()->utf8(), "no string to put in place");
+  }
 }
 
 TEST(MutableStringTests, ReplacesAllOccurrencesInARange) {

@@ -32,6 +32,27 @@ TEST(FoldedTextTests, SurrogatePairsAreNeverSplit) {
   }
 }
 
+TEST(FoldedTextTests, HalvesOfPairsStandAlone) {
+  const std::u16string units = u"\xDE00\xDE00\xD83D\xD83D\u20AC";
+  for (NSUInteger place = 0; place <= units.size(); ++place) {
+    EXPECT_TRUE(isCharacterBoundary(view(units), place)) << place;
+  }
+}
+
+TEST(FoldedTextTests, NothingJoinsControlCharactersAndEndsOfLines) {
+  for (const char16_t unit : {u'\0', u'\x1F', u'\x7F', u'\x85', u'\x9F', u'\x2028', u'\x2029'}) {
+    EXPECT_TRUE(isCharacterBoundary(view({unit, u'\u0301'}), 1)) << std::hex << int{unit};
+  }
+  for (const char16_t unit : {u' ', u'~', u'\xA0', u'\x2027', u'\x202A'}) {
+    EXPECT_FALSE(isCharacterBoundary(view({unit, u'\u0301'}), 1)) << std::hex << int{unit};
+  }
+}
+
+TEST(FoldedTextTests, WhatStandsBeforeATextDoesNotCount) {
+  const std::u16string units = u"a\u0301";
+  EXPECT_TRUE(isCharacterBoundary(view(units).slice({1, 1}), 0));
+}
+
 TEST(FoldedTextTests, FoldsAsAsked) {
   const struct {
     std::u16string source;
@@ -60,8 +81,24 @@ TEST(FoldedTextTests, MatchesAreWholeCharactersOfTheSource) {
   EXPECT_EQ(text.findLast(u"y"), kNotFoundRange);
   EXPECT_EQ(text.findAtStart(u"xe\u0301"), (NSRange{0, 2}));
   EXPECT_EQ(text.findAtStart(u"xe"), kNotFoundRange);
+  EXPECT_EQ(text.findAtStart(u"y"), kNotFoundRange);
   EXPECT_EQ(text.findAtEnd(u"y\u0301"), (NSRange{4, 2}));
   EXPECT_EQ(text.findAtEnd(u"\u0301"), kNotFoundRange);
+  EXPECT_EQ(text.findAtEnd(u"e\u0301"), kNotFoundRange);
+}
+
+TEST(FoldedTextTests, SearchesGoOnBehindPartsOfCharacters) {
+  const std::u16string source = u"e\u0301ee\u0301";
+  const FoldedText text(view(source), kFoldNothing);
+  EXPECT_EQ(text.find(u"e", 0), (NSRange{2, 1}));
+  EXPECT_EQ(text.findLast(u"e"), (NSRange{2, 1}));
+  EXPECT_EQ(FoldedText(view(source).slice({0, 2}), kFoldNothing).findLast(u"e"), kNotFoundRange);
+  EXPECT_EQ(FoldedText(view(source).slice({2, 3}), kFoldNothing).findLast(u"e"), (NSRange{0, 1}));
+}
+
+TEST(FoldedTextTests, LiteralMatchesMayBePartsOfCharacters) {
+  const std::u16string source = u"e\u0301";
+  EXPECT_EQ(FoldedText(view(source), kFoldLiterally).find(u"e", 0), (NSRange{0, 1}));
 }
 
 }  // namespace

@@ -61,6 +61,46 @@ TEST_F(Log, ShowsControlCharacters) {
   EXPECT_THAT(sink.lines, testing::ElementsAre("a\\x1b[31m\\x00\\x01\\x7f\\x0d\n\tz"));
 }
 
+TEST_F(Log, LooksAtEveryCharacter) {
+  const std::pair<char16_t, const char*> cases[] = {
+      {0, "\\x00"}, {0x1F, "\\x1f"}, {0x7F, "\\x7f"}, {0x80, "\xC2\x80"}, {0xFF, "\xC3\xBF"}, {' ', " "}, {'~', "~"}};
+  for (const auto& [unit, shown] : cases) {
+    for (std::size_t place = 0; place < 20; ++place) {
+      std::u16string text(20, u'x');
+      text[place] = unit;
+      NSLog("%@", Ref<NSString>(text));
+      EXPECT_EQ(sink.lines.back(), std::string(place, 'x').append(shown).append(19 - place, 'x'));
+    }
+  }
+}
+
+TEST_F(Log, CharactersOfTwoPrintableBytesAreCharacters) {
+  NSLog("%@", Ref<NSString>(u"\u6261\u6463"));
+  EXPECT_THAT(sink.lines, testing::ElementsAre("\xE6\x89\xA1\xE6\x91\xA3"));
+}
+
+class Renaming : public NSObject {
+  ZT_OBJECT(Renaming, NSObject)
+ public:
+  explicit Renaming(Ref<NSMutableString> name) : name_(std::move(name)) {}
+  Ref<NSString> description() const override {
+    name_->setString("new");
+    return "renamed";
+  }
+
+ private:
+  Ref<NSMutableString> name_;
+};
+ZT_IMPLEMENT_CLASS(Renaming);
+
+TEST_F(Log, LoggersThatChangeAreAskedOnceTheTextIsMade) {
+  const Ref<NSMutableString> name = NSMutableString::stringWithString("old");
+  const Ref<NSObject> renaming = make<Renaming>(name);
+  const FormatArgument arguments[] = {renaming};
+  detail::logMessage("WARN ", name, "%@", arguments);
+  EXPECT_THAT(sink.lines, testing::ElementsAre("WARN  new - renamed"));
+}
+
 TEST_F(Log, ReplacesHalvesOfPairs) {
   NSLog("%@", Ref<NSString>(u"\xDC80"));
   EXPECT_THAT(sink.lines, testing::ElementsAre("\xEF\xBF\xBD"));
