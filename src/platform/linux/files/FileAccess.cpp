@@ -42,11 +42,11 @@ bool isAllowed(const Ref<NSString>& path, int access) {
   return name && ::faccessat(AT_FDCWD, name->c_str(), access, AT_EACCESS) == 0;
 }
 
-// What a link leads to is what would be written.
+// What a link leads to is what would be written. An item that cannot be asked counts as locked.
 bool isLockedAtEndOfLinks(const Ref<NSString>& path) {
   const auto name = systemPath(path);
   const FileDescriptor item(name ? retryInterrupted([&] { return ::open(name->c_str(), O_PATH | O_CLOEXEC); }) : -1);
-  return item && isLocked(item.get());
+  return isLocked(item.get());
 }
 
 // --- Deleting
@@ -96,9 +96,9 @@ bool mayChangeEntries(int folder) {
 }
 
 bool isDeletable(const Entry& entry) {
-  const auto folder = entry.folder ? statusOfDescriptor(entry.folder.get()) : std::nullopt;
-  const auto item = folder ? statusOfItem(entry.folder.get(), entry.name) : std::nullopt;
-  return item && mayChangeEntries(entry.folder.get()) && !isKeptBySticky(*item, *folder) &&
+  const auto folder = statusOfDescriptor(entry.folder.get());
+  const auto item = statusOfItem(entry.folder.get(), entry.name);
+  return folder && item && mayChangeEntries(entry.folder.get()) && !isKeptBySticky(*item, *folder) &&
          !isMountPoint(*item, *folder) && !isLockedAt(entry.folder.get(), entry.name);
 }
 

@@ -1,9 +1,11 @@
 #include <ZtFoundation/Files.h>
 #include <ZtFoundation/platform/Date.h>
 #include <ZtFoundation/platform/Number.h>
+#include <fcntl.h>
 #include <grp.h>
 #include <gtest/gtest.h>
 #include <pwd.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -89,6 +91,15 @@ TEST_F(FileAccessTests, ALockedItemIsNeitherWritableNorDeletable) {
   EXPECT_TRUE(isDeletable("link")) << "the link itself";
 }
 
+TEST_F(FileAccessTests, AnItemThatCannotBeAskedForItsLockIsNotWritable) {
+  const auto work = [&]() -> int {
+    const rlimit none{0, 0};
+    if (!isWritable("file") || ::setrlimit(RLIMIT_NOFILE, &none) != 0) return 1;
+    return isReadable("file") && !isWritable("file") && !isDeletable("file") ? 0 : 2;
+  };
+  EXPECT_EQ(inChild(work), 0);
+}
+
 // --- Deleting
 
 TEST_F(FileAccessTests, WhatCanBeDeleted) {
@@ -125,6 +136,7 @@ TEST_F(FileAccessTests, InAStickyFolderOnlyTheOwnersMay) {
   EXPECT_EQ(mayOther(), 0);
   give("", kOrdinaryUser);
   EXPECT_EQ(mayOther(), 1) << "the folder's owner";
+  EXPECT_TRUE(isDeletable("file")) << "root, who owns neither";
   give("", 0);
   ::chmod(folder.path().c_str(), 0777);
   EXPECT_EQ(mayOther(), 1) << "not sticky";
@@ -183,7 +195,9 @@ TEST_F(FileAccessTests, AttributesOfAFile) {
   const timespec times[2] = {{1, 0}, {1000000000, 500'000'000}};
   ASSERT_EQ(::utimensat(AT_FDCWD, (folder / "file").c_str(), times, 0), 0);
   struct stat status {};
+  struct statx more {};
   ASSERT_EQ(::stat((folder / "file").c_str(), &status), 0);
+  ASSERT_EQ(::statx(AT_FDCWD, (folder / "file").c_str(), 0, STATX_BTIME, &more), 0);
   const Ref<NSDictionary> file = attributes("file", false);
   ASSERT_TRUE(file);
   EXPECT_EQ(file->get<std::string>(NSFileType), "NSFileTypeRegular");
@@ -202,8 +216,18 @@ TEST_F(FileAccessTests, AttributesOfAFile) {
     EXPECT_EQ(file->get<std::string>(NSFileGroupOwnerAccountName), group->gr_name);
   }
   const Ref<NSDate> born = file->get<NSDate>(NSFileCreationDate);
+  ASSERT_EQ(static_cast<bool>(born), (more.stx_mask & STATX_BTIME) != 0);
   if (!born) GTEST_SKIP() << "this file system keeps no dates of birth";
   EXPECT_NEAR(born->timeIntervalSince1970(), static_cast<double>(std::time(nullptr)), 60);
+}
+
+TEST_F(FileAccessTests, WhereDatesOfBirthAreNotKeptThereIsNone) {
+  struct statx status {};
+  ASSERT_EQ(::statx(AT_FDCWD, "/proc/self/stat", 0, STATX_BTIME, &status), 0);
+  if ((status.stx_mask & STATX_BTIME) != 0) GTEST_SKIP() << "this system keeps them everywhere";
+  const Ref<NSDictionary> attributes = manager->fileAttributesAtPath_traverseLink("/proc/self/stat", false);
+  ASSERT_TRUE(attributes);
+  EXPECT_FALSE(attributes->containsKey(NSFileCreationDate));
 }
 
 TEST_F(FileAccessTests, AnOwnerWithoutANameHasANumber) {
