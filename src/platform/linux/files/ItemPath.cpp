@@ -17,14 +17,12 @@ namespace {
 std::optional<std::string> currentFolder() {
   std::array<char, PATH_MAX> buffer;
   if (::getcwd(buffer.data(), buffer.size()) == nullptr) return std::nullopt;
-  if (buffer[0] == '/') return std::string(buffer.data());
-  errno = ENOENT;  // a folder that no path leads to
-  return std::nullopt;
+  return std::string(buffer.data());
 }
 
+// Of an absolute path.
 bool hasParentComponent(std::string_view path) {
-  return path == ".." || path.starts_with("../") || path.ends_with("/..") ||
-         path.find("/../") != std::string_view::npos;
+  return path.ends_with("/..") || path.find("/../") != std::string_view::npos;
 }
 
 // Calls for each component that is neither empty nor ".".
@@ -78,10 +76,7 @@ std::optional<std::string> canonicalItemPath(const std::string& path) {
   return pathInFolder(*folder, nameOfPath(path));
 }
 
-std::string parentOfPath(const std::string& path) {
-  const std::size_t slash = path.rfind('/');
-  return slash == std::string::npos ? path : path.substr(0, std::max<std::size_t>(slash, 1));
-}
+std::string parentOfPath(const std::string& path) { return path.substr(0, std::max<std::size_t>(path.rfind('/'), 1)); }
 
 std::string nameOfPath(const std::string& path) { return path == "/" ? path : path.substr(path.rfind('/') + 1); }
 

@@ -62,12 +62,21 @@ TEST(ItemPathTests, WhereNoPathLeadsThereIsNone) {
               return absolutePath("a").has_value() || errno != ENOENT ? 2 : 0;
             }),
             0);
+  if (::geteuid() != 0) GTEST_SKIP() << "only root can change the root";
+  EXPECT_EQ(inChild([] {
+              const ScratchFolder root;
+              if (::chroot(root.path().c_str()) != 0) return 1;
+              return absolutePath("a").has_value() || errno != ENOENT ? 2 : 0;
+            }),
+            0)
+      << "the current folder is out of reach";
 }
 
 TEST(ItemPathTests, Parts) {
   EXPECT_EQ(detail::parentOfPath("/a/b"), "/a");
   EXPECT_EQ(detail::parentOfPath("/a"), "/");
   EXPECT_EQ(detail::parentOfPath("/"), "/");
+  EXPECT_EQ(detail::canonicalItemPath("/"), "/");
   EXPECT_EQ(detail::nameOfPath("/a/b"), "b");
   EXPECT_EQ(detail::nameOfPath("/"), "/");
   EXPECT_EQ(detail::pathInFolder("/", "a"), "/a");
