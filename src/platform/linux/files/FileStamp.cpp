@@ -1,7 +1,5 @@
 #include "platform/linux/files/FileStamp.h"
 
-#include <sys/stat.h>
-
 #include <ctime>
 
 namespace ZtFoundation::detail {
@@ -23,8 +21,11 @@ std::int64_t now() {
 }  // namespace
 
 FileStamp::FileStamp(const std::string& path) {
-  struct stat status {};
-  if (::stat(path.c_str(), &status) != 0) return;
+  struct stat status;
+  if (::stat(path.c_str(), &status) == 0) *this = FileStamp(status);
+}
+
+FileStamp::FileStamp(const struct stat& status) {
   device_ = status.st_dev;
   number_ = status.st_ino;
   size_ = static_cast<std::uint64_t>(status.st_size);

@@ -2,6 +2,8 @@
 /// Telling whether a file or folder has changed.
 #pragma once
 
+#include <sys/stat.h>
+
 #include <cstdint>
 #include <string>
 #include <utility>
@@ -14,6 +16,8 @@ class FileStamp {
   FileStamp() = default;
   /// Of the item at `path`, to be taken before it is read; also when there is none.
   explicit FileStamp(const std::string& path);
+  /// Of an item that has this status.
+  explicit FileStamp(const struct stat& status);
 
   /// What tells the item from all others.
   using Identity = std::pair<std::uint64_t, std::uint64_t>;

@@ -30,6 +30,23 @@ TEST(FileStampTests, AnotherItemHasAnother) {
   EXPECT_NE(folder.identity(), FileStamp(kOldFile).identity());
 }
 
+TEST(FileStampTests, EachChangeShows) {
+  struct stat status {};
+  status.st_dev = 1;
+  status.st_ino = 2;
+  status.st_size = 3;
+  status.st_ctim = {4, 5};
+  const FileStamp before(status);
+  EXPECT_TRUE(before.stillHolds(FileStamp(status)));
+  struct stat changed[] = {status, status, status, status, status};
+  changed[0].st_dev = 0;
+  changed[1].st_ino = 0;
+  changed[2].st_size = 0;
+  changed[3].st_ctim.tv_sec = 0;
+  changed[4].st_ctim.tv_nsec = 0;
+  for (const struct stat& now : changed) EXPECT_FALSE(before.stillHolds(FileStamp(now))) << &now - changed;
+}
+
 TEST(FileStampTests, WhatIsMissingStaysMissing) {
   EXPECT_TRUE(FileStamp("/no/such/item").stillHolds(FileStamp("/no/such/item")));
   EXPECT_TRUE(FileStamp().stillHolds(FileStamp("")));
