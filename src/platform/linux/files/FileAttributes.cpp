@@ -163,7 +163,7 @@ std::optional<timespec> modificationTimeIn(const NSDictionary& attributes) {
 
 void giveOwner(const char* path, uid_t user, gid_t group) noexcept {
   if (user == kUnchanged && group == kUnchanged) return;
-  if (::chown(path, user, group) != 0 && user != kUnchanged) {
+  if (::chown(path, user, group) != 0) {
     [[maybe_unused]] const int result = ::chown(path, kUnchanged, group);
   }
 }

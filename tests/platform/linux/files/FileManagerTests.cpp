@@ -180,7 +180,9 @@ TEST_F(FileManagerTests, AttributesThatSayNothingAreIgnored) {
   for (const double seconds : {infinity, -infinity, std::nan(""), 1e300}) {
     const Ref<NSDate> date = NSDate::dateWithTimeIntervalSince1970(seconds);
     const auto at = NSDictionary::dictionaryWithObject_forKey(date, NSFileModificationDate);
-    EXPECT_TRUE(makeFolder(std::to_string(++count), at)) << seconds;
+    const std::string name = std::to_string(++count);
+    EXPECT_TRUE(makeFolder(name, at)) << seconds;
+    EXPECT_LE(std::abs(statusOf(name).st_mtim.tv_sec - statusOf("new").st_mtim.tv_sec), 60) << seconds;
   }
 }
 
@@ -195,6 +197,10 @@ TEST_F(FileManagerTests, RootGivesFoldersAway) {
   ASSERT_TRUE(makeFolder("by name", byName));
   EXPECT_EQ(statusOf("by name").st_uid, 1U);
   EXPECT_EQ(statusOf("by name").st_gid, 0U);
+  const Ref<NSDictionary> group = NSDictionary::dictionaryWithEntries({{NSFileGroupOwnerAccountName, "daemon"}});
+  ASSERT_TRUE(makeFolder("group", group));
+  EXPECT_EQ(statusOf("group").st_uid, 0U);
+  EXPECT_EQ(statusOf("group").st_gid, 1U);
 }
 
 TEST_F(FileManagerTests, WhoMayNotGiveFoldersAwayMakesThemAllTheSame) {
