@@ -9,9 +9,12 @@
 #include <sys/xattr.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
+#include <functional>
 #include <random>
 
 #include "platform/linux/SystemCallFaults.h"
@@ -82,6 +85,26 @@ class Scene {
   ScratchFolder folder_;
 };
 
+// Where the call comes first in a save over a file, counted from 0.
+int indexOf(const std::string& call) {
+  Scene scene(kSituations[1]);
+  FaultScript script({});
+  EXPECT_TRUE(scene.save("new contents"));
+  return static_cast<int>(std::ranges::find(script.calls(), call) - script.calls().begin());
+}
+
+// Runs `action` before the call of that number, counted from 1.
+void beforeCall(FaultScript& script, const std::string& call, int number, const std::function<void()>& action) {
+  script.before(
+      call, [&script, call, number, action] { number == 1 ? action() : beforeCall(script, call, number - 1, action); });
+}
+
+std::optional<std::string> attributeOf(const std::string& path, const char* name) {
+  std::array<char, 1024> buffer;
+  const ssize_t size = ::lgetxattr(path.c_str(), name, buffer.data(), buffer.size());
+  return size < 0 ? std::nullopt : std::optional(std::string(buffer.data(), static_cast<std::size_t>(size)));
+}
+
 // Saves with one fault; answers which function failed, empty when there are not so many calls.
 std::string saveWithFault(const Situation& situation, Fault fault) {
   Scene scene(situation);
@@ -122,12 +145,16 @@ TEST(AtomicFileFaultTests, ShortWritesAreContinued) {
 
 // The outcome of each call that matters when it fails for good, and of each that may be repeated.
 TEST(AtomicFileFaultTests, OnlyHarmlessFailuresAreSuccess) {
-  const std::set<std::string> decisive{"write", "fsync", "renameat", "fchmod", "getentropy"};
+  const Names decisive{"write",      "fsync",     "renameat",  "fchmod",      "getentropy",
+                       "flistxattr", "fgetxattr", "fsetxattr", "fremovexattr"};
+  Names missing = decisive;
+  if (!attributeOf(Scene(kSituations[1]).file(), "user.zt.kept")) missing.erase("fsetxattr");
   for (int at = 0;; ++at) {
     Scene scene(kSituations[1]);
     FaultScript script({at, EIO, false});
     const bool saved = scene.save("new contents");
     if (!script.wasReached()) break;
+    missing.erase(script.faulted());
     if (decisive.contains(script.faulted())) {
       EXPECT_FALSE(saved) << script.faulted();
     }
@@ -135,6 +162,7 @@ TEST(AtomicFileFaultTests, OnlyHarmlessFailuresAreSuccess) {
       EXPECT_TRUE(saved) << "all was flushed before";
     }
   }
+  EXPECT_EQ(missing, Names());
 }
 
 TEST(AtomicFileFaultTests, InterruptedCallsAreRepeated) {
@@ -163,6 +191,97 @@ TEST(AtomicFileFaultTests, AttributesThatMayNotBeSetAreNoFailure) {
       }
     }
   }
+}
+
+TEST(AtomicFileFaultTests, AnAccessListThatCannotBeThereNeedNotBeRemoved) {
+  for (const auto& [error, isSaved] : {std::pair(ENODATA, true), {ENOTSUP, true}, {EPERM, false}, {EACCES, false}}) {
+    Scene scene(kSituations[1]);
+    FaultScript script({indexOf("fremovexattr"), error, false});
+    EXPECT_EQ(scene.save("new contents"), isSaved) << std::strerror(error);
+    EXPECT_EQ(script.faulted(), "fremovexattr");
+  }
+}
+
+TEST(AtomicFileFaultTests, AttributesThatChangeMeanwhileAreReadAsTheyAre) {
+  struct Case {
+    const char* call;
+    int number;  // 1: before the size is asked for, 2: before the value is
+    std::optional<std::string> value;
+    const char* another;
+  };
+  const Case cases[] = {
+      {"fgetxattr", 2, std::string(300, 'l'), "user.zt.kept"}, {"fgetxattr", 2, "", "user.zt.kept"},
+      {"fgetxattr", 1, std::nullopt, "user.zt.kept"},          {"fgetxattr", 2, std::nullopt, "user.zt.kept"},
+      {"flistxattr", 2, "another", "user.zt.another"},         {"flistxattr", 2, std::nullopt, "user.zt.kept"}};
+  for (const auto& [call, number, value, name] : cases) {
+    Scene scene(kSituations[1]);
+    if (!attributeOf(scene.file(), "user.zt.kept")) GTEST_SKIP() << "no extended attributes on this file system";
+    FaultScript script({});
+    const auto change = [&, value = value, name = name] {
+      if (value) {
+        ::setxattr(scene.file().c_str(), name, value->data(), value->size(), 0);
+      } else {
+        ::removexattr(scene.file().c_str(), name);
+      }
+    };
+    // The locks have been asked for by then.
+    script.before("write", [&, call = call, number = number] { beforeCall(script, call, number, change); });
+    EXPECT_TRUE(scene.save("new contents")) << call << number;
+    EXPECT_EQ(attributeOf(scene.file(), name), value) << call << number;
+  }
+}
+
+// The contents of another user's file are replaced, not its owner: the group is given alone then, where that may be.
+TEST(AtomicFileFaultTests, WhereTheOwnerCannotBeGivenTheGroupIs) {
+  if (::geteuid() != 0) GTEST_SKIP() << "only root can prepare another user's file";
+  for (const auto& [error, isSaved] : {std::pair(EPERM, true), {EINVAL, true}, {EIO, false}}) {
+    Scene scene(kSituations[1]);
+    ASSERT_EQ(::chown(scene.file().c_str(), 1234, 2345) + ::chmod(scene.file().c_str(), 06770), 0);
+    int owner = -1;
+    FaultScript probe({});
+    probe.before("fchown", [&] { owner = static_cast<int>(probe.calls().size()); });
+    ASSERT_TRUE(scene.save("old contents"));
+    FaultScript script({owner, error, false});
+    EXPECT_EQ(scene.save("new contents"), isSaved) << std::strerror(error);
+    EXPECT_EQ(script.faulted(), "fchown");
+    struct stat status;
+    ASSERT_EQ(::stat(scene.file().c_str(), &status), 0);
+    EXPECT_EQ(status.st_uid, isSaved ? ::geteuid() : 1234U);
+    EXPECT_EQ(status.st_gid, 2345U);
+    EXPECT_EQ(status.st_mode & 07777U, isSaved ? 02770U : 06770U) << "not the right to act as the old owner";
+  }
+}
+
+TEST(AtomicFileFaultTests, ANameThatAnotherFileHasIsNotUsed) {
+  Scene scene(kSituations[1]);
+  FaultScript script({indexOf("getentropy") + 1, EEXIST, false});
+  EXPECT_TRUE(scene.save("new contents"));
+  EXPECT_EQ(script.faulted(), "openat");
+  EXPECT_EQ(contentsOf(scene.file()), "new contents");
+  scene.expectNoLitter(true);
+}
+
+TEST(AtomicFileFaultTests, WhatBecomesADeviceMeanwhileStays) {
+  Scene scene(kSituations[1]);
+  FaultScript script({});
+  script.before("faccessat", [&] {
+    std::filesystem::remove(scene.file());
+    ASSERT_EQ(::mkfifo(scene.file().c_str(), 0600), 0);
+  });
+  EXPECT_FALSE(scene.save("new contents"));
+  EXPECT_TRUE(std::filesystem::is_fifo(scene.file()));
+}
+
+// Another thread may have opened something in between, under the same number.
+TEST(AtomicFileFaultTests, TheListOfTheFolderIsClosedOnce) {
+  Scene scene(kSituations[1]);
+  int opened = -1;
+  FaultScript script({});
+  script.before("closedir",
+                [&] { script.before("close", [&] { opened = ::open("/dev/null", O_RDONLY | O_CLOEXEC); }); });
+  EXPECT_TRUE(scene.save("new contents"));
+  EXPECT_GE(::fcntl(opened, F_GETFD), 0);
+  ::close(opened);
 }
 
 TEST(AtomicFileFaultTests, AFolderThatCannotBeFlushedAtAllIsNoFailure) {

@@ -5,6 +5,7 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/file.h>
+#include <sys/inotify.h>
 #include <sys/mount.h>
 #include <sys/stat.h>
 #include <sys/sysmacros.h>
@@ -168,13 +169,28 @@ TEST_F(AtomicFileTests, AFileWithoutAccessListInheritsNone) {
 
 TEST_F(AtomicFileTests, OwnerAndGroupAreKeptByRoot) {
   if (::geteuid() != 0) GTEST_SKIP() << "only root may give files away";
-  writeFile(file, "old");
-  ASSERT_EQ(::chown(file.c_str(), 1234, 2345), 0);
-  ::chmod(file.c_str(), 06755);
-  ASSERT_TRUE(save(file, "new"));
-  EXPECT_EQ(statusOf(file).st_uid, 1234U);
-  EXPECT_EQ(statusOf(file).st_gid, 2345U);
-  EXPECT_EQ(modeOf(file), 06755U);
+  for (const auto& [user, group] : {std::pair(1234U, 2345U), {1234U, ::getegid()}, {::geteuid(), 2345U}}) {
+    writeFile(file, "old");
+    ASSERT_EQ(::chown(file.c_str(), user, group), 0);
+    ::chmod(file.c_str(), 06755);
+    ASSERT_TRUE(save(file, "new"));
+    EXPECT_EQ(statusOf(file).st_uid, user);
+    EXPECT_EQ(statusOf(file).st_gid, group);
+    EXPECT_EQ(modeOf(file), 06755U);
+  }
+}
+
+TEST_F(AtomicFileTests, WhatSpeaksOfTheOldContentsIsNotKept) {
+  // Version 2, effective, CAP_NET_RAW permitted.
+  const std::string capability("\1\0\0\2\0\x20\0\0\0\0\0\0\0\0\0\0\0\0\0\0", 20);
+  const std::pair<const char*, std::string> attributes[] = {
+      {"security.capability", capability}, {"security.ima", "\1hash"}, {"security.evm", "\1hash"}};
+  for (const auto& [name, value] : attributes) {
+    writeFile(file, "old");
+    if (!setAttribute(file, name, value)) continue;  // not every system lets a process do that
+    ASSERT_TRUE(save(file, "new")) << name;
+    EXPECT_EQ(attributeOf(file, name), std::nullopt) << name;
+  }
 }
 
 TEST_F(AtomicFileTests, NobodyGainsARightWhenOwnerAndGroupCannotBeKept) {
@@ -266,8 +282,13 @@ TEST_F(AtomicFileTests, AFolderInTheFilesPlaceIsNotTouched) {
 
 TEST_F(AtomicFileTests, SpecialFilesAreNotReplaced) {
   ASSERT_EQ(::mkfifo(file.c_str(), 0600), 0);
+  const int events = ::inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
+  ::inotify_add_watch(events, file.c_str(), IN_OPEN);
   EXPECT_FALSE(save(file, "new"));
   EXPECT_TRUE(S_ISFIFO(statusOf(file).st_mode));
+  std::array<char, 1024> event;
+  EXPECT_LT(::read(events, event.data(), event.size()), 0) << "opening alone may have effects";
+  ::close(events);
   if (::mknod((folder / "null").c_str(), S_IFCHR | 0666, makedev(1, 3)) == 0) {
     EXPECT_FALSE(save(folder / "null", "new"));
     EXPECT_TRUE(S_ISCHR(statusOf(folder / "null").st_mode));
@@ -382,6 +403,20 @@ TEST_F(AtomicFileTests, OnlyOwnTemporaryFilesAreRemoved) {
   }
   ASSERT_TRUE(save(file, "new"));
   EXPECT_EQ(folder.names(), names);
+}
+
+TEST_F(AtomicFileTests, ASaveLeavesNothingOpen) {
+  const auto nextDescriptor = [] {
+    const int descriptor = ::open("/dev/null", O_RDONLY | O_CLOEXEC);
+    ::close(descriptor);
+    return descriptor;
+  };
+  writeFile(folder / abandonedName('a'), "half");
+  ASSERT_TRUE(save(file, "new"));
+  const int next = nextDescriptor();
+  ASSERT_TRUE(save(file, "newer"));
+  ASSERT_FALSE(save(folder / "missing/file", "new"));
+  EXPECT_EQ(nextDescriptor(), next);
 }
 
 // --- A full device

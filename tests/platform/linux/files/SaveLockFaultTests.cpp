@@ -4,6 +4,7 @@
 #include <ZtFoundation/platform/Number.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 
@@ -65,6 +66,20 @@ TEST(SaveLockFaultTests, AnyFailingCallLeavesWhatOthersWrote) {
     points += at;
   }
   report("failing call", "save into a file that others write", points, "what others wrote is kept, the lock is free");
+}
+
+TEST(SaveLockFaultTests, WithoutTheLockNothingIsSaved) {
+  const SharedFile file;
+  const int locked = [] {
+    const SharedFile another;
+    FaultScript probe({});
+    EXPECT_TRUE(another.store->saveMergedChanges());
+    return static_cast<int>(std::ranges::find(probe.calls(), "flock") - probe.calls().begin());
+  }();
+  FaultScript script({locked, ENOLCK, false});
+  EXPECT_FALSE(file.store->saveMergedChanges());
+  EXPECT_EQ(script.faulted(), "flock");
+  EXPECT_EQ(contentsOf(file.folder / "settings"), "{ theirs = 3; }");
 }
 
 }  // namespace
