@@ -30,13 +30,21 @@ using detail::setLocked;
 
 // --- The kernel's own flag
 
-bool setImmutable(const std::string& path, bool immutable) {
+int flagsOf(const std::string& path) {
   const FileDescriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
   int flags = 0;
-  if (!file || ::ioctl(file.get(), FS_IOC_GETFLAGS, &flags) != 0) return false;
-  flags = immutable ? flags | FS_IMMUTABLE_FL : flags & ~FS_IMMUTABLE_FL;
+  return ::ioctl(file.get(), FS_IOC_GETFLAGS, &flags) == 0 ? flags : -1;
+}
+
+bool changeFlags(const std::string& path, int change, bool isSet) {
+  const FileDescriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
+  int flags = flagsOf(path);
+  if (flags < 0) return false;
+  flags = isSet ? flags | change : flags & ~change;
   return ::ioctl(file.get(), FS_IOC_SETFLAGS, &flags) == 0;
 }
+
+bool setImmutable(const std::string& path, bool immutable) { return changeFlags(path, FS_IMMUTABLE_FL, immutable); }
 
 /// Takes the flag away again, else the folder could not be removed.
 class Immutable {
@@ -142,7 +150,22 @@ TEST_F(FinderLockTests, TheImmutableFlagIsALockAndUnlockingClearsBoth) {
   EXPECT_TRUE(isLocked(file));
   EXPECT_EQ(setLocked(file, true), 0);
   EXPECT_EQ(asOrdinaryUser([&] { return setLocked(file, false); }), EPERM) << "only root may clear it";
+  ASSERT_EQ(::chmod(file.c_str(), 0600), -1) << "it is immutable";
   EXPECT_TRUE(isLocked(file));
+  EXPECT_EQ(setLocked(file, false), 0) << "without the attribute";
+  EXPECT_FALSE(isLocked(file));
+  ASSERT_EQ(::chmod(file.c_str(), 0), 0);
+  ASSERT_TRUE(setImmutable(file, true));
+  EXPECT_EQ(asOrdinaryUser([&] { return setLocked(file, false); }), EACCES) << "not even its flags may be asked for";
+}
+
+TEST_F(FinderLockTests, UnlockingLeavesTheOtherFlags) {
+  const bool hasAnother = changeFlags(file, FS_NODUMP_FL, true);
+  const Immutable immutable(file);
+  if (!hasAnother || !immutable) GTEST_SKIP() << "this process or file system cannot make a file immutable";
+  const int before = flagsOf(file);
+  EXPECT_EQ(setLocked(file, false), 0);
+  EXPECT_EQ(flagsOf(file), before & ~FS_IMMUTABLE_FL);
 }
 
 TEST_F(FinderLockTests, AnOwnerLocksAFileThatHeMayNotWrite) {
@@ -169,6 +192,17 @@ TEST_F(FinderLockTests, NobodyLocksAnothersFile) {
   EXPECT_EQ(asOrdinaryUser([&] { return setLocked(file, true); }), EACCES);
   EXPECT_EQ(modeOf(file), 0644U);
   EXPECT_FALSE(isLocked(file));
+  ASSERT_EQ(setLocked(file, true), 0);
+  EXPECT_EQ(asOrdinaryUser([&] { return setLocked(file, true); }), 0) << "it is so already";
+}
+
+// Who changes the permissions of a file of a group that is not his loses this bit.
+TEST_F(FinderLockTests, TheRightToActAsAGroupIsNotLost) {
+  if (::geteuid() != 0) GTEST_SKIP() << "only root may give files away";
+  ::chmod(folder.path().c_str(), 0755);
+  ASSERT_EQ(::chown(file.c_str(), kOrdinaryUser, 2345) + ::chmod(file.c_str(), 02555), 0);
+  EXPECT_EQ(asOrdinaryUser([&] { return setLocked(file, true); }), EACCES);
+  EXPECT_EQ(modeOf(file), 02555U);
 }
 
 // --- Folders
@@ -239,6 +273,17 @@ TEST_F(FinderLockTests, WhereTheAnswerCannotBeHadTheItemCountsAsLocked) {
   EXPECT_FALSE(isLocked(folder / "missing"));
   EXPECT_FALSE(isLocked(file + "/missing"));
   EXPECT_FALSE(isFolderLocked(folder / "missing/item"));
+}
+
+TEST_F(FinderLockTests, WhatNoPathLeadsToIsNotLocked) {
+  std::filesystem::create_symlink("loop", folder / "loop");
+  writeFile(inner + "/file", "text");
+  ::chmod(folder.path().c_str(), 0755);
+  ::chmod(inner.c_str(), 0600);
+  EXPECT_FALSE(isLocked(folder / std::string(256, 'n')));
+  EXPECT_FALSE(isLocked(folder / "loop/item"));
+  EXPECT_EQ(asOrdinaryUser([&] { return isLocked(inner + "/file") ? 1 : 0; }), 0);
+  ::chmod(inner.c_str(), 0700);
 }
 
 TEST_F(FinderLockTests, TheAttributeAloneCanBeAskedFor) {
