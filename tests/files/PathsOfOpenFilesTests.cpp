@@ -8,6 +8,7 @@
 
 #include <limits>
 
+#include "support/ChildProcess.h"
 #include "support/ScratchFolder.h"
 
 namespace ZtFoundation::test {
@@ -63,6 +64,21 @@ TEST_F(PathsOfOpenFilesTests, AnItemThatMovesTakesItsPathAlong) {
   EXPECT_EQ(nameOf(file), "sub/other");
   std::filesystem::rename(folder / "sub", folder / "moved");
   EXPECT_EQ(nameOf(file), "moved/other");
+}
+
+TEST_F(PathsOfOpenFilesTests, APathMayLeadWhereTheProcessMayNotGo) {
+  std::filesystem::create_directory(folder / "sub");
+  writeFile(folder / "sub/file", "");
+  const int file = open("sub/file");
+  std::filesystem::permissions(folder.path(), std::filesystem::perms::none);
+  const std::string expected = std::filesystem::canonical(folder.path()).string() + "/sub/file";
+  EXPECT_EQ(asOrdinaryUser([&] {
+              const Ref<NSString> path =
+                  QvFoundationExtensions::pathForFileDescriptor(NSFileManager::defaultManager(), file);
+              return path && path->fileSystemRepresentation() == expected ? 0 : 1;
+            }),
+            0);
+  std::filesystem::permissions(folder.path(), std::filesystem::perms::owner_all);
 }
 
 TEST_F(PathsOfOpenFilesTests, ALostNameIsNoPath) {

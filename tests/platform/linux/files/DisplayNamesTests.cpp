@@ -3,8 +3,12 @@
 #include <ZtFoundation/platform/Runtime.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cerrno>
 #include <filesystem>
+#include <new>
 
+#include "platform/linux/SystemCallFaults.h"
 #include "support/ScratchFolder.h"
 
 namespace ZtFoundation::test {
@@ -101,6 +105,22 @@ TEST_F(DisplayNamesTests, AMissingItemHasNone) {
   EXPECT_EQ(components(nullptr), "(none)");
   EXPECT_EQ(components(""), "(none)");
   EXPECT_EQ(components(std::u16string(u"/tmp\0x", 6)), "(none)");
+}
+
+TEST_F(DisplayNamesTests, AWayThatCannotBeResolvedIsNone) {
+  for (const int error : {EIO, ENOMEM}) {
+    const auto ask = [&] { return components(folder.string("a/../a/b.app")); };
+    FaultScript probe({});
+    ASSERT_EQ(ask(), "|a|b.app");
+    const auto resolved = std::ranges::find(probe.calls(), "realpath") - probe.calls().begin();
+    FaultScript script({static_cast<int>(resolved), error, false});
+    if (error == ENOMEM) {
+      EXPECT_THROW(ask(), std::bad_alloc);
+    } else {
+      EXPECT_EQ(ask(), "(none)");
+    }
+    EXPECT_EQ(script.faulted(), "realpath");
+  }
 }
 
 TEST_F(DisplayNamesTests, NamesNeedNotBeUTF8) {

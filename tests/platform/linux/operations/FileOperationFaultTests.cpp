@@ -2,6 +2,7 @@
 // whole, and there is no part of a copy.
 
 #include <ZtFoundation/Files.h>
+#include <ZtFoundation/platform/Array.h>
 #include <ZtFoundation/platform/Data.h>
 #include <ZtFoundation/platform/Dictionary.h>
 #include <ZtFoundation/platform/FileManager.h>
@@ -214,6 +215,23 @@ TEST_F(FileOperationFaultTests, ShortWritesAreContinued) {
     if (!script.wasReached()) break;
     if (script.faulted() != "pwrite") continue;
     EXPECT_EQ(snapshot(folder / "to"), snapshot(folder / "from"));
+  }
+}
+
+// Some file systems take only small blocks for the names; a folder that has been removed meanwhile has none.
+TEST_F(FileOperationFaultTests, TheNamesInAFolderAreReadWholeOrNotAtAll) {
+  ScratchFolder folder;
+  writeFile(folder / "a", "");
+  writeFile(folder / "b", "");
+  const auto list = [&] { return NSFileManager::defaultManager()->directoryContentsAtPath(folder.string("")); };
+  FaultScript probe({});
+  ASSERT_EQ(list()->count(), 2U);
+  const auto read = static_cast<int>(std::ranges::find(probe.calls(), "getdents64") - probe.calls().begin());
+  for (const auto& [error, names] : {std::pair(EINVAL, 2), {EINTR, 2}, {ENOENT, 0}, {EIO, -1}}) {
+    FaultScript script({read, error, false});
+    const Ref<NSArray> found = list();
+    EXPECT_EQ(script.faulted(), "getdents64");
+    EXPECT_EQ(found ? static_cast<int>(found->count()) : -1, names) << std::strerror(error);
   }
 }
 

@@ -1,10 +1,12 @@
 #include <ZtFoundation/platform/Array.h>
 #include <ZtFoundation/platform/FileManager.h>
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <filesystem>
 
 #include "internal/platform/linux/StandInVolumes.h"
+#include "support/ChildProcess.h"
 #include "support/PrivateMounts.h"
 #include "support/ScratchFolder.h"
 
@@ -51,6 +53,32 @@ TEST_F(DisplayNamesTests, VolumesElsewhereInTheTreeAreFolders) {
   EXPECT_EQ(name(folder / "mount"), "mount");
   EXPECT_TRUE(components(folder / "mount/x").starts_with("Startup|"));
   EXPECT_TRUE(components(folder / "mount/x").ends_with("|mount|x"));
+}
+
+TEST_F(DisplayNamesTests, VolumesAreWhereDesktopsMountThem) {
+  if (::geteuid() != 0) GTEST_SKIP() << "only root can change the root";
+  const struct {
+    const char* path;
+    const char* expected;
+  } cases[] = {{"/media/me/stick", "My Stick"},
+               {"/run/media/me/stick", "My Stick"},
+               {"/Volumes/stick", "My Stick"},
+               {"/run/me/stick", "stick"},
+               {"/home/media/me/stick", "stick"}};
+  const ScratchFolder root;
+  for (const auto& each : cases) {
+    std::filesystem::create_directories(root.path() + each.path);
+    volumes.add(-4, each.path, u"My Stick");
+    EXPECT_EQ(inChild([&] {
+                if (::chroot(root.path().c_str()) != 0 || ::chdir("/") != 0) return 1;
+                if (name(each.path) != each.expected) return 2;
+                NoVolumes none;
+                const ScopedService<Volumes> scope(none);
+                return name(each.path) == "stick" ? 0 : 3;
+              }),
+              0)
+        << each.path;
+  }
 }
 
 // A folder of the test's own in the place of /media.
