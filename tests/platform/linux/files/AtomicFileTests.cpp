@@ -406,17 +406,16 @@ TEST_F(AtomicFileTests, OnlyOwnTemporaryFilesAreRemoved) {
 }
 
 TEST_F(AtomicFileTests, ASaveLeavesNothingOpen) {
-  const auto nextDescriptor = [] {
-    const int descriptor = ::open("/dev/null", O_RDONLY | O_CLOEXEC);
-    ::close(descriptor);
-    return descriptor;
+  const auto countOpen = [] {
+    return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), std::filesystem::directory_iterator());
   };
   writeFile(folder / abandonedName('a'), "half");
+  const auto before = countOpen();
   ASSERT_TRUE(save(file, "new"));
-  const int next = nextDescriptor();
   ASSERT_TRUE(save(file, "newer"));
   ASSERT_FALSE(save(folder / "missing/file", "new"));
-  EXPECT_EQ(nextDescriptor(), next);
+  ASSERT_FALSE(save(folder.path(), "new"));
+  EXPECT_EQ(countOpen(), before);
 }
 
 // --- A full device
