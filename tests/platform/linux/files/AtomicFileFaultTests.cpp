@@ -145,8 +145,8 @@ TEST(AtomicFileFaultTests, ShortWritesAreContinued) {
 
 // The outcome of each call that matters when it fails for good, and of each that may be repeated.
 TEST(AtomicFileFaultTests, OnlyHarmlessFailuresAreSuccess) {
-  const Names decisive{"write",      "fsync",     "renameat",  "fchmod",      "getentropy",
-                       "flistxattr", "fgetxattr", "fsetxattr", "fremovexattr"};
+  const Names decisive{"write",     "fsync",     "renameat",     "fchmod", "getentropy", "flistxattr",
+                       "fgetxattr", "fsetxattr", "fremovexattr", "fstat",  "fstatat",    "faccessat"};
   Names missing = decisive;
   if (!attributeOf(Scene(kSituations[1]).file(), "user.zt.kept")) missing.erase("fsetxattr");
   for (int at = 0;; ++at) {
