@@ -156,7 +156,7 @@ std::optional<timespec> modificationTimeIn(const NSDictionary& attributes) {
   const Ref<NSDate> date = attributes.get<NSDate>(NSFileModificationDate);
   if (!date) return std::nullopt;
   const double seconds = std::floor(date->timeIntervalSince1970());
-  if (!(std::abs(seconds) <= 9e15)) return std::nullopt;  // nor what is no number
+  if (!(std::abs(seconds) <= 9e15)) return std::nullopt;  // NaN is out of them, too
   const double fraction = date->timeIntervalSince1970() - seconds;
   return timespec{static_cast<time_t>(seconds), std::min(static_cast<long>(fraction * 1e9), 999999999L)};
 }
