@@ -30,6 +30,9 @@ Function next(const char* symbol) {
 
 constexpr bool kIsWide = sizeof(void*) == 8;
 
+// Whether opening takes permissions.
+bool makesFile(int flags) { return (flags & O_CREAT) != 0 || (flags & O_TMPFILE) == O_TMPFILE; }
+
 }  // namespace
 
 FaultScript::FaultScript(Fault fault) : fault_(fault) { current = this; }
@@ -61,6 +64,7 @@ bool FaultScript::fails(const char* name) {
 
 using ZtFoundation::test::fails;
 using ZtFoundation::test::kIsWide;
+using ZtFoundation::test::makesFile;
 using ZtFoundation::test::next;
 
 #define ZT_STAND_IN extern "C" __attribute__((visibility("default")))
@@ -173,7 +177,7 @@ ZT_STAND_IN int openat(int folder, const char* path, int flags, ...) {
   static const auto original = next<int (*)(int, const char*, int, ...)>("openat64");
   std::va_list list;
   va_start(list, flags);
-  const mode_t mode = (flags & O_CREAT) != 0 ? va_arg(list, mode_t) : 0;
+  const mode_t mode = makesFile(flags) ? va_arg(list, mode_t) : 0;
   va_end(list);
   return fails("openat") ? -1 : original(folder, path, flags, mode);
 }
@@ -182,7 +186,7 @@ ZT_STAND_IN int open(const char* path, int flags, ...) {
   static const auto original = next<int (*)(const char*, int, ...)>("open64");
   std::va_list list;
   va_start(list, flags);
-  const mode_t mode = (flags & O_CREAT) != 0 ? va_arg(list, mode_t) : 0;
+  const mode_t mode = makesFile(flags) ? va_arg(list, mode_t) : 0;
   va_end(list);
   return fails("open") ? -1 : original(path, flags, mode);
 }
