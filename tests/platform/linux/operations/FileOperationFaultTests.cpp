@@ -458,6 +458,7 @@ TEST_F(FileOperationFaultTests, WhatACopyCannotBeGivenIsLeftOut) {
     const char* call;
   } cases[] = {{"file", "fsetxattr"}, {"file", "futimens"}, {"link", "fchownat"}, {"link", "utimensat"},
                {"pipe", "fchownat"},  {"pipe", "fchmodat"}, {"pipe", "utimensat"}};
+  int points = 0;
   for (const auto& [item, call] : cases) {
     const int at = callsOf(call, [&, from = folder / item] { return copy(from, folder / "to"); }).at(0);
     std::filesystem::remove(folder / "to");
@@ -472,8 +473,10 @@ TEST_F(FileOperationFaultTests, WhatACopyCannotBeGivenIsLeftOut) {
       EXPECT_EQ(success, isRefusal(error));
       EXPECT_EQ(exists(folder / "to"), success);
       std::filesystem::remove(folder / "to");
+      ++points;
     }
   }
+  report("failing call", "what a copy is given", points, "left out where it is refused, else nothing of the copy");
 }
 
 TEST_F(FileOperationFaultTests, AFileSystemNeedNotTellWhatTheItemsAre) {
@@ -524,10 +527,12 @@ TEST_F(DeepFolderFaultTests, ACopyThatLosesItsWayLeavesNothing) {
   makeDeepTree();
   const auto work = [&] { return copy(folder / "tree", folder / "to"); };
   const int deepest = callsOf("fremovexattr", work).at(kDepth);  // one for each new folder
+  std::size_t points = 0;
   for (const char* name : {"openat", "statx"}) {
     std::filesystem::remove_all(folder / "to");
     const auto calls = waysBack(name, deepest, work);
     EXPECT_GT(calls.size(), 8U) << name;
+    points += calls.size();
     std::filesystem::remove_all(folder / "to");
     for (const int call : calls) {
       {
@@ -537,16 +542,19 @@ TEST_F(DeepFolderFaultTests, ACopyThatLosesItsWayLeavesNothing) {
       EXPECT_EQ(folder.names().size(), 1U) << name << " " << call;
     }
   }
+  report("failing call", "way back in the copy of a deep folder", static_cast<long>(points), "nothing of the copy");
 }
 
 TEST_F(DeepFolderFaultTests, ARemovalThatLosesItsWayFails) {
   const auto work = [&] { return removeItem(folder / "tree"); };
   makeDeepTree();
   const int deepest = callsOf("unlinkat", work).at(0);
+  std::size_t points = 0;
   for (const char* name : {"openat", "statx"}) {
     makeDeepTree();
     const auto calls = waysBack(name, deepest, work);
     EXPECT_GT(calls.size(), 4U) << name;
+    points += calls.size();
     for (const int call : calls) {
       makeDeepTree();
       {
@@ -556,6 +564,7 @@ TEST_F(DeepFolderFaultTests, ARemovalThatLosesItsWayFails) {
       EXPECT_TRUE(exists(folder / "tree"));
     }
   }
+  report("failing call", "way back in the removal of a deep folder", static_cast<long>(points), "a failure");
 }
 
 TEST_F(DeepFolderFaultTests, ARemovalDoesNotGoBackToWhereAFolderHasBeenMoved) {
