@@ -501,6 +501,19 @@ TEST_F(FileOperationFaultTests, AFileSystemNeedNotTellWhatTheItemsAre) {
   EXPECT_EQ(folder.names().size(), 1U);
 }
 
+TEST_F(FileOperationFaultTests, OnlyWhoMayNotReadAFolderRemovesItUnread) {
+  ScratchFolder folder;
+  const auto work = [&] { return removeItem(folder / "empty"); };
+  std::filesystem::create_directory(folder / "empty");
+  const int reading = callsOf("getdents64", work).at(0);
+  for (const int error : {EACCES, EIO}) {
+    std::filesystem::create_directory(folder / "empty");
+    const FaultScript script({reading, error, false});
+    EXPECT_EQ(work(), error == EACCES) << std::strerror(error);
+    EXPECT_EQ(exists(folder / "empty"), error != EACCES);
+  }
+}
+
 // Folders far above are closed meanwhile.
 class DeepFolderFaultTests : public FileOperationFaultTests {
  protected:
