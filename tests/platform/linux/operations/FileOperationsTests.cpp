@@ -383,6 +383,26 @@ TEST_F(FileOperationsTests, AnErrorAtTheEndOfAFolderIsToldWithItsPath) {
   }
 }
 
+TEST_F(FileOperationsTests, AFullDiskIsToldAsSuch) {
+  const auto copySmall = [&](const Ref<NSObject>& handler) {
+    return manager->copyPath_toPath_handler(folder.string("from/a/small"), folder.string("to"), handler);
+  };
+  int writing = 0;
+  {
+    const FaultScript probe({});
+    ASSERT_TRUE(copySmall(make<Watcher>()));
+    while (probe.calls().at(static_cast<std::size_t>(writing)) != "pwrite") ++writing;
+  }
+  std::filesystem::remove(folder / "to");
+  {
+    const FaultScript script({writing, ENOSPC, false});
+    EXPECT_FALSE(copySmall(watcher));
+  }
+  ASSERT_EQ(watcher->errors.size(), 1U);
+  EXPECT_EQ(textAt(watcher->errors[0], "Error"), "No space left on device");
+  EXPECT_EQ(folder.names(), Names{"from"});
+}
+
 // --- What others do meanwhile
 
 TEST_F(FileOperationsTests, ACopyThatIsMovedIntoItsSourceEnds) {
