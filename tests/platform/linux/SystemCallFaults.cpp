@@ -152,8 +152,6 @@ ZT_INTERCEPT(ssize_t, copy_file_range, "copy_file_range", -1,
              (from, in, to, out, size, flags), )
 ZT_INTERCEPT(int, ftruncate, "ftruncate64", -1, (int file, off_t size), (file, size), noexcept)
 ZT_INTERCEPT(off_t, lseek, "lseek64", -1, (int file, off_t at, int from), (file, at, from), noexcept)
-ZT_INTERCEPT(ssize_t, getdents64, "getdents64", -1, (int folder, void* buffer, size_t size), (folder, buffer, size),
-             noexcept)
 ZT_INTERCEPT(int, statx, "statx", -1, (int folder, const char* path, int flags, unsigned mask, struct statx* status),
              (folder, path, flags, mask, status), noexcept)
 
@@ -162,6 +160,20 @@ ZT_STAND_IN ssize_t pwrite(int file, const void* bytes, size_t size, off_t at) {
   if (fails("pwrite")) return -1;
   const auto* script = ZtFoundation::test::current;
   return original(file, bytes, script != nullptr && script->isHalfWrite() && size > 1 ? size / 2 : size, at);
+}
+
+ZT_STAND_IN ssize_t getdents64(int folder, void* buffer, size_t size) noexcept {
+  static const auto original = next<ssize_t (*)(int, void*, size_t)>("getdents64");
+  if (fails("getdents64")) return -1;
+  const ssize_t got = original(folder, buffer, size);
+  const auto* script = ZtFoundation::test::current;
+  if (script == nullptr || !script->hidesTypes()) return got;
+  for (ssize_t at = 0; at < got;) {
+    auto* entry = reinterpret_cast<dirent64*>(static_cast<char*>(buffer) + at);
+    entry->d_type = DT_UNKNOWN;
+    at += entry->d_reclen;
+  }
+  return got;
 }
 
 ZT_STAND_IN int ioctl(int file, unsigned long request, ...) noexcept {

@@ -28,6 +28,9 @@ class FaultScript {
   /// Runs `action` before the first call of the function `name`.
   void before(std::string name, std::function<void()> action);
 
+  /// From now on listings of folders do not tell what the items are, as on some file systems.
+  void hideTypes() { hidesTypes_ = true; }
+
   /// The functions called so far, in order.
   const std::vector<std::string>& calls() const { return calls_; }
   /// True when the call that was chosen was made.
@@ -37,6 +40,7 @@ class FaultScript {
 
   // For the functions that stand in for the C library's.
   bool fails(const char* name);
+  bool hidesTypes() const { return hidesTypes_; }
   bool isHalfWrite() const { return fault_.writesHalf && static_cast<int>(calls_.size()) - 1 == fault_.at; }
 
  private:
@@ -44,6 +48,7 @@ class FaultScript {
   std::vector<std::string> calls_;
   std::string actionName_;
   std::function<void()> action_;
+  bool hidesTypes_ = false;
 };
 
 }  // namespace ZtFoundation::test

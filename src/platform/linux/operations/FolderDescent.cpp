@@ -51,7 +51,7 @@ bool FolderDescent::leave() {
 }
 
 bool FolderDescent::passes(const FolderIdentity& identity) const noexcept {
-  return std::any_of(levels_.begin(), levels_.empty() ? levels_.end() : levels_.end() - 1,
+  return std::any_of(levels_.begin(), levels_.end() - 1,
                      [&](const Level& level) { return level.identity.isSameAs(identity); });
 }
 

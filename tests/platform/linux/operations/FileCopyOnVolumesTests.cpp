@@ -69,6 +69,16 @@ TEST(FileCopyOnVolumesTests, FilesBeyond4GiBMoveToOtherVolumes) {
   EXPECT_EQ(moved.get(), 'x');
 }
 
+TEST(FileCopyOnVolumesTests, AVolumeIsNotTakenForAnotherOfItsKind) {
+  PrivateMounts mounts;
+  const std::string from = mounts.memory("from");
+  const std::string to = mounts.memory("to");
+  if (to.empty()) GTEST_SKIP() << mounts.whyNot();
+  writeFile(from + "/file", "text");
+  EXPECT_TRUE(copy(from, to + "/copy")) << "though their first folders have the same number";
+  EXPECT_EQ(contentsOf(to + "/copy/file"), "text");
+}
+
 TEST(FileCopyOnVolumesTests, BlocksAreSharedWhereTheFileSystemCan) {
   for (const char* type : {"xfs", "btrfs"}) {
     PrivateMounts mounts;
@@ -77,9 +87,10 @@ TEST(FileCopyOnVolumesTests, BlocksAreSharedWhereTheFileSystemCan) {
     std::filesystem::create_directory(disk + "/from");
     const std::string contents(20 << 20, 'x');
     writeFile(disk + "/from/file", contents);
+    writeFile(disk + "/from/small", contents.substr(0, 64 << 10));
     EXPECT_FALSE(isShared(disk + "/from/file"));
     ASSERT_TRUE(copy(disk + "/from", disk + "/to")) << type;
-    EXPECT_TRUE(isShared(disk + "/to/file")) << type;
+    for (const char* name : {"/to/file", "/to/small"}) EXPECT_TRUE(isShared(disk + name)) << type << name;
     EXPECT_TRUE(contentsOf(disk + "/to/file") == contents);
     writeFile(disk + "/to/file", "changed");
     EXPECT_TRUE(contentsOf(disk + "/from/file") == contents) << "a copy of its own";

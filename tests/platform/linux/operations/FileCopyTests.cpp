@@ -115,6 +115,11 @@ TEST_F(FileCopyTests, WhoMayNotGiveFilesAwayPassesNoRightsOn) {
   ASSERT_EQ(asOrdinaryUser([&] { return copyInside("from", "to") ? 0 : 1; }), 0);
   EXPECT_EQ(statusOf(folder / "to").st_uid, kOrdinaryUser);
   EXPECT_EQ(modeOf(folder / "to"), 0744U) << "neither the rights of the old group nor to act as another user";
+  ASSERT_EQ(::mkfifo((folder / "pipe").c_str(), 0600), 0);
+  ASSERT_EQ(::chown((folder / "pipe").c_str(), 1234, 2345), 0);
+  ::chmod((folder / "pipe").c_str(), 0774);
+  ASSERT_EQ(asOrdinaryUser([&] { return copyInside("pipe", "pipe copy") ? 0 : 1; }), 0);
+  EXPECT_EQ(modeOf(folder / "pipe copy"), 0704U);
 }
 
 TEST_F(FileCopyTests, CapabilitiesAreKept) {
@@ -170,10 +175,13 @@ TEST_F(FileCopyTests, NothingIsEverReplaced) {
   for (const char* to : {"to", "link", "folder", "from", "other name", "./from", "folder/..", "folder/."}) {
     EXPECT_FALSE(copyInside("from", to)) << to;
   }
+  ASSERT_EQ(::mkfifo((folder / "pipe").c_str(), 0600), 0);
+  for (const char* from : {"link", "pipe"}) EXPECT_FALSE(copyInside(from, "to")) << from;
+  EXPECT_EQ(modeOf(folder / "to"), 0644U);
   EXPECT_EQ(read("to"), "old");
   EXPECT_EQ(read("from"), "new");
   EXPECT_FALSE(exists("nowhere"));
-  EXPECT_EQ(folder.names(), (Names{"folder", "from", "link", "other name", "to"}));
+  EXPECT_EQ(folder.names(), (Names{"folder", "from", "link", "other name", "pipe", "to"}));
 }
 
 TEST_F(FileCopyTests, WhatCannotBeCopiedLeavesNothing) {
@@ -343,6 +351,21 @@ TEST_F(FileCopyTests, FilesWithSeveralNamesKeepThem) {
   EXPECT_EQ(statusOf(folder / "to/a/two").st_ino, one.st_ino);
   EXPECT_EQ(statusOf(folder / "to/a/b/three").st_ino, one.st_ino);
   EXPECT_NE(one.st_ino, statusOf(folder / "from/one").st_ino);
+}
+
+TEST_F(FileCopyTests, SoDoLinksAndPipes) {
+  makeFolder("from/a");
+  ASSERT_EQ(::mkfifo((folder / "from/pipe").c_str(), 0600), 0);
+  std::filesystem::create_symlink("nowhere", folder / "from/link");
+  for (const std::string name : {"pipe", "link"}) {
+    ASSERT_EQ(::link((folder / "from/" + name).c_str(), (folder / "from/a/" + name).c_str()), 0);
+  }
+  ASSERT_TRUE(copyInside("from", "to"));
+  for (const std::string name : {"pipe", "link"}) {
+    const struct stat status = statusOf(folder / "to/" + name);
+    EXPECT_EQ(status.st_nlink, 2U) << name;
+    EXPECT_EQ(statusOf(folder / "to/a/" + name).st_ino, status.st_ino) << name;
+  }
 }
 
 TEST_F(FileCopyTests, AFolderIsNotCopiedIntoItself) {

@@ -149,6 +149,18 @@ class FileOperationFaultTests : public testing::Test {
   ScopedEnvironment inMemory_;
 };
 
+// Where among the calls of `work`, which succeeds, those of the function `name` come.
+template <class Work>
+std::vector<int> callsOf(const std::string& name, Work work) {
+  const FaultScript script({});
+  EXPECT_TRUE(work());
+  std::vector<int> found;
+  for (std::size_t at = 0; at < script.calls().size(); ++at) {
+    if (script.calls()[at] == name) found.push_back(static_cast<int>(at));
+  }
+  return found;
+}
+
 // Errors for which an attribute may be left out.
 bool isRefusal(int error) {
   return error == EACCES || error == EPERM || error == ENOTSUP || error == EINVAL || error == ENOSYS;
@@ -389,6 +401,14 @@ TEST_F(FileOperationFaultTests, AMoveToAnotherVolumeLosesNothing) {
   };
   failEachCall(
       "move to another disk", "source or copy whole", prepare, [&] { return move(from, to); }, check);
+  prepare();
+  const int flush = callsOf("syncfs", [&] { return move(from, to); }).at(0);
+  prepare();
+  {
+    const FaultScript script({flush, EIO, false});
+    EXPECT_FALSE(move(from, to));
+  }
+  EXPECT_EQ(snapshot(from, Looking::AtContents), whole) << "the copy may not be on its disk";
 }
 
 TEST_F(FileOperationFaultTests, AMoveInsideAVolumeReplacesNothing) {
@@ -416,6 +436,176 @@ TEST_F(FileOperationFaultTests, AMoveInsideAVolumeReplacesNothing) {
       EXPECT_EQ(folder.names().size(), 1U);
     }
   }
+}
+
+TEST_F(FileOperationFaultTests, WithoutTheFlagAMoveReplacesNothingEither) {
+  for (const bool isFolder : {false, true}) {
+    const auto make = [&](const std::string& path) {
+      isFolder ? static_cast<void>(std::filesystem::create_directory(path)) : writeFile(path, "text");
+    };
+    ScratchFolder folder;
+    make(folder / "from");
+    const int rename = callsOf("renameat2", [&] { return move(folder / "from", folder / "to"); }).at(0);
+    make(folder / "from");
+    if (!isFolder) writeFile(folder / "to", "old");
+    {
+      FaultScript script({rename, EINVAL, false});
+      EXPECT_FALSE(move(folder / "from", folder / "to"));
+      EXPECT_EQ(script.faulted(), "renameat2");
+    }
+    EXPECT_EQ(folder.names().size(), 2U);
+    EXPECT_TRUE(isFolder || contentsOf(folder / "to") == "old");
+    std::filesystem::remove(folder / "to");
+    {
+      FaultScript script({rename, EINVAL, false});
+      script.before("renameat2", [&] { std::filesystem::remove(folder / "from"); });
+      EXPECT_FALSE(move(folder / "from", folder / "to"));
+    }
+    EXPECT_TRUE(folder.names().empty()) << "what kept the name for it is taken away";
+  }
+}
+
+TEST_F(FileOperationFaultTests, WhatACopyCannotBeGivenIsLeftOut) {
+  ScratchFolder folder;
+  writeFile(folder / "file", "text");
+  ASSERT_EQ(::setxattr((folder / "file").c_str(), "user.zt.note", "kept", 4, 0), 0);
+  std::filesystem::create_symlink("file", folder / "link");
+  ASSERT_EQ(::mkfifo((folder / "pipe").c_str(), 0600), 0);
+  const struct {
+    const char* item;
+    const char* call;
+  } cases[] = {{"file", "fsetxattr"}, {"file", "futimens"}, {"link", "fchownat"}, {"link", "utimensat"},
+               {"pipe", "fchownat"},  {"pipe", "fchmodat"}, {"pipe", "utimensat"}};
+  int points = 0;
+  for (const auto& [item, call] : cases) {
+    const int at = callsOf(call, [&, from = folder / item] { return copy(from, folder / "to"); }).at(0);
+    std::filesystem::remove(folder / "to");
+    for (const int error : kErrors) {
+      SCOPED_TRACE(testing::Message() << item << ", " << call << ": " << std::strerror(error));
+      bool success;
+      {
+        const FaultScript script({at, error, false});
+        success = copy(folder / item, folder / "to");
+        EXPECT_EQ(script.faulted(), call);
+      }
+      EXPECT_EQ(success, isRefusal(error));
+      EXPECT_EQ(exists(folder / "to"), success);
+      std::filesystem::remove(folder / "to");
+      ++points;
+    }
+  }
+  report("failing call", "what a copy is given", points, "left out where it is refused, else nothing of the copy");
+}
+
+TEST_F(FileOperationFaultTests, AFileSystemNeedNotTellWhatTheItemsAre) {
+  ScratchFolder folder;
+  makeTree(folder / "from");
+  const auto before = snapshot(folder / "from");
+  ASSERT_EQ(::setxattr((folder / "from/small").c_str(), "user.ZtFoundation.locked", "1", 1, 0), 0);
+  {
+    FaultScript script({});
+    script.hideTypes();
+    EXPECT_TRUE(copy(folder / "from", folder / "to"));
+    EXPECT_FALSE(removeItem(folder / "to")) << "a lock is seen";
+  }
+  EXPECT_TRUE(exists(folder / "to/small"));
+  std::filesystem::remove_all(folder / "to");
+  ASSERT_EQ(::removexattr((folder / "from/small").c_str(), "user.ZtFoundation.locked"), 0);
+  FaultScript script({});
+  script.hideTypes();
+  EXPECT_TRUE(copy(folder / "from", folder / "to"));
+  EXPECT_TRUE(snapshot(folder / "to") == before);
+  EXPECT_TRUE(removeItem(folder / "to"));
+  EXPECT_EQ(folder.names().size(), 1U);
+}
+
+TEST_F(FileOperationFaultTests, OnlyWhoMayNotReadAFolderRemovesItUnread) {
+  ScratchFolder folder;
+  const auto work = [&] { return removeItem(folder / "empty"); };
+  std::filesystem::create_directory(folder / "empty");
+  const int reading = callsOf("getdents64", work).at(0);
+  for (const int error : {EACCES, EIO}) {
+    std::filesystem::create_directory(folder / "empty");
+    const FaultScript script({reading, error, false});
+    EXPECT_EQ(work(), error == EACCES) << std::strerror(error);
+    EXPECT_EQ(exists(folder / "empty"), error != EACCES);
+  }
+}
+
+// Folders far above are closed meanwhile.
+class DeepFolderFaultTests : public FileOperationFaultTests {
+ protected:
+  static constexpr int kDepth = 30;
+
+  void makeDeepTree() {
+    std::string path = folder / "tree";
+    for (int depth = 0; depth < kDepth; ++depth) path.append("/d");
+    std::filesystem::create_directories(path);
+  }
+
+  // Calls of a function by which `work` finds its way back from the deepest folder, where its call `deepest` is made.
+  template <class Work>
+  std::vector<int> waysBack(const char* name, int deepest, Work work) {
+    std::vector<int> calls = callsOf(name, work);
+    std::erase_if(calls, [deepest](int call) { return call < deepest; });
+    return calls;
+  }
+
+  ScratchFolder folder;
+};
+
+TEST_F(DeepFolderFaultTests, ACopyThatLosesItsWayLeavesNothing) {
+  makeDeepTree();
+  const auto work = [&] { return copy(folder / "tree", folder / "to"); };
+  const int deepest = callsOf("fremovexattr", work).at(kDepth);  // one for each new folder
+  std::size_t points = 0;
+  for (const char* name : {"openat", "statx"}) {
+    std::filesystem::remove_all(folder / "to");
+    const auto calls = waysBack(name, deepest, work);
+    EXPECT_GT(calls.size(), 8U) << name;
+    points += calls.size();
+    std::filesystem::remove_all(folder / "to");
+    for (const int call : calls) {
+      {
+        const FaultScript script({call, EIO, false});
+        EXPECT_FALSE(work()) << name << " " << call;
+      }
+      EXPECT_EQ(folder.names().size(), 1U) << name << " " << call;
+    }
+  }
+  report("failing call", "way back in the copy of a deep folder", static_cast<long>(points), "nothing of the copy");
+}
+
+TEST_F(DeepFolderFaultTests, ARemovalThatLosesItsWayFails) {
+  const auto work = [&] { return removeItem(folder / "tree"); };
+  makeDeepTree();
+  const int deepest = callsOf("unlinkat", work).at(0);
+  std::size_t points = 0;
+  for (const char* name : {"openat", "statx"}) {
+    makeDeepTree();
+    const auto calls = waysBack(name, deepest, work);
+    EXPECT_GT(calls.size(), 4U) << name;
+    points += calls.size();
+    for (const int call : calls) {
+      makeDeepTree();
+      {
+        const FaultScript script({call, EIO, false});
+        EXPECT_FALSE(work()) << name << " " << call;
+      }
+      EXPECT_TRUE(exists(folder / "tree"));
+    }
+  }
+  report("failing call", "way back in the removal of a deep folder", static_cast<long>(points), "a failure");
+}
+
+TEST_F(DeepFolderFaultTests, ARemovalDoesNotGoBackToWhereAFolderHasBeenMoved) {
+  makeDeepTree();
+  std::filesystem::create_directories(folder / "kept/d");
+  FaultScript script({});
+  script.before("unlinkat", [&] { std::filesystem::rename(folder / "tree/d/d/d", folder / "kept/d/d"); });
+  EXPECT_FALSE(removeItem(folder / "tree"));
+  EXPECT_TRUE(exists(folder / "kept/d"));
+  EXPECT_TRUE(exists(folder / "tree/d/d"));
 }
 
 TEST_F(FileOperationFaultTests, AKilledProcessLeavesTheSourceWhole) {

@@ -2,12 +2,14 @@
 
 #include <ZtFoundation/platform/FolderTypes.h>
 #include <gtest/gtest.h>
+#include <pwd.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <filesystem>
 
 #include "internal/platform/linux/StandInVolumes.h"
+#include "support/ChildProcess.h"
 #include "support/ScopedEnvironment.h"
 #include "support/ScratchFolder.h"
 
@@ -250,6 +252,23 @@ TEST_F(FolderManagerTests, TheHomeFolderNeedNotBeThere) {
   EXPECT_EQ(FolderManager::production().homeFolder()->utf8(), home);
   environment.set("HOME", "relative");
   EXPECT_NE(FolderManager::production().homeFolder()->utf8(), "relative");
+}
+
+TEST_F(FolderManagerTests, WhoHasNoHomeFolderHasNoFoldersInIt) {
+  constexpr uid_t kStranger = 2'000'000'011;
+  if (::geteuid() != 0 || ::getpwuid(kStranger) != nullptr) GTEST_SKIP() << "nobody here is without an account";
+  environment.set("HOME", std::nullopt);
+  const auto work = [&]() -> int {
+    if (::setuid(kStranger) != 0) return 77;
+    if (FolderManager::production().homeFolder()) return 1;
+    for (const auto& [type, inHome] : kUserFolders) {
+      if (find(kUserDomain, type, true) != fnfErr) return 2;
+    }
+    return path(kUserDomain, kTemporaryFolderType) == "/tmp" ? 0 : 3;
+  };
+  const int result = inChild(work);
+  if (result == 77) GTEST_SKIP() << "no right to become another user";
+  EXPECT_EQ(result, 0);
 }
 
 TEST_F(FolderManagerTests, NamesNeedNotBeUTF8) {
