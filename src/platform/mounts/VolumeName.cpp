@@ -16,9 +16,9 @@ namespace {
 // Some file systems tell everybody.
 std::string labelByFileSystem(const std::string& point) {
   const OwnedFile folder(open(point.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
-  char label[FSLABEL_MAX + 1] = {};
-  const bool isTold = folder.get() >= 0 && ioctl(folder.get(), FS_IOC_GETFSLABEL, label) == 0;
-  return isTold ? label : "";
+  char label[FSLABEL_MAX + 1] = {};  // stays empty where nothing is told
+  ioctl(folder.get(), FS_IOC_GETFSLABEL, label);
+  return label;
 }
 
 unsigned hexValue(char digit) {
@@ -48,7 +48,7 @@ std::string labelByLink(dev_t device, const std::string& labels) {
   const OwnedFolder list = openFolder(labels.c_str());
   std::string label;
   while (const dirent* const entry = list ? readdir(list.get()) : nullptr) {
-    if (entry->d_name[0] != '.' && isLinkTo(labels + "/" + entry->d_name, device)) label = unescaped(entry->d_name);
+    if (isLinkTo(labels + "/" + entry->d_name, device)) label = unescaped(entry->d_name);
   }
   return label;
 }
