@@ -66,7 +66,7 @@ class Mounts {
   // Of a whole file system the root is a folder.
   bool isSingleFile(std::size_t at) const {
     const Mount& mount = all_[at];
-    if (mount.root == "/" || mount.point == "/") return false;
+    if (mount.root == "/") return false;
     if (!mayBlock(at)) return isFile(mount.point);
     const auto parent = places_.find(mount.parent);
     return parent != places_.end() && !mayBlock(parent->second) && coversFile(mount.point);
