@@ -54,6 +54,11 @@ TEST_F(MountTableTests, OptionalFieldsAreSkipped) {
   EXPECT_EQ(table_->flags("/c"), 0);
 }
 
+TEST_F(MountTableTests, AVolumeNeedNotHaveASource) {
+  table_.set({{}, {.point = "/none/a", .source = ""}, {.point = "/none/b"}});
+  EXPECT_EQ(table_->roots(), (Roots{"/", "/none/a", "/none/b"}));
+}
+
 TEST_F(MountTableTests, LinesThatAreNoneAreSkipped) {
   table_.setText(
       "1 0 8:1 / / rw - ext4 /dev/sda1 rw\n"

@@ -299,8 +299,9 @@ class UnmountingProgramTests : public ::testing::Test {
   }
 
   void setProgram(const std::string& name, const std::string& script) const {
-    std::filesystem::create_directories(table_.folder() / "programs");
-    const std::string path = table_.folder() / "programs/" + name;
+    const std::string folder = table_.folder() / "programs", path = folder + "/" + name;
+    std::filesystem::create_directories(folder);
+    std::filesystem::permissions(folder, std::filesystem::perms::all);
     test::writeFile(path, "#!/bin/sh\n" + script + "\n");
     std::filesystem::permissions(path, std::filesystem::perms::all);
   }
@@ -337,8 +338,11 @@ TEST_F(UnmountingProgramTests, EachThatMayHelpIsAskedInTurn) {
   }
 }
 
-TEST_F(UnmountingProgramTests, RootAsksThemForWhatAProgramServes) {
+TEST_F(UnmountingProgramTests, RootAsksThemForWhatAProgramServesUnlessItIsADisk) {
   if (::geteuid() != 0) GTEST_SKIP() << "only for root";
+  setLine({.point = "/none/v", .type = "fuseblk"});
+  EXPECT_EQ(test::inChild([&] { return unmountThere("/none/v") == nsvErr ? 0 : 1; }), 0);
+  EXPECT_FALSE(std::filesystem::exists(said()));
   setLine({.point = "/none/v", .type = "fuse.sshfs"});
   EXPECT_EQ(test::inChild([&] { return unmountThere("/none/v") == ioErr ? 0 : 1; }), 0);
   EXPECT_EQ(test::contentsOf(said()),
@@ -370,7 +374,6 @@ TEST_F(UnmountingProgramTests, TheyGetNothingOfTheHostButItsEnvironmentInEnglish
 
 TEST_F(UnmountingProgramTests, NoneOfThemIsLeftAndTheChildrenOfTheHostAreItsOwn) {
   setLine({.point = "/none/v"});
-  std::filesystem::permissions(table_.folder() / "programs", std::filesystem::perms::all);
   EXPECT_EQ(test::asOrdinaryUser([&] {
               if (unmountThere("/none/v") != permErr) return 1;
               if (::waitpid(-1, nullptr, WNOHANG) >= 0 || errno != ECHILD) return 2;
