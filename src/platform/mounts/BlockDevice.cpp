@@ -22,7 +22,7 @@ constexpr unsigned kDeepest = 8;
 std::string contentsOf(const std::string& path) {
   const OwnedFile file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
   std::string text(4096, '\0');
-  const ssize_t size = file.get() >= 0 ? read(file.get(), text.data(), text.size()) : 0;
+  const ssize_t size = read(file.get(), text.data(), text.size());
   text.resize(size > 0 ? static_cast<std::size_t>(size) : 0);
   return text;
 }
@@ -41,8 +41,8 @@ dev_t deviceOf(const Mount& mount) {
   return isDevice ? status.st_rdev : 0;
 }
 
+// The list has nothing for 0.
 std::string folderOf(dev_t device, const std::string& devices) {
-  if (device == 0) return {};
   std::string path = devices;
   path.append("/").append(std::to_string(major(device))).append(":").append(std::to_string(minor(device)));
   return realPath(path);
@@ -66,7 +66,7 @@ std::string diskOf(const std::string& device) {
 
 void addDisks(const std::string& device, unsigned depth, std::vector<std::string>& disks) {
   const std::vector<std::string> parts = entriesOf(device + "/slaves");
-  if (parts.empty() || depth == kDeepest) disks.push_back(diskOf(device));
+  if (parts.empty()) disks.push_back(diskOf(device));
   if (depth == kDeepest) return;
   for (const std::string& part : parts) {
     const std::string real = realPath(part);

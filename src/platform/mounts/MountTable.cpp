@@ -21,7 +21,6 @@ int goOnBehindBadLine(libmnt_table*, const char*, int) { return errno == ENOMEM 
 
 Table tableOf(const std::string& text) {
   Table table(made(mnt_new_table()), mnt_unref_table);
-  if (text.empty()) return table;
   const Stream stream(made(fmemopen(const_cast<char*>(text.data()), text.size(), "r")), fclose);
   mnt_table_set_parser_errcb(table.get(), goOnBehindBadLine);
   errno = 0;  // for want of memory a line may look like the end

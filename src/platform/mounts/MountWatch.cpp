@@ -30,7 +30,7 @@ MountWatch::Place MountWatch::place() {
 // number.
 bool MountWatch::isOpen() const {
   struct stat status;
-  return file_ >= 0 && ::fstat(file_, &status) == 0 && Identity{status.st_dev, status.st_ino} == identity_;
+  return ::fstat(file_, &status) == 0 && Identity{status.st_dev, status.st_ino} == identity_;
 }
 
 // A file that is not the kernel's own does not tell of changes; it is replaced by another one.

@@ -16,9 +16,9 @@ namespace {
 // Some file systems tell everybody.
 std::string labelByFileSystem(const std::string& point) {
   const OwnedFile folder(open(point.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
-  char label[FSLABEL_MAX + 1] = {};
-  const bool isTold = folder.get() >= 0 && ioctl(folder.get(), FS_IOC_GETFSLABEL, label) == 0;
-  return isTold ? label : "";
+  char label[FSLABEL_MAX + 1] = {};  // stays empty where nothing is told
+  ioctl(folder.get(), FS_IOC_GETFSLABEL, label);
+  return label;
 }
 
 unsigned hexValue(char digit) {
@@ -48,14 +48,14 @@ std::string labelByLink(dev_t device, const std::string& labels) {
   const OwnedFolder list = openFolder(labels.c_str());
   std::string label;
   while (const dirent* const entry = list ? readdir(list.get()) : nullptr) {
-    if (entry->d_name[0] != '.' && isLinkTo(labels + "/" + entry->d_name, device)) label = unescaped(entry->d_name);
+    if (isLinkTo(labels + "/" + entry->d_name, device)) label = unescaped(entry->d_name);
   }
   return label;
 }
 
 // For those who may read the device.
 std::string labelByDevice(const std::string& source) {
-  if (!source.starts_with("/dev/") || access(source.c_str(), R_OK) != 0) return {};
+  if (!source.starts_with("/dev/")) return {};
   const std::unique_ptr<libmnt_cache, decltype(&mnt_unref_cache)> cache(made(mnt_new_cache()), mnt_unref_cache);
   if (mnt_cache_read_tags(cache.get(), source.c_str()) == -ENOMEM) throw std::bad_alloc();
   const char* const found = mnt_cache_find_tag_value(cache.get(), source.c_str(), "LABEL");

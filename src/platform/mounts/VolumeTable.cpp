@@ -66,7 +66,7 @@ class Mounts {
   // Of a whole file system the root is a folder.
   bool isSingleFile(std::size_t at) const {
     const Mount& mount = all_[at];
-    if (mount.root == "/" || mount.point == "/") return false;
+    if (mount.root == "/") return false;
     if (!mayBlock(at)) return isFile(mount.point);
     const auto parent = places_.find(mount.parent);
     return parent != places_.end() && !mayBlock(parent->second) && coversFile(mount.point);
@@ -82,7 +82,6 @@ Mount startUpMount() {
   Mount mount;
   mount.id = -1;
   mount.root = mount.point = "/";
-  mount.storesFiles = true;
   struct stat status;
   struct statvfs system;
   if (stat("/", &status) == 0) mount.device = status.st_dev;
@@ -122,7 +121,7 @@ VolumeTable::VolumeTable(const std::vector<Mount>& all, VolumeNumbers& numbers) 
 // What a file that is mounted by itself is stored on, and for what stores nothing the volume below.
 const Volume* VolumeTable::holderOf(const Mount& mount, const std::vector<Mount>& all,
                                     const std::vector<std::size_t>& wayDown) const {
-  const Volume* const storing = mount.storesFiles ? onDevice(mount.device, mount.point) : nullptr;
+  const Volume* const storing = onDevice(mount.device, mount.point);
   if (storing != nullptr) return storing;
   const auto below =
       std::find_if(wayDown.begin(), wayDown.end(), [&](auto at) { return ofMount(all[at].id) != nullptr; });

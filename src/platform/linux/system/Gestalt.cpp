@@ -18,7 +18,7 @@ namespace {
 
 std::optional<std::string> contentsOf(const char* path) {
   const detail::FileDescriptor file(detail::retryInterrupted([&] { return ::open(path, O_RDONLY | O_CLOEXEC); }));
-  return file ? detail::readToEnd(file.get()) : std::nullopt;
+  return detail::readToEnd(file.get());
 }
 
 // os-release(5): the file in /etc stands above the one in /usr/lib.

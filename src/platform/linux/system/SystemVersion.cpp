@@ -6,7 +6,7 @@ namespace ZtFoundation {
 
 namespace {
 
-bool isDigit(char character) { return character >= '0' && character <= '9'; }
+bool startsWithDigit(std::string_view text) { return !text.empty() && text.front() >= '0' && text.front() <= '9'; }
 
 std::string_view takeLine(std::string_view& text) {
   const std::size_t end = std::min(text.find('\n'), text.size());
@@ -31,11 +31,11 @@ std::string_view unquoted(std::string_view value) {
 // The number at the start, at most `largest`; the dot behind it is taken too.
 std::int32_t takePart(std::string_view& version, std::int32_t largest) {
   std::int32_t value = 0;
-  while (!version.empty() && isDigit(version.front())) {
+  while (startsWithDigit(version)) {
     value = std::min(value * 10 + (version.front() - '0'), largest);
     version.remove_prefix(1);
   }
-  const bool more = version.size() >= 2 && version[0] == '.' && isDigit(version[1]);
+  const bool more = version.starts_with('.') && startsWithDigit(version.substr(1));
   version.remove_prefix(more ? 1 : version.size());
   return value;
 }
@@ -44,17 +44,17 @@ std::int32_t takePart(std::string_view& version, std::int32_t largest) {
 
 std::optional<std::string> versionInOSRelease(std::string_view text) {
   constexpr std::string_view kKey = "VERSION_ID=";
-  std::optional<std::string> version;
+  std::string_view version;
   while (!text.empty()) {
     const std::string_view line = trimmed(takeLine(text));
-    if (line.starts_with(kKey)) version = std::string(trimmed(unquoted(line.substr(kKey.size()))));
+    if (line.starts_with(kKey)) version = trimmed(unquoted(line.substr(kKey.size())));
   }
-  if (!version || version->empty() || !isDigit(version->front())) return std::nullopt;
-  return version;
+  if (!startsWithDigit(version)) return std::nullopt;
+  return std::string(version);
 }
 
 std::optional<std::int32_t> packedVersion(std::string_view version) {
-  if (version.empty() || !isDigit(version.front())) return std::nullopt;
+  if (!startsWithDigit(version)) return std::nullopt;
   const std::int32_t major = takePart(version, 99);
   const std::int32_t minor = takePart(version, 9);
   const std::int32_t patch = takePart(version, 9);

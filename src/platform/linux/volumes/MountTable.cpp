@@ -65,8 +65,7 @@ std::vector<MountedFileSystem> parseMountTable(std::string_view table) {
 
 std::vector<MountedFileSystem> mountTable() {
   const FileDescriptor file(retryInterrupted([&] { return ::open("/proc/self/mountinfo", O_RDONLY | O_CLOEXEC); }));
-  const auto table = file ? readToEnd(file.get()) : std::nullopt;
-  return table ? parseMountTable(*table) : std::vector<MountedFileSystem>();
+  return parseMountTable(readToEnd(file.get()).value_or(std::string()));
 }
 
 const MountedFileSystem* mountHolding(const std::vector<MountedFileSystem>& mounts, const std::string& path) {

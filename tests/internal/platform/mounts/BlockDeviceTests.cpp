@@ -93,9 +93,10 @@ class StandInDeviceTests : public ::testing::Test {
     std::filesystem::create_symlink(folder, table_.folder() / ("devices/" + numbers));
   }
 
-  bool isRemovable(const std::string& device) {
-    table_.set({{.device = "259:9"}, {.device = device, .point = "/v"}});
-    const std::vector<Ref<NSString>> roots = (*table_.operator->())->mountedRemovableMedia();
+  bool isRemovable(const std::string& device) { return isRemovable(Line{.device = device, .point = "/v"}); }
+  bool isRemovable(const Line& line) {
+    table_.set({{.device = "259:9"}, line});
+    const std::vector<Ref<NSString>> roots = table_.volumes().mountedRemovableMedia();
     return roots.size() == 1 && roots[0]->isEqualToString("/v");
   }
 
@@ -111,6 +112,9 @@ TEST_F(StandInDeviceTests, MediaThatCanBeTakenOut) {
   addDevice("179:0", "mmcblk0", {"removable=0", "device/type=SD", "ro=0"});
   addDevice("179:1", "mmcblk0/mmcblk0p1", {"partition=1", "ro=0"});
   addDevice("179:8", "mmcblk1", {"removable=0", "device/type=MMC", "ro=0"});
+  addDevice("8:32", "sdc", {});
+  test::writeFile(table_.folder() / "sdc/removable", "1");  // the line need not end
+  EXPECT_TRUE(isRemovable("8:32"));
   EXPECT_FALSE(isRemovable("8:0"));
   EXPECT_FALSE(isRemovable("8:1"));
   EXPECT_TRUE(isRemovable("8:16"));
@@ -138,6 +142,24 @@ TEST_F(StandInDeviceTests, BehindVolumeManagers) {
   addDevice("253:2", "dm-2", {"removable=0"});
   lieOn("dm-2", "dm-2");
   EXPECT_FALSE(isRemovable("253:2")) << "a circle ends";
+  addDevice("8:0", "sda", {"removable=0"});
+  addDevice("253:3", "dm-3", {"removable=1"});
+  lieOn("dm-3", "sda");
+  EXPECT_FALSE(isRemovable("253:3")) << "only the disks count";
+}
+
+// As of a file system on several devices, which has numbers of its own.
+TEST_F(StandInDeviceTests, AFileSystemWithoutADeviceGoesByItsSource) {
+  addDevice("8:200", "sdm", {"removable=1"});
+  addDevice("1:3", "null", {"removable=1"});
+  const std::string node = table_.folder() / "node", source = "/dev/.." + node;
+  EXPECT_FALSE(isRemovable({.device = "0:50", .point = "/v", .type = "btrfs", .source = "/dev/null"})) << "no disk";
+  EXPECT_FALSE(isRemovable({.device = "0:50", .point = "/v", .type = "btrfs", .source = source})) << "not there";
+  if (::mknod(node.c_str(), S_IFBLK | 0600, makedev(8, 200)) != 0) GTEST_SKIP() << "no right to make a device";
+  EXPECT_TRUE(isRemovable({.device = "0:50", .point = "/v", .type = "btrfs", .source = source}));
+  EXPECT_FALSE(isRemovable({.device = "0:50", .point = "/v", .type = "btrfs", .source = node})) << "outside of /dev";
+  EXPECT_FALSE(isRemovable({.device = "0:50", .point = "/v", .type = "fuse.sshfs", .source = source})) << "served";
+  EXPECT_FALSE(isRemovable({.device = "8:201", .point = "/v", .type = "ext4", .source = source})) << "has a device";
 }
 
 TEST_F(StandInDeviceTests, DevicesThatTakeNoWriting) {

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <utility>
 
 #include "StandInTable.h"
 
@@ -43,17 +44,23 @@ TEST_F(FileSystemTypeTests, ServersAndTheirKinds) {
       {"fuse", "ftp://server/", "rw", "ftp "},
       {"fuse", "gopher://server/", "rw", "goph"},
       {"fuse.new", "s3://bucket/", "rw", "s3  "},
+      {"fuse", "w+x://server/", "rw", "w+x "},
+      {"fuse", "w-x://server/", "rw", "w-x "},
+      {"fuse", "w.x9://server/", "rw", "w.x9"},
       {"fuse.rclone", "remote:", "rw", "rclo"},
       {"fuse.gvfsd-fuse", "gvfsd-fuse", "rw", "gvfs"},
       {"ceph", "10.0.0.1:6789:/", "rw", "ceph"},
       {"9p", "server", "rw,trans=tcp,port=564", "9p  "},
+      {"9p", "server", "rw,trans=rdma", "9p  "},
       {"9p", "hostshare", "rw,access=client,trans=virtio", ""},
       {"virtiofs", "share", "rw", ""},
       {"vboxsf", "share", "rw", ""},
       {"fuse", "/dev/fuse", "rw", ""},
       {"fuse", "file:///image", "rw", ""},
       {"fuse", "://x", "rw", ""},
-      {"fuse", "two words://x", "rw", ""},
+      {"fuse", "two\\040words://x", "rw", ""},
+      {"fuse", "a_b://x", "rw", ""},
+      {"fuse", "a~b://x", "rw", ""},
       {"fuse.bindfs", "/home", "rw", ""},
       {"fuseblk", "/dev/sdb1", "rw", ""},
       {"ext4", "http://server/", "rw", ""},
@@ -64,6 +71,19 @@ TEST_F(FileSystemTypeTests, ServersAndTheirKinds) {
     ASSERT_TRUE(table_->has("/v")) << kind.type;
     EXPECT_EQ(table_->media("/v"), kind.media) << kind.type << " " << kind.source;
     EXPECT_EQ(table_->isServed("/v"), *kind.media != '\0') << kind.type << " " << kind.source;
+  }
+}
+
+// Which may wait for them; so the references to their roots do not tell one item from another.
+TEST_F(FileSystemTypeTests, NeitherServersNorProgramsAreAskedAboutTheRoot) {
+  const std::pair<std::string, bool> types[] = {{"nfs", false},         {"cifs", false}, {"fuse.sshfs", false},
+                                                {"fuse.bindfs", false}, {"fuse", false}, {"fuseblk", true},
+                                                {"ext4", true}};
+  for (const auto& [type, isAsked] : types) {
+    table_.set({{.type = "ext4"}, {.point = table_.folder().path(), .type = type}});
+    const FSRef root = table_->rootReference(table_->at(table_.folder().path()));
+    EXPECT_EQ(root.identity().number != 0, isAsked) << type;
+    EXPECT_TRUE(root.identity().isFolder) << type;
   }
 }
 

@@ -1,7 +1,10 @@
 // Reading the kernel's table.
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <sys/statvfs.h>
 
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -51,6 +54,11 @@ TEST_F(MountTableTests, OptionalFieldsAreSkipped) {
   EXPECT_EQ(table_->flags("/c"), 0);
 }
 
+TEST_F(MountTableTests, AVolumeNeedNotHaveASource) {
+  table_.set({{}, {.point = "/none/a", .source = ""}, {.point = "/none/b"}});
+  EXPECT_EQ(table_->roots(), (Roots{"/", "/none/a", "/none/b"}));
+}
+
 TEST_F(MountTableTests, LinesThatAreNoneAreSkipped) {
   table_.setText(
       "1 0 8:1 / / rw - ext4 /dev/sda1 rw\n"
@@ -67,6 +75,22 @@ TEST_F(MountTableTests, WithoutATableThereIsTheStartUpVolume) {
   EXPECT_EQ(table_->roots(), Roots{"/"});
   EXPECT_GT(table_->info("/", kFSVolInfoSizes).totalBytes, 0U);
   EXPECT_EQ(VolumesHere({table_.folder() / "missing", "", ""}).roots(), Roots{"/"});
+  EXPECT_EQ(VolumesHere({table_.folder().path(), "", ""}).roots(), Roots{"/"}) << "a folder";
+  table_.set({{}, {.point = "/a"}});
+  EXPECT_EQ(table_->roots(), (Roots{"/", "/a"}));
+  std::filesystem::remove(table_.folder() / "mountinfo");
+  EXPECT_EQ(table_->roots(), Roots{"/"});
+}
+
+TEST_F(MountTableTests, AStartUpVolumeThatTheTableDoesNotHaveIsAskedForItsFacts) {
+  table_.set({{.point = "/proc"}});
+  struct stat root;
+  struct statvfs system;
+  ASSERT_EQ(::stat("/", &root), 0);
+  ASSERT_EQ(::statvfs("/", &system), 0);
+  EXPECT_EQ(table_->flags("/"), (system.f_flag & ST_RDONLY) != 0 ? kFSVolFlagSoftwareLockedMask : 0);
+  const FSRef moved({.device = root.st_dev, .number = 1}, "/proc");
+  EXPECT_EQ(table_.volumes().volumeHolding(moved), table_->at("/")) << "by its device";
 }
 
 }  // namespace

@@ -7,6 +7,8 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <filesystem>
+#include <iterator>
 #include <string>
 #include <thread>
 #include <utility>
@@ -43,13 +45,32 @@ TEST_F(MountWatchTests, TheHostMayCloseAllFiles) {
   EXPECT_EQ(test::inChild([&] {
               if (volumes_.has(place)) return 1;
               for (int file = 3; file < 1000; ++file) ::close(file);
-              const int other = ::open("/dev/null", O_RDONLY);
+              while (::open("/dev/null", O_RDONLY) < 100) {
+              }
               mounts_.memory("place");
               if (!volumes_.has(place)) return 2;
-              return ::fcntl(other, F_GETFD) >= 0 ? 0 : 3;
+              struct stat status;
+              for (int file = 3; file <= 100; ++file) {
+                if (::fstat(file, &status) != 0 || !S_ISCHR(status.st_mode)) return 3;
+              }
+              return 0;
             }),
             0);
   mounts_.unmount(place);
+}
+
+TEST_F(MountWatchTests, OneFileIsOpenHoweverOftenTheTableChanges) {
+  const auto openFiles = [] {
+    const std::filesystem::directory_iterator all("/proc/self/fd");
+    return std::distance(begin(all), end(all));
+  };
+  StandInTable table;
+  table.set({{}, {.point = "/none/a"}});
+  EXPECT_TRUE(table->has("/none/a"));
+  const auto before = openFiles();
+  table.set({{}, {.point = "/none/b"}});
+  EXPECT_TRUE(table->has("/none/b"));
+  EXPECT_EQ(openFiles(), before);
 }
 
 // The child has to read the table anew, and cannot.
@@ -83,6 +104,21 @@ TEST_F(MountWatchTests, AProcessWhoseRootIsAMereFolderHasAStartUpVolume) {
               if (volumes_.roots() != std::vector<std::string>{"/", "/inside"}) return 3;
               if (holderOf("/proc") != "/" || holderOf("/inside") != "/inside") return 4;
               return volumes_.info("/", kFSVolInfoSizes).totalBytes > 0 ? 0 : 5;
+            }),
+            0);
+  // One folder after the other on the same mount, which nothing but the root's identity tells.
+  std::filesystem::create_symlink("root/proc", memory + "/proc");
+  EXPECT_EQ(test::inChild([&] {
+              if (::chroot(memory.c_str()) != 0 || ::chdir("/") != 0) return 1;
+              if (!volumes_.has("/root/inside")) return 2;
+              if (::chroot("/root") != 0 || ::chdir("/") != 0) return 3;
+              return volumes_.has("/inside") ? 0 : 4;
+            }),
+            0);
+  mounts_.remountReadOnly(memory);
+  EXPECT_EQ(test::inChild([&] {
+              if (::chroot((memory + "/root").c_str()) != 0 || ::chdir("/") != 0) return 1;
+              return volumes_.flags("/") == kFSVolFlagSoftwareLockedMask ? 0 : 2;
             }),
             0);
   ::umount2(proc.c_str(), MNT_DETACH);

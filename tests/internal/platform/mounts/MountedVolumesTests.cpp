@@ -2,14 +2,17 @@
 
 #include <gtest/gtest.h>
 #include <sys/statvfs.h>
+#include <sys/sysmacros.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <filesystem>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "RealVolumes.h"
+#include "StandInTable.h"
 #include "support/ChildProcess.h"
 #include "support/ScratchFolder.h"
 
@@ -119,6 +122,23 @@ TEST_F(MountedVolumesTests, ASingleFileIsNoVolume) {
   EXPECT_EQ(holderOf(target), memory);
 }
 
+TEST_F(MountedVolumesTests, ASingleFileOfAServerInTheRootFolderIsNoVolume) {
+  const std::string memory = mounts_.memory("memory");
+  SKIP_WITHOUT(memory);
+  test::writeFile(memory + "/file", "");
+  std::filesystem::create_directory(memory + "/folder");
+  test::writeFile(memory + "/table",
+                  "1 0 0:1 / / rw - ext4 none rw\n"
+                  "2 1 0:2 /x /file rw - nfs server:/ rw\n"
+                  "3 1 0:2 /x /folder rw - nfs server:/ rw\n");
+  const VolumesHere volumes({.mountTable = "/table"});
+  EXPECT_EQ(test::inChild([&] {
+              if (::chroot(memory.c_str()) != 0 || ::chdir("/") != 0) return 1;
+              return volumes.roots() == std::vector<std::string>{"/", "/folder"} ? 0 : 2;
+            }),
+            0);
+}
+
 TEST_F(MountedVolumesTests, MountPointsMayHaveAnyName) {
   if (!mounts_.isPossible()) GTEST_SKIP() << mounts_.whyNot();
   for (const std::string name :
@@ -144,6 +164,9 @@ TEST_F(MountedVolumesTests, ItemsBelongToTheVolumeThatTheirPathLeadsTo) {
   EXPECT_EQ(holderOf(mounts_.store() + "/file-link"), mounts_.store());
   EXPECT_EQ(holderOf(card + "/../card/folder/.."), card);
   EXPECT_EQ(holderOf(card + "/.."), mounts_.store());
+  mounts_.mountAt(mounts_.folder("card/proc"), "proc", "proc", 0, "");
+  std::filesystem::create_symlink(card + "/proc", mounts_.store() + "/proc-link");
+  EXPECT_EQ(holderOf(mounts_.store() + "/proc-link/version"), card) << "what stores nothing is on the volume below";
 }
 
 TEST_F(MountedVolumesTests, AFolderOnABindMountIsNotOnTheOriginal) {
@@ -156,6 +179,8 @@ TEST_F(MountedVolumesTests, AFolderOnABindMountIsNotOnTheOriginal) {
   EXPECT_EQ(holderOf(bound + "/file"), bound);
   EXPECT_EQ(holderOf(card + "/folder/file"), card);
   EXPECT_EQ(holderOf(mounts_.store() + "/link/file"), bound);
+  std::filesystem::create_symlink(bound, card + "/link");
+  EXPECT_EQ(holderOf(card + "/link/file"), bound);
   EXPECT_NE(volumes_.at(bound), volumes_.at(card));
 }
 
@@ -216,6 +241,108 @@ TEST_F(MountedVolumesTests, OnlyWhatIsWantedIsFilled) {
   EXPECT_EQ(volumes_->FSGetVolumeInfo(0, 0, &actual, kFSVolInfoSizes, &info, nullptr, nullptr), nsvErr);
   EXPECT_EQ(volumes_->FSGetVolumeInfo(77, 1, &actual, kFSVolInfoSizes, &info, nullptr, nullptr), nsvErr);
   EXPECT_EQ(actual, 5);
+}
+
+// --- By a mount table that the test has written
+
+class StandInVolumesTests : public ::testing::Test {
+ protected:
+  std::string holderOf(dev_t device, const std::string& path) const {
+    const FSVolumeRefNum volume =
+        table_.volumes().volumeHolding(FSRef({.device = device, .number = 1}, stringOf(path)));
+    return volume != 0 ? table_->rootOf(volume) : "";
+  }
+
+  StandInTable table_;
+};
+
+TEST_F(StandInVolumesTests, WhatIsNotThereOrNotWantedIsNotFilled) {
+  table_.set({{}, {.point = "/none/v", .type = "nfs"}});
+  Volumes& volumes = table_.volumes();
+  const FSVolumeRefNum local = table_->at("/"), served = table_->at("/none/v");
+  GetVolParmsInfoBuffer parameters;
+  parameters.vMServerAdr = 7;
+  EXPECT_EQ(volumes.FSGetVolumeParms(77, &parameters, sizeof(parameters)), nsvErr);
+  EXPECT_TRUE(parameters.vMServerAdr == 7);
+  EXPECT_EQ(volumes.FSGetVolumeParms(served, nullptr, sizeof(parameters)), noErr);
+  std::size_t size = 7;
+  EXPECT_EQ(volumes.FSGetVolumeMountInfoSize(77, &size), nsvErr);
+  EXPECT_EQ(volumes.FSGetVolumeMountInfoSize(local, &size), paramErr);
+  EXPECT_EQ(size, 7U);
+  EXPECT_EQ(volumes.FSGetVolumeMountInfoSize(served, nullptr), noErr);
+  VolMountInfoHeader header{7, 7};
+  EXPECT_EQ(volumes.FSGetVolumeMountInfo(77, &header, sizeof(header)), nsvErr);
+  EXPECT_EQ(volumes.FSGetVolumeMountInfo(local, &header, sizeof(header)), paramErr);
+  EXPECT_EQ(volumes.FSGetVolumeMountInfo(served, &header, sizeof(header) - 1), paramErr);
+  EXPECT_EQ(header.length, 7);
+  EXPECT_EQ(volumes.FSGetVolumeMountInfo(served, nullptr, 0), noErr);
+  EXPECT_EQ(volumes.volumeRootedAt(nullptr), 0);
+}
+
+TEST_F(StandInVolumesTests, SizesThatCannotBeTold) {
+  const std::string folder = table_.folder().path(), closed = folder + "/closed";
+  test::writeFile(folder + "/file", "");
+  std::filesystem::create_directories(closed + "/inside");
+  table_.set({{}, {.point = folder + "/missing"}, {.point = folder + "/file/in-it"}, {.point = closed + "/inside"}});
+  const auto errorFor = [&](const std::string& root) {
+    FSVolumeInfo info{.flags = 7, .totalBytes = 8, .freeBytes = 9};
+    const OSErr error =
+        table_.volumes().FSGetVolumeInfo(table_->at(root), 0, nullptr, kFSVolInfoSizes, &info, nullptr, nullptr);
+    EXPECT_EQ(info.totalBytes, 8U) << root;
+    return error;
+  };
+  EXPECT_EQ(errorFor(folder + "/missing"), nsvErr);
+  EXPECT_EQ(errorFor(folder + "/file/in-it"), ioErr);
+  using std::filesystem::perms;
+  table_.openToAll();
+  std::filesystem::permissions(closed, perms::none);
+  EXPECT_EQ(test::asOrdinaryUser([&] { return errorFor(closed + "/inside") == afpAccessDenied ? 0 : 1; }), 0);
+  std::filesystem::permissions(closed, perms::owner_all);
+}
+
+TEST_F(StandInVolumesTests, AnItemThatIsNotThereIsOnTheVolumeWithTheLongestRootAboveIt) {
+  table_.set({{}, {.parent = 3, .point = "/none/a/inside"}, {.point = "/none/a"}, {.point = "/none/ab"}});
+  const std::pair<std::string, std::string> items[] = {{"/none/a", "/none/a"},
+                                                       {"/none/a/x", "/none/a"},
+                                                       {"/none/a/inside/x", "/none/a/inside"},
+                                                       {"/none/a/insider", "/none/a"},
+                                                       {"/none/ab/x", "/none/ab"},
+                                                       {"/none/abc", "/"},
+                                                       {"not absolute", ""}};
+  for (const auto& [path, root] : items) EXPECT_EQ(holderOf(0, path), root) << path;
+  EXPECT_EQ(holderOf(makedev(200, 200), "/"), "/") << "and what is there, when its device is not";
+}
+
+TEST_F(StandInVolumesTests, AnItemThatIsElsewhereNowIsOnTheVolumeOfItsDeviceThatIsNearest) {
+  const std::string folder = table_.folder().path();
+  for (const char* name : {"/far-far-away", "/a/b", "/a/x", "/elsewhere"}) {
+    std::filesystem::create_directories(folder + name);
+  }
+  std::vector<Line> lines{{.device = "0:1"},
+                          {.point = folder + "/far-far-away"},
+                          {.id = 8, .point = folder + "/a"},
+                          {.id = 9, .parent = 8, .point = folder + "/a/b"}};
+  const dev_t device = makedev(0, 77);
+  for (int order = 0; order < 2; ++order) {
+    table_.set(lines);
+    EXPECT_EQ(holderOf(device, folder + "/a/b"), folder + "/a/b");
+    EXPECT_EQ(holderOf(device, folder + "/a/x"), folder + "/a");
+    EXPECT_EQ(holderOf(device, folder + "/elsewhere"), folder + "/far-far-away") << "any of them";
+    std::swap(lines[2], lines[3]);
+  }
+}
+
+TEST_F(StandInVolumesTests, WhatAServersMountLiesOnTellsWhetherItIsASingleFile) {
+  const std::string folder = table_.folder().path(), file = folder + "/file";
+  test::writeFile(file, "");
+  std::filesystem::create_directory(folder + "/folder");
+  table_.set({{},
+              {.root = "/x", .point = file, .type = "nfs"},
+              {.root = "/x", .point = folder + "/folder", .type = "nfs"},
+              {.root = "/x", .point = "/none/unknown", .type = "nfs"}});
+  EXPECT_EQ(table_->roots(), (std::vector<std::string>{"/", folder + "/folder", "/none/unknown"}));
+  table_.set({{.root = "/x", .point = file, .type = "nfs"}});
+  EXPECT_TRUE(table_->has(file)) << "it lies on nothing";
 }
 
 }  // namespace

@@ -26,6 +26,7 @@ TEST(ReachabilityTests, Hidden) {
        {root, {.id = 2, .point = "/a"}, {.id = 3, .parent = 2, .point = "/a/b"}},
        {"/", "/a", "/a/b"}},
       {"the upper of two", {root, {.id = 2, .point = "/a"}, {.id = 3, .parent = 2, .point = "/a"}}, {"/", "/a"}},
+      {"twice at one place", {root, {.id = 2, .point = "/a"}, {.id = 3, .point = "/a"}}, {"/", "/a"}},
       {"in what lies under another",
        {root, {.id = 2, .point = "/a"}, {.id = 3, .parent = 2, .point = "/a/b"}, {.id = 4, .parent = 2, .point = "/a"}},
        {"/", "/a"}},
@@ -55,6 +56,8 @@ TEST(ReachabilityTests, Hidden) {
        {root, {.id = 2, .parent = 3, .point = "/a"}, {.id = 3, .parent = 2, .point = "/a/b"}, {.id = 4, .point = "/c"}},
        {"/", "/c"}},
       {"on itself", {root, {.id = 2, .parent = 2, .point = "/a"}}, {"/"}},
+      {"on a root on itself", {root, {.id = 2, .parent = 2}, {.id = 3, .parent = 2, .point = "/a"}}, {"/", "/a"}},
+      {"nowhere", {root, {.id = 2, .point = "ab/c"}}, {"/"}},
   };
   StandInTable table;
   for (const Case& one : cases) {

@@ -41,7 +41,13 @@ class StandInTable {
   }
 
   const VolumesHere* operator->() const { return volumes_.get(); }
+  Volumes& volumes() const { return *volumes_->operator->(); }
   const test::ScratchFolder& folder() const { return folder_; }
+  /// For what another user's process does with the folder and the table.
+  void openToAll() const {
+    std::filesystem::permissions(folder_.path(), std::filesystem::perms::all);
+    std::filesystem::permissions(folder_ / "mountinfo", std::filesystem::perms::all);
+  }
   VolumeSources sources() const { return {folder_ / "mountinfo", folder_ / "devices", folder_ / "labels"}; }
 
  private:

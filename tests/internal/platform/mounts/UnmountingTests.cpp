@@ -2,17 +2,28 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <linux/cdrom.h>
+#include <linux/filter.h>
+#include <linux/seccomp.h>
+#include <signal.h>
 #include <sys/inotify.h>
+#include <sys/prctl.h>
 #include <sys/stat.h>
 #include <sys/statvfs.h>
+#include <sys/syscall.h>
 #include <sys/sysmacros.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
+#include <cerrno>
+#include <cstddef>
 #include <cstdlib>
 #include <filesystem>
+#include <iterator>
 #include <string>
 
 #include "RealVolumes.h"
+#include "StandInTable.h"
 #include "support/ChildProcess.h"
 #include "support/ScratchFolder.h"
 
@@ -23,6 +34,17 @@ class UnmountingTests : public RealVolumes {
  protected:
   OSErr unmount(const std::string& root) { return volumes_->FSUnmountVolumeSync(volumes_.at(root)); }
   bool unmountAndEject(const std::string& root) { return volumes_->unmountAndEjectDeviceAtPath(stringOf(root)); }
+
+  // The devices as the kernel lists them, with what a test says of the one with those numbers. It has no name without a
+  // drive.
+  std::string devicesWith(dev_t numbers, const std::string& removable, const std::string& drive) const {
+    const std::string devices = mounts_.folder("devices"), device = mounts_.folder("device");
+    const std::string link = devices + "/" + std::to_string(major(numbers)) + ":" + std::to_string(minor(numbers));
+    if (!std::filesystem::exists(link)) std::filesystem::create_symlink(device, link);
+    test::writeFile(device + "/removable", removable + "\n");
+    test::writeFile(device + "/uevent", "MAJOR=7\n" + (drive.empty() ? "" : "DEVNAME=.." + drive + "\n"));
+    return devices;
+  }
 };
 
 TEST_F(UnmountingTests, RootUnmounts) {
@@ -32,6 +54,26 @@ TEST_F(UnmountingTests, RootUnmounts) {
   EXPECT_FALSE(volumes_.has(disk));
   EXPECT_EQ(holderOf(disk), mounts_.store());
   EXPECT_EQ(unmount(disk), nsvErr);
+}
+
+TEST_F(UnmountingTests, RootNeedsNoPrograms) {
+  const std::string memory = mounts_.memory("memory");
+  SKIP_WITHOUT(memory);
+  EXPECT_EQ(test::inChild([&] {
+              ::setenv("PATH", mounts_.folder("no-programs").c_str(), 1);
+              return unmount(memory) == noErr ? 0 : 1;
+            }),
+            0);
+}
+
+TEST_F(UnmountingTests, WhatIsStillThereAfterwardsIsInUse) {
+  const std::string memory = mounts_.memory("memory");
+  SKIP_WITHOUT(memory);
+  StandInTable table;
+  table.set({{}, {.point = memory}});
+  EXPECT_EQ(table.volumes().FSUnmountVolumeSync(table->at(memory)), fBsyErr);
+  EXPECT_FALSE(volumes_.has(memory));
+  EXPECT_EQ(table.volumes().FSUnmountVolumeSync(table->at(memory)), nsvErr) << "nothing is mounted there";
 }
 
 TEST_F(UnmountingTests, ByPath) {
@@ -115,11 +157,7 @@ TEST_F(UnmountingTests, AMediumIsEjectedUnlessItsDiskIsStillInUse) {
   const std::string bound = mounts_.bind(disk, mounts_.folder("bound")), drive = mounts_.store() + "/drive";
   struct stat status;
   ASSERT_EQ(::stat(disk.c_str(), &status), 0);
-  const std::string devices = mounts_.folder("devices"), device = mounts_.folder("device");
-  std::filesystem::create_symlink(
-      device, devices + "/" + std::to_string(major(status.st_dev)) + ":" + std::to_string(minor(status.st_dev)));
-  test::writeFile(device + "/removable", "1\n");
-  test::writeFile(device + "/uevent", "MAJOR=7\nDEVNAME=.." + drive + "\n");
+  const std::string devices = devicesWith(status.st_dev, "1", drive);
   test::writeFile(drive, "");
   const int notices = ::inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
   ASSERT_GE(::inotify_add_watch(notices, drive.c_str(), IN_OPEN), 0);
@@ -131,6 +169,47 @@ TEST_F(UnmountingTests, AMediumIsEjectedUnlessItsDiskIsStillInUse) {
   EXPECT_TRUE(volumes->unmountAndEjectDeviceAtPath(stringOf(disk)));
   EXPECT_GT(::read(notices, notice, sizeof(notice)), 0);
   ::close(notices);
+}
+
+// From here on the process ends with this status when a drive is asked to give its medium out.
+constexpr int kEjects = 42;
+bool endWhereADriveEjects() {
+  sock_filter steps[] = {
+      BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
+      BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, __NR_ioctl, 0, 3),
+      BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, args[1])),
+      BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, CDROMEJECT, 0, 1),
+      BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_TRAP),
+      BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW),
+  };
+  const sock_fprog filter{std::size(steps), steps};
+  ::signal(SIGSYS, [](int) { ::_exit(kEjects); });
+  return ::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0 && ::prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &filter) == 0;
+}
+
+TEST_F(UnmountingTests, TheDriveOfAMediumThatCanBeTakenOutIsAskedToEject) {
+  const std::string place = this->place(), node = place + "-node", drive = place + "-drive";
+  SKIP_WITHOUT(place);
+  const dev_t numbers = makedev(8, 200);
+  if (::mknod(node.c_str(), S_IFBLK | 0600, numbers) != 0) GTEST_SKIP() << "no right to make a device";
+  if (test::inChild([] { return endWhereADriveEjects() ? 0 : 1; }) != 0) GTEST_SKIP() << "no filters of system calls";
+  test::writeFile(drive, "");
+  const struct {
+    const char* removable;
+    std::string drive;
+    int status;
+  } cases[] = {{"1", drive, kEjects}, {"0", drive, 0}, {"1", "", 0}};
+  for (const auto& one : cases) {
+    mounts_.mountAt(place, "/dev/.." + node, "tmpfs", 0, "");
+    const VolumesHere volumes({.devices = devicesWith(numbers, one.removable, one.drive)});
+    EXPECT_EQ(test::inChild([&] {
+                if (!endWhereADriveEjects()) return 1;
+                return volumes->unmountAndEjectDeviceAtPath(stringOf(place)) ? 0 : 2;
+              }),
+              one.status)
+        << one.removable << " " << one.drive;
+    EXPECT_FALSE(volumes_.has(place));
+  }
 }
 
 TEST_F(UnmountingTests, HelpersDoNotTalkToTheHost) {
@@ -207,6 +286,104 @@ TEST_F(UnmountingTests, AServiceThatDoesNotKnowTheMountChangesNothing) {
   SKIP_WITHOUT(disk);
   EXPECT_EQ(test::asOrdinaryUser([&] { return unmount(disk) == permErr ? 0 : 1; }), 0);
   EXPECT_TRUE(volumes_.has(disk));
+}
+
+// --- Which programs are asked, and how: stand-ins that write it down
+
+class UnmountingProgramTests : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    for (const char* name : {"umount", "fusermount3", "fusermount", "udisksctl"}) {
+      setProgram(name, "echo \"${0##*/} $*\" >>'" + said() + "'");
+    }
+  }
+
+  void setProgram(const std::string& name, const std::string& script) const {
+    const std::string folder = table_.folder() / "programs", path = folder + "/" + name;
+    std::filesystem::create_directories(folder);
+    std::filesystem::permissions(folder, std::filesystem::perms::all);
+    test::writeFile(path, "#!/bin/sh\n" + script + "\n");
+    std::filesystem::permissions(path, std::filesystem::perms::all);
+  }
+  std::string said() const { return table_.folder() / "said"; }
+
+  // In a process that finds no programs but the stand-ins.
+  OSErr unmountThere(const std::string& root) const {
+    ::setenv("PATH", (table_.folder() / "programs").c_str(), 1);
+    return table_.volumes().FSUnmountVolumeSync(table_->at(root));
+  }
+  void setLine(const Line& line) {
+    table_.set({{}, line});
+    table_.openToAll();
+  }
+
+  StandInTable table_;
+};
+
+TEST_F(UnmountingProgramTests, EachThatMayHelpIsAskedInTurn) {
+  const struct {
+    const char* type;
+    const char* source;
+    const char* programs;
+  } cases[] = {
+      {"tmpfs", "tmpfs", "umount /none/v\n"},
+      {"ext4", "/dev/none1", "umount /none/v\nudisksctl unmount --no-user-interaction -b /dev/none1\n"},
+      {"fuse.sshfs", "me@server:", "umount /none/v\nfusermount3 -u /none/v\nfusermount -u /none/v\n"},
+  };
+  for (const auto& one : cases) {
+    setLine({.point = "/none/v", .type = one.type, .source = one.source});
+    EXPECT_EQ(test::asOrdinaryUser([&] { return unmountThere("/none/v") == permErr ? 0 : 1; }), 0) << one.type;
+    EXPECT_EQ(test::contentsOf(said()), one.programs);
+    std::filesystem::remove(said());
+  }
+}
+
+TEST_F(UnmountingProgramTests, RootAsksThemForWhatAProgramServesUnlessItIsADisk) {
+  if (::geteuid() != 0) GTEST_SKIP() << "only for root";
+  setLine({.point = "/none/v", .type = "fuseblk"});
+  EXPECT_EQ(test::inChild([&] { return unmountThere("/none/v") == nsvErr ? 0 : 1; }), 0);
+  EXPECT_FALSE(std::filesystem::exists(said()));
+  setLine({.point = "/none/v", .type = "fuse.sshfs"});
+  EXPECT_EQ(test::inChild([&] { return unmountThere("/none/v") == ioErr ? 0 : 1; }), 0);
+  EXPECT_EQ(test::contentsOf(said()),
+            "umount --no-canonicalize /none/v\nfusermount3 -u /none/v\nfusermount -u /none/v\n");
+}
+
+// The two signals that the C library keeps to itself, 32 and 33, are left out.
+TEST_F(UnmountingProgramTests, TheyGetNothingOfTheHostButItsEnvironmentInEnglish) {
+  setProgram("umount",
+             "PATH=/usr/bin:/bin\n{ readlink /proc/self/fd/0\n tr '\\0' '\\n' </proc/$$/environ | grep -E "
+             "'^(LC_ALL|ZT_HOST)='\n} >'" +
+                 said() + "'\nexec sed -nE 's/^(Sig(Blk|Ign)):.*[08]0000000$/\\1 none/p' /proc/self/status >>'" +
+                 said() + "'");
+  setLine({.point = "/none/v"});
+  EXPECT_EQ(test::asOrdinaryUser([&] {
+              ::setenv("LC_ALL", "ja_JP.UTF-8", 1);
+              ::setenv("ZT_HOST", "here", 1);
+              ::dup2(::open("/dev/zero", O_RDONLY), 0);
+              ::signal(SIGINT, SIG_IGN);
+              sigset_t blocked;
+              ::sigemptyset(&blocked);
+              ::sigaddset(&blocked, SIGTERM);
+              ::sigprocmask(SIG_BLOCK, &blocked, nullptr);
+              return unmountThere("/none/v") == permErr ? 0 : 1;
+            }),
+            0);
+  EXPECT_EQ(test::contentsOf(said()), "/dev/null\nLC_ALL=C\nZT_HOST=here\nSigBlk none\nSigIgn none\n");
+}
+
+TEST_F(UnmountingProgramTests, NoneOfThemIsLeftAndTheChildrenOfTheHostAreItsOwn) {
+  setLine({.point = "/none/v"});
+  EXPECT_EQ(test::asOrdinaryUser([&] {
+              if (unmountThere("/none/v") != permErr) return 1;
+              if (::waitpid(-1, nullptr, WNOHANG) >= 0 || errno != ECHILD) return 2;
+              std::filesystem::remove(table_.folder() / "programs/umount");
+              const pid_t child = test::startChild([] { return 7; });
+              if (unmountThere("/none/v") != permErr) return 3;
+              int status = 0;
+              return ::waitpid(child, &status, 0) == child && WEXITSTATUS(status) == 7 ? 0 : 4;
+            }),
+            0);
 }
 
 }  // namespace

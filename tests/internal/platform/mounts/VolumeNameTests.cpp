@@ -2,11 +2,16 @@
 
 #include <gtest/gtest.h>
 #include <sched.h>
+#include <sys/stat.h>
+#include <sys/sysmacros.h>
 #include <unistd.h>
 
+#include <filesystem>
 #include <string>
+#include <utility>
 
 #include "RealVolumes.h"
+#include "StandInTable.h"
 #include "support/ChildProcess.h"
 #include "support/ScratchFolder.h"
 
@@ -26,6 +31,61 @@ TEST_F(VolumeNameTests, TheLabelIsTheName) {
   SKIP_WITHOUT(plain);
   EXPECT_EQ(volumes_.name(plain), "No Label");
   EXPECT_FALSE(volumes_.name("/").empty());
+}
+
+TEST_F(VolumeNameTests, TheSystemListsDevicesByLabel) {
+  StandInTable table;
+  const auto makeNode = [&](const char* name, mode_t type, unsigned number) {
+    return ::mknod((table.folder() / name).c_str(), type | 0600, makedev(8, number));
+  };
+  if (makeNode("disk", S_IFBLK, 17) != 0) GTEST_SKIP() << "no right to make a device";
+  ASSERT_EQ(makeNode("other-disk", S_IFBLK, 18), 0);
+  ASSERT_EQ(makeNode("no-disk", S_IFCHR, 17), 0);
+  const std::string labels = table.folder() / "labels";
+  std::filesystem::create_directory(labels);
+  const auto link = [&](const std::string& name, const char* node) {
+    std::filesystem::create_symlink(table.folder() / node, labels + "/" + name);
+  };
+  link("other", "other-disk");
+  link("wrong", "no-disk");
+  link("gone", "missing");
+  table.set({{}, {.device = "8:17", .point = "/none/Place"}});
+  EXPECT_EQ(table->name("/none/Place"), "Place");
+  const std::pair<std::string, std::string> names[] = {{"Card", "Card"},           {"Card\\x201", "Card 1"},
+                                                       {"a\\x2fb\\x2Fc", "a/b/c"}, {"\\xe3\\x81\\x82", "\xE3\x81\x82"},
+                                                       {"\xC3\xA9", "\xC3\xA9"},   {"x\\x4", "x\\x4"},
+                                                       {"\\y41", "\\y41"},         {".Card", ".Card"}};
+  for (const auto& [name, label] : names) {
+    link(name, "disk");
+    EXPECT_EQ(table->name("/none/Place"), label);
+    std::filesystem::remove(labels + "/" + name);
+  }
+}
+
+TEST_F(VolumeNameTests, WhoMayReadTheDeviceFindsTheLabelThere) {
+  const std::string disk = mounts_.disk({.type = "ext4", .format = "-L 'Card 1'"});
+  SKIP_WITHOUT(disk);
+  struct stat status;
+  ASSERT_EQ(::stat(disk.c_str(), &status), 0);
+  const std::string device = "/dev/loop" + std::to_string(minor(status.st_dev));
+  StandInTable table;
+  table.set({{},
+             {.point = "/none/A", .source = device},
+             {.point = "/none/B", .source = "/dev/null"},
+             {.point = "/none/C", .source = mounts_.store() + "/ext4.image"}});
+  EXPECT_EQ(table->name("/none/A"), "Card 1");
+  EXPECT_EQ(table->name("/none/B"), "B");
+  EXPECT_EQ(table->name("/none/C"), "C") << "no device";
+}
+
+TEST_F(VolumeNameTests, WhatMayWaitForAServerIsNotAsked) {
+  const std::string disk = mounts_.disk({.type = "ext4", .name = "place", .format = "-L 'Card 1'"});
+  SKIP_WITHOUT(disk);
+  StandInTable table;
+  table.set({{}, {.point = disk}});
+  EXPECT_EQ(table->name(disk), "Card 1");
+  table.set({{}, {.point = disk, .type = "nfs"}});
+  EXPECT_EQ(table->name(disk), "place");
 }
 
 TEST_F(VolumeNameTests, TheStartUpVolumeWithoutALabelHasTheNameOfTheMachine) {

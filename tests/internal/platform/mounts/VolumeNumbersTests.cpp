@@ -59,10 +59,15 @@ TEST_F(VolumeNumbersTests, StayForAStartUpVolumeThatTheTableDoesNotHave) {
 // The kernel does give the identifiers of mounts again.
 TEST_F(VolumeNumbersTests, AreNewForAnotherMountWithTheSameIdentifier) {
   const Line root, here{.id = 5, .point = "/here"};
-  const FSVolumeRefNum number = numberAfter({root, here}, "/here");
-  EXPECT_NE(numberAfter({root, {.id = 5, .device = "0:78", .point = "/here"}}, "/here"), number);
-  EXPECT_NE(numberAfter({root, {.id = 5, .root = "/folder", .point = "/here", .type = "nfs"}}, "/here"), number);
-  EXPECT_NE(numberAfter({root, {.id = 5, .point = "/here", .source = "other"}}, "/here"), number);
+  const Line others[] = {{.id = 5, .device = "0:78", .point = "/here"},
+                         {.id = 5, .root = "/folder", .point = "/here"},
+                         {.id = 5, .point = "/here", .type = "nfs"},
+                         {.id = 5, .point = "/here", .source = "other"}};
+  for (const Line& other : others) {
+    const FSVolumeRefNum number = numberAfter({root, here}, "/here");
+    EXPECT_NE(numberAfter({root, other}, "/here"), number)
+        << other.device << " " << other.root << " " << other.type << " " << other.source;
+  }
 }
 
 TEST_F(VolumeNumbersTests, StayWhileTheVolumeIsHidden) {

@@ -193,6 +193,7 @@ TEST_F(SSHTests, IsAVolumeOfItsKindAndIsUnmounted) {
   EXPECT_EQ(volumes_.media(root_), "ssh ");
   EXPECT_EQ(volumes_.name(root_), "ssh-mount");
   EXPECT_EQ(holderOf(root_ + "/folder/file"), root_);
+  EXPECT_EQ(holderOf(root_ + "/../pid"), mounts_.store());
   const int open = ::open((root_ + "/folder/file").c_str(), O_RDONLY | O_CLOEXEC);
   EXPECT_EQ(volumes_->FSUnmountVolumeSync(volumes_.at(root_)), fBsyErr);
   ::close(open);

@@ -37,12 +37,20 @@ TEST_F(WithoutUnicodeTests, SearchesGoUnitByUnit) {
   EXPECT_TRUE(containsString(u"\u65E5\u672C", u"\u672C"));
   EXPECT_FALSE(containsString(u"caf\u00E9", u"e\u0301"));
   EXPECT_TRUE(containsString_options(u"\u65E5X", u"\u65E5x", NSCaseInsensitiveSearch));
+  EXPECT_FALSE(containsString_options(u"\u65E5X", u"\u672Cx", NSCaseInsensitiveSearch));
   EXPECT_FALSE(containsString_options(u"\u00C9", u"\u00E9", NSCaseInsensitiveSearch));
 }
 
 TEST_F(WithoutUnicodeTests, CaseMapsASCIIOnly) {
-  EXPECT_EQ(Ref<NSString>(u"aB\u00C9\u65E5")->lowercaseString()->utf16(), u"ab\u00C9\u65E5");
-  EXPECT_EQ(Ref<NSString>(u"aB\u00E9\u65E5")->uppercaseString()->utf16(), u"AB\u00E9\u65E5");
+  EXPECT_EQ(Ref<NSString>(u"aB1[\u00C9\u65E5")->lowercaseString()->utf16(), u"ab1[\u00C9\u65E5");
+  EXPECT_EQ(Ref<NSString>(u"aB1[\u00E9\u65E5")->uppercaseString()->utf16(), u"AB1[\u00E9\u65E5");
+}
+
+TEST_F(WithoutUnicodeTests, FoldingKeepsAllButTheCaseOfASCII) {
+  std::u16string folded = u">";
+  none_.fold(u"aB\u00C9", kFoldCase, folded);
+  none_.fold(u"aB\u00C9", 0, folded);
+  EXPECT_EQ(folded, u">ab\u00C9aB\u00C9");
 }
 
 TEST_F(WithoutUnicodeTests, CharsetsWithTablesAreUnknown) {

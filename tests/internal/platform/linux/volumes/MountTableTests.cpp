@@ -16,7 +16,7 @@ constexpr std::string_view kTable =
     "33 22 0:28 / /broken rw\n"
     "34 22 0:29 / /broken rw - tmpfs\n"
     "\n"
-    "35 22 0:30 / /x\\04y\\0 rw - - none rw\n";
+    "35 22 0:30 / /x\\04y\\04/0123\\0 rw - - none rw\n";
 
 TEST(MountTableTests, EachLineIsAMountAndBrokenOnesAreNone) {
   const auto mounts = parseMountTable(kTable);
@@ -28,7 +28,7 @@ TEST(MountTableTests, EachLineIsAMountAndBrokenOnesAreNone) {
   EXPECT_EQ(mounts[1].source, "/dev/sd b");
   EXPECT_EQ(mounts[2].type, "nfs");
   EXPECT_EQ(mounts[2].source, "server:/export");
-  EXPECT_EQ(mounts[4].mountPoint, "/x\\04y\\0");
+  EXPECT_EQ(mounts[4].mountPoint, "/x\\04y\\04/0123\\0");
   EXPECT_EQ(mounts[4].type, "-");
   EXPECT_TRUE(parseMountTable("").empty());
 }
@@ -41,6 +41,7 @@ TEST(MountTableTests, APathLiesOnTheInnermostMountAndTheLastOfThose) {
   EXPECT_EQ(mountHolding(mounts, "/media/a")->type, "tmpfs");
   EXPECT_EQ(mountHolding(mounts, "/media/a/b")->type, "tmpfs");
   EXPECT_EQ(mountHolding({}, "/"), nullptr);
+  EXPECT_EQ(mountHolding({{"/a/b", "xfs", ""}, {"/a", "ext4", ""}}, "/a/b/c")->type, "xfs");
 }
 
 TEST(MountTableTests, ThisProcessHasARoot) {
