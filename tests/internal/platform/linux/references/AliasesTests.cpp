@@ -14,7 +14,6 @@
 #include <filesystem>
 #include <sstream>
 #include <thread>
-#include <utility>
 
 #include "internal/platform/linux/references/CardOfACamera.h"
 #include "platform/linux/references/AliasRecord.h"
@@ -371,24 +370,9 @@ class AliasesOfVolumes : public testing::Test {
     writeFile(file, "text");
   }
 
-  /// Has the mount table of this process say so of the volume, from now on.
-  void pretendType(const std::string& type) {
-    static constexpr std::string_view kReal = " - tmpfs ";
-    std::istringstream real(realTable);
-    std::string table;
-    for (std::string line; std::getline(real, line); table.append(line).append("\n")) {
-      if (line.find(" " + root + " ") == std::string::npos) continue;
-      line.replace(line.find(kReal), kReal.size(), " - " + type + " ");
-    }
-    writeFile(mounts.store() + "/table", table);
-    if (!std::exchange(isTableFalse, true)) mounts.bind(mounts.store() + "/table", "/proc/self/mountinfo");
-  }
-
   PrivateMounts mounts;
   const std::string root = mounts.memory("outer/volume");
   const std::string file = root + "/near/by/file";
-  const std::string realTable = contentsOf("/proc/self/mountinfo").value_or("");
-  bool isTableFalse = false;
 };
 
 TEST_F(AliasesOfVolumes, InSeveralPlacesTheOldOneCounts) {
@@ -459,7 +443,7 @@ TEST_F(AliasesOfVolumes, ASearchStaysOnTheVolume) {
 TEST_F(AliasesOfVolumes, TheRootOfAVolumeMayBeTheRootOfAProcess) {
   fs::create_directory(root + "/proc");
   mounts.bind("/proc", root + "/proc");
-  const KeptAlias ofFile = aliasOf(file), ofRoot = aliasOf(root);
+  const KeptAlias ofFile = aliasOf(file), ofRoot = aliasOf(root, true);
   const auto work = [&]() -> int {
     if (::chroot(root.c_str()) != 0 || ::chdir("/") != 0) return 1;
     if (resolve(ofFile).path != "/near/by/file" || resolve(ofRoot).path != "/") return 2;
@@ -475,27 +459,64 @@ TEST_F(AliasesOfVolumes, TheRootOfAVolumeMayBeTheRootOfAProcess) {
   };
   ASSERT_EQ(inChild(work), 0);
   EXPECT_EQ(resolve(keptAlias(contentsOf(root + "/alias of file").value())).path, file);
+  writeFile(root + "/new", "edited");
+  fs::rename(root + "/new", file);
+  EXPECT_EQ(resolve(keptAlias(contentsOf(root + "/alias of file").value())).path, file) << "its successor";
   EXPECT_EQ(resolve(keptAlias(contentsOf(root + "/alias of root").value())).path, root);
 }
 
-TEST_F(AliasesOfVolumes, WhereNumbersSayNothingNoItemIsLookedForByThem) {
+/// Has the mount table of this process tell another type of what is mounted at `root`.
+class PretendedType {
+ public:
+  PretendedType(PrivateMounts& mounts, const std::string& root, const std::string& type) : mounts_(mounts) {
+    std::istringstream real(contentsOf(kTable).value());
+    std::string table;
+    for (std::string line; std::getline(real, line); table.append(line).append("\n")) {
+      if (line.find(" " + root + " ") == std::string::npos) continue;
+      const std::size_t start = line.find(" - ") + 3;
+      line.replace(start, line.find(' ', start) - start, type);
+    }
+    writeFile(mounts.store() + "/table", table);
+    mounts.bind(mounts.store() + "/table", kTable);
+  }
+  PretendedType(const PretendedType&) = delete;
+  PretendedType& operator=(const PretendedType&) = delete;
+  ~PretendedType() { mounts_.unmount(kTable, MNT_DETACH); }
+
+ private:
+  static constexpr char kTable[] = "/proc/self/mountinfo";
+  PrivateMounts& mounts_;
+};
+
+void expectFoundByNumberWhereThatSaysSomething(PrivateMounts& mounts, const std::string& root, bool hasBirth) {
   struct Kind {
     const char* type;
     bool isFoundByDate;
     bool isFoundByNumber;
   };
+  writeFile(root + "/file", "text");
   for (const Kind& kind : {Kind{"ext4", true, true}, Kind{"fusectl", true, true}, Kind{"vfat", true, false},
                            Kind{"msdos", true, false}, Kind{"exfat", true, false}, Kind{"fuseblk", true, false},
                            Kind{"fuse", false, false}, Kind{"fuse.sshfs", false, false}}) {
-    pretendType(kind.type);
-    const KeptAlias alias = aliasOf(file);
-    const bool hasBirth = detail::decodeAlias(alias.bytes())->item.identity.hasBirth;
+    const PretendedType type(mounts, root, kind.type);
+    const KeptAlias alias = aliasOf(root + "/file");
     const bool isFound = hasBirth ? kind.isFoundByDate : kind.isFoundByNumber;
-    fs::rename(file, root + "/far/moved");
-    EXPECT_EQ(resolve(alias).error, isFound ? noErr : fnfErr) << kind.type;
-    EXPECT_EQ(resolve(alias).path, isFound ? root + "/far/moved" : "") << kind.type;
-    fs::rename(root + "/far/moved", file);
+    fs::rename(root + "/file", root + "/moved");
+    EXPECT_EQ(resolve(alias).path, isFound ? root + "/moved" : "") << kind.type;
+    fs::rename(root + "/moved", root + "/file");
   }
+}
+
+TEST_F(AliasesOfVolumes, NumbersWithDatesSaySomethingButToUserPrograms) {
+  if (!detail::decodeAlias(aliasOf(file).bytes())->item.identity.hasBirth) GTEST_SKIP() << "no dates of birth here";
+  expectFoundByNumberWhereThatSaysSomething(mounts, root, true);
+}
+
+TEST(AliasesWithoutDatesTests, NumbersSaySomethingWhereFileSystemsKeepThem) {
+  PrivateMounts mounts;
+  const std::string root = mounts.disk({.type = "ext4", .format = "-I 128"});
+  if (root.empty()) GTEST_SKIP() << mounts.whyNot();
+  expectFoundByNumberWhereThatSaysSomething(mounts, root, false);
 }
 
 // --- On any
