@@ -110,6 +110,12 @@ TEST_F(BundleTests, AProgramOutsideABundleHasItsFolder) {
   }
 }
 
+TEST_F(BundleTests, AProgramMayBeCalledLikeOneThatIsGone) {
+  const std::string program = bundle("Viewer.app") + "/Contents/Linux/viewer (deleted)";
+  fs::copy_file(ZT_TEST_BUNDLES "/Host", program);
+  EXPECT_EQ(linesOf(program).at(2), program);
+}
+
 TEST_F(BundleTests, AProgramThatIsGoneHasTheBundleThatItWasIn) {
   const std::string path = bundle("Viewer.app", info({{"CFBundleIdentifier", "org.example.viewer"}}));
   const std::string program = path + "/Contents/Linux/viewer";

@@ -70,8 +70,7 @@ void putOrigin() {
 // The host may put another file in the place of standard error at any time; asking for every line would cost a fifth of
 // the line.
 void refresh(time_t second) {
-  static const bool watched = (watchForks(), true);
-  static_cast<void>(watched);
+  [[maybe_unused]] static const bool watched = (watchForks(), true);
   context.second = second;
   context.mayLoseReader = mayLoseItsReader();
   putDate(second);

@@ -111,7 +111,7 @@ class Reader {
 
   // The field `tag`, which must come next.
   std::string_view field(Field tag) {
-    isGood_ = number<std::uint16_t>() == static_cast<std::uint16_t>(tag) && isGood_;
+    expect(number<std::uint16_t>() == static_cast<std::uint16_t>(tag));
     return bytes(number<std::uint16_t>());
   }
 

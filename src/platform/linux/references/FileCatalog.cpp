@@ -46,9 +46,8 @@ UTCDateTime createDate(const struct statx& status) {
 // Attributes are not counted in blocks; what one takes is reckoned in whole
 // ones.
 void fillResourceSizes(const ItemPlace& place, FSCatalogInfo& info) {
-  const ssize_t size = detail::isFolder(place.status) || detail::isLink(place.status)
-                           ? 0
-                           : ::lgetxattr(place.path.c_str(), kResourceAttribute, nullptr, 0);
+  const ssize_t size =
+      detail::isFolder(place.status) ? 0 : ::lgetxattr(place.path.c_str(), kResourceAttribute, nullptr, 0);
   info.rsrcLogicalSize = size > 0 ? static_cast<std::uint64_t>(size) : 0;
   info.rsrcPhysicalSize = (info.rsrcLogicalSize + kBlock - 1) / kBlock * kBlock;
 }

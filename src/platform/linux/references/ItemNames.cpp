@@ -59,8 +59,9 @@ int renameCautiously(const Renaming& names) {
 int renameWithoutReplacing(const Renaming& names) {
   const int error =
       errorOf(::renameat2(names.folder, names.from.c_str(), names.folder, names.to.c_str(), RENAME_NOREPLACE));
-  const bool isOnlyRemembered = error == EEXIST && !isTaken(names);
-  return error == EINVAL || error == ENOSYS || error == ENOTSUP || isOnlyRemembered ? renameCautiously(names) : error;
+  // A name that is told to be taken may be one that is only remembered.
+  const bool isCertain = error != EINVAL && error != ENOSYS && error != ENOTSUP && error != EEXIST;
+  return isCertain ? error : renameCautiously(names);
 }
 
 // Whether an entry has exactly this name, in every letter.

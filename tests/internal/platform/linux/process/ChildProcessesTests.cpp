@@ -6,6 +6,7 @@
 
 #include <future>
 
+#include "internal/platform/linux/process/SystemCallFilter.h"
 #include "support/ChildProcess.h"
 
 namespace ZtFoundation::test {
@@ -25,10 +26,29 @@ TEST(ChildProcesses, AProcessWithoutAHandleIsLookedForByItsNumber) {
   EXPECT_FALSE(process.isRunning());
 }
 
+TEST(ChildProcesses, AProcessOfAnotherUserIsThereToo) {
+  EXPECT_EQ(asOrdinaryUser([] {
+              detail::WatchedProcess process;
+              process.watch(::getppid(), detail::FileDescriptor());
+              return process.isRunning() ? 0 : 1;
+            }),
+            0);
+}
+
 TEST(ChildProcesses, WhatCannotBeStartedTellsTheReason) {
   std::string failure;
   EXPECT_FALSE(service<ChildProcesses>().start("/missing", {}, &failure));
   EXPECT_EQ(failure, "No such file or directory");
+}
+
+TEST(ChildProcesses, AReasonThatNobodyKnowsTellsItsNumber) {
+  const int status = inChild([] {
+    std::string failure;
+    if (!takeAway(SYS_execve, 4000)) return 77;
+    return !service<ChildProcesses>().start("/bin/true", {}, &failure) && failure == "error 4000" ? 0 : 1;
+  });
+  if (status == 77) GTEST_SKIP() << "this process may not filter its system calls";
+  EXPECT_EQ(status, 0);
 }
 
 }  // namespace

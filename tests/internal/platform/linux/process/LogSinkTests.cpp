@@ -92,6 +92,36 @@ TEST(LogSink, WritesTimeProcessThreadAndText) {
   EXPECT_EQ(parts[3], std::to_string(gettid()));
 }
 
+// A thread looks at the name before its first line.
+TEST(LogSink, ANameThatWouldDisturbTheLineIsMadeHarmless) {
+  char name[] = "a\nb\x1B\x7F\x1F \xC3\xA4";
+  char* const saved = program_invocation_short_name;
+  CapturedStandardError capture;
+  program_invocation_short_name = name;
+  std::thread([] { LogSink::production().write("text"); }).join();
+  program_invocation_short_name = saved;
+  EXPECT_NE(capture.finish().find(" a?b??? \xC3\xA4["), std::string::npos);
+}
+
+std::int64_t millisecondsNow() {
+  timespec now{};
+  clock_gettime(CLOCK_REALTIME, &now);
+  return std::int64_t{now.tv_sec} * 1000 + now.tv_nsec / 1'000'000;
+}
+
+TEST(LogSink, TellsTheTimeInMilliseconds) {
+  const std::int64_t before = millisecondsNow();
+  const std::string line = logged("x");
+  const std::int64_t after = millisecondsNow();
+  tm fields{};
+  const char* const rest = strptime(line.c_str(), "%Y-%m-%d %H:%M:%S.", &fields);
+  ASSERT_NE(rest, nullptr);
+  fields.tm_isdst = -1;
+  const std::int64_t told = std::int64_t{mktime(&fields)} * 1000 + std::stoi(rest);
+  EXPECT_GE(told, before);
+  EXPECT_LE(told, after);
+}
+
 TEST(LogSink, TellsLocalTime) {
   const time_t before = time(nullptr);
   const std::string line = logged("x");
@@ -142,6 +172,19 @@ TEST(LogSink, LinesStayWholeOverShortWrites) {
   CapturedStandardError capture;
   logFromManyThreads(5, 200'000);  // more than a pipe takes at once
   expectWholeLines(capture.finish(), 20);
+}
+
+TEST(LogSink, LinesStayWholeWhileTheProcessForks) {
+  CapturedStandardError capture;
+  LogSink::production().write("a");
+  std::thread writers([] { logFromManyThreads(5, 200'000); });
+  for (int i = 0; i < 5; ++i) {
+    const pid_t child = fork();
+    if (child == 0) _exit(0);
+    waitpid(child, nullptr, 0);
+  }
+  writers.join();
+  expectWholeLines(capture.finish(), 21);
 }
 
 TEST(LogSink, LinesStayWholeOnAStreamThatDoesNotBlock) {

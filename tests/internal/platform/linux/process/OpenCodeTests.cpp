@@ -40,6 +40,9 @@ TEST(OpenCodeDeathTest, WhatHasNoMemoryNowIsOpenedLater) {
     EXPECT_THROW(moduleFunction(kModule, kUnicodeModuleEntry), std::bad_alloc);
     limitMemory(RLIM_INFINITY);
     EXPECT_NE(moduleFunction(kModule, kUnicodeModuleEntry), nullptr);
+    limitMemory(memoryInUse() + (rlim_t{1} << 20));
+    EXPECT_NE(moduleFunction(kModule, kUnicodeModuleEntry), nullptr) << "there is no need for more";
+    limitMemory(RLIM_INFINITY);
     return testing::Test::HasFailure() ? 1 : 0;
   };
   EXPECT_EXIT(std::exit(work()), testing::ExitedWithCode(0), "");
@@ -51,6 +54,17 @@ TEST(OpenCode, WhatIsNoCodeIsNotOpened) {
   EXPECT_EQ(detail::openCode((folder / "text").c_str()).handle, nullptr);
   EXPECT_EQ(detail::openCode((folder / "missing").c_str()).handle, nullptr);
   EXPECT_FALSE(detail::openCode((folder / "missing").c_str()).hasThrown);
+}
+
+TEST(OpenCode, ModulesThatAreMissingHaveNoFunctions) {
+  EXPECT_EQ(moduleFunction("libZtMissing.so", "malloc"), nullptr);
+  EXPECT_EQ(moduleFunction(kModule, "missing"), nullptr);
+}
+
+TEST(OpenCode, AFailureKeepsNoMemory) {
+  const rlim_t before = memoryInUse();
+  for (int i = 0; i < 3; ++i) EXPECT_EQ(detail::openCode("/missing").handle, nullptr);
+  EXPECT_LT(memoryInUse(), before + (rlim_t{64} << 20));
 }
 
 TEST(OpenCode, NoPathIsTheProgram) { EXPECT_NE(detail::openCode(nullptr).handle, nullptr); }

@@ -2,17 +2,14 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
-#include <linux/filter.h>
-#include <linux/seccomp.h>
 #include <poll.h>
 #include <sys/ioctl.h>
-#include <sys/prctl.h>
-#include <sys/syscall.h>
 
 #include <chrono>
 #include <cstdio>
 #include <future>
 
+#include "internal/platform/linux/process/SystemCallFilter.h"
 #include "support/ChildProcess.h"
 #include "support/ScratchFolder.h"
 
@@ -27,22 +24,6 @@ void waitFor(const StartedProcess& process) {
   while (::poll(&poll, 1, -1) != 1) {
   }
 }
-
-/// Has the system answer `call` of this process with `answer` from now on; -1 where it does not let us.
-int filterCalls(unsigned call, unsigned answer, unsigned flags) {
-  sock_filter steps[] = {
-      {BPF_LD | BPF_W | BPF_ABS, 0, 0, offsetof(seccomp_data, nr)},
-      {BPF_JMP | BPF_JEQ | BPF_K, 0, 1, call},
-      {BPF_RET | BPF_K, 0, 0, answer},
-      {BPF_RET | BPF_K, 0, 0, SECCOMP_RET_ALLOW},
-  };
-  const sock_fprog filter{std::size(steps), steps};
-  if (::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) != 0) return -1;
-  return static_cast<int>(::syscall(SYS_seccomp, SECCOMP_SET_MODE_FILTER, flags, &filter));
-}
-
-/// Whether the system takes away `call` from this process from now on, as an older system would not have it.
-bool takeAway(unsigned call) { return filterCalls(call, SECCOMP_RET_ERRNO | ENOSYS, 0) == 0; }
 
 pid_t parentOf(pid_t process) {
   const std::string status = contentsOf("/proc/" + std::to_string(process) + "/stat").value_or("");
@@ -114,6 +95,17 @@ TEST_F(ProcessStartTests, ASystemThatStartsNoProcessTellsSo) {
   });
   if (status == 77) GTEST_SKIP() << "this process may not filter its system calls";
   EXPECT_EQ(status, ENOSYS);
+}
+
+TEST_F(ProcessStartTests, WhatCannotStandOnItsOwnIsNotStarted) {
+  for (const unsigned call : {unsigned{SYS_openat}, unsigned{SYS_dup3}}) {
+    const int status = inChild([&] {
+      if (!takeAway(call)) return 77;
+      return startProcess("/bin/true", {"true"}, {"", true}).error;
+    });
+    if (status == 77) GTEST_SKIP() << "this process may not filter its system calls";
+    EXPECT_EQ(status, ENOSYS) << call;
+  }
 }
 
 TEST_F(ProcessStartTests, WhenTheProcessInBetweenIsKilledNothingRuns) {

@@ -35,6 +35,30 @@ AliasContents sample() {
 
 std::string bytesOf(const AliasContents& contents) { return encodeAlias(contents).value(); }
 
+std::size_t numberAt(const std::string& bytes, std::size_t at) {
+  return static_cast<unsigned char>(bytes[at]) + std::size_t{256} * static_cast<unsigned char>(bytes[at + 1]);
+}
+
+void putNumber(std::string& bytes, std::size_t at, std::size_t number) {
+  bytes[at] = static_cast<char>(number & 0xFF);
+  bytes[at + 1] = static_cast<char>(number >> 8);
+}
+
+/// A record whose field `tag` has been changed; the sizes fit.
+template <class Change>
+std::string withField(std::string bytes, std::size_t tag, Change change) {
+  std::size_t at = 16;
+  while (numberAt(bytes, at) != tag) at += 4 + numberAt(bytes, at + 2);
+  const std::size_t size = numberAt(bytes, at + 2);
+  std::string field = bytes.substr(at + 4, size);
+  change(field);
+  bytes.replace(at + 4, size, field);
+  putNumber(bytes, at + 2, field.size());
+  putNumber(bytes, 4, bytes.size());
+  putNumber(bytes, 12, bytes.size());
+  return bytes;
+}
+
 TEST(AliasRecordTests, WhatIsWrittenIsReadAgain) {
   AliasContents contents = sample();
   EXPECT_EQ(decodeAlias(bytesOf(contents)), contents);
@@ -120,11 +144,53 @@ TEST(AliasRecordTests, ContradictionsAreNone) {
   }
   EXPECT_FALSE(refuses([](AliasContents& c) { c.path = c.volume.mountPoint = "/"; }));
   EXPECT_TRUE(refuses([](AliasContents& c) { c.volume.mountPoint = "media"; }));
+  for (const char* path : {"", "relative", "rela/tive"}) {
+    EXPECT_TRUE(refuses([&](AliasContents& c) {
+      c.path = path;
+      c.volume.mountPoint = "/";
+    })) << path
+        << " is on every volume or on none";
+    EXPECT_TRUE(refuses([&](AliasContents& c) { c.path = c.volume.mountPoint = path; })) << path;
+  }
   EXPECT_TRUE(refuses([](AliasContents& c) { c.item.identity.bornNanoseconds = 1'000'000'000; }));
   EXPECT_TRUE(refuses([](AliasContents& c) { c.item.identity.hasBirth = false; })) << "a date that is none";
+  EXPECT_TRUE(refuses([](AliasContents& c) {
+    c.item.identity.hasBirth = false;
+    c.item.identity.bornSeconds = 0;
+  })) << "the rest of a date that is none";
+  EXPECT_TRUE(refuses([](AliasContents& c) {
+    c.item.identity.hasBirth = false;
+    c.item.identity.bornNanoseconds = 0;
+  })) << "the rest of a date that is none";
   EXPECT_TRUE(refuses([](AliasContents& c) { c.item.kind = 16; }));
   EXPECT_TRUE(refuses([](AliasContents& c) { c.handle->bytes.assign(129, 'h'); }));
   EXPECT_FALSE(refuses([](AliasContents&) {}));
+}
+
+TEST(AliasRecordTests, FieldsOfAnotherLengthAreNone) {
+  const std::string good = bytesOf(sample());
+  constexpr std::size_t kItem = 2, kVolumeRoot = 5, kVolumeIdentifier = 6, kHandle = 8, kParentHandle = 9;
+  for (const std::size_t tag : {kItem, kVolumeRoot, kVolumeIdentifier}) {
+    EXPECT_EQ(decodeAlias(withField(good, tag, [](std::string&) {})), sample()) << tag;
+    EXPECT_EQ(decodeAlias(withField(good, tag, [](std::string& field) { field += '\0'; })), std::nullopt) << tag;
+    EXPECT_EQ(decodeAlias(withField(good, tag, [](std::string& field) { field.pop_back(); })), std::nullopt) << tag;
+  }
+  for (const std::size_t tag : {kHandle, kParentHandle}) {
+    EXPECT_EQ(decodeAlias(withField(good, tag, [](std::string& field) { field.resize(3); })), std::nullopt) << tag;
+    EXPECT_NE(decodeAlias(withField(good, tag, [](std::string& field) { field.resize(4); })), std::nullopt) << tag;
+  }
+}
+
+TEST(AliasRecordTests, WhetherThereIsADateIsYesOrNo) {
+  AliasContents contents = sample();
+  contents.item.identity.bornSeconds = 0;
+  contents.item.identity.bornNanoseconds = 0;
+  for (const int answer : {0, 1, 2, 255}) {
+    const std::string bytes =
+        withField(bytesOf(contents), 2, [&](std::string& field) { field[28] = static_cast<char>(answer); });
+    contents.item.identity.hasBirth = answer != 0;
+    EXPECT_EQ(decodeAlias(bytes), answer <= 1 ? std::optional(contents) : std::nullopt) << answer;
+  }
 }
 
 TEST(AliasRecordTests, WhatIsTooLongIsNotWritten) {

@@ -2,14 +2,17 @@
 
 #include <dirent.h>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <chrono>
 #include <cstring>
 #include <ctime>
 #include <filesystem>
+#include <sstream>
 #include <thread>
 
 #include "internal/platform/linux/references/CardOfACamera.h"
@@ -22,10 +25,25 @@
 
 // How often the library has read entries of folders, as searches do.
 static int foldersRead = 0;
+// Whether folders can be read at all, and tell what kinds of items are in them.
+static bool areFoldersReadable = true;
+static bool areKindsTold = true;
+
+static void forgetKinds(char* entries, ssize_t size) {
+  for (ssize_t at = 0; at < size;) {
+    auto* const entry = reinterpret_cast<dirent64*>(entries + at);
+    entry->d_type = DT_UNKNOWN;
+    at += entry->d_reclen;
+  }
+}
 
 extern "C" ssize_t getdents64(int folder, void* buffer, std::size_t size) noexcept {
   ++foldersRead;
-  return static_cast<ssize_t>(::syscall(SYS_getdents64, folder, buffer, size));
+  if (!areFoldersReadable) errno = EIO;
+  if (!areFoldersReadable) return -1;
+  const auto filled = static_cast<ssize_t>(::syscall(SYS_getdents64, folder, buffer, size));
+  if (!areKindsTold) forgetKinds(static_cast<char*>(buffer), filled);
+  return filled;
 }
 
 namespace ZtFoundation::test {
@@ -57,6 +75,32 @@ class KeptAlias {
  private:
   std::string bytes_;
 };
+
+KeptAlias keptAlias(const std::string& bytes) {
+  AliasHandle handle = nullptr;
+  EXPECT_EQ(PtrToHand(bytes.data(), &handle, bytes.size()), noErr);
+  return KeptAlias(handle);
+}
+
+/// `alias` with some of what it says changed.
+template <class Change>
+KeptAlias forged(const KeptAlias& alias, Change change) {
+  detail::AliasContents contents = detail::decodeAlias(alias.bytes()).value();
+  change(contents);
+  const std::string bytes = detail::encodeAlias(contents).value();
+  return keptAlias(bytes);
+}
+
+KeptAlias onAnotherDevice(const KeptAlias& alias) {
+  return forged(alias, [](detail::AliasContents& contents) {
+    ++contents.item.identity.device;
+    ++contents.volume.root.identity.device;
+  });
+}
+
+KeptAlias fromSource(const KeptAlias& alias, const std::string& source) {
+  return forged(alias, [&](detail::AliasContents& contents) { contents.volume.source = source; });
+}
 
 KeptAlias aliasOf(const std::string& path, bool minimal = false) {
   FSRef ref;
@@ -283,6 +327,18 @@ TEST_P(AliasesOn, AVolumeThatWasUnmountedInBetween) {
   ASSERT_EQ(std::system(("PATH=$PATH:/sbin:/usr/sbin; mount -o loop '" + image + "' '" + root + "'").c_str()), 0);
   mounts.unmountLater(root);
   expectFound(root + "/far/file", "mounted again");
+  EXPECT_EQ(resolve(fromSource(full, "/dev/other")).path, root + "/far/file") << "a device may have another name";
+  EXPECT_EQ(resolve(fromSource(full, "server:/folder")).error, nsvErr);
+}
+
+TEST_P(AliasesOn, AVolumeWhoseDeviceHasAnotherNumber) {
+  makeAliases(file);
+  for (KeptAlias* alias : {&full, &minimal}) *alias = onAnotherDevice(*alias);
+  expectFound(file, "stayed");
+  EXPECT_FALSE(resolve(full).wasChanged);
+  EXPECT_EQ(resolve(full).bytes, full.bytes()) << "it stays as it is";
+  fs::rename(file, root + "/far/file");
+  expectFound(root + "/far/file", "moved");
 }
 
 TEST_P(AliasesOn, OtherVolumesAreNotSearched) {
@@ -302,6 +358,166 @@ TEST_P(AliasesOn, TheVolumesOwnRoot) {
 
 INSTANTIATE_TEST_SUITE_P(FileSystems, AliasesOn, testing::Values("ext4", "xfs", "btrfs", "tmpfs"),
                          [](const auto& type) { return std::string(type.param); });
+
+// --- Of volumes
+
+class AliasesOfVolumes : public testing::Test {
+ protected:
+  void SetUp() override {
+    if (root.empty()) GTEST_SKIP() << mounts.whyNot();
+    fs::create_directories(root + "/near/by");
+    fs::create_directory(root + "/far");
+    writeFile(file, "text");
+  }
+
+  PrivateMounts mounts;
+  const std::string root = mounts.memory("outer/volume");
+  const std::string file = root + "/near/by/file";
+};
+
+TEST_F(AliasesOfVolumes, InSeveralPlacesTheOldOneCounts) {
+  const std::string second = mounts.bind(root, mounts.folder("second"));
+  const std::string third = mounts.bind(root, mounts.folder("third"));
+  for (const bool minimal : {false, true}) {
+    const std::string places[] = {root, second, third};
+    KeptAlias aliases[3];
+    for (int i = 0; i < 3; ++i) aliases[i] = aliasOf(places[i] + "/near/by/file", minimal);
+    fs::rename(file, root + "/far/moved");
+    for (int i = 0; i < 3; ++i) EXPECT_EQ(resolve(aliases[i]).path, places[i] + "/far/moved");
+    fs::rename(root + "/far/moved", file);
+  }
+}
+
+TEST_F(AliasesOfVolumes, AnotherTypeOrSourceIsAnotherVolume) {
+  const KeptAlias alias = aliasOf(file);
+  fs::rename(file, root + "/far/moved");
+  EXPECT_EQ(resolve(alias).path, root + "/far/moved");
+  const auto ofAnotherType = [](detail::AliasContents& contents) { contents.volume.type = "ramfs"; };
+  EXPECT_EQ(resolve(forged(alias, ofAnotherType)).error, nsvErr);
+  for (const char* source : {"other", "/dev/sda1", ""}) EXPECT_EQ(resolve(fromSource(alias, source)).error, nsvErr);
+}
+
+TEST_F(AliasesOfVolumes, WhatLiesOverTheFolderIsNoSuccessor) {
+  const KeptAlias alias = aliasOf(file);
+  fs::remove(file);
+  mounts.mountAt(root + "/near/by", "tmpfs", "tmpfs", 0, "mode=755");
+  writeFile(file, "on another volume");
+  EXPECT_EQ(resolve(alias).error, fnfErr);
+  mounts.unmount(root + "/near/by");
+  writeFile(file, "on this volume");
+  EXPECT_EQ(resolve(alias).path, file);
+}
+
+TEST_F(AliasesOfVolumes, WhatCouldNotBeLookedForHasNoSuccessor) {
+  const KeptAlias alias = aliasOf(file);
+  writeFile(root + "/other", "another");
+  fs::rename(root + "/other", file);
+  areFoldersReadable = false;
+  EXPECT_EQ(resolve(alias).error, fnfErr);
+  areFoldersReadable = true;
+  EXPECT_EQ(resolve(alias).path, file);
+}
+
+TEST_F(AliasesOfVolumes, TheNearestOfSeveralNamesIsFound) {
+  const KeptAlias alias = aliasOf(file, true);
+  for (const char* name : {"/near/by/other", "/near/other", "/other"}) fs::create_hard_link(file, root + name);
+  fs::remove(file);
+  EXPECT_EQ(resolve(alias).path, root + "/near/by/other");
+  fs::remove_all(root + "/near/by");
+  EXPECT_EQ(resolve(alias).path, root + "/near/other");
+  fs::remove_all(root + "/near");
+  EXPECT_EQ(resolve(alias).path, root + "/other");
+}
+
+// Whatever an alias says.
+TEST_F(AliasesOfVolumes, ASearchStaysOnTheVolume) {
+  fs::remove_all(root + "/near");
+  mounts.mountAt(root + "/far", "tmpfs", "tmpfs", 0, "mode=755");
+  fs::create_directory(root + "/far/inner");
+  const KeptAlias alias = forged(aliasOf(root, true), [](detail::AliasContents& contents) { contents.item.kind = 8; });
+  foldersRead = 0;
+  EXPECT_EQ(resolve(alias).error, fnfErr);
+  EXPECT_EQ(foldersRead, 2) << "what the root holds, and that there is no more";
+}
+
+TEST_F(AliasesOfVolumes, TheRootOfAVolumeMayBeTheRootOfAProcess) {
+  fs::create_directory(root + "/proc");
+  mounts.bind("/proc", root + "/proc");
+  const KeptAlias ofFile = aliasOf(file), ofRoot = aliasOf(root, true);
+  const auto work = [&]() -> int {
+    if (::chroot(root.c_str()) != 0 || ::chdir("/") != 0) return 1;
+    if (resolve(ofFile).path != "/near/by/file" || resolve(ofRoot).path != "/") return 2;
+    const KeptAlias full = aliasOf("/near/by/file"), minimal = aliasOf("/near/by/file", true);
+    writeFile("/alias of file", full.bytes());
+    writeFile("/alias of root", aliasOf("/").bytes());
+    fs::rename("/near/by/file", "/far/file");
+    for (const KeptAlias* alias : {&full, &minimal, &ofFile}) {
+      if (resolve(*alias).path != "/far/file") return 3;
+    }
+    fs::rename("/far/file", "/near/by/file");
+    return 0;
+  };
+  ASSERT_EQ(inChild(work), 0);
+  EXPECT_EQ(resolve(keptAlias(contentsOf(root + "/alias of file").value())).path, file);
+  writeFile(root + "/new", "edited");
+  fs::rename(root + "/new", file);
+  EXPECT_EQ(resolve(keptAlias(contentsOf(root + "/alias of file").value())).path, file) << "its successor";
+  EXPECT_EQ(resolve(keptAlias(contentsOf(root + "/alias of root").value())).path, root);
+}
+
+/// Has the mount table of this process tell another type of what is mounted at `root`.
+class PretendedType {
+ public:
+  PretendedType(PrivateMounts& mounts, const std::string& root, const std::string& type) : mounts_(mounts) {
+    std::istringstream real(contentsOf(kTable).value());
+    std::string table;
+    for (std::string line; std::getline(real, line); table.append(line).append("\n")) {
+      if (line.find(" " + root + " ") == std::string::npos) continue;
+      const std::size_t start = line.find(" - ") + 3;
+      line.replace(start, line.find(' ', start) - start, type);
+    }
+    writeFile(mounts.store() + "/table", table);
+    mounts.bind(mounts.store() + "/table", kTable);
+  }
+  PretendedType(const PretendedType&) = delete;
+  PretendedType& operator=(const PretendedType&) = delete;
+  ~PretendedType() { mounts_.unmount(kTable, MNT_DETACH); }
+
+ private:
+  static constexpr char kTable[] = "/proc/self/mountinfo";
+  PrivateMounts& mounts_;
+};
+
+void expectFoundByNumberWhereThatSaysSomething(PrivateMounts& mounts, const std::string& root, bool hasBirth) {
+  struct Kind {
+    const char* type;
+    bool isFoundByDate;
+    bool isFoundByNumber;
+  };
+  writeFile(root + "/file", "text");
+  for (const Kind& kind : {Kind{"ext4", true, true}, Kind{"fusectl", true, true}, Kind{"vfat", true, false},
+                           Kind{"msdos", true, false}, Kind{"exfat", true, false}, Kind{"fuseblk", true, false},
+                           Kind{"fuse", false, false}, Kind{"fuse.sshfs", false, false}}) {
+    const PretendedType type(mounts, root, kind.type);
+    const KeptAlias alias = aliasOf(root + "/file");
+    const bool isFound = hasBirth ? kind.isFoundByDate : kind.isFoundByNumber;
+    fs::rename(root + "/file", root + "/moved");
+    EXPECT_EQ(resolve(alias).path, isFound ? root + "/moved" : "") << kind.type;
+    fs::rename(root + "/moved", root + "/file");
+  }
+}
+
+TEST_F(AliasesOfVolumes, NumbersWithDatesSaySomethingButToUserPrograms) {
+  if (!detail::decodeAlias(aliasOf(file).bytes())->item.identity.hasBirth) GTEST_SKIP() << "no dates of birth here";
+  expectFoundByNumberWhereThatSaysSomething(mounts, root, true);
+}
+
+TEST(AliasesWithoutDatesTests, NumbersSaySomethingWhereFileSystemsKeepThem) {
+  PrivateMounts mounts;
+  const std::string root = mounts.disk({.type = "ext4", .format = "-I 128"});
+  if (root.empty()) GTEST_SKIP() << mounts.whyNot();
+  expectFoundByNumberWhereThatSaysSomething(mounts, root, false);
+}
 
 // --- On any
 
@@ -344,6 +560,27 @@ TEST_F(AliasesTests, TheHostsOwnTypeSurvives) {
   EXPECT_EQ((*handle)->userType, 0x70646F63U);
   EXPECT_EQ((*handle)->aliasSize, GetHandleSize(handle));
   DisposeHandle(handle);
+}
+
+TEST_F(AliasesTests, AnItemThatStayedNeedsNoLookAtTheVolumes) {
+  const KeptAlias alias = aliasOf(path);
+  if (!detail::decodeAlias(alias.bytes())->item.identity.hasBirth) GTEST_SKIP() << "no dates of birth here";
+  const std::string expected = fs::canonical(path).string();
+  EXPECT_EQ(inChild([&] {
+              const rlimit none{0, 0};
+              if (::setrlimit(RLIMIT_NOFILE, &none) != 0) return 1;
+              return resolve(alias).path == expected ? 0 : 2;
+            }),
+            0);
+}
+
+TEST_F(AliasesTests, ItemsAreFoundWhereFoldersDoNotTellKinds) {
+  const KeptAlias alias = aliasOf(path, true);
+  fs::create_directories(folder / "a/b");
+  fs::rename(path, folder / "a/b/moved");
+  areKindsTold = false;
+  EXPECT_EQ(resolve(alias).path, fs::canonical(folder.path()).string() + "/a/b/moved");
+  areKindsTold = true;
 }
 
 TEST_F(AliasesTests, AMinimalAliasIsSmaller) {
@@ -429,17 +666,6 @@ TEST(AliasesOnOverlaysTests, AnItemOfALowerLayerIsItsOwnSuccessor) {
 
 // --- Items that look like the right one
 
-/// `alias` with some of what it says changed.
-template <class Change>
-KeptAlias forged(const KeptAlias& alias, Change change) {
-  detail::AliasContents contents = detail::decodeAlias(alias.bytes()).value();
-  change(contents);
-  const std::string bytes = detail::encodeAlias(contents).value();
-  AliasHandle handle = nullptr;
-  EXPECT_EQ(PtrToHand(bytes.data(), &handle, bytes.size()), noErr);
-  return KeptAlias(handle);
-}
-
 TEST_F(AliasesTests, AnItemOfAnotherKindIsNotTheItemWhateverItsNumber) {
   constexpr std::uint8_t kSocket = 12;
   const KeptAlias alias = forged(aliasOf(path), [](detail::AliasContents& contents) { contents.item.kind = kSocket; });
@@ -454,14 +680,32 @@ TEST(AliasesWithoutDatesTests, TheHandleTellsALaterItemOfTheSameNumber) {
   if (root.empty()) GTEST_SKIP() << mounts.whyNot();
   writeFile(root + "/file", "text");
   const KeptAlias alias = aliasOf(root + "/file");
+  const KeptAlias minimal = aliasOf(root + "/file", true);
   ASSERT_FALSE(detail::decodeAlias(alias.bytes())->item.identity.hasBirth);
+  EXPECT_EQ(resolve(onAnotherDevice(alias)).path, root + "/file");
   fs::rename(root + "/file", root + "/moved");
   EXPECT_EQ(resolve(alias).path, root + "/moved");
+  EXPECT_EQ(resolve(minimal).path, root + "/moved");
+  EXPECT_EQ(resolve(onAnotherDevice(alias)).path, root + "/moved");
+  EXPECT_EQ(resolve(onAnotherDevice(minimal)).path, root + "/moved");
   const ino_t number = numberOf(root + "/moved");
   fs::remove(root + "/moved");
   writeFile(root + "/later", "text");
   if (numberOf(root + "/later") != number) GTEST_SKIP() << "this file system did not use the number again";
   EXPECT_EQ(resolve(alias).error, fnfErr);
+}
+
+TEST(AliasesWithoutDatesTests, SourceAndIdentifierTellAnotherVolumeInTheSamePlace) {
+  PrivateMounts mounts;
+  const std::string root = mounts.disk({.type = "ext4", .format = "-I 128"});
+  if (root.empty()) GTEST_SKIP() << mounts.whyNot();
+  writeFile(root + "/file", "text");
+  const KeptAlias alias = aliasOf(root + "/file");
+  ASSERT_NE(detail::decodeAlias(alias.bytes())->volume.identifier, 0U);
+  const auto ofAnotherIdentifier = [](detail::AliasContents& contents) { ++contents.volume.identifier; };
+  EXPECT_EQ(resolve(alias).path, root + "/file");
+  EXPECT_EQ(resolve(forged(alias, ofAnotherIdentifier)).error, nsvErr);
+  EXPECT_EQ(resolve(fromSource(alias, "/dev/other")).error, nsvErr);
 }
 
 TEST(AliasesOnSnapshotsTests, ACopyInASnapshotIsNotTheItem) {
@@ -486,6 +730,12 @@ TEST(AliasesOnSnapshotsTests, ACopyInASnapshotIsNotTheItem) {
     fs::rename(root + "/away/from/here/and/there/file", root + "/near/file");
   }
   const KeptAlias alias = aliasOf(root + "/near/file");
+  const KeptAlias ofCopy = forged(aliasOf(copy), [](detail::AliasContents& contents) {
+    contents.item.identity.device += 1000;  // snapshots have the numbers that are free
+  });
+  fs::rename(copy, root + "/near/copy/moved");
+  EXPECT_EQ(resolve(ofCopy).path, root + "/near/copy/moved");
+  fs::rename(root + "/near/copy/moved", copy);
   fs::remove(root + "/near/file");
   EXPECT_EQ(resolve(alias).error, fnfErr);
 }

@@ -42,6 +42,7 @@ TEST(CatalogDatesTests, DatesThatTheRecordCannotHoldAreNone) {
   }
   EXPECT_EQ(seconds, 7);
   EXPECT_EQ(converted(catalogDate(-2082844799, 0)), -3061151999.0);
+  EXPECT_EQ(converted(catalogDate(-2082844800, 500'000'000)), -3061151999.5);
   EXPECT_EQ(converted(catalogDate((1LL << 48) - 1 - 2082844800LL, 0)),
             static_cast<double>((1LL << 48) - 1) - 3061152000.0);
 }

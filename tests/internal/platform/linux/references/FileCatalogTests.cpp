@@ -196,6 +196,15 @@ TEST_F(GoneItems, ALaterItemWithTheSameNumberIsNotTheItem) {
   expectGone(FSRef(earlier, ref.path()));
 }
 
+// --- Roots of volumes that could not be asked when the reference was made
+
+TEST_F(FileCatalogTests, ARootKnownByItsPathAloneIsWhateverIsThere) {
+  const FSRef root(FSRef::Identity{}, folder.string(""));
+  FSCatalogInfo info;
+  ASSERT_EQ(catalog.FSGetCatalogInfo(&root, kFSCatInfoNodeFlags, &info, nullptr), noErr);
+  EXPECT_EQ(info.nodeFlags, kFSNodeIsDirectoryMask);
+}
+
 // --- Fields
 
 TEST_F(FileCatalogTests, SizesOfAFile) {
@@ -281,10 +290,14 @@ TEST_F(FileCatalogTests, OnlyTheFieldsThatAreWantedAreFilled) {
   const FSRef ref = refTo("file");
   FSCatalogInfo info;
   info.nodeFlags = 0x7777;
-  info.dataLogicalSize = 77;
+  info.createDate.lowSeconds = info.contentModDate.lowSeconds = 77;
+  info.dataLogicalSize = info.rsrcLogicalSize = 77;
   ASSERT_EQ(catalog.FSGetCatalogInfo(&ref, kFSCatInfoNone, &info, nullptr), noErr);
   EXPECT_EQ(info.nodeFlags, 0x7777);
+  EXPECT_EQ(info.createDate.lowSeconds, 77U);
+  EXPECT_EQ(info.contentModDate.lowSeconds, 77U);
   EXPECT_EQ(info.dataLogicalSize, 77U);
+  EXPECT_EQ(info.rsrcLogicalSize, 77U);
   EXPECT_EQ(volume.asked, "") << "nobody wants the volume";
 }
 
@@ -299,6 +312,7 @@ TEST_F(FileCatalogTests, TheVolume) {
   EXPECT_EQ(catalog.FSGetCatalogInfo(&ref, kFSCatInfoVolume | kFSCatInfoDataSizes, &info, nullptr), nsvErr);
   EXPECT_EQ(info.volume, 5);
   EXPECT_EQ(info.dataLogicalSize, 0U) << "an error fills nothing";
+  EXPECT_EQ(catalog.FSGetCatalogInfo(&ref, kFSCatInfoVolume, nullptr, nullptr), noErr) << "nobody is told";
 }
 
 // --- File description records
@@ -340,6 +354,17 @@ TEST_F(FileCatalogTests, NamesOfMoreThan63BytesHaveNoDescription) {
   EXPECT_EQ(catalog.FSGetCatalogInfo(&tooLong, kFSCatInfoDataSizes, &info, &description), bdNamErr);
   EXPECT_EQ(std::int32_t{description.parID}, 77);
   EXPECT_EQ(info.dataLogicalSize, 0U);
+  volume.number = 0;
+  EXPECT_EQ(catalog.FSGetCatalogInfo(&tooLong, kFSCatInfoVolume, &info, &description), nsvErr) << "the first error";
+}
+
+TEST_F(FileCatalogTests, AFolderOfALargeNumberIsInNoDescription) {
+  if (statusOf("/proc/tty").st_ino <= 0x7FFFFFFF) GTEST_SKIP() << "no large numbers here";
+  FSRef ref;
+  FSSpec description;
+  ASSERT_EQ(catalog.FSPathMakeRef("/proc/tty/drivers", &ref, nullptr), noErr);
+  EXPECT_EQ(catalog.FSGetCatalogInfo(&ref, kFSCatInfoNone, nullptr, &description), paramErr);
+  EXPECT_EQ(description.vRefNum, 0);
 }
 
 TEST_F(FileCatalogTests, WithoutAVolumeThereIsNoDescription) {
@@ -414,6 +439,10 @@ TEST_F(FileCatalogTests, NamesThatCannotBe) {
 TEST_F(FileCatalogTests, AFolderNeedsAFolder) {
   writeFile(folder / "file", "text");
   EXPECT_EQ(makeFolder(refTo("file"), "new"), dirNFErr);
+  std::filesystem::create_symlink("nowhere", folder / "dangling");
+  std::filesystem::create_symlink("file", folder / "link");
+  EXPECT_EQ(makeFolder(refTo("dangling"), "new"), dirNFErr);
+  EXPECT_EQ(makeFolder(refTo("link"), "new"), dirNFErr);
   std::filesystem::create_directory(folder / "inner");
   if (setLock("inner", true) != noErr) GTEST_SKIP() << "no extended attributes on this file system";
   EXPECT_EQ(makeFolder(refTo("inner"), "new"), fLckdErr);

@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <filesystem>
 
@@ -62,6 +63,10 @@ TEST_F(FileHandleTests, WhatHasGoneAndWhatIsNoHandleOpenNothing) {
   EXPECT_FALSE(openHandle(-1, *handle));
   EXPECT_EQ(handleOfItem(folder / "missing"), std::nullopt);
   EXPECT_EQ(detail::rememberedPath(-1), std::nullopt);
+  int ends[2];
+  ASSERT_EQ(::pipe2(ends, O_CLOEXEC), 0);
+  const FileDescriptor reading(ends[0]), writing(ends[1]);
+  EXPECT_EQ(detail::rememberedPath(ends[0]), std::nullopt) << "not in any folder";
 }
 
 TEST_F(FileHandleTests, OrdinaryUsersAskForHandlesAndCannotUseThem) {

@@ -20,7 +20,9 @@
 
 namespace {
 
-bool refusesFlags = false;  // no renaming without replacing
+int refusal = 0;  // how renaming without replacing is refused
+int renames = 0;  // how often a new name was asked for
+bool refusesNames = false;
 bool hasLinks = true;
 bool ignoresCase = false;  // new names are kept as they are given, which in this world are in lower case
 bool remembersNames =
@@ -45,7 +47,8 @@ int failing(int error) {
 }  // namespace
 
 extern "C" int renameat2(int from, const char* old, int to, const char* name, unsigned flags) noexcept {
-  if (refusesFlags && flags != 0) return failing(EINVAL);
+  ++renames;
+  if (refusal != 0 && flags != 0) return failing(refusal);
   if (ignoresCase && isThere(to, lowerCase(name))) {
     rememberedNames.insert(name);
     return failing(EEXIST);
@@ -56,6 +59,10 @@ extern "C" int renameat2(int from, const char* old, int to, const char* name, un
 
 extern "C" int linkat(int from, const char* old, int to, const char* name, int flags) noexcept {
   return hasLinks ? static_cast<int>(::syscall(SYS_linkat, from, old, to, name, flags)) : failing(EPERM);
+}
+
+extern "C" int mkdirat(int folder, const char* name, mode_t mode) noexcept {
+  return refusesNames ? failing(EINVAL) : static_cast<int>(::syscall(SYS_mkdirat, folder, name, mode));
 }
 
 extern "C" int statx(int folder, const char* path, int flags, unsigned mask, struct statx* status) noexcept {
@@ -73,7 +80,8 @@ class ItemNamesTests : public testing::Test {
  protected:
   ItemNamesTests() { writeFile(folder / "file", "text"); }
   ~ItemNamesTests() override {
-    refusesFlags = ignoresCase = remembersNames = false;
+    refusesNames = ignoresCase = remembersNames = false;
+    refusal = 0;
     rememberedNames.clear();
     hasLinks = true;
   }
@@ -97,9 +105,13 @@ TEST_F(ItemNamesTests, WhatCanBeAName) {
 }
 
 TEST_F(ItemNamesTests, WhereTheFileSystemCannotRefuseToReplace) {
-  refusesFlags = true;
-  for (const bool links : {true, false}) {
-    hasLinks = links;
+  constexpr struct {
+    int refusal;
+    bool links;
+  } kKinds[] = {{EINVAL, true}, {EINVAL, false}, {ENOSYS, true}, {ENOTSUP, true}};
+  for (const auto& kind : kKinds) {
+    refusal = kind.refusal;
+    hasLinks = kind.links;
     writeFile(folder / "other", "other");
     std::filesystem::create_directory(folder / "empty");
     std::filesystem::create_directory(folder / "folder");
@@ -142,6 +154,26 @@ TEST_F(ItemNamesTests, AnotherItemInOtherCaseIsTaken) {
   ignoresCase = true;
   EXPECT_EQ(rename("file", "OTHER"), dupFNErr);
   EXPECT_EQ(folder.names(), (Names{"file", "other"}));
+}
+
+TEST_F(ItemNamesTests, WhileANameIsTakenTheItemKeepsItsOwn) {
+  writeFile(folder / "other", "other");
+  renames = 0;
+  EXPECT_EQ(rename("file", "other"), dupFNErr);
+  EXPECT_EQ(renames, 1) << "it is not even for a moment away";
+}
+
+TEST_F(ItemNamesTests, AnItemInTheWayOfAChangeOfCaseIsNotTouched) {
+  const std::string between = std::string(".ztcase-").append(std::to_string(::getpid()));
+  writeFile(folder / between, "somebody's");
+  ignoresCase = true;
+  EXPECT_EQ(rename("file", "FILE"), dupFNErr);
+  EXPECT_EQ(folder.names(), (Names{"file", between}));
+}
+
+TEST_F(ItemNamesTests, ANameThatTheFileSystemCannotKeepIsABadName) {
+  refusesNames = true;
+  EXPECT_EQ(detail::makeFolderIn(*detail::placeOfPath(folder.path()), "a\"b"), bdNamErr);
 }
 
 TEST_F(ItemNamesTests, OnTheCardOfACamera) {

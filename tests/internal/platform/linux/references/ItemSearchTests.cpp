@@ -156,6 +156,17 @@ TEST_F(ItemSearchTests, AStartThatHasGoneIsPassedBy) {
   EXPECT_EQ(find("top/far/f").path, folder / "top/far/f");
 }
 
+TEST_F(ItemSearchTests, WhereNoItemCanBeNothingIsMissed) {
+  writeFile(folder / "top/file", "text");
+  std::filesystem::create_symlink("loop", folder / "top/loop");
+  order.number = 1;
+  for (const std::string& nearest : {std::string("gone"), std::string("file"), std::string("file/below"),
+                                     std::string("loop"), std::string("loop/below"), std::string(300, 'x')}) {
+    order.nearest = folder / ("top/" + nearest);
+    EXPECT_TRUE(searchOutwards(order).isComplete) << nearest;
+  }
+}
+
 TEST_F(ItemSearchTests, FoldersWithMoreEntriesThanOneReadTakes) {
   for (int i = 0; i < 2000; ++i) writeFile(folder / ("top/near/some longer name " + std::to_string(i)), "");
   EXPECT_EQ(find("top/near/zzz").path, folder / "top/near/zzz");
