@@ -81,6 +81,7 @@ class Mounts {
 Mount startUpMount() {
   Mount mount;
   mount.id = -1;
+  mount.storesFiles = true;
   mount.root = mount.point = "/";
   struct stat status;
   struct statvfs system;
