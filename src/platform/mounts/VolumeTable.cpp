@@ -81,8 +81,8 @@ class Mounts {
 Mount startUpMount() {
   Mount mount;
   mount.id = -1;
-  mount.storesFiles = true;
   mount.root = mount.point = "/";
+  mount.storesFiles = true;
   struct stat status;
   struct statvfs system;
   if (stat("/", &status) == 0) mount.device = status.st_dev;

@@ -7,7 +7,6 @@
 #include <linux/seccomp.h>
 #include <signal.h>
 #include <sys/inotify.h>
-#include <sys/prctl.h>
 #include <sys/stat.h>
 #include <sys/statvfs.h>
 #include <sys/syscall.h>
@@ -19,13 +18,13 @@
 #include <cstddef>
 #include <cstdlib>
 #include <filesystem>
-#include <iterator>
 #include <string>
 
 #include "RealVolumes.h"
 #include "StandInTable.h"
 #include "support/ChildProcess.h"
 #include "support/ScratchFolder.h"
+#include "support/SystemCallFilter.h"
 
 namespace ZtFoundation::testing {
 namespace {
@@ -182,9 +181,8 @@ bool endWhereADriveEjects() {
       BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_TRAP),
       BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW),
   };
-  const sock_fprog filter{std::size(steps), steps};
   ::signal(SIGSYS, [](int) { ::_exit(kEjects); });
-  return ::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0 && ::prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &filter) == 0;
+  return test::installFilter(steps) == 0;
 }
 
 TEST_F(UnmountingTests, TheDriveOfAMediumThatCanBeTakenOutIsAskedToEject) {

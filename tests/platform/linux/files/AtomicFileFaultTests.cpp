@@ -10,7 +10,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
@@ -19,6 +18,7 @@
 
 #include "platform/linux/SystemCallFaults.h"
 #include "support/ChildProcess.h"
+#include "support/ExtendedAttribute.h"
 #include "support/Sanitizers.h"
 #include "support/ScopedEnvironment.h"
 #include "support/ScratchFolder.h"
@@ -97,12 +97,6 @@ int indexOf(const std::string& call) {
 void beforeCall(FaultScript& script, const std::string& call, int number, const std::function<void()>& action) {
   script.before(
       call, [&script, call, number, action] { number == 1 ? action() : beforeCall(script, call, number - 1, action); });
-}
-
-std::optional<std::string> attributeOf(const std::string& path, const char* name) {
-  std::array<char, 1024> buffer;
-  const ssize_t size = ::lgetxattr(path.c_str(), name, buffer.data(), buffer.size());
-  return size < 0 ? std::nullopt : std::optional(std::string(buffer.data(), static_cast<std::size_t>(size)));
 }
 
 // Saves with one fault; answers which function failed, empty when there are not so many calls.

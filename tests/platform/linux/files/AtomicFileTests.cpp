@@ -16,6 +16,7 @@
 #include <filesystem>
 
 #include "support/ChildProcess.h"
+#include "support/ExtendedAttribute.h"
 #include "support/ScratchFolder.h"
 
 namespace ZtFoundation::test {
@@ -35,12 +36,6 @@ struct stat statusOf(const std::string& path) {
 }
 
 unsigned modeOf(const std::string& path) { return statusOf(path).st_mode & 07777U; }
-
-std::optional<std::string> attributeOf(const std::string& path, const char* name) {
-  std::array<char, 1024> buffer;
-  const ssize_t size = ::lgetxattr(path.c_str(), name, buffer.data(), buffer.size());
-  return size < 0 ? std::nullopt : std::optional(std::string(buffer.data(), static_cast<std::size_t>(size)));
-}
 
 bool setAttribute(const std::string& path, const char* name, const std::string& value) {
   return ::setxattr(path.c_str(), name, value.data(), value.size(), 0) == 0;

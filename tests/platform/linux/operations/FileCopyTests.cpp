@@ -17,6 +17,7 @@
 #include <thread>
 
 #include "support/ChildProcess.h"
+#include "support/ExtendedAttribute.h"
 #include "support/ScopedEnvironment.h"
 #include "support/ScratchFolder.h"
 
@@ -37,12 +38,6 @@ struct stat statusOf(const std::string& path) {
 }
 
 mode_t modeOf(const std::string& path) { return statusOf(path).st_mode & 07777U; }
-
-std::string attributeOf(const std::string& path, const char* name) {
-  char value[256];
-  const ssize_t size = ::lgetxattr(path.c_str(), name, value, sizeof value);
-  return size < 0 ? "(none)" : std::string(value, static_cast<std::size_t>(size));
-}
 
 void setTimes(const std::string& path, time_t accessed, time_t modified, long nanoseconds) {
   const timespec times[2] = {{accessed, nanoseconds}, {modified, nanoseconds + 1}};
@@ -331,12 +326,12 @@ TEST_F(FileCopyTests, WhatTheNewPlaceWouldAddToTheRightsIsNotAdded) {
   }
   ASSERT_TRUE(copyInside("from", "place/to"));
   for (const char* item : {"place/to", "place/to/a", "place/to/a/file"}) {
-    EXPECT_EQ(attributeOf(folder / item, "system.posix_acl_access"), "(none)") << item;
-    EXPECT_EQ(attributeOf(folder / item, "system.posix_acl_default"), "(none)") << item;
+    EXPECT_EQ(attributeOf(folder / item, "system.posix_acl_access"), std::nullopt) << item;
+    EXPECT_EQ(attributeOf(folder / item, "system.posix_acl_default"), std::nullopt) << item;
   }
   EXPECT_EQ(modeOf(folder / "place/to/a/file"), 0640U);
   ASSERT_TRUE(copyInside("place", "place 2")) << "a list of its own is kept";
-  EXPECT_NE(attributeOf(folder / "place 2", "system.posix_acl_default"), "(none)");
+  EXPECT_NE(attributeOf(folder / "place 2", "system.posix_acl_default"), std::nullopt);
 }
 
 TEST_F(FileCopyTests, FilesWithSeveralNamesKeepThem) {

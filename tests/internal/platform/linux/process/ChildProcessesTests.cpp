@@ -6,8 +6,8 @@
 
 #include <future>
 
-#include "internal/platform/linux/process/SystemCallFilter.h"
 #include "support/ChildProcess.h"
+#include "support/SystemCallFilter.h"
 
 namespace ZtFoundation::test {
 namespace {

@@ -9,9 +9,9 @@
 #include <cstdio>
 #include <future>
 
-#include "internal/platform/linux/process/SystemCallFilter.h"
 #include "support/ChildProcess.h"
 #include "support/ScratchFolder.h"
+#include "support/SystemCallFilter.h"
 
 namespace ZtFoundation::test {
 namespace {

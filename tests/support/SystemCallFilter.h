@@ -10,9 +10,16 @@
 #include <unistd.h>
 
 #include <cstddef>
-#include <iterator>
+#include <span>
 
 namespace ZtFoundation::test {
+
+/// Has the system ask these steps about each call of this process from now on; -1 where it does not let us.
+inline int installFilter(std::span<sock_filter> steps, unsigned flags = 0) {
+  const sock_fprog filter{static_cast<unsigned short>(steps.size()), steps.data()};
+  if (::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) != 0) return -1;
+  return static_cast<int>(::syscall(SYS_seccomp, SECCOMP_SET_MODE_FILTER, flags, &filter));
+}
 
 /// Has the system answer `call` of this process with `answer` from now on; -1 where it does not let us.
 inline int filterCalls(unsigned call, unsigned answer, unsigned flags) {
@@ -22,9 +29,7 @@ inline int filterCalls(unsigned call, unsigned answer, unsigned flags) {
       {BPF_RET | BPF_K, 0, 0, answer},
       {BPF_RET | BPF_K, 0, 0, SECCOMP_RET_ALLOW},
   };
-  const sock_fprog filter{std::size(steps), steps};
-  if (::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) != 0) return -1;
-  return static_cast<int>(::syscall(SYS_seccomp, SECCOMP_SET_MODE_FILTER, flags, &filter));
+  return installFilter(steps, flags);
 }
 
 /// Whether the system refuses `call` to this process from now on; without another error, as an older system would that
