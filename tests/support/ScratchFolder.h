@@ -7,11 +7,12 @@
 
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <optional>
 #include <set>
+#include <sstream>
 #include <stdexcept>
 #include <string>
+#include <utility>
 
 namespace ZtFoundation::test {
 
@@ -50,7 +51,9 @@ class ScratchFolder {
 inline std::optional<std::string> contentsOf(const std::string& path) {
   std::ifstream file(path, std::ios::binary);
   if (!file) return std::nullopt;
-  return std::string(std::istreambuf_iterator<char>(file), {});
+  std::ostringstream contents;
+  contents << file.rdbuf();
+  return std::move(contents).str();
 }
 
 inline void writeFile(const std::string& path, const std::string& contents) {
