@@ -78,10 +78,10 @@ class PrivateMounts {
   /// The folder that holds all the rest, a tmpfs.
   const std::string& store() const { return store_; }
 
-  /// A new folder in the store, or the one of that name.
+  /// A new folder in the store that all may look into, or the one of that name.
   std::string folder(const std::string& name) const {
     const std::string path = store_ + "/" + name;
-    std::filesystem::create_directories(path);
+    if (std::filesystem::create_directories(path)) ::chmod(path.c_str(), 0755);
     return path;
   }
 
