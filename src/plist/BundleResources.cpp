@@ -11,7 +11,7 @@ constexpr NSUInteger kImmutable = 0;
 constexpr NSUInteger kMutableContainersAndLeaves = 2;
 
 Ref<NSObject> valueOfResource(const Ref<NSBundle>& bundle, const Ref<NSString>& name, NSUInteger mutabilityOption) {
-  if (!bundle) return nullptr;
+  if (!bundle || !name) return nullptr;
   return _plistWithPath_mutabilityOption(bundle, bundle->pathForResource_ofType(name, ""), mutabilityOption);
 }
 

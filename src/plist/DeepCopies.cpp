@@ -104,9 +104,15 @@ Ref<Collection> mutableCopyOfAll(const Ref<NSObject>& self) {
   return as<Collection>(CFPropertyListCreateDeepCopy(self, NSPropertyListMutableContainersAndLeaves));
 }
 
+// Objects of hosts may say so themselves.
+bool responds(const Ref<NSObject>& object, SEL selector) {
+  if (object->kind() != ObjectKind::Other) return respondsToSelector(object, selector);
+  return send<bool>(object, ZT_SELECTOR("respondsToSelector:"), selector);
+}
+
 Ref<NSMutableDictionary> representationOf(const Ref<NSObject>& element) {
   static const SEL selector = NSSelectorFromString("propertyListRepresentation");
-  if (!send<bool>(element, ZT_SELECTOR("respondsToSelector:"), selector)) return nullptr;
+  if (!responds(element, selector)) return nullptr;
   const Ref<NSDictionary> representation = as<NSDictionary>(performSelector(element, selector));
   if (!representation || representation->isMutable()) return as<NSMutableDictionary>(representation);
   return representation->mutableCopy();

@@ -177,7 +177,7 @@ Ref<NSData> QvPropertyList::bytesOfValues() const {
   Ref<NSString> error;
   Ref<NSData> bytes =
       QvPropertyListSerialization::dataFromPropertyList_format_errorDescription(currentValues_, format_, &error);
-  logError(error);
+  if (!bytes) logError(error);
   return bytes;
 }
 
@@ -213,14 +213,11 @@ bool QvPropertyList::mergeAndWriteFile() {
 // Afterwards the snapshot is what the file holds now. False when nobody can tell what that is.
 bool QvPropertyList::mergeFile() {
   readError_.reset();
-  // Not asked for first: where the question fails by chance, the file would count as missing and be replaced.
   const Ref<NSData> bytes = NSData::dataWithContentsOfFile(path_);
+  // What cannot be read for any other reason is not replaced.
+  if (!bytes && !service<SaveLocks>().isFileMissing(path_)) readError_ = kUnreadable;
   if (!bytes) {
-    if (exists(path_)) {
-      readError_ = kUnreadable;
-    } else {
-      serializedValues_.reset();
-    }
+    if (!readError_) serializedValues_.reset();
     return !readError_;
   }
   const Ref<NSObject> theirs = readValues(bytes, kMutableContainers);

@@ -118,6 +118,12 @@ TEST_F(BundlePropertyListTests, AllFormatsOfThePlatformAreRead) {
   EXPECT_EQ(valueIn(propertyListWithResourceNamed(bundle, "binary.plist")), "plain");
 }
 
+TEST_F(BundlePropertyListTests, WithoutANameTheBundleIsNotAsked) {
+  EXPECT_FALSE(propertyListWithResourceNamed(bundle, nullptr));
+  writeFile(folder / "Test.bundle/Contents/Info.plist", xmlWith("read later"));
+  EXPECT_EQ(bundle->infoDictionary()->count(), 1U);
+}
+
 TEST_F(BundlePropertyListTests, WhatIsMissingOrUnreadableIsNoneWithoutAWord) {
   fs::create_directory(resources() + "/folder.plist");
   testing::internal::CaptureStderr();

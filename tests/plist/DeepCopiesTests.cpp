@@ -11,6 +11,8 @@
 #include <ZtFoundation/platform/Runtime.h>
 #include <ZtFoundation/platform/Set.h>
 
+#include "support/ReplacedMethod.h"
+
 namespace ZtFoundation {
 namespace {
 
@@ -282,6 +284,8 @@ class Raising : public NSObject {
 
 }  // namespace
 
+bool respondsToAll(NSObject&, SEL) { return true; }
+
 ZT_REGISTER_CLASS(Shape, ZT_METHOD("propertyListRepresentation", &Shape::propertyListRepresentation),
                   ZT_METHOD("initWithPropertyListRepresentation:", &Shape::initWithPropertyListRepresentation));
 ZT_REGISTER_CLASS(Plain, ZT_METHOD("propertyListRepresentation", &Plain::propertyListRepresentation),
@@ -348,6 +352,11 @@ TEST(Representation, WhatCannotBeMadeIsSkipped) {
 
 TEST(Representation, ObjectsOfHostsSayWhetherTheyRespond) {
   EXPECT_EQ(propertyListRepresentation(NSArray::of(make<Shy>(), shape(3)))->count(), 1U);
+}
+
+TEST(Representation, OnlyObjectsOfHostsAreAskedByMessage) {
+  const test::ReplacedMethod<&respondsToAll> replaced(NSObject::classObject(), ZT_SELECTOR("respondsToSelector:"));
+  EXPECT_EQ(propertyListRepresentation(NSArray::of("text", 1, NSArray::array(), shape(3)))->count(), 1U);
 }
 
 Ref<NSArray> representationNamed(const char* name) {

@@ -35,11 +35,23 @@ class CountingStore : public QvPropertyList {
   }
 };
 
+/// Writes, and has something to say about it.
+class Remarking : public QvPropertyListSerialization {
+  ZT_OBJECT(Remarking, QvPropertyListSerialization)
+ public:
+  static Ref<NSData> write(const Ref<NSObject>& value, QvPropertyListFormat format, Ref<NSString>* error) {
+    *error = "a remark";
+    return NSPropertyListSerialization::dataFromPropertyList_format_errorDescription(
+        value, static_cast<NSUInteger>(format), nullptr);
+  }
+};
+
 bool neverSave(QvPropertyList&) { return false; }
 bool alwaysSaved(QvPropertyList&) { return true; }
 bool nothingExists(NSFileManager&, const Ref<NSString>&) { return false; }
 
 ZT_IMPLEMENT_CLASS(CountingStore);
+ZT_REGISTER_CLASS(Remarking, ZT_CLASS_METHOD("dataFromPropertyList:format:errorDescription:", &Remarking::write));
 
 namespace {
 
@@ -528,6 +540,18 @@ TEST_F(PropertyListStoreTests, StoresAnswerMessages) {
   send(made, ZT_SELECTOR("discardChanges"));
   EXPECT_EQ(send<Ref<NSObject>>(made, ZT_SELECTOR("values")), send<Ref<NSObject>>(made, ZT_SELECTOR("_currentValues")));
   EXPECT_TRUE(contentsOf(file)->starts_with("bplist00"));
+}
+
+TEST_F(PropertyListStoreTests, WhatIsSaidAboutASuccessIsNoError) {
+  const SEL writing = ZT_SELECTOR("dataFromPropertyList:format:errorDescription:");
+  const Method method = class_getClassMethod(QvPropertyListSerialization::classObject(), writing);
+  const IMP remarking = method_getImplementation(class_getClassMethod(Remarking::classObject(), writing));
+  const Ref<QvPropertyList> store = QvPropertyList::initWithPath(path);
+  LogCapture log;
+  const IMP before = method_setImplementation(method, remarking);
+  EXPECT_TRUE(store->saveChanges());
+  method_setImplementation(method, before);
+  EXPECT_EQ(log.texts(), std::vector<std::string>());
 }
 
 TEST_F(PropertyListStoreTests, ReplacedMethodsCount) {

@@ -25,6 +25,9 @@ class SaveLocks {
   /// which need not exist; links are followed. Several files may share a lock, so a thread holds one at a time. None
   /// when the folder cannot be opened, or its file system has no locks.
   virtual std::unique_ptr<Lock> lock(const Ref<NSString>& path) = 0;
+
+  /// True only when it is certain that there is no file at `path`, links followed. An error is no answer.
+  virtual bool isFileMissing(const Ref<NSString>& path) = 0;
 };
 
 }  // namespace ZtFoundation

@@ -21,6 +21,7 @@ class PlayedLocks final : public SaveLocks {
     whenAsked();
     return isGiven ? std::make_unique<PlayedLock>(*this) : nullptr;
   }
+  bool isFileMissing(const Ref<NSString>& path) override { return SaveLocks::production().isFileMissing(path); }
 
   bool isGiven = true;
   std::function<void()> whenAsked = [] {};

@@ -54,7 +54,8 @@ bool FaultScript::fails(const char* name) {
     current = this;
   }
   calls_.emplace_back(name);
-  const bool isChosen = static_cast<int>(calls_.size()) - 1 == fault_.at;
+  const int number = static_cast<int>(calls_.size()) - 1;
+  const bool isChosen = number == fault_.at || (fault_.persists && fault_.at >= 0 && number > fault_.at);
   if (!isChosen || fault_.error == 0) return false;
   errno = fault_.error;
   return true;

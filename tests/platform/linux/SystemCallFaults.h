@@ -16,6 +16,7 @@ struct Fault {
   int at = -1;              ///< which call, counted from 0; negative for none
   int error = 0;            ///< it fails with this errno; 0: it does not fail
   bool writesHalf = false;  ///< if it is a write of several bytes, only half of them are written
+  bool persists = false;    ///< all later calls fail as well
 };
 
 class FaultScript {

@@ -2,6 +2,9 @@
 
 #include <fcntl.h>
 #include <sys/file.h>
+#include <sys/stat.h>
+
+#include <cerrno>
 
 #include "platform/linux/files/FileDescriptor.h"
 #include "platform/linux/files/PlaceInFolder.h"
@@ -35,6 +38,12 @@ class LinuxSaveLocks final : public SaveLocks {
     if (!place) return nullptr;
     auto folder = std::make_unique<LockedFolder>(place);
     return folder->isHeld() ? std::move(folder) : nullptr;
+  }
+
+  bool isFileMissing(const Ref<NSString>& path) override {
+    const auto name = detail::systemPath(path);
+    struct stat status;
+    return name && ::stat(name->c_str(), &status) != 0 && errno == ENOENT;
   }
 };
 

@@ -49,6 +49,18 @@ TEST(SaveLocks, AreNotPassedToPrograms) {
   EXPECT_TRUE(isSeen);
 }
 
+TEST(SaveLocks, OnlyWhatIsCertainlyNotThereIsMissing) {
+  const ScratchFolder folder;
+  std::filesystem::create_symlink("nowhere", folder / "link");
+  std::filesystem::create_symlink("loop", folder / "loop");
+  writeFile(folder / "file", "");
+  for (const char* name : {"missing", "link"}) EXPECT_TRUE(service<SaveLocks>().isFileMissing(folder.string(name)));
+  for (const char* name : {"file", "loop", "file/in"}) {
+    EXPECT_FALSE(service<SaveLocks>().isFileMissing(folder.string(name))) << name;
+  }
+  EXPECT_FALSE(service<SaveLocks>().isFileMissing(nullptr));
+}
+
 TEST(SaveLocks, WithoutAFolderThereIsNone) {
   const ScratchFolder folder;
   writeFile(folder / "plain", "");
