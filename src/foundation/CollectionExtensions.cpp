@@ -80,7 +80,8 @@ Ref<NSArray> objectsKindOfClass(const Ref<NSArray>& self, Class wanted) {
 NSUInteger numberOfObjectsEqualTo(const Ref<NSArray>& self, const Ref<NSObject>& object) {
   if (!self || !object) return 0;
   const auto isEqualTo = [&](const Ref<NSObject>& element) { return detail::areEqualTo(element.get(), object.get()); };
-  return static_cast<NSUInteger>(std::count_if(self->begin(), self->end(), isEqualTo));
+  return static_cast<NSUInteger>(
+      std::count_if(std::make_reverse_iterator(self->end()), std::make_reverse_iterator(self->begin()), isEqualTo));
 }
 
 Ref<NSIndexSet> indexSetByAddingIndex(const Ref<NSIndexSet>& self, NSUInteger index) {

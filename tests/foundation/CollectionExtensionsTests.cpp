@@ -91,6 +91,28 @@ TEST(CollectionExtensions, CountsByTheEqualityOfScripts) {
   EXPECT_EQ(arrayByRemovingObject(objects, make<TwoFaced>())->count(), 4U);
 }
 
+// Notes that it was asked.
+class Asked : public NSObject {
+  ZT_OBJECT(Asked, NSObject)
+ public:
+  Asked(std::string& order, char name) : order_(order), name_(name) {}
+  bool isEqualTo(const NSObject*) const override {
+    order_ += name_;
+    return true;
+  }
+
+ private:
+  std::string& order_;
+  char name_;
+};
+
+TEST(CollectionExtensions, CountsFromTheLastToTheFirst) {
+  std::string order;
+  const Ref<NSArray> objects = NSArray::of(make<Asked>(order, 'a'), make<Asked>(order, 'b'), make<Asked>(order, 'c'));
+  EXPECT_EQ(numberOfObjectsEqualTo(objects, "x"), 3U);
+  EXPECT_EQ(order, "cba");
+}
+
 TEST(CollectionExtensions, ObjectsOfHostsDecideThemselves) {
   EXPECT_EQ(arrayByRemovingObjects(NSArray::of(make<Chameleon>(), 1), NSArray::of("any text"))->count(), 1U);
 }
@@ -256,6 +278,7 @@ class Collector : public NSObject {
 
 ZT_REGISTER_CLASS(Chameleon);
 ZT_REGISTER_CLASS(TwoFaced);
+ZT_REGISTER_CLASS(Asked);
 ZT_REGISTER_CLASS(Flatterer);
 ZT_REGISTER_CLASS(Mimic, ZT_METHOD("isKindOfClass:", &Mimic::isKindOfClass));
 ZT_REGISTER_CLASS(StyledString);

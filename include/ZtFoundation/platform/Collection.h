@@ -23,7 +23,7 @@ class ZT_EXPORT NSCollection : public NSObject {
 
 namespace detail {
 
-/// Equality of two values at any depth, without recursion through the collections of property lists.
+/// Equality of two values at any depth, without recursion through the collections of property lists. `a` is not null.
 ZT_EXPORT bool deepEqual(const NSObject* a, const NSObject* b);
 
 }  // namespace detail

@@ -170,7 +170,7 @@ class ZT_EXPORT NSFileManager : public NSObject {
   /// Moves an item, folders as a whole. Inside a volume that is a change of name. To another volume it is copied as
   /// `copyPath_toPath_handler` does, the copy is flushed to its device, and then the source is removed.
   /// \returns false when the item could not be moved; it is still at `source` then, and nothing is at `destination`. If
-  /// only the removal of a source fails whose copy is complete, the copy stays as well as what is left of the source. If
+  /// only flushing a complete copy or removing its source fails, the copy stays as well as what is left of the source. If
   /// the handler lets a copy go on without an item, that copy stays as well as the whole source.
   virtual bool movePath_toPath_handler(const Ref<NSString>& source, const Ref<NSString>& destination,
                                        const Ref<NSObject>& handler);

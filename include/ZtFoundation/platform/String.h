@@ -326,7 +326,7 @@ class ZT_EXPORT NSMutableString : public NSString {
   void deleteCharactersInRange(NSRange range);
   /// Raises NSRangeException when `range` does not lie inside, NSInvalidArgumentException when `replacement` is none.
   void replaceCharactersInRange_withString(NSRange range, const Ref<NSString>& replacement);
-  /// Answers how many occurrences were replaced.
+  /// Replaces all occurrences, with NSAnchoredSearch at most the one at the start or end. Answers how many were replaced.
   NSUInteger replaceOccurrencesOfString_withString_options_range(const Ref<NSString>& target,
                                                                  const Ref<NSString>& replacement, NSUInteger options,
                                                                  NSRange range);

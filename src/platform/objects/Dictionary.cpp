@@ -270,7 +270,7 @@ void NSMutableDictionary::makeRoomFor(const NSDictionary& other) {
 }
 
 void NSMutableDictionary::addEntriesFromDictionary(const Ref<NSDictionary>& other) {
-  if (!other) return;
+  if (!other || other.get() == this) return;
   makeRoomFor(*other);
   for (const DictionaryEntry& entry : *other) setObject_forKey(entry.value, entry.key);
 }

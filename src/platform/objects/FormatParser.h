@@ -31,7 +31,7 @@ struct Conversion {
   NSRange range;      ///< from the "%" to the letter
 };
 
-/// Parses what stands at the "%" at `start`.
+/// Parses what stands at the "%" at `start`, which no other "%" follows.
 Conversion parseConversion(UnitView format, NSUInteger start);
 
 }  // namespace ZtFoundation::detail

@@ -103,7 +103,8 @@ double NSString::doubleValue() const {
   if (result.ec == std::errc::result_out_of_range) {
     value = decimal.tooLarge ? std::numeric_limits<double>::infinity() : 0;
   }
-  return number.negative ? -value : value;
+  const bool isNumber = result.ec != std::errc::invalid_argument;
+  return number.negative && isNumber ? -value : value;
 }
 
 bool NSString::boolValue() const {

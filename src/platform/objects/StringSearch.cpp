@@ -137,6 +137,14 @@ NSRange findWith(const detail::TextFinder& finder, NSUInteger options) {
   return backwards ? finder.last() : finder.next(0);
 }
 
+NSRange firstToReplace(const detail::TextFinder& finder, NSUInteger options) {
+  return (options & NSAnchoredSearch) != 0 ? findWith(finder, options) : finder.next(0);
+}
+
+NSRange nextToReplace(const detail::TextFinder& finder, NSUInteger options, NSUInteger start) {
+  return (options & NSAnchoredSearch) != 0 ? kNotFoundRange : finder.next(start);
+}
+
 // --- Searching for members of a set
 
 bool isMember(const NSCharacterSet& set, char32_t codePoint, NSUInteger options) {
@@ -222,7 +230,8 @@ NSUInteger NSMutableString::replaceOccurrencesOfString_withString_options_range(
   const Ref<NSMutableString> result = NSMutableString::string();
   NSUInteger count = 0;
   NSUInteger copied = 0;
-  for (NSRange found = finder.next(0); found.length != 0; found = finder.next(NSMaxRange(found))) {
+  for (NSRange found = firstToReplace(finder, options); found.length != 0;
+       found = nextToReplace(finder, options, NSMaxRange(found))) {
     result->appendUnits(text.slice({copied, found.location - copied}));
     result->appendString(replacement);
     copied = NSMaxRange(found);

@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include <ZtFoundation/platform/Array.h>
+#include <ZtFoundation/platform/Data.h>
 #include <ZtFoundation/platform/Dictionary.h>
 #include <ZtFoundation/platform/Exception.h>
 
@@ -153,6 +154,11 @@ TEST(DictionaryTests, AddingADictionaryToItselfChangesNothing) {
   dictionary->addEntriesFromDictionary(nullptr);
   dictionary->addEntriesFromDictionary(NSDictionary::dictionaryWithEntries({{"a", 2}, {"b", 3}}));
   EXPECT_EQ(listed(dictionary), "a=2 b=3 ");
+  const Ref<NSMutableData> key = NSMutableData::dataWithLength(3);
+  dictionary->setObject_forKey(4, key);
+  key->setLength(5);
+  dictionary->addEntriesFromDictionary(dictionary);
+  EXPECT_EQ(dictionary->count(), 3U) << "a key that has changed is not found again";
 }
 
 TEST(DictionaryTests, EqualityIgnoresOrder) {

@@ -3,6 +3,7 @@
 #include <ZtFoundation/platform/Exception.h>
 #include <ZtFoundation/platform/String.h>
 
+#include <algorithm>
 #include <new>
 #include <random>
 #include <string>
@@ -116,6 +117,23 @@ TEST(MutableStringTests, RefusesPlacesOutsideAndNone) {
     text->setString(nullptr);
   } catch (const NSException& exception) {
     EXPECT_EQ(exception.reason()->utf8(), "no string to put in place");
+  }
+}
+
+TEST(MutableStringTests, AnchoredItReplacesOnlyAtTheStartOrTheEnd) {
+  struct Case {
+    const char* target;
+    NSUInteger options;
+    const char* expected;
+  };
+  for (const auto& [target, options, expected] :
+       {Case{"a", NSAnchoredSearch, "b-a-a"}, Case{"a", NSAnchoredSearch | NSBackwardsSearch, "a-a-b"},
+        Case{"-", NSAnchoredSearch, "a-a-a"}, Case{"a", NSBackwardsSearch, "b-b-b"}}) {
+    const Ref<NSMutableString> text = NSMutableString::stringWithString("a-a-a");
+    const NSUInteger count =
+        text->replaceOccurrencesOfString_withString_options_range(target, "b", options, {0, text->length()});
+    EXPECT_EQ(text->utf8(), expected);
+    EXPECT_EQ(count, static_cast<NSUInteger>(std::ranges::count(std::string(expected), 'b')));
   }
 }
 

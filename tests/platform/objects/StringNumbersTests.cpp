@@ -85,6 +85,7 @@ TEST(StringNumbersTests, Reals) {
   };
   for (const auto& each : cases) EXPECT_EQ(text(each.text)->doubleValue(), each.expected) << each.text;
   EXPECT_TRUE(std::signbit(text("-0")->doubleValue()));
+  for (const char* none : {"-", "--5", "-abc", "-."}) EXPECT_FALSE(std::signbit(text(none)->doubleValue())) << none;
   EXPECT_EQ(text("0." + std::string(400, '0') + "1")->doubleValue(), 0);
   EXPECT_EQ(text("0." + std::string(400, '0') + "1e50")->doubleValue(), 0);
   EXPECT_EQ(text("1" + std::string(400, '0') + "e-50")->doubleValue(), infinity);
