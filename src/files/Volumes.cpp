@@ -48,6 +48,11 @@ bool anyVolume(Visit visit) {
   return false;
 }
 
+bool isRootOf(FSVolumeRefNum volume, const Ref<NSString>& path) {
+  bool isThere = false;
+  return path->isEqual(rootPath(volume, 0, &isThere));
+}
+
 bool isServed(FSVolumeRefNum volume) {
   GetVolParmsInfoBuffer parameters{};
   return service<Volumes>().FSGetVolumeParms(volume, &parameters, sizeof(parameters)) == noErr &&
@@ -107,8 +112,10 @@ bool isUnmountableVolume(const Ref<NSString>& self) {
 bool unmountVolume(const Ref<NSString>& self) {
   if (!self) return false;
   Volumes& volumes = service<Volumes>();
-  if (isNetworkVolume(self)) return volumes.FSUnmountVolumeSync(volumeHolding(self)) == noErr;
-  return volumes.unmountAndEjectDeviceAtPath(self);
+  if (!isNetworkVolume(self)) return volumes.unmountAndEjectDeviceAtPath(self);
+  // If it has gone meanwhile, its folder lies on another volume, which stays.
+  const FSVolumeRefNum volume = volumeHolding(self);
+  return volume != kFSInvalidVolumeRefNum && isRootOf(volume, self) && volumes.FSUnmountVolumeSync(volume) == noErr;
 }
 
 bool volumeTotalSpace_freeSpace(const Ref<NSString>& self, std::uint64_t* totalSpace, std::uint64_t* freeSpace) {

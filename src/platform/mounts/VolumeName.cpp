@@ -44,11 +44,15 @@ bool isLinkTo(const std::string& path, dev_t device) {
   return stat(path.c_str(), &status) == 0 && S_ISBLK(status.st_mode) && status.st_rdev == device;
 }
 
+// udev makes a link under a name like this, which it then changes.
+bool isUnfinished(std::string_view link) { return link.starts_with(".#"); }
+
 std::string labelByLink(dev_t device, const std::string& labels) {
   const OwnedFolder list = openFolder(labels.c_str());
   std::string label;
   while (const dirent* const entry = list ? readdir(list.get()) : nullptr) {
-    if (isLinkTo(labels + "/" + entry->d_name, device)) label = unescaped(entry->d_name);
+    if (!isUnfinished(entry->d_name) && isLinkTo(labels + "/" + entry->d_name, device))
+      label = unescaped(entry->d_name);
   }
   return label;
 }

@@ -63,10 +63,10 @@ class Mounts {
   }
 
  private:
-  // Of a whole file system the root is a folder.
+  // Of a whole file system the root is a folder, unless a program makes it up.
   bool isSingleFile(std::size_t at) const {
     const Mount& mount = all_[at];
-    if (mount.root == "/") return false;
+    if (mount.root == "/" && !mount.type.starts_with("fuse")) return false;
     if (!mayBlock(at)) return isFile(mount.point);
     const auto parent = places_.find(mount.parent);
     return parent != places_.end() && !mayBlock(parent->second) && coversFile(mount.point);

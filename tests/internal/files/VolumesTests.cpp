@@ -82,7 +82,7 @@ class StandInVolumes final : public Volumes {
     EXPECT_EQ(name, nullptr);
     if (volume != 0 && infoError != noErr) return infoError;
     if (volume == 0 && (index < 1 || index > roots.size())) return nsvErr;
-    if (root != nullptr) *root = reference(volume == 0 ? roots[index - 1] : "/mnt");
+    if (root != nullptr) *root = reference(volume == 0 ? roots[index - 1] : rootOfVolume);
     if (info != nullptr) *info = {.totalBytes = 5'000'000'000'000, .freeBytes = 4'000'000'000'000};
     return noErr;
   }
@@ -123,6 +123,7 @@ class StandInVolumes final : public Volumes {
 
   std::vector<std::string> roots{"/", "/mnt", "/card"};
   std::map<std::string, FSVolumeRefNum> numbers;
+  std::string rootOfVolume = "/mnt";
   OSErr infoError = noErr, parametersError = noErr, mountSizeError = noErr, mountError = noErr, unmountError = noErr;
   std::uint32_t serverAddress = 0;
   bool parametersWereClear = false;
@@ -361,14 +362,24 @@ TEST_F(VolumesTests, RemovableMediaAreAskedForBeforeTheNetwork) {
 
 TEST_F(VolumesTests, ANetworkVolumeIsUnmountedByItsNumber) {
   volumes_.serverAddress = 1;
+  volumes_.rootOfVolume = "/card";
   EXPECT_TRUE(unmountVolume("/card"));
   const Calls calls = since();
-  EXPECT_EQ(Calls(calls.end() - 4, calls.end()), (Calls{"FSGetVolumeParms -7 44", "CFURLGetFSRef file:///card",
-                                                        "FSGetCatalogInfo /card 4", "FSUnmountVolumeSync -7"}));
+  EXPECT_EQ(Calls(calls.end() - 6, calls.end()),
+            (Calls{"FSGetVolumeParms -7 44", "CFURLGetFSRef file:///card", "FSGetCatalogInfo /card 4",
+                   "FSGetVolumeInfo -7 0 0", "CFURLCreateFromFSRef /card", "FSUnmountVolumeSync -7"}));
   volumes_.unmountError = fBsyErr;
   EXPECT_FALSE(unmountVolume("/card"));
   const Calls failed = since();
   EXPECT_EQ(std::count(failed.begin(), failed.end(), "unmountAndEjectDeviceAtPath /card"), 0);
+}
+
+// Its folder then lies on the volume around.
+TEST_F(VolumesTests, ANetworkVolumeThatHasGoneMeanwhileTakesNoOtherWithIt) {
+  volumes_.serverAddress = 1;
+  volumes_.rootOfVolume = "/";
+  EXPECT_FALSE(unmountVolume("/card"));
+  EXPECT_EQ(since().back(), "CFURLCreateFromFSRef /");
 }
 
 TEST_F(VolumesTests, OtherPathsAreUnmountedAndEjected) {

@@ -339,7 +339,8 @@ TEST_F(StandInVolumesTests, WhatAServersMountLiesOnTellsWhetherItIsASingleFile) 
   table_.set({{},
               {.root = "/x", .point = file, .type = "nfs"},
               {.root = "/x", .point = folder + "/folder", .type = "nfs"},
-              {.root = "/x", .point = "/none/unknown", .type = "nfs"}});
+              {.root = "/x", .point = "/none/unknown", .type = "nfs"},
+              {.point = file, .type = "fuse.single", .source = "the root of what a program serves may be a file"}});
   EXPECT_EQ(table_->roots(), (std::vector<std::string>{"/", folder + "/folder", "/none/unknown"}));
   table_.set({{.root = "/x", .point = file, .type = "nfs"}});
   EXPECT_TRUE(table_->has(file)) << "it lies on nothing";

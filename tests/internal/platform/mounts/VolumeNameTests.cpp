@@ -60,6 +60,8 @@ TEST_F(VolumeNameTests, TheSystemListsDevicesByLabel) {
     EXPECT_EQ(table->name("/none/Place"), label);
     std::filesystem::remove(labels + "/" + name);
   }
+  link(".#Card0123456789abcdef", "disk");
+  EXPECT_EQ(table->name("/none/Place"), "Place") << "a link that is being made";
 }
 
 TEST_F(VolumeNameTests, WhoMayReadTheDeviceFindsTheLabelThere) {
