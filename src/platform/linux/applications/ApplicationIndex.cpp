@@ -43,18 +43,17 @@ std::string_view withoutEntryExtension(std::string_view name) {
 // The items of a folder by name, without those that begin with a dot.
 class SortedItems {
  public:
-  // False for a folder that cannot be read.
+  // False for a folder that cannot be read to its end; what comes before an error counts.
   bool read(const std::string& folder) {
     const FileDescriptor listed(
         retryInterrupted([&] { return ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC); }));
-    if (!listed) return false;
-    contents_.read(listed.get());  // what comes before an error counts
+    const bool isWhole = listed && contents_.read(listed.get());
     for (FolderContents::Entry entry; contents_.next(entry);) {
       if (entry.name[0] != '.') items_.push_back(entry);
     }
     std::sort(items_.begin(), items_.end(),
               [](const auto& a, const auto& b) { return std::strcmp(a.name, b.name) < 0; });
-    return true;
+    return isWhole;
   }
 
   auto begin() const { return items_.begin(); }
@@ -110,10 +109,7 @@ class ApplicationIndex::Lister {
     folders_.emplace(path, stamp);
     if (depth > kDeepest || !seen_.insert({stamp.identity(), holdsEntries_}).second) return;
     SortedItems items;
-    if (!items.read(path)) {
-      folders_[path] = kNothing;
-      return;
-    }
+    if (!items.read(path)) folders_[path] = kNothing;
     for (const FolderContents::Entry& item : items) listItem(path, item, prefix, depth);
   }
 
@@ -258,7 +254,7 @@ std::string ApplicationIndex::find(OSType creator, const std::string& identifier
   refresh();
   update(query);
   const Application* found = first(query, false);
-  if (found == nullptr) found = first(query, true);
+  if (found == nullptr && !identifier.empty()) found = first(query, true);
   return found != nullptr ? found->path : std::string();
 }
 

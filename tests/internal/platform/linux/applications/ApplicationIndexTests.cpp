@@ -15,6 +15,7 @@
 #include <thread>
 #include <vector>
 
+#include "internal/platform/linux/FolderReading.h"
 #include "platform/services/DesktopEntries.h"
 #include "platform/services/LaunchServices.h"
 #include "platform/services/Service.h"
@@ -429,6 +430,29 @@ TEST_F(ApplicationIndexTests, DescriptorsMayRunOut) {
               files::rename(bundle + "/Contents", bundle + "/Old");
               files::rename(bundle + "/New", bundle + "/Contents");
               checks.same("the file that was there", byIdentifier("after"), bundle);
+            }),
+            0);
+}
+
+TEST_F(ApplicationIndexTests, AListingThatIsCutOffIsNotRemembered) {
+  std::string last = "a";
+  for (int number = 0; number < 2000; ++number) {
+    last = "application-" + std::to_string(number);
+    writeEntry(own(last + ".desktop"));
+  }
+  std::this_thread::sleep_for(std::chrono::milliseconds(2100));  // until what is read is remembered
+  EXPECT_EQ(inOwnFolders([&](Checks& checks) {
+              const auto found = [&] {
+                int count = 0;
+                for (int number = 0; number < 2000; number += 100) {
+                  count += byIdentifier("application-" + std::to_string(number)) != "none" ? 1 : 0;
+                }
+                return count;
+              };
+              test::folderReading.failsLater = true;
+              checks.holds("what comes before the error counts, the rest is missing", found() < 20);
+              test::folderReading.failsLater = false;
+              checks.holds("all is found", found() == 20);
             }),
             0);
 }

@@ -1,10 +1,8 @@
 #include "platform/services/Aliases.h"
 
-#include <dirent.h>
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
-#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -15,6 +13,7 @@
 #include <sstream>
 #include <thread>
 
+#include "internal/platform/linux/FolderReading.h"
 #include "internal/platform/linux/references/CardOfACamera.h"
 #include "platform/linux/references/AliasRecord.h"
 #include "platform/services/FileCatalog.h"
@@ -22,29 +21,6 @@
 #include "support/PrivateMounts.h"
 #include "support/Sanitizers.h"
 #include "support/ScratchFolder.h"
-
-// How often the library has read entries of folders, as searches do.
-static int foldersRead = 0;
-// Whether folders can be read at all, and tell what kinds of items are in them.
-static bool areFoldersReadable = true;
-static bool areKindsTold = true;
-
-static void forgetKinds(char* entries, ssize_t size) {
-  for (ssize_t at = 0; at < size;) {
-    auto* const entry = reinterpret_cast<dirent64*>(entries + at);
-    entry->d_type = DT_UNKNOWN;
-    at += entry->d_reclen;
-  }
-}
-
-extern "C" ssize_t getdents64(int folder, void* buffer, std::size_t size) noexcept {
-  ++foldersRead;
-  if (!areFoldersReadable) errno = EIO;
-  if (!areFoldersReadable) return -1;
-  const auto filled = static_cast<ssize_t>(::syscall(SYS_getdents64, folder, buffer, size));
-  if (!areKindsTold) forgetKinds(static_cast<char*>(buffer), filled);
-  return filled;
-}
 
 namespace ZtFoundation::test {
 namespace {
@@ -227,13 +203,13 @@ TEST_P(AliasesOn, FoldersAboveThatMovedAndVanished) {
 
 TEST_P(AliasesOn, RootNeedsNoSearchWhileTheKernelRemembersTheName) {
   makeAliases(file);
-  foldersRead = 0;
+  folderReading.count = 0;
   EXPECT_EQ(resolve(full).path, file);
   fs::rename(file, root + "/far/away/from/here/renamed");
   EXPECT_EQ(resolve(full).path, root + "/far/away/from/here/renamed");
-  EXPECT_EQ(foldersRead, 0);
+  EXPECT_EQ(folderReading.count, 0);
   EXPECT_EQ(resolve(minimal).path, root + "/far/away/from/here/renamed");
-  EXPECT_GT(foldersRead, 0);
+  EXPECT_GT(folderReading.count, 0);
 }
 
 TEST_P(AliasesOn, RootSearchesWhereTheFoldersHandleLeads) {
@@ -241,9 +217,9 @@ TEST_P(AliasesOn, RootSearchesWhereTheFoldersHandleLeads) {
   fs::rename(root + "/near/by", root + "/far/away/from/here/by");
   fs::rename(root + "/far/away/from/here/by/file", root + "/far/away/from/here/by/renamed");
   PrivateMounts::dropCaches(root);
-  foldersRead = 0;
+  folderReading.count = 0;
   EXPECT_EQ(resolve(full).path, root + "/far/away/from/here/by/renamed");
-  EXPECT_LE(foldersRead, 2);
+  EXPECT_LE(folderReading.count, 2);
 }
 
 TEST_P(AliasesOn, ALinkIsAnItem) {
@@ -412,9 +388,9 @@ TEST_F(AliasesOfVolumes, WhatCouldNotBeLookedForHasNoSuccessor) {
   const KeptAlias alias = aliasOf(file);
   writeFile(root + "/other", "another");
   fs::rename(root + "/other", file);
-  areFoldersReadable = false;
+  folderReading.fails = true;
   EXPECT_EQ(resolve(alias).error, fnfErr);
-  areFoldersReadable = true;
+  folderReading.fails = false;
   EXPECT_EQ(resolve(alias).path, file);
 }
 
@@ -435,9 +411,9 @@ TEST_F(AliasesOfVolumes, ASearchStaysOnTheVolume) {
   mounts.mountAt(root + "/far", "tmpfs", "tmpfs", 0, "mode=755");
   fs::create_directory(root + "/far/inner");
   const KeptAlias alias = forged(aliasOf(root, true), [](detail::AliasContents& contents) { contents.item.kind = 8; });
-  foldersRead = 0;
+  folderReading.count = 0;
   EXPECT_EQ(resolve(alias).error, fnfErr);
-  EXPECT_EQ(foldersRead, 2) << "what the root holds, and that there is no more";
+  EXPECT_EQ(folderReading.count, 2) << "what the root holds, and that there is no more";
 }
 
 TEST_F(AliasesOfVolumes, TheRootOfAVolumeMayBeTheRootOfAProcess) {
@@ -578,9 +554,9 @@ TEST_F(AliasesTests, ItemsAreFoundWhereFoldersDoNotTellKinds) {
   const KeptAlias alias = aliasOf(path, true);
   fs::create_directories(folder / "a/b");
   fs::rename(path, folder / "a/b/moved");
-  areKindsTold = false;
+  folderReading.tellsKinds = false;
   EXPECT_EQ(resolve(alias).path, fs::canonical(folder.path()).string() + "/a/b/moved");
-  areKindsTold = true;
+  folderReading.tellsKinds = true;
 }
 
 TEST_F(AliasesTests, AMinimalAliasIsSmaller) {
