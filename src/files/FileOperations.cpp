@@ -47,7 +47,8 @@ OSStatus removeForcefully(const Ref<NSString>& self, bool unlocking) {
   if (!JxFileExistence::exists(self)) return paramErr;
   if (!JxFileAccessibility::canUserAccessToWrite(self)) return afpAccessDenied;
   if (!JxFileAccessibility::canUserAccessToWrite(self->stringByDeletingLastPathComponent())) return afpAccessDenied;
-  if (unlocking) JxFileCatalogInformation::setFinderLock(self, false);
+  if (unlocking && JxFileCatalogInformation::isLockedByFinder(self))
+    JxFileCatalogInformation::setFinderLock(self, false);
   const bool isRemoved =
       send<bool>(NSFileManager::defaultManager(), ZT_SELECTOR("removeFileAtPath:handler:"), self, Ref<NSObject>());
   return isRemoved ? noErr : paramErr;

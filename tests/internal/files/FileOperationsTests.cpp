@@ -23,6 +23,7 @@ class PathCatalog final : public FileCatalog {
   std::set<std::string> existing;
   std::map<std::string, OSErr> errors;  // of making the folder of that name; dupFNErr: it is there by now
   OSErr renameAnswer = noErr;
+  std::uint16_t nodeFlags = 0;
   bool hasNoMemory = false;
   Calls calls;
 
@@ -31,10 +32,18 @@ class PathCatalog final : public FileCatalog {
     *ref = FSRef({}, path);
     return noErr;
   }
-  bool CFURLGetFSRef(const Ref<NSURL>&, FSRef*) override { return false; }
+  bool CFURLGetFSRef(const Ref<NSURL>& url, FSRef* ref) override {
+    return FSPathMakeRef(url->path(), ref, nullptr) == noErr;
+  }
   Ref<NSURL> CFURLCreateFromFSRef(const FSRef*) override { return nullptr; }
-  OSErr FSGetCatalogInfo(const FSRef*, FSCatalogInfoBitmap, FSCatalogInfo*, FSSpec*) override { return fnfErr; }
-  OSErr FSSetCatalogInfo(const FSRef*, FSCatalogInfoBitmap, const FSCatalogInfo*) override { return fnfErr; }
+  OSErr FSGetCatalogInfo(const FSRef*, FSCatalogInfoBitmap, FSCatalogInfo* info, FSSpec*) override {
+    info->nodeFlags = nodeFlags;
+    return noErr;
+  }
+  OSErr FSSetCatalogInfo(const FSRef* ref, FSCatalogInfoBitmap, const FSCatalogInfo* info) override {
+    calls.push_back(ref->path()->utf8().append(" = ").append(std::to_string(info->nodeFlags)));
+    return noErr;
+  }
   OSErr FSCreateDirectoryUnicode(const FSRef* parent, const Ref<NSString>& name) override {
     calls.push_back(parent->path()->utf8().append(" | ").append(name->utf8()));
     const auto error = errors.find(name->utf8());
@@ -101,6 +110,18 @@ TEST_F(FileOperationStepsTests, NewNamesAndAnswersPassAsTheyStand) {
 bool refuse(NSFileManager&, const Ref<NSString>&, const Ref<NSObject>& handler) {
   EXPECT_FALSE(handler);
   return false;
+}
+
+TEST_F(FileOperationStepsTests, OnlyWhatIsLockedIsUnlockedForRemoval) {
+  ScratchFolder folder;
+  const std::string file = folder / "file";
+  catalog.existing.insert(file);
+  for (const std::uint16_t flags : {std::uint16_t{0x10}, std::uint16_t{0x11}}) {
+    writeFile(file, "text");
+    catalog.nodeFlags = flags;
+    EXPECT_EQ(JxFileOperation::removeFileForcefully(file, true), noErr);
+    EXPECT_EQ(catalog.calls, flags == 0x10 ? Calls() : Calls{file + " = 16"});
+  }
 }
 
 TEST(FileRemovalStepsTests, ARemovalThatIsRefusedIsParamErr) {

@@ -95,11 +95,15 @@ bool mayChangeEntries(int folder) {
   return ::faccessat(folder, ".", W_OK | X_OK, AT_EACCESS) == 0 && !isLocked(folder);
 }
 
+// Not even root may take away what can only grow, nor anything out of a folder that can only grow.
+bool canOnlyGrow(const struct statx& status) { return (status.stx_attributes & STATX_ATTR_APPEND) != 0; }
+
 bool isDeletable(const Entry& entry) {
   const auto folder = statusOfDescriptor(entry.folder.get());
   const auto item = statusOfItem(entry.folder.get(), entry.name);
   return folder && item && mayChangeEntries(entry.folder.get()) && !isKeptBySticky(*item, *folder) &&
-         !isMountPoint(*item, *folder) && !isLockedAt(entry.folder.get(), entry.name);
+         !canOnlyGrow(*item) && !canOnlyGrow(*folder) && !isMountPoint(*item, *folder) &&
+         !isLockedAt(entry.folder.get(), entry.name);
 }
 
 // --- Attributes

@@ -18,6 +18,7 @@
 #include <vector>
 
 #include "platform/linux/files/Accounts.h"
+#include "platform/linux/files/FileDescriptor.h"
 
 namespace ZtFoundation {
 
@@ -186,12 +187,13 @@ WantedAttributes::WantedAttributes(const Ref<NSDictionary>& attributes) : user_(
   modified_ = modificationTimeIn(*attributes);
 }
 
-void WantedAttributes::giveTo(const std::string& path) const noexcept {
-  giveOwner(path.c_str(), user_, group_);
-  if (permissions_) ::chmod(path.c_str(), *permissions_);
+void WantedAttributes::giveTo(int item) const noexcept {
+  const PathOfDescriptor path(item);
+  giveOwner(path.get(), user_, group_);
+  if (permissions_) ::chmod(path.get(), *permissions_);
   if (!modified_) return;
   const timespec times[] = {{0, UTIME_OMIT}, *modified_};
-  ::utimensat(AT_FDCWD, path.c_str(), times, 0);
+  ::utimensat(AT_FDCWD, path.get(), times, 0);
 }
 
 }  // namespace detail

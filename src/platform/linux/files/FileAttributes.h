@@ -27,8 +27,8 @@ class WantedAttributes {
 
   /// The permission bits, `otherwise` where none are asked for.
   mode_t permissions(mode_t otherwise) const noexcept { return permissions_.value_or(otherwise); }
-  /// As far as the process may.
-  void giveTo(const std::string& path) const noexcept;
+  /// To an open item, also one opened with O_PATH, as far as the process may.
+  void giveTo(int item) const noexcept;
 
  private:
   uid_t user_;

@@ -5,7 +5,9 @@
 
 #include <unistd.h>
 
+#include <array>
 #include <cerrno>
+#include <cstdio>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -36,6 +38,18 @@ class FileDescriptor {
 
  private:
   int descriptor_ = -1;
+};
+
+/// Names an open item, also one opened with O_PATH, whatever becomes of its path; needs "/proc".
+class PathOfDescriptor {
+ public:
+  explicit PathOfDescriptor(int descriptor) noexcept {
+    std::snprintf(path_.data(), path_.size(), "/proc/self/fd/%d", descriptor);
+  }
+  const char* get() const noexcept { return path_.data(); }
+
+ private:
+  std::array<char, 32> path_;
 };
 
 /// Calls until no signal breaks in; answers what the call answers.

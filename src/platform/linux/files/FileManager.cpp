@@ -2,6 +2,7 @@
 #include <ZtFoundation/platform/Dictionary.h>
 #include <ZtFoundation/platform/FileManager.h>
 #include <ZtFoundation/platform/Runtime.h>
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -35,6 +36,16 @@ ZT_REGISTER_CLASS(NSFileManager, ZT_CLASS_METHOD("defaultManager", &NSFileManage
 using detail::FileDescriptor;
 using detail::systemPath;
 
+namespace {
+
+// The folder itself, and not what a link that was put in its place leads to.
+FileDescriptor openFolderItself(const std::string& path) {
+  constexpr int flags = O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
+  return FileDescriptor(detail::retryInterrupted([&] { return ::open(path.c_str(), flags); }));
+}
+
+}  // namespace
+
 Ref<NSFileManager> NSFileManager::defaultManager() {
   static NSFileManager* const shared = new NSFileManager;  // never destroyed, so it serves during exit too
   return Ref<NSFileManager>(shared);
@@ -55,10 +66,11 @@ bool NSFileManager::fileExistsAtPath_isDirectory(const Ref<NSString>& path, bool
 }
 
 bool NSFileManager::createDirectoryAtPath_attributes(const Ref<NSString>& path, const Ref<NSDictionary>& attributes) {
-  const auto name = systemPath(path);
+  auto name = systemPath(path);
   const detail::WantedAttributes wanted(attributes);
+  if (name) name->erase(name->find_last_not_of('/') + 1);  // beyond it links would be followed
   if (!name || detail::isFolderLocked(*name) || ::mkdir(name->c_str(), wanted.permissions(0777)) != 0) return false;
-  wanted.giveTo(*name);
+  wanted.giveTo(openFolderItself(*name).get());
   return true;
 }
 
@@ -71,9 +83,8 @@ bool NSFileManager::createFileAtPath_contents_attributes(const Ref<NSString>& pa
   const detail::WantedAttributes wanted(attributes);
   FileDescriptor file = detail::openEmpty(*name, wanted.permissions(0666));
   if (!file || (contents && !detail::writeAll(file.get(), contents->view()))) return false;
-  if (!detail::closeWritten(std::move(file))) return false;
-  wanted.giveTo(*name);
-  return true;
+  wanted.giveTo(file.get());
+  return detail::closeWritten(std::move(file));
 }
 
 }  // namespace ZtFoundation

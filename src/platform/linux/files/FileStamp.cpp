@@ -1,6 +1,8 @@
 #include "platform/linux/files/FileStamp.h"
 
+#include <algorithm>
 #include <ctime>
+#include <limits>
 
 namespace ZtFoundation::detail {
 
@@ -9,7 +11,12 @@ namespace {
 constexpr std::int64_t kSecond = 1'000'000'000;
 constexpr std::int64_t kLongestTick = 2 * kSecond;
 
-std::int64_t nanoseconds(const timespec& time) { return std::int64_t{time.tv_sec} * kSecond + time.tv_nsec; }
+// A program that serves files may tell any time.
+constexpr std::int64_t kFarthest = std::numeric_limits<std::int64_t>::max() / kSecond / 2;
+
+std::int64_t nanoseconds(const timespec& time) {
+  return std::clamp(std::int64_t{time.tv_sec}, -kFarthest, kFarthest) * kSecond + time.tv_nsec;
+}
 
 // A few milliseconds late at most, and so on the safe side.
 std::int64_t now() {

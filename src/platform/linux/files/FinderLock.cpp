@@ -15,10 +15,6 @@ namespace ZtFoundation::detail {
 
 namespace {
 
-// Names an open item, also one opened with O_PATH, whatever becomes of its
-// path.
-std::string pathOfDescriptor(int item) { return std::string("/proc/self/fd/").append(std::to_string(item)); }
-
 FileDescriptor openItem(int folder, const std::string& path, int flags = O_NOFOLLOW) {
   return FileDescriptor(retryInterrupted([&] { return ::openat(folder, path.c_str(), O_PATH | O_CLOEXEC | flags); }));
 }
@@ -26,7 +22,7 @@ FileDescriptor openItem(int folder, const std::string& path, int flags = O_NOFOL
 ssize_t attributeSize(int item) {
   const ssize_t size = ::fgetxattr(item, kLockAttribute, nullptr, 0);
   if (size >= 0 || errno != EBADF) return size;
-  return ::getxattr(pathOfDescriptor(item).c_str(), kLockAttribute, nullptr, 0);
+  return ::getxattr(PathOfDescriptor(item).get(), kLockAttribute, nullptr, 0);
 }
 
 // --- Where an error hides the answer, the item is safer with a lock.
@@ -136,7 +132,7 @@ int setLocked(int item, bool locked) {
   if (!status) return errno;
   const bool isDone = locked ? isKnownToBeLocked(item, *status) : !isLocked(item, *status);
   if (isLink(*status) || isDone) return 0;
-  const std::string path = pathOfDescriptor(item);
+  const std::string path = PathOfDescriptor(item).get();
   return locked ? changeAsOwner(path, *status, addAttribute) : unlock(path, *status);
 }
 

@@ -30,9 +30,8 @@ FileDescriptor openIn(const PlaceInFolder& place, const char* name, int flags) {
 }
 
 bool giveName(int file, const PlaceInFolder& place) {
-  std::array<char, 32> opened;
-  std::snprintf(opened.data(), opened.size(), "/proc/self/fd/%d", file);
-  return ::linkat(AT_FDCWD, opened.data(), place.folder.get(), place.name.c_str(), AT_SYMLINK_FOLLOW) == 0;
+  const detail::PathOfDescriptor opened(file);
+  return ::linkat(AT_FDCWD, opened.get(), place.folder.get(), place.name.c_str(), AT_SYMLINK_FOLLOW) == 0;
 }
 
 // The file gets its name with all its contents; until then it goes with its descriptor, even when the process is

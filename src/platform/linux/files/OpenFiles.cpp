@@ -8,15 +8,17 @@
 #include <optional>
 #include <string>
 
+#include "platform/linux/files/FileDescriptor.h"
+
 namespace ZtFoundation {
 
 namespace {
 
 // What the kernel writes for the descriptor.
 std::optional<std::string> kernelName(int descriptor) {
-  const std::string link = "/proc/self/fd/" + std::to_string(descriptor);
+  const detail::PathOfDescriptor link(descriptor);
   std::array<char, PATH_MAX> buffer;
-  const ssize_t length = ::readlink(link.c_str(), buffer.data(), buffer.size());
+  const ssize_t length = ::readlink(link.get(), buffer.data(), buffer.size());
   if (length < 0) return std::nullopt;
   return std::string(buffer.data(), static_cast<std::size_t>(length));
 }

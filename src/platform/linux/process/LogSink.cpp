@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <cstdio>
 #include <cstring>
 #include <memory>
@@ -70,7 +71,9 @@ void putOrigin() {
 // The host may put another file in the place of standard error at any time; asking for every line would cost a fifth of
 // the line.
 void refresh(time_t second) {
-  [[maybe_unused]] static const bool watched = (watchForks(), true);
+  // No initialisation of its own: a child forked in the middle of one would wait for it for ever.
+  static std::atomic_flag areForksWatched;
+  if (!areForksWatched.test_and_set()) watchForks();
   context.second = second;
   context.mayLoseReader = mayLoseItsReader();
   putDate(second);

@@ -50,9 +50,9 @@ FileDescriptor openHandle(int volume, const FileHandle& handle) {
 }
 
 std::optional<std::string> rememberedPath(int item) {
-  const std::string link = std::string("/proc/self/fd/").append(std::to_string(item));
+  const PathOfDescriptor link(item);
   std::array<char, PATH_MAX> buffer;
-  const ssize_t length = ::readlink(link.c_str(), buffer.data(), buffer.size());
+  const ssize_t length = ::readlink(link.get(), buffer.data(), buffer.size());
   if (length <= 0 || buffer[0] != '/') return std::nullopt;
   return std::string(buffer.data(), static_cast<std::size_t>(length));
 }

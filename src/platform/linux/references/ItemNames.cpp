@@ -44,15 +44,27 @@ bool isTaken(const Renaming& names) {
   return ::statx(names.folder, names.to.c_str(), flags, STATX_TYPE | STATX_INO, &status) == 0;
 }
 
+// In a sticky folder another user's item may get a new name, but not lose the old one.
+bool mayLoseItsName(const Renaming& names) {
+  struct stat folder;
+  struct stat item;
+  if (::fstat(names.folder, &folder) != 0 || (folder.st_mode & S_ISVTX) == 0) return true;
+  const uid_t user = ::geteuid();
+  return folder.st_uid == user ||
+         (::fstatat(names.folder, names.from.c_str(), &item, AT_SYMLINK_NOFOLLOW) == 0 && item.st_uid == user);
+}
+
 // For file systems that cannot refuse to replace. A new link never replaces;
 // where there are no links either, a moment remains in which another process
 // may take the name.
 int renameCautiously(const Renaming& names) {
   if (isTaken(names)) return EEXIST;
-  if (::linkat(names.folder, names.from.c_str(), names.folder, names.to.c_str(), 0) == 0) {
-    return errorOf(::unlinkat(names.folder, names.from.c_str(), 0));
+  if (mayLoseItsName(names)) {
+    if (::linkat(names.folder, names.from.c_str(), names.folder, names.to.c_str(), 0) == 0) {
+      return errorOf(::unlinkat(names.folder, names.from.c_str(), 0));
+    }
+    if (errno == EEXIST) return EEXIST;
   }
-  if (errno == EEXIST) return EEXIST;
   return errorOf(::renameat(names.folder, names.from.c_str(), names.folder, names.to.c_str()));
 }
 
@@ -68,9 +80,8 @@ int renameWithoutReplacing(const Renaming& names) {
 bool isListed(int folder, const std::string& name) {
   const FileDescriptor listed(
       retryInterrupted([&] { return ::openat(folder, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC); }));
-  if (!listed) return true;
   FolderContents contents;
-  contents.read(listed.get());  // what comes before an error counts
+  if (!listed || !contents.read(listed.get())) return true;
   for (FolderContents::Entry entry; contents.next(entry);) {
     if (name == entry.name) return true;
   }

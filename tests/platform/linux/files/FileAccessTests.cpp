@@ -4,7 +4,9 @@
 #include <fcntl.h>
 #include <grp.h>
 #include <gtest/gtest.h>
+#include <linux/fs.h>
 #include <pwd.h>
+#include <sys/ioctl.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -112,6 +114,24 @@ TEST_F(FileAccessTests, WhatCanBeDeleted) {
               return manager->isDeletableFileAtPath("file") && !manager->isDeletableFileAtPath("missing") ? 0 : 2;
             }),
             0);
+}
+
+TEST_F(FileAccessTests, WhatCanOnlyGrowCannotBeDeleted) {
+  PrivateMounts mounts;
+  const std::string disk = mounts.disk({.type = "ext4"});
+  if (disk.empty()) GTEST_SKIP() << mounts.whyNot();
+  for (const char* name : {"/only", "/only/item", "/item"}) std::filesystem::create_directory(disk + name);
+  const auto mayOnlyGrow = [&](const std::string& name, int flags) {
+    const int item = ::open((disk + name).c_str(), O_RDONLY);
+    EXPECT_EQ(::ioctl(item, FS_IOC_SETFLAGS, &flags), 0);
+    ::close(item);
+  };
+  for (const int flags : {0, FS_APPEND_FL}) {
+    for (const char* name : {"/only", "/item"}) mayOnlyGrow(name, flags);
+    for (const std::string name : {"/only/item", "/item"}) {
+      EXPECT_EQ(manager->isDeletableFileAtPath(Ref<NSString>(disk + name)), flags == 0) << name;
+    }
+  }
 }
 
 TEST_F(FileAccessTests, TheFolderMustBeWritable) {

@@ -13,6 +13,7 @@
 #include <filesystem>
 #include <limits>
 
+#include "platform/linux/SystemCallFaults.h"
 #include "support/ChildProcess.h"
 #include "support/FarDates.h"
 #include "support/ScratchFolder.h"
@@ -124,6 +125,35 @@ TEST_F(FileManagerTests, AFolderNeedsItsParent) {
   ::chmod(folder.path().c_str(), 0555);
   EXPECT_EQ(asOrdinaryUser([&] { return makeFolder("new"); }), 0) << "a folder that may not be written";
   ::chmod(folder.path().c_str(), 0755);
+}
+
+// Whoever may write the folder around may put a link in the place of the new item.
+TEST_F(FileManagerTests, AttributesAreForTheNewItemAlone) {
+  const Ref<NSDictionary> attributes = NSDictionary::dictionaryWithEntries(
+      {{NSFilePosixPermissions, 0777}, {NSFileModificationDate, NSDate::dateWithTimeIntervalSince1970(1000)}});
+  const struct stat file = statusOf("file"), inner = statusOf("folder");
+  const auto swap = [&](const char* made, const char* victim) {
+    std::filesystem::rename(folder / made, folder / "taken");
+    std::filesystem::create_symlink(victim, folder / made);
+  };
+  for (const std::string made : {"new", "new/"}) {
+    FaultScript script({});
+    script.before("chmod", [&] { swap("new", "folder"); });
+    makeFolder(made, attributes);
+    EXPECT_TRUE(std::filesystem::is_symlink(folder / "new"));
+    std::filesystem::remove(folder / "new");
+    std::filesystem::remove(folder / "taken");
+  }
+  {
+    FaultScript script({});
+    script.before("chmod", [&] { swap("new", "file"); });
+    manager->createFileAtPath_contents_attributes(folder.string("new"), nullptr, attributes);
+  }
+  EXPECT_TRUE(std::filesystem::is_symlink(folder / "new"));
+  for (const auto& [name, before] : {std::pair("file", file), std::pair("folder", inner)}) {
+    EXPECT_EQ(statusOf(name).st_mode, before.st_mode) << name;
+    EXPECT_EQ(statusOf(name).st_mtim.tv_sec, before.st_mtim.tv_sec) << name;
+  }
 }
 
 TEST_F(FileManagerTests, PermissionsAreIndependentOfTheUmask) {

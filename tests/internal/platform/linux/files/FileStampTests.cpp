@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <limits>
 #include <string>
 
 #include "support/ScratchFolder.h"
@@ -45,6 +46,15 @@ TEST(FileStampTests, EachChangeShows) {
   changed[3].st_ctim.tv_sec = 0;
   changed[4].st_ctim.tv_nsec = 0;
   for (const struct stat& now : changed) EXPECT_FALSE(before.stillHolds(FileStamp(now))) << &now - changed;
+}
+
+// File systems tell whatever they like.
+TEST(FileStampTests, TimesMayBeAsFarAsNumbersGo) {
+  for (const time_t second : {std::numeric_limits<time_t>::max(), std::numeric_limits<time_t>::min()}) {
+    struct stat status {};
+    status.st_ctim = {second, 999999999};
+    EXPECT_EQ(FileStamp(status).stillHolds(FileStamp(status)), second < 0);
+  }
 }
 
 TEST(FileStampTests, WhatIsMissingStaysMissing) {

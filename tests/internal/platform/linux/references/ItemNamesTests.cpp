@@ -14,6 +14,7 @@
 
 #include "internal/platform/linux/references/CardOfACamera.h"
 #include "platform/linux/files/FileDescriptor.h"
+#include "support/ChildProcess.h"
 #include "support/ScratchFolder.h"
 
 // --- File systems that this machine may not have. The calls of the library come here first.
@@ -126,6 +127,22 @@ TEST_F(ItemNamesTests, WhereTheFileSystemCannotRefuseToReplace) {
     EXPECT_EQ(rename("renamed", "file"), noErr);
     for (const char* made : {"other", "empty", "moved folder", "link"}) std::filesystem::remove(folder / made);
   }
+}
+
+// There is no way to take a second name away again.
+TEST_F(ItemNamesTests, AnothersItemInAStickyFolderGetsNoSecondName) {
+  if (::geteuid() != 0) GTEST_SKIP() << "only root can be another user";
+  refusal = EINVAL;
+  ::chmod(folder.path().c_str(), 01777);
+  ::chmod((folder / "file").c_str(), 0666);
+  EXPECT_EQ(asOrdinaryUser([&] { return rename("file", "renamed") == noErr ? 1 : 0; }), 0);
+  EXPECT_EQ(folder.names(), Names{"file"});
+  EXPECT_EQ(asOrdinaryUser([&] {
+              writeFile(folder / "own", "text");
+              return rename("own", "renamed") == noErr ? 0 : 1;
+            }),
+            0);
+  EXPECT_EQ(folder.names(), (Names{"file", "renamed"}));
 }
 
 TEST_F(ItemNamesTests, AChangeOfCaseAlone) {
