@@ -3,12 +3,18 @@
 #include <ZtFoundation/platform/Runtime.h>
 
 #include "files/StatusOperations.h"
+#include "platform/services/FolderListing.h"
+#include "platform/services/Service.h"
 
 namespace ZtFoundation::JxTalvoZtWdExensions {
 
 namespace {
 
-std::uint64_t freeSpaceAt(const Ref<NSString>& folder) { return JxVolumeCatalogInformation::volumeFreeSpace(folder); }
+// A link to a folder may lead to another volume.
+std::uint64_t freeSpaceAt(const Ref<NSString>& folder) {
+  const Ref<NSString> real = service<FolderListing>().withoutLinks(folder);
+  return JxVolumeCatalogInformation::volumeFreeSpace(real ? real : folder);
+}
 
 OSStatus statusFor(bool success) { return success ? noErr : paramErr; }
 

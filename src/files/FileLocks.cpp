@@ -1,6 +1,7 @@
 #include <ZtFoundation/Files.h>
 
 #include "files/LoggedCalls.h"
+#include "platform/services/Service.h"
 
 namespace ZtFoundation::QvFoundationExtensions {
 
@@ -31,8 +32,12 @@ bool isVolumeLockedAtPath(const Ref<NSFileManager>& self, const Ref<NSString>& p
   FSRef item;
   FSCatalogInfo info;
   FSVolumeInfo volume;
-  return self && calls.FSPathMakeRef(path, &item) && calls.FSGetCatalogInfo(item, kFSCatInfoVolume, &info) &&
-         calls.FSGetVolumeInfo(info.volume, kFSVolInfoFlags, &volume) && saysLocked(volume);
+  if (!self) return false;
+  // A root is known without asking the volume itself, whose server may be gone.
+  info.volume = service<Volumes>().volumeRootedAt(path);
+  const bool isTold = info.volume != kFSInvalidVolumeRefNum ||
+                      (calls.FSPathMakeRef(path, &item) && calls.FSGetCatalogInfo(item, kFSCatInfoVolume, &info));
+  return isTold && calls.FSGetVolumeInfo(info.volume, kFSVolInfoFlags, &volume) && saysLocked(volume);
 }
 
 bool isFileLockedAtPath(const Ref<NSFileManager>& self, const Ref<NSString>& path) {

@@ -27,8 +27,9 @@ Ref<NSString> firstMade(const Ref<NSString>& wanted, bool isFolder, Make make) {
 }  // namespace
 
 Ref<NSString> createUnusedFinderFile(const Ref<NSString>& self, const Ref<NSData>& contents) {
-  const std::string_view bytes = contents ? contents->view() : std::string_view();
-  return firstMade(self, false, [&](const Ref<NSString>& path) { return service<NewFiles>().make(path, bytes); });
+  return firstMade(self, false, [&](const Ref<NSString>& path) {
+    return service<NewFiles>().make(path, contents ? contents->view() : std::string_view());
+  });
 }
 
 Ref<NSString> createUnusedFinderFolder(const Ref<NSString>& self) {

@@ -7,6 +7,7 @@
 #include <filesystem>
 
 #include "support/ChildProcess.h"
+#include "support/PrivateMounts.h"
 #include "support/ScratchFolder.h"
 
 namespace ZtFoundation::test {
@@ -54,6 +55,19 @@ TEST_F(AutonamingTests, CreatingChecksInOrder) {
   }
   std::filesystem::create_directory(folder / "d/taken");
   EXPECT_EQ(create("d/taken", false), paramErr);
+}
+
+TEST_F(AutonamingTests, TheVolumeThatALinkLeadsToNeedsTheRoom) {
+  PrivateMounts mounts;
+  const std::string full = mounts.memory("full", "size=64k"), roomy = mounts.memory("roomy", "size=1m");
+  if (roomy.empty()) GTEST_SKIP() << mounts.whyNot();
+  for (const auto& [from, to] : {std::pair(full, roomy), std::pair(roomy, full)}) {
+    std::filesystem::create_symlink(to, from + "/link");
+  }
+  writeFile(full + "/rest", std::string(1 << 20, 'x'));  // as much as goes in
+  const std::string small(1000, 'x');
+  EXPECT_EQ(createFileWithContents_autoname(full + "/link/a", NSData::dataWithBytes(small), false), noErr);
+  EXPECT_EQ(createFileWithContents_autoname(roomy + "/link/a", NSData::dataWithBytes(small), false), dskFulErr);
 }
 
 TEST_F(AutonamingTests, CreatingAsksWhatTheProcessMay) {

@@ -51,6 +51,21 @@ TEST(UnusedItems, HaveThePermissionsThatTheUmaskLeaves) {
   EXPECT_EQ(std::filesystem::status(folder / "a").permissions(), std::filesystem::perms{0640});
 }
 
+Ref<NSMutableData> growing;
+bool growsWhenAsked(NSFileManager& files, const Ref<NSString>& path) {
+  growing->setLength(growing->length() + (1 << 20));
+  return files.NSFileManager::fileExistsAtPath(path);
+}
+
+TEST(UnusedItems, ContentsMayChangeWhileANameIsLookedFor) {
+  const ScratchFolder folder;
+  growing = NSMutableData::dataWithLength(10);
+  const ReplacedMethod<&growsWhenAsked> replaced(NSFileManager::classObject(), ZT_SELECTOR("fileExistsAtPath:"));
+  EXPECT_TRUE(createUnusedFinderFile(folder.string("a"), growing));
+  EXPECT_TRUE(contentsOf(folder / "a") == std::string(growing->view()));
+  growing.reset();
+}
+
 TEST(UnusedItems, ANameThatAnotherTakesFirstIsLeftToIt) {
   const ScratchFolder folder;
   const ReplacedMethod<&existsToday> replaced(NSFileManager::classObject(), ZT_SELECTOR("fileExistsAtPath:"));

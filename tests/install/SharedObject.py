@@ -47,6 +47,15 @@ def unexpected_needs():
             yield f"needs {match[1]}"
 
 
+def strange_folders():
+    """Where the loader looks for what a module needs; an empty folder is the current one."""
+    for library in sorted(LIBRARY.parent.glob("libZtFoundation*.so")):
+        for line in lines_of("readelf", "--dynamic", "--wide", str(library)):
+            match = re.search(r"\((?:RUNPATH|RPATH)\).*\[(.*)\]", line)
+            if match and match[1] != "$ORIGIN":
+                yield f"looks for libraries in {match[1]} ({library.name})"
+
+
 def is_32_bit():
     return any(re.match(r"\s*Class:\s+ELF32", line) for line in lines_of("readelf", "--file-header", str(LIBRARY)))
 
@@ -63,7 +72,7 @@ def main():
     if is_sanitized():
         print("a sanitizer adds symbols and libraries of its own")
         return 77
-    faults = [*strangers(), *unexpected_needs(), *narrow_calls()]
+    faults = [*strangers(), *unexpected_needs(), *strange_folders(), *narrow_calls()]
     for fault in faults:
         print(f"{LIBRARY.name} {fault}")
     return 1 if faults else 0

@@ -9,6 +9,7 @@
 
 #include <algorithm>
 
+#include "platform/mounts/FileSystemType.h"
 #include "platform/mounts/Owned.h"
 
 namespace ZtFoundation::mounts {
@@ -35,10 +36,9 @@ std::string firstLine(const std::string& path) {
 // Several devices can be under one file system; it goes by its source then.
 dev_t deviceOf(const Mount& mount) {
   if (major(mount.device) != 0) return mount.device;
+  const std::string source = deviceSource(mount);
   struct stat status;
-  const bool isDevice = mount.server == 0 && mount.source.starts_with("/dev/") &&
-                        stat(mount.source.c_str(), &status) == 0 && S_ISBLK(status.st_mode);
-  return isDevice ? status.st_rdev : 0;
+  return !source.empty() && stat(source.c_str(), &status) == 0 && S_ISBLK(status.st_mode) ? status.st_rdev : 0;
 }
 
 // The list has nothing for 0.
@@ -89,6 +89,11 @@ std::string nodeOf(const std::string& disk) {
 }
 
 }  // namespace
+
+std::string deviceSource(const Mount& mount) {
+  const bool isDevice = mount.server == 0 && !isMountedByUsers(mount.type) && mount.source.starts_with("/dev/");
+  return isDevice ? mount.source : std::string();
+}
 
 BlockDevice::BlockDevice(const Mount& mount, const std::string& devices) : folder_(folderOf(deviceOf(mount), devices)) {
   if (!folder_.empty()) addDisks(folder_, 0, disks_);

@@ -9,6 +9,10 @@
 
 namespace ZtFoundation::mounts {
 
+/// The path under "/dev" that the mount table names as the source; empty where it names none, or users may choose what
+/// it names.
+std::string deviceSource(const Mount& mount);
+
 class BlockDevice {
  public:
   /// The device of `mount` by the kernel's list `devices` ("/sys/dev/block"); there need be none.

@@ -112,6 +112,8 @@ OSType serverKind(std::string_view type, std::string_view source, std::string_vi
   return known == 0 && isFuse(type) ? kindOfURL(source) : known;
 }
 
-bool mayBlock(std::string_view type, OSType server) { return server != 0 || isFuse(type); }
+bool isMountedByUsers(std::string_view type) { return isFuse(type); }
+
+bool mayBlock(std::string_view type, OSType server) { return server != 0 || type.starts_with("fuse"); }
 
 }  // namespace ZtFoundation::mounts

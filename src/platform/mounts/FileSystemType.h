@@ -15,6 +15,9 @@ bool storesFiles(const char* type);
 /// their guests is local.
 OSType serverKind(std::string_view type, std::string_view source, std::string_view options);
 
+/// True when users may mount such a file system, who then say what its source is called.
+bool isMountedByUsers(std::string_view type);
+
 /// True when a server or a program answers for the file system, so that a question to it may wait for ever.
 bool mayBlock(std::string_view type, OSType server);
 

@@ -24,7 +24,8 @@ Table tableOf(const std::string& text) {
   const Stream stream(made(fmemopen(const_cast<char*>(text.data()), text.size(), "r")), fclose);
   mnt_table_set_parser_errcb(table.get(), goOnBehindBadLine);
   errno = 0;  // for want of memory a line may look like the end
-  mnt_table_parse_stream(table.get(), stream.get(), "mountinfo");
+  // A name for messages, which is absolute so that the current folder is not asked for.
+  mnt_table_parse_stream(table.get(), stream.get(), "/proc/self/mountinfo");
   if (errno == ENOMEM) throw std::bad_alloc();
   return table;
 }

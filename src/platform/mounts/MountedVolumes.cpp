@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <limits>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -29,9 +30,8 @@ using mounts::VolumeTable;
 
 constexpr unsigned kWantedOfItem = STATX_INO | STATX_TYPE | STATX_BTIME | STATX_MNT_ID;
 
-// Asks for no more than is already known here.
-bool statusOf(const std::string& path, struct statx* status) {
-  constexpr int flags = AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT | AT_STATX_DONT_SYNC;
+bool statusOf(const std::string& path, int synchronisation, struct statx* status) {
+  const int flags = AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT | synchronisation;
   return statx(AT_FDCWD, path.c_str(), flags, kWantedOfItem, status) == 0;
 }
 
@@ -55,8 +55,15 @@ FSRef rootOf(const Volume& volume) {
   identity.device = volume.mount.device;
   identity.isFolder = true;
   struct statx status;
-  if (!volume.mayBlock && statusOf(volume.mount.point, &status)) identity = identityIn(status);
+  // As whoever refers to the item later asks, so that the answers agree.
+  if (!volume.mayBlock && statusOf(volume.mount.point, AT_STATX_SYNC_AS_STAT, &status)) identity = identityIn(status);
   return FSRef(identity, NSString::stringWithFileSystemRepresentation(volume.mount.point));
+}
+
+// A program that serves files may tell any numbers.
+std::uint64_t product(std::uint64_t blocks, std::uint64_t size) {
+  std::uint64_t bytes = 0;
+  return __builtin_mul_overflow(blocks, size, &bytes) ? std::numeric_limits<std::uint64_t>::max() : bytes;
 }
 
 OSErr addSizes(const Volume& volume, FSVolumeInfo* info) {
@@ -64,8 +71,8 @@ OSErr addSizes(const Volume& volume, FSVolumeInfo* info) {
   int result = statvfs(volume.mount.point.c_str(), &sizes);
   while (result != 0 && errno == EINTR) result = statvfs(volume.mount.point.c_str(), &sizes);
   if (result != 0) return errno == EACCES ? afpAccessDenied : errno == ENOENT ? nsvErr : ioErr;
-  info->totalBytes = std::uint64_t{sizes.f_blocks} * sizes.f_frsize;
-  info->freeBytes = std::uint64_t{sizes.f_bavail} * sizes.f_frsize;
+  info->totalBytes = product(sizes.f_blocks, sizes.f_frsize);
+  info->freeBytes = product(sizes.f_bavail, sizes.f_frsize);
   return noErr;
 }
 
@@ -97,9 +104,9 @@ class MountedVolumes final : public Volumes {
       const OSErr error = fill(*volume, wanted, &found);
       if (error != noErr) return error;
     }
+    if (name != nullptr && !putName(*volume, name)) return tmfoErr;
     store(info, found);
     store(actual, volume->number);
-    if (name != nullptr) *name = record(mounts::nameOf(*volume, sources_.labels));
     if (root != nullptr) *root = rootOf(*volume);
     return noErr;
   }
@@ -195,6 +202,16 @@ class MountedVolumes final : public Volumes {
     return table_ = std::make_shared<const VolumeTable>(all, numbers_);
   }
 
+  // False for want of descriptors.
+  bool putName(const Volume& volume, HFSUniStr255* name) const {
+    try {
+      *name = record(mounts::nameOf(volume, sources_.labels));
+      return true;
+    } catch (const mounts::TooManyFiles&) {
+      return false;
+    }
+  }
+
   static const Volume* at(const VolumeTable& table, std::uint32_t index) {
     return index >= 1 && index <= table.volumes().size() ? &table.volumes()[index - 1] : nullptr;
   }
@@ -207,8 +224,8 @@ class MountedVolumes final : public Volumes {
     const Volume* const byPath = table.above(path);
     if (byPath != nullptr && byPath->mayBlock && byPath->mount.device == identity.device) return byPath;
     struct statx status;
-    if (!statusOf(path, &status)) return byPath;
-    if (deviceIn(status) != identity.device) {  // something else is there now
+    if (!statusOf(path, AT_STATX_DONT_SYNC, &status)) return byPath;  // no more than is already known here
+    if (deviceIn(status) != identity.device) {                        // something else is there now
       const Volume* const byDevice = table.onDevice(identity.device, path);
       if (byDevice != nullptr) return byDevice;
     }
@@ -238,11 +255,12 @@ class MountedVolumes final : public Volumes {
 
   OSErr unmount(const Volume& volume, const VolumeTable& table) {
     const auto& all = table.volumes();
-    const auto shares = [&](const Volume& other) { return other.mount.source == volume.mount.source; };
+    const auto shares = [&](const Volume& other) {
+      return other.mount.source == volume.mount.source || other.mount.device == volume.mount.device;
+    };
     // By its device something else than this mount could be meant.
     const bool isAlone = std::count_if(all.begin(), all.end(), shares) == 1;
-    const std::string device =
-        isAlone && volume.mount.source.starts_with("/dev/") ? volume.mount.source : std::string();
+    const std::string device = isAlone ? mounts::deviceSource(volume.mount) : std::string();
     return mounts::unmount(volume.mount, device, [&] { return reread()->numbered(volume.number) == nullptr; });
   }
 

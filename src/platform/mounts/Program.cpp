@@ -25,7 +25,7 @@ std::vector<char*> argumentsOf(const std::vector<std::string>& command) {
 std::vector<char*> environmentInEnglish() {
   static char language[] = "LC_ALL=C";
   std::vector<char*> environment{language};
-  for (char** entry = environ; *entry != nullptr; ++entry) {
+  for (char** entry = environ; entry != nullptr && *entry != nullptr; ++entry) {
     if (!std::string_view(*entry).starts_with("LC_ALL=")) environment.push_back(*entry);
   }
   environment.push_back(nullptr);

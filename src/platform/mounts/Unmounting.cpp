@@ -1,8 +1,13 @@
 #include "platform/mounts/Unmounting.h"
 
+#include <fcntl.h>
 #include <libmount/libmount.h>
+#include <linux/openat2.h>
+#include <sys/mount.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <memory>
 #include <string>
@@ -15,7 +20,7 @@ namespace ZtFoundation::mounts {
 
 namespace {
 
-using Context = std::unique_ptr<libmnt_context, decltype(&mnt_free_context)>;
+bool isRoot() { return ::getuid() == 0 && ::geteuid() == 0; }
 
 OSErr errorFor(int systemError) {
   switch (systemError) {
@@ -28,6 +33,7 @@ OSErr errorFor(int systemError) {
     case EACCES:
       return afpAccessDenied;
     case EINVAL:
+    case ELOOP:
     case ENOENT:
       return nsvErr;
     case ENOMEM:
@@ -37,14 +43,37 @@ OSErr errorFor(int systemError) {
   }
 }
 
-OSErr unmountByContext(libmnt_context* context, const Mount& mount) {
-  if (mnt_context_set_target(context, mount.point.c_str()) != 0) throw std::bad_alloc();
-  // The server need not answer: it is not to be asked what the mount point might be a link to.
-  mnt_context_disable_canonicalize(context, 1);
-  mnt_context_disable_helpers(context, 1);
-  const int result = mnt_context_umount(context);
-  if (mnt_context_syscall_called(context)) return errorFor(mnt_context_get_syscall_errno(context));
-  return errorFor(-result);
+// The folder of the mount point; negative on an error. There are no links on the way to a mount point: one that is there
+// by now leads to somebody else's. The kernels that do not know this call follow it.
+int openFolderOf(const std::string& point) {
+  const std::string folder = point.substr(0, std::max<std::size_t>(point.rfind('/'), 1));
+  open_how how{};
+  how.flags = O_PATH | O_DIRECTORY | O_CLOEXEC;
+  how.resolve = RESOLVE_NO_SYMLINKS;
+  const auto opened = static_cast<int>(::syscall(SYS_openat2, AT_FDCWD, folder.c_str(), &how, sizeof(how)));
+  if (opened >= 0 || errno != ENOSYS) return opened;
+  return ::open(folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
+}
+
+// What the programs for mounting remember about the mount.
+void forget(const Mount& mount) {
+  const std::unique_ptr<libmnt_update, decltype(&mnt_free_update)> update(made(mnt_new_update()), mnt_free_update);
+  if (mnt_update_set_fs(update.get(), 0, mount.point.c_str(), nullptr) == 0) mnt_update_table(update.get(), nullptr);
+}
+
+OSErr unmountDirectly(const Mount& mount) {
+  const OwnedFile folder(openFolderOf(mount.point));
+  if (folder.get() < 0) return errorFor(errno);
+  std::string path = "/proc/self/fd/";
+  path.append(std::to_string(folder.get())).append(mount.point, mount.point.rfind('/'));
+  if (::umount2(path.c_str(), UMOUNT_NOFOLLOW) != 0) return errorFor(errno);
+  forget(mount);
+  return noErr;
+}
+
+bool isReachedByLinks(const Mount& mount) {
+  const OwnedFile folder(openFolderOf(mount.point));
+  return folder.get() < 0 && errno == ELOOP;
 }
 
 // Helpers talk to the standard streams, which would be those of the host.
@@ -80,9 +109,9 @@ OSErr unmountByPrograms(const Mount& mount, const std::string& device, const std
 OSErr unmount(const Mount& mount, const std::string& device, const std::function<bool()>& isGone) {
   // The kernel would not unmount it but make it read-only for everybody.
   if (mount.point == "/") return fBsyErr;
-  const Context context(made(mnt_new_context()), mnt_free_context);
-  if (hasHelper(mount) || mnt_context_is_restricted(context.get())) return unmountByPrograms(mount, device, isGone);
-  const OSErr error = unmountByContext(context.get(), mount);
+  if (isReachedByLinks(mount)) return nsvErr;
+  if (hasHelper(mount) || !isRoot()) return unmountByPrograms(mount, device, isGone);
+  const OSErr error = unmountDirectly(mount);
   return isGone() ? OSErr{noErr} : error != noErr ? error : OSErr{fBsyErr};
 }
 

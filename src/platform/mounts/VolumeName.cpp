@@ -5,17 +5,27 @@
 #include <linux/fs.h>
 #include <sys/ioctl.h>
 #include <sys/stat.h>
+#include <sys/sysmacros.h>
 #include <unistd.h>
 
+#include <cerrno>
+
+#include "platform/mounts/BlockDevice.h"
 #include "platform/mounts/Owned.h"
 
 namespace ZtFoundation::mounts {
 
 namespace {
 
+// After something could not be opened.
+void requireEnoughFiles() {
+  if (errno == EMFILE || errno == ENFILE) throw TooManyFiles();
+}
+
 // Some file systems tell everybody.
 std::string labelByFileSystem(const std::string& point) {
   const OwnedFile folder(open(point.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+  if (folder.get() < 0) requireEnoughFiles();
   char label[FSLABEL_MAX + 1] = {};  // stays empty where nothing is told
   ioctl(folder.get(), FS_IOC_GETFSLABEL, label);
   return label;
@@ -49,6 +59,7 @@ bool isUnfinished(std::string_view link) { return link.starts_with(".#"); }
 
 std::string labelByLink(dev_t device, const std::string& labels) {
   const OwnedFolder list = openFolder(labels.c_str());
+  if (!list) requireEnoughFiles();
   std::string label;
   while (const dirent* const entry = list ? readdir(list.get()) : nullptr) {
     if (!isUnfinished(entry->d_name) && isLinkTo(labels + "/" + entry->d_name, device))
@@ -58,19 +69,22 @@ std::string labelByLink(dev_t device, const std::string& labels) {
 }
 
 // For those who may read the device.
-std::string labelByDevice(const std::string& source) {
-  if (!source.starts_with("/dev/")) return {};
+std::string labelByDevice(const Mount& mount) {
+  const std::string source = deviceSource(mount);
+  if (source.empty()) return {};
   const std::unique_ptr<libmnt_cache, decltype(&mnt_unref_cache)> cache(made(mnt_new_cache()), mnt_unref_cache);
   if (mnt_cache_read_tags(cache.get(), source.c_str()) == -ENOMEM) throw std::bad_alloc();
   const char* const found = mnt_cache_find_tag_value(cache.get(), source.c_str(), "LABEL");
   return found != nullptr ? found : "";
 }
 
+// What a program serves may lie on a disk all the same, which does not make anybody wait.
 std::string labelOf(const Volume& volume, const std::string& labels) {
-  if (volume.mayBlock) return {};
-  std::string label = labelByFileSystem(volume.mount.point);
+  const bool isOnDisk = major(volume.mount.device) != 0;
+  if (volume.mayBlock && !isOnDisk) return {};
+  std::string label = volume.mayBlock ? std::string() : labelByFileSystem(volume.mount.point);
   if (label.empty()) label = labelByLink(volume.mount.device, labels);
-  return label.empty() ? labelByDevice(volume.mount.source) : label;
+  return label.empty() ? labelByDevice(volume.mount) : label;
 }
 
 std::string machineName() {

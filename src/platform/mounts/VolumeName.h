@@ -8,9 +8,12 @@
 
 namespace ZtFoundation::mounts {
 
+/// Thrown for want of descriptors.
+struct TooManyFiles {};
+
 /// The label of the file system, for which no server is asked, else the last component of the mount point. For "/": the
 /// label, else the name of the machine, else "/". `labels` is the folder in which the system lists devices by label
-/// ("/dev/disk/by-label").
+/// ("/dev/disk/by-label"). Throws TooManyFiles rather than to take a label for none.
 std::string nameOf(const Volume& volume, const std::string& labels);
 
 }  // namespace ZtFoundation::mounts

@@ -19,6 +19,9 @@ class FolderListing {
   /// read, those that were not reached.
   virtual void visitItems(const Ref<NSString>& folder, const std::function<void(std::string_view name)>& visit) = 0;
 
+  /// The path without any links that leads to the same folder; none when there is none.
+  virtual Ref<NSString> withoutLinks(const Ref<NSString>& folder) = 0;
+
   /// True when the system refuses `path` for its length, or that of a name in it, alone.
   virtual bool isTooLong(const Ref<NSString>& path) = 0;
 };

@@ -70,7 +70,7 @@ class Volumes {
   static Volumes& production();
 
   /// The volume numbered `volume`, or, for 0, the one at `index`, which counts from 1: the start-up volume, then in the
-  /// order of mounting. nsvErr when there is none.
+  /// order of mounting. nsvErr when there is none, tmfoErr when there are no descriptors to find out its name.
   virtual OSErr FSGetVolumeInfo(FSVolumeRefNum volume, std::uint32_t index, FSVolumeRefNum* actual,
                                 FSVolumeInfoBitmap wanted, FSVolumeInfo* info, HFSUniStr255* name, FSRef* root) = 0;
   /// The number of the volume that an item lies on; 0 when it cannot be told.

@@ -104,6 +104,14 @@ TEST_F(FileLocksTests, AVolumeIsLockedByHardwareOrSoftware) {
   }
 }
 
+// Whose server may be gone.
+TEST_F(FileLocksTests, TheRootOfAVolumeIsNotAsked) {
+  platform.knownRoot = "/x";
+  platform.volumeFlags = 0x8000;
+  EXPECT_TRUE(isVolumeLockedAtPath(files, "/x"));
+  EXPECT_EQ(platform.calls, (std::vector<std::string>{"FSGetVolumeInfo -7 0 0x2000"}));
+}
+
 TEST_F(FileLocksTests, AnItemIsLockedByOneFlag) {
   const struct {
     std::uint16_t flags;

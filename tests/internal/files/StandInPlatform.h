@@ -25,6 +25,7 @@ class StandInPlatform final : public FileCatalog, public NoVolumes, public Folde
   std::u16string volumeName = u"Startup";
   std::string folder = "/folders/found";
   bool hasURLs = true;
+  std::string knownRoot;  ///< a path that is known to be the volume's root without asking the item
 
   // FileCatalog
 
@@ -63,6 +64,10 @@ class StandInPlatform final : public FileCatalog, public NoVolumes, public Folde
     if (info != nullptr) info->flags = (wanted & kFSVolInfoFlags) != 0 ? volumeFlags : 0xFFFF;
     if (name != nullptr) putName(*name);
     return noErr;
+  }
+
+  FSVolumeRefNum volumeRootedAt(const Ref<NSString>& path) override {
+    return path && path->isEqualToString(knownRoot) ? kVolume : kFSInvalidVolumeRefNum;
   }
 
   // FolderManager

@@ -24,6 +24,7 @@ class FakeFolder : public FolderListing {
       if (item == Item::File) visit(NSString::stringWithCharacters_length(name.data(), name.size())->utf8());
     }
   }
+  Ref<NSString> withoutLinks(const Ref<NSString>&) override { return nullptr; }
   bool isTooLong(const Ref<NSString>& path) override {
     return path->lastPathComponent()->fileSystemRepresentation().size() > mostBytes;
   }

@@ -6,6 +6,7 @@
 
 #include "platform/linux/files/FileDescriptor.h"
 #include "platform/linux/files/FolderContents.h"
+#include "platform/linux/files/ItemPath.h"
 
 namespace ZtFoundation {
 
@@ -28,6 +29,13 @@ class LinuxFolderListing final : public FolderListing {
     for (FolderContents::Entry item; contents.next(item);) {
       if (item.type != DT_LNK && item.type != DT_UNKNOWN) visit(item.name);
     }
+  }
+
+  Ref<NSString> withoutLinks(const Ref<NSString>& folder) override {
+    const auto name = systemPath(folder);
+    const auto path = name ? detail::absolutePath(*name) : std::nullopt;
+    const auto real = path ? detail::canonicalPath(*path) : std::nullopt;
+    return real ? NSString::stringWithFileSystemRepresentation(*real) : nullptr;
   }
 
   bool isTooLong(const Ref<NSString>& path) override {

@@ -159,6 +159,7 @@ TEST_F(StandInDeviceTests, AFileSystemWithoutADeviceGoesByItsSource) {
   EXPECT_TRUE(isRemovable({.device = "0:50", .point = "/v", .type = "btrfs", .source = source}));
   EXPECT_FALSE(isRemovable({.device = "0:50", .point = "/v", .type = "btrfs", .source = node})) << "outside of /dev";
   EXPECT_FALSE(isRemovable({.device = "0:50", .point = "/v", .type = "fuse.sshfs", .source = source})) << "served";
+  EXPECT_FALSE(isRemovable({.device = "0:50", .point = "/v", .type = "fuse.x", .source = source})) << "anybody says so";
   EXPECT_FALSE(isRemovable({.device = "8:201", .point = "/v", .type = "ext4", .source = source})) << "has a device";
 }
 

@@ -55,6 +55,26 @@ TEST_F(UnmountingTests, RootUnmounts) {
   EXPECT_EQ(unmount(disk), nsvErr);
 }
 
+// A folder on the way may be renamed although something is mounted in it.
+TEST_F(UnmountingTests, LinksThatWereLaidOnTheWayLeadNowhere) {
+  const std::string mine = mounts_.memory("mine/volume"), others = mounts_.memory("others/volume");
+  SKIP_WITHOUT(others);
+  const FSVolumeRefNum number = volumes_.at(mine);
+  for (const bool isRoot : {true, false}) {
+    const VolumesHere volumes;
+    const std::string folder = mounts_.store() + "/mine";
+    volumes.roots();
+    std::filesystem::rename(folder, mounts_.store() + "/old");
+    std::filesystem::create_symlink("others", folder);
+    const auto unmounted = [&] { return volumes->FSUnmountVolumeSync(volumes.at(mine)) == noErr ? 1 : 0; };
+    EXPECT_EQ(isRoot ? test::inChild(unmounted) : test::asOrdinaryUser(unmounted), 0);
+    EXPECT_TRUE(volumes_.has(others));
+    std::filesystem::remove(folder);
+    std::filesystem::rename(mounts_.store() + "/old", folder);
+  }
+  EXPECT_EQ(volumes_->FSUnmountVolumeSync(number), noErr);
+}
+
 TEST_F(UnmountingTests, RootNeedsNoPrograms) {
   const std::string memory = mounts_.memory("memory");
   SKIP_WITHOUT(memory);
@@ -327,13 +347,35 @@ TEST_F(UnmountingProgramTests, EachThatMayHelpIsAskedInTurn) {
       {"tmpfs", "tmpfs", "umount /none/v\n"},
       {"ext4", "/dev/none1", "umount /none/v\nudisksctl unmount --no-user-interaction -b /dev/none1\n"},
       {"fuse.sshfs", "me@server:", "umount /none/v\nfusermount3 -u /none/v\nfusermount -u /none/v\n"},
+      {"fuse.x", "/dev/none1", "umount /none/v\nfusermount3 -u /none/v\nfusermount -u /none/v\n"},
   };
   for (const auto& one : cases) {
-    setLine({.point = "/none/v", .type = one.type, .source = one.source});
+    setLine({.device = "8:200", .point = "/none/v", .type = one.type, .source = one.source});
     EXPECT_EQ(test::asOrdinaryUser([&] { return unmountThere("/none/v") == permErr ? 0 : 1; }), 0) << one.type;
     EXPECT_EQ(test::contentsOf(said()), one.programs);
     std::filesystem::remove(said());
   }
+}
+
+// It would unmount one of them, perhaps the other.
+TEST_F(UnmountingProgramTests, TheServiceForDisksIsNotAskedAboutADeviceWithTwoMounts) {
+  table_.set({{},
+              {.device = "254:1", .point = "/none/v", .type = "ext4", .source = "/dev/mapper/none"},
+              {.device = "254:1", .point = "/none/w", .type = "ext4", .source = "/dev/dm-1"}});
+  table_.openToAll();
+  EXPECT_EQ(test::asOrdinaryUser([&] { return unmountThere("/none/v") == permErr ? 0 : 1; }), 0);
+  EXPECT_EQ(test::contentsOf(said()), "umount /none/v\n");
+}
+
+TEST_F(UnmountingProgramTests, WithoutAnyEnvironmentTheyAreAskedToo) {
+  setLine({.point = "/none/v", .type = "fuse.sshfs"});
+  EXPECT_EQ(test::inChild([&] {
+              const FSVolumeRefNum number = table_->at("/none/v");
+              ::clearenv();
+              table_.volumes().FSUnmountVolumeSync(number);
+              return 0;
+            }),
+            0);
 }
 
 TEST_F(UnmountingProgramTests, RootAsksThemForWhatAProgramServesUnlessItIsADisk) {

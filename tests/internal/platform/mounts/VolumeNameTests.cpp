@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 #include <sched.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/sysmacros.h>
 #include <unistd.h>
@@ -33,6 +34,20 @@ TEST_F(VolumeNameTests, TheLabelIsTheName) {
   EXPECT_FALSE(volumes_.name("/").empty());
 }
 
+TEST_F(VolumeNameTests, WithoutDescriptorsALabelIsNotTakenForNone) {
+  const std::string root = mounts_.disk({.type = "ext4", .format = "-L 'Card 1'"});
+  SKIP_WITHOUT(root);
+  const FSVolumeRefNum number = volumes_.at(root);
+  EXPECT_EQ(test::inChild([&] {
+              HFSUniStr255 name;
+              const rlimit none{0, 0};
+              ::setrlimit(RLIMIT_NOFILE, &none);
+              const OSErr error = volumes_->FSGetVolumeInfo(number, 0, nullptr, 0, nullptr, &name, nullptr);
+              return error == tmfoErr ? 0 : 1;
+            }),
+            0);
+}
+
 TEST_F(VolumeNameTests, TheSystemListsDevicesByLabel) {
   StandInTable table;
   const auto makeNode = [&](const char* name, mode_t type, unsigned number) {
@@ -60,6 +75,10 @@ TEST_F(VolumeNameTests, TheSystemListsDevicesByLabel) {
     EXPECT_EQ(table->name("/none/Place"), label);
     std::filesystem::remove(labels + "/" + name);
   }
+  link("Card", "disk");
+  table.set({{}, {.device = "8:17", .point = "/none/Place", .type = "fuseblk"}});
+  EXPECT_EQ(table->name("/none/Place"), "Card") << "a program serves it, but it is on the disk";
+  std::filesystem::remove(labels + "/Card");
   link(".#Card0123456789abcdef", "disk");
   EXPECT_EQ(table->name("/none/Place"), "Place") << "a link that is being made";
 }
