@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "platform/objects/UTF8.h"
+#include "platform/objects/UnitSearch.h"
 #include "platform/services/Service.h"
 #include "platform/services/Unicode.h"
 
@@ -42,6 +43,8 @@ NSUInteger endOfCharacter(UnitView text, NSUInteger start) {
   while (end - start < kLongestCharacter && !isCharacterBoundary(text, end)) end = endOfCodePoint(text, end);
   return end;
 }
+
+UnitView viewOf(std::u16string_view units) noexcept { return {units.data(), units.size()}; }
 
 char16_t foldASCII(char16_t unit, unsigned foldings) noexcept {
   const bool isCapital = unit >= 'A' && unit <= 'Z';
@@ -91,20 +94,21 @@ NSRange FoldedText::sourceOf(std::size_t place, std::size_t length) const {
 
 NSRange FoldedText::find(std::u16string_view target, NSUInteger from) const {
   const auto start = std::lower_bound(sourceStarts_.begin(), sourceStarts_.end(), from) - sourceStarts_.begin();
-  std::size_t place = text_.find(target, foldedStarts_[static_cast<std::size_t>(start)]);
-  for (; place != std::u16string::npos; place = text_.find(target, place + 1)) {
-    if (const NSRange range = sourceOf(place, target.size()); range.length != 0) return range;
-  }
-  return kNotFoundRange;
+  NSRange range = kNotFoundRange;
+  findUnits(viewOf(text_), viewOf(target), foldedStarts_[static_cast<std::size_t>(start)], [&](NSUInteger place) {
+    range = sourceOf(place, target.size());
+    return range.length != 0;
+  });
+  return range;
 }
 
 NSRange FoldedText::findLast(std::u16string_view target) const {
-  std::size_t place = text_.rfind(target);
-  for (; place != std::u16string::npos; place = text_.rfind(target, place - 1)) {
-    if (const NSRange range = sourceOf(place, target.size()); range.length != 0) return range;
-    if (place == 0) break;
-  }
-  return kNotFoundRange;
+  NSRange range = kNotFoundRange;
+  findLastUnits(viewOf(text_), viewOf(target), [&](NSUInteger place) {
+    range = sourceOf(place, target.size());
+    return range.length != 0;
+  });
+  return range;
 }
 
 NSRange FoldedText::findAtStart(std::u16string_view target) const {

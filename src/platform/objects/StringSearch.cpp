@@ -8,6 +8,7 @@
 
 #include "platform/objects/FoldedText.h"
 #include "platform/objects/UTF8.h"
+#include "platform/objects/UnitSearch.h"
 #include "platform/services/Service.h"
 #include "platform/services/Unicode.h"
 
@@ -25,22 +26,6 @@ constexpr std::string_view kASCIIWithTwins = ";K`";
 NSUInteger findBytes(std::string_view text, std::string_view target, NSUInteger from) noexcept {
   const void* const found = ::memmem(text.data() + from, text.size() - from, target.data(), target.size());
   return found != nullptr ? static_cast<NSUInteger>(static_cast<const char*>(found) - text.data()) : NSNotFound;
-}
-
-NSUInteger findAcrossWidths(UnitView text, UnitView target, NSUInteger from) noexcept {
-  for (NSUInteger place = from; place + target.size() <= text.size(); ++place) {
-    if (text[place] == target[0] && equalUnits(text.slice({place, target.size()}), target)) return place;
-  }
-  return NSNotFound;
-}
-
-// The first place of `target`, which is not empty, at or after `from`.
-NSUInteger findUnits(UnitView text, UnitView target, NSUInteger from) noexcept {
-  if (from > text.size() || target.size() > text.size() - from) return NSNotFound;
-  if (!text.isWide() && !target.isWide()) return findBytes(text.narrow(), target.narrow(), from);
-  if (!text.isWide() || !target.isWide()) return findAcrossWidths(text, target, from);
-  const std::size_t place = text.wide().find(target.wide(), from);
-  return place != std::u16string_view::npos ? place : NSNotFound;
 }
 
 bool hasUnitsAt(UnitView text, UnitView target, NSUInteger place) noexcept {
@@ -87,26 +72,26 @@ bool TextFinder::isWholeAt(NSUInteger place) const {
   return !wholeCharacters_ || (isCharacterBoundary(text_, place) && isCharacterBoundary(text_, place + target_.size()));
 }
 
+NSRange TextFinder::match(NSUInteger place) const {
+  return place != NSNotFound ? NSRange{place, target_.size()} : kNotFoundRange;
+}
+
 NSRange TextFinder::matchAt(NSUInteger place) const {
-  const bool matches = !target_.empty() && hasUnitsAt(text_, target_, place) && isWholeAt(place);
-  return matches ? NSRange{place, target_.size()} : kNotFoundRange;
+  return match(!target_.empty() && hasUnitsAt(text_, target_, place) && isWholeAt(place) ? place : NSNotFound);
 }
 
 NSRange TextFinder::next(NSUInteger from) const {
   if (target_.empty()) return kNotFoundRange;
   if (folded_) return foldedTarget_.empty() ? kNotFoundRange : folded_->find(foldedTarget_, from);
-  NSUInteger place = findUnits(text_, target_, from);
-  while (place != NSNotFound && !isWholeAt(place)) place = findUnits(text_, target_, place + 1);
-  return place != NSNotFound ? NSRange{place, target_.size()} : kNotFoundRange;
+  if (from > text_.size() || target_.size() > text_.size() - from) return kNotFoundRange;
+  if (!text_.isWide() && !target_.isWide()) return match(findBytes(text_.narrow(), target_.narrow(), from));
+  return match(findUnits(text_, target_, from, [this](NSUInteger place) { return isWholeAt(place); }));
 }
 
 NSRange TextFinder::last() const {
   if (folded_) return foldedTarget_.empty() ? kNotFoundRange : folded_->findLast(foldedTarget_);
-  if (target_.size() > text_.size()) return kNotFoundRange;
-  for (NSUInteger place = text_.size() - target_.size() + 1; place-- != 0;) {
-    if (const NSRange match = matchAt(place); match.length != 0) return match;
-  }
-  return kNotFoundRange;
+  if (target_.empty() || target_.size() > text_.size()) return kNotFoundRange;
+  return match(findLastUnits(text_, target_, [this](NSUInteger place) { return isWholeAt(place); }));
 }
 
 NSRange TextFinder::atStart() const {

@@ -32,6 +32,7 @@ class TextFinder {
 
  private:
   bool isWholeAt(NSUInteger place) const;
+  NSRange match(NSUInteger place) const;  // none for NSNotFound
   NSRange matchAt(NSUInteger place) const;
 
   UnitView text_, target_;

@@ -4,6 +4,8 @@
 #include <ZtFoundation/platform/Exception.h>
 #include <ZtFoundation/platform/String.h>
 
+#include <cstddef>
+#include <ctime>
 #include <string>
 
 namespace ZtFoundation {
@@ -167,6 +169,33 @@ TEST(StringSearchTests, ALongRowOfMarksTakesLinearTime) {
   for (int i = 0; i < 200000; ++i) text += i % 2 == 0 ? u'\u0301' : u'\u0323';
   text += u"\u00E9";
   EXPECT_EQ(Ref<NSString>(text)->rangeOfString(u"e\u0301"), (NSRange{200001, 1}));
+}
+
+double processorSeconds() {
+  timespec time{};
+  clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
+  return static_cast<double>(time.tv_sec) + 1e-9 * static_cast<double>(time.tv_nsec);
+}
+
+// Each takes half a second or more when what matched in part is compared again at each place.
+TEST(StringSearchTests, TextThatMatchesInPartEverywhereTakesLinearTime) {
+  const std::u16string some(25000, u'a'), many(100000, u'a');
+  const std::u16string marks(100000, u'\u0301'), halfOfMarks(50000, u'\u0301');
+  const Search searches[] = {
+      {many + u"\u65E5", some + u"b" + some, 0, kNone},
+      {many + u"\u65E5", some + u"\u65E6" + some, NSLiteralSearch, kNone},
+      {u"\u65E5" + many, some + u"b" + some, NSBackwardsSearch, kNone},
+      {many, some + u"B" + some, NSCaseInsensitiveSearch, kNone},
+      {many, some + u"B" + some, NSCaseInsensitiveSearch | NSBackwardsSearch | NSLiteralSearch, kNone},
+      {u"x" + marks, halfOfMarks, 0, kNone},
+      {u"x" + marks, halfOfMarks, NSBackwardsSearch, kNone},
+  };
+  for (const Search& search : searches) {
+    const Ref<NSString> text = search.text, target = search.target;
+    const double start = processorSeconds();
+    EXPECT_EQ(text->rangeOfString_options(target, search.options), search.expected) << search.options;
+    EXPECT_LT(processorSeconds() - start, 0.25) << search.options;
+  }
 }
 
 TEST(StringSearchTests, PrefixesAndSuffixesAreComparedUnitByUnit) {
