@@ -174,8 +174,9 @@ Ref<NSURL> NSURL::fileURLWithPath(const Ref<NSString>& path) {
 }
 
 Ref<NSURL> NSURL::URLWithString(const Ref<NSString>& text) {
-  if (!text || text->units().isWide()) return nullptr;
-  return parsed(text->copy());
+  if (!text) return nullptr;
+  const Ref<NSString> kept = text->copy();  // a mutable string may be stored wide and hold nothing that needs it
+  return kept->units().isWide() ? nullptr : parsed(kept);
 }
 
 std::string_view NSURL::part(NSRange range) const {

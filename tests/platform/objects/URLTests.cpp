@@ -189,5 +189,15 @@ TEST(URL, TextThatChangesLaterIsCopied) {
   EXPECT_EQ(text(url->absoluteString()), "http://h/a");
 }
 
+TEST(URL, TextThatHeldOtherCharactersEarlierIsFine) {
+  Ref<NSMutableString> source = NSMutableString::stringWithString(u"http://h/a\u3042");
+  EXPECT_FALSE(NSURL::URLWithString(source));
+  source->deleteCharactersInRange({10, 1});
+  ASSERT_TRUE(source->units().isWide());
+  const Ref<NSURL> url = NSURL::URLWithString(source);
+  ASSERT_TRUE(url);
+  EXPECT_EQ(text(url->path()), "/a");
+}
+
 }  // namespace
 }  // namespace ZtFoundation
