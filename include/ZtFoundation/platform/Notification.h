@@ -68,7 +68,7 @@ class ZT_EXPORT NSNotificationCenter : public NSObject {
   /// is removed.
   Ref<NSObject> addObserverForName_object_usingBlock(const Ref<NSString>& name, const Ref<NSObject>& object,
                                                      Block block);
-  /// Does nothing for none and for what is no observer here.
+  /// Lets go of the block too, once it no longer runs. Does nothing for none and for what is no observer here.
   void removeObserver(const Ref<NSObject>& token);
 
   /// Does nothing without a notification or a name.

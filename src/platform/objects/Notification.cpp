@@ -1,7 +1,7 @@
 #include <ZtFoundation/platform/Notification.h>
 
 #include <algorithm>
-#include <atomic>
+#include <memory>
 #include <mutex>
 #include <utility>
 #include <vector>
@@ -20,22 +20,36 @@ namespace {
 class Observer final : public NSObject {
  public:
   Observer(const Ref<NSString>& name, const NSObject* sender, NSNotificationCenter::Block block)
-      : name_(NSString::stringWithString(name)), sender_(sender), block_(std::move(block)) {}
+      : name_(NSString::stringWithString(name)),
+        sender_(sender),
+        block_(std::make_shared<const NSNotificationCenter::Block>(std::move(block))) {}
 
   bool wants(const NSNotification& notification) const {
     return (!name_ || name_->isEqual(notification.name())) &&
            (sender_ == nullptr || sender_ == notification.object().get());
   }
   void tell(const Ref<NSNotification>& notification) const {
-    if (!removed_) block_(notification);
+    if (const SharedBlock block = currentBlock()) (*block)(notification);
   }
-  void remove() { removed_ = true; }
+  // Whoever keeps the token keeps nothing of what the block holds. A block that is running lives until it returns.
+  void remove() {
+    SharedBlock block;  // destroyed when nothing is locked
+    const std::lock_guard lock(mutex_);
+    block.swap(block_);
+  }
 
  private:
+  using SharedBlock = std::shared_ptr<const NSNotificationCenter::Block>;
+
+  SharedBlock currentBlock() const {
+    const std::lock_guard lock(mutex_);
+    return block_;
+  }
+
   Ref<NSString> name_;
   const NSObject* sender_;
-  NSNotificationCenter::Block block_;
-  std::atomic<bool> removed_ = false;
+  mutable std::mutex mutex_;
+  SharedBlock block_;
 };
 
 }  // namespace
@@ -52,7 +66,6 @@ struct NSNotificationCenter::State {
     return wanted;
   }
 
-  // Answers the observer, so that its block is destroyed when nothing is locked.
   Ref<Observer> take(const Ref<NSObject>& token) {
     const std::lock_guard lock(mutex);
     const auto found = std::find(observers.begin(), observers.end(), token);

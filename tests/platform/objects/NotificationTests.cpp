@@ -4,8 +4,10 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <memory>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include <ZtFoundation/platform/Dictionary.h>
@@ -161,12 +163,35 @@ TEST_F(Notifications, TheFilterObjectIsNotKeptAlive) {
 
 TEST_F(Notifications, RemovingLetsGoOfTheBlock) {
   const auto kept = std::make_shared<int>(1);
-  Ref<NSObject> token =
+  const Ref<NSObject> token =
       center->addObserverForName_object_usingBlock("x", nullptr, [kept](const Ref<NSNotification>&) {});
   EXPECT_EQ(kept.use_count(), 2);
   center->removeObserver(token);
-  token.reset();
   EXPECT_EQ(kept.use_count(), 1);
+}
+
+TEST_F(Notifications, ABlockThatRemovesItselfLivesUntilItReturns) {
+  const auto kept = std::make_shared<int>(1);
+  long during = 0;
+  Ref<NSObject> token;
+  token = center->addObserverForName_object_usingBlock("x", nullptr, [&, kept](const Ref<NSNotification>&) {
+    center->removeObserver(token);
+    token.reset();
+    during = kept.use_count();
+  });
+  center->postNotificationName_object("x", nullptr);
+  EXPECT_EQ(during, 2);
+  EXPECT_EQ(kept.use_count(), 1);
+}
+
+TEST_F(Notifications, WhatARemovedBlockHeldMayPostWhenItGoes) {
+  observe("heard", "gone");
+  std::shared_ptr<void> held(nullptr, [this](void*) { center->postNotificationName_object("gone", nullptr); });
+  const Ref<NSObject> token = center->addObserverForName_object_usingBlock(
+      "x", nullptr, [held = std::move(held)](const Ref<NSNotification>&) {});
+  EXPECT_THAT(calls, IsEmpty());
+  center->removeObserver(token);
+  EXPECT_THAT(calls, ElementsAre("heard"));
 }
 
 TEST_F(Notifications, ThreadsMayAddPostAndRemoveAtOnce) {
