@@ -153,7 +153,14 @@ auto find(const Table& table, Matches matches) {
   return entry != std::end(table) ? &*entry : nullptr;
 }
 
+std::optional<CFStringEncoding> numberOfTransformation(const std::string& name) {
+  const std::string wanted = lowercase(name);
+  const auto* const entry = find(kTransformationNames, [&](auto& known) { return known.name == wanted; });
+  return entry != nullptr ? std::optional(entry->number) : std::nullopt;
+}
+
 CFStringEncoding numberOfCharset(const std::string& registeredName) {
+  if (const auto number = numberOfTransformation(registeredName)) return *number;
   if (const auto* entry = find(kCharsets, [&](auto& charset) { return charset.registeredName == registeredName; })) {
     return entry->number;
   }
@@ -166,10 +173,7 @@ CFStringEncoding numberOfCharset(const std::string& registeredName) {
 CFStringEncoding CFStringConvertIANACharSetNameToEncoding(const Ref<NSString>& name) {
   if (!name) return kCFStringEncodingInvalidId;
   const std::string text = name->utf8();
-  const std::string wanted = lowercase(text);
-  if (const auto* entry = find(kTransformationNames, [&](auto& known) { return known.name == wanted; })) {
-    return entry->number;
-  }
+  if (const auto number = numberOfTransformation(text)) return *number;
   const auto registeredName = service<Unicode>().registeredCharset(text);
   return registeredName ? numberOfCharset(*registeredName) : kCFStringEncodingInvalidId;
 }
