@@ -162,7 +162,7 @@ ZT_EXPORT Class class_getSuperclass(Class one);
 /// None for no class and for a class without a default constructor; what the constructor throws passes through.
 ZT_EXPORT Ref<NSObject> class_createInstance(Class one);
 /// Makes a class at run time, with the instances of `superclass` and no methods of its own, for as long as the process
-/// lives. Null when there is no superclass, no name, or the name is taken.
+/// lives. Null when there is no superclass, no name, or the name is taken or holds U+0000.
 ZT_EXPORT Class registerSubclass(Class superclass, const Ref<NSString>& name);
 
 // --- Methods. Null arguments are allowed and answer null, none or false.
@@ -193,8 +193,8 @@ ZT_EXPORT bool respondsToSelector(const Ref<NSObject>& receiver, SEL selector);
 ZT_EXPORT bool respondsToSelector(Class receiver, SEL selector);
 
 /// Sends a message with no, one or two objects, and answers the object, or boxes the number, that comes back. None for
-/// a method without a result. Raises NSInvalidArgumentException when the method takes anything else or answers a
-/// record.
+/// a method without a result. Raises NSInvalidArgumentException when the method takes anything else or answers anything
+/// but an object or a number: a class, a selector, a pointer, a record.
 ZT_EXPORT Ref<NSObject> performSelector(const Ref<NSObject>& receiver, SEL selector);
 ZT_EXPORT Ref<NSObject> performSelector_withObject(const Ref<NSObject>& receiver, SEL selector,
                                                    const Ref<NSObject>& object);

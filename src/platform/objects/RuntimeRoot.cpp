@@ -1,3 +1,4 @@
+#include <ZtFoundation/platform/Number.h>
 #include <ZtFoundation/platform/Runtime.h>
 
 namespace ZtFoundation {
@@ -79,7 +80,7 @@ ObjectRef perform(const ObjectRef& target, SEL selector, const Objects&... objec
     case 'Q':
       return boxed<std::uint64_t>(self, selector, objects...);
     case 'f':
-      return boxed<float>(self, selector, objects...);
+      return NSNumber::numberWithFloat(send<float>(self, selector, objects...));
     case 'd':
       return boxed<double>(self, selector, objects...);
     default:

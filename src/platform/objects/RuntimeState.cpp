@@ -100,7 +100,7 @@ std::vector<Class> Runtime::registeredClasses() {
 
 Class Runtime::makeSubclass(Class superclass, std::string_view name) {
   const Guard guard(lock_);
-  if (name.empty() || findClass(name) != nullptr) return nullptr;
+  if (name.empty() || name.find('\0') != std::string_view::npos || findClass(name) != nullptr) return nullptr;
   const char* kept = keep(std::string(name).c_str());
   auto pair =
       std::make_unique<ClassPair>(kept, nullptr, nullptr, superclass->factory_, std::span<const MethodDescription>());

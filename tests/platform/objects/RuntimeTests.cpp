@@ -47,6 +47,7 @@ class Camera : public NSObject {
 
  private:
   NSInteger secret() { return 99; }
+  float aperture() { return 0.1F; }
 
   double zoom_ = 1;
   bool animated_ = false;
@@ -59,7 +60,8 @@ ZT_REGISTER_CLASS(Camera, ZT_METHOD("model", &Camera::model), ZT_METHOD("setZoom
                   ZT_METHOD("invertedMode:", &Camera::invertedMode), ZT_METHOD("doubled:", &Camera::doubled),
                   ZT_METHOD("readCount:", &Camera::readCount), ZT_METHOD("labelled:", &Camera::labelled),
                   ZT_METHOD("fail", &Camera::fail), ZT_METHOD("secret", &Camera::secret),
-                  ZT_METHOD("sum:with:", &sumWith), ZT_CLASS_METHOD("family", &Camera::family),
+                  ZT_METHOD("aperture", &Camera::aperture), ZT_METHOD("sum:with:", &sumWith),
+                  ZT_CLASS_METHOD("family", &Camera::family),
                   ZT_CLASS_METHOD("nameOfReceiver", &Camera::nameOfReceiver));
 
 class FilmCamera : public Camera {
@@ -323,6 +325,7 @@ TEST(RuntimeMessages, PerformWithObjects) {
   EXPECT_TRUE(isEqual(performSelector(camera, ZT_SELECTOR("model")), Ref<NSString>("camera")));
   EXPECT_TRUE(isEqual(performSelector(camera, ZT_SELECTOR("secret")), Ref<NSObject>(99)));
   EXPECT_TRUE(isEqual(performSelector(camera, ZT_SELECTOR("zoom")), Ref<NSObject>(1.0)));
+  EXPECT_EQ(performSelector(camera, ZT_SELECTOR("aperture"))->description()->utf8(), "0.1");
   EXPECT_TRUE(isEqual(performSelector_withObject(camera, ZT_SELECTOR("isEqual:"), camera), Ref<NSObject>(true)));
   EXPECT_FALSE(performSelector(nullptr, ZT_SELECTOR("model")));
   EXPECT_FALSE(performSelector_withObject_withObject(nullptr, ZT_SELECTOR("model"), 1, 2));
