@@ -550,7 +550,7 @@ bool class_addMethod(Class one, SEL selector) {
       true)
 
 /// Defines the run-time class of `Name`, which bears ZT_OBJECT, with a list of its methods; at namespace scope in one
-/// source. Only the library's own classes are found by name this way.
+/// source. Only the library's own classes are found by name this way. The code that holds it must stay loaded.
 #define ZT_IMPLEMENT_CLASS(Name, ...)                                                                               \
   ::ZtFoundation::Class Name::classObject() {                                                                       \
     ZT_LIST_CLASS(Name);                                                                                            \
@@ -567,8 +567,8 @@ bool class_addMethod(Class one, SEL selector) {
 #define ZT_LIST_CLASS(Name) \
   [[gnu::used, gnu::section("zt_classes")]] static ::ZtFoundation::RuntimeClass::Parent listed = &Name::classObject
 
-/// The same, and the class can be found by its name as soon as the code that holds it is loaded. A name that is taken
-/// already stays with the class that had it first.
+/// The same, and the class can be found by its name as soon as the code that holds it is loaded. That code is never
+/// unloaded again. A name that is taken already stays with the class that had it first.
 #define ZT_REGISTER_CLASS(Name, ...)                                                                          \
   ZT_IMPLEMENT_CLASS(Name, __VA_ARGS__);                                                                      \
   namespace {                                                                                                 \

@@ -8,6 +8,8 @@
 
 #include <ZtFoundation/platform/Exception.h>
 
+#include "platform/services/ModuleKeeper.h"
+
 namespace ZtFoundation::detail {
 
 namespace {
@@ -75,8 +77,10 @@ Class Runtime::classNamed(std::string_view name) {
   return findClass(name);
 }
 
-// Static initialisers register classes and have nobody to tell that memory is short, so none is asked for.
+// Static initialisers register classes and have nobody to tell that memory is short, so none is asked for. They run
+// under the lock of the system's loader, which is therefore not waited for under the lock here.
 void Runtime::registerClass(Class one) noexcept {
+  service<ModuleKeeper>().keep(one);
   const Guard guard(lock_);
   if (one->registeredNext_ != nullptr || one == registeredLast_) return;
   (registeredLast_ != nullptr ? registeredLast_->registeredNext_ : registeredFirst_) = one;

@@ -1,7 +1,9 @@
 #include <ZtFoundation/platform/Runtime.h>
 
+#include <dlfcn.h>
 #include <gmock/gmock.h>
 
+#include <filesystem>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -11,6 +13,8 @@
 #include <ZtFoundation/platform/Exception.h>
 #include <ZtFoundation/platform/Number.h>
 #include <ZtFoundation/platform/Values.h>
+
+#include "support/ScratchFolder.h"
 
 namespace runtimetests {
 
@@ -210,6 +214,20 @@ TEST(RuntimeClasses, AreNotMadeAtRunTimeWithoutSuperclassOrFreeName) {
   EXPECT_EQ(registerSubclass(Camera::classObject(), ""), nullptr);
   EXPECT_EQ(registerSubclass(Camera::classObject(), "FilmCamera"), nullptr);
   EXPECT_EQ(registerSubclass(Camera::classObject(), "NSString"), nullptr);
+  EXPECT_EQ(registerSubclass(Camera::classObject(), std::string("FilmCamera\0x", 12)), nullptr);
+  EXPECT_EQ(registerSubclass(Camera::classObject(), std::string("Free\0", 5)), nullptr);
+}
+
+TEST(RuntimeClasses, TheCodeThatRegistersThemStaysLoaded) {
+  const test::ScratchFolder folder;
+  const std::string path = folder / "Guest.so";
+  std::filesystem::copy_file(ZT_TEST_BUNDLES "/Guest.so", path);
+  void* const module = ::dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
+  ASSERT_NE(module, nullptr) << ::dlerror();
+  Class registered = detail::registeredClasses().back();
+  ::dlclose(module);
+  ASSERT_NE(::dlopen(path.c_str(), RTLD_NOW | RTLD_NOLOAD), nullptr) << "unloaded";
+  EXPECT_STREQ(registered->name(), "Guest");
 }
 
 // ---- Selectors
