@@ -1,5 +1,6 @@
 #include <ZtFoundation/PropertyLists.h>
 #include <ZtFoundation/platform/Array.h>
+#include <ZtFoundation/platform/Date.h>
 #include <ZtFoundation/platform/FileManager.h>
 #include <ZtFoundation/platform/Notification.h>
 #include <ZtFoundation/platform/Number.h>
@@ -254,6 +255,15 @@ TEST_F(PropertyListStoreTests, UnsavedChangesAreFoundByContents) {
 }
 
 // --- Saving
+
+TEST_F(PropertyListStoreTests, TheFurthestDatesAreThereAtTheNextStart) {
+  constexpr double kFurthest = 9223372036854774784.0;  // the last one before 2^63
+  const Ref<QvPropertyList> store = QvPropertyList::initWithPath(path);
+  store->setValues(NSArray::of(NSDate::dateWithTimeIntervalSinceReferenceDate(kFurthest),
+                               NSDate::dateWithTimeIntervalSinceReferenceDate(-kFurthest)));
+  ASSERT_TRUE(store->saveChanges());
+  EXPECT_TRUE(isEqual(QvPropertyList::initWithPath(path)->values(), store->values()));
+}
 
 TEST_F(PropertyListStoreTests, SavingMakesFoldersAndFileAndTellsSo) {
   const Ref<NSString> deep = folder.string("new/folders/settings");

@@ -13,8 +13,9 @@ namespace ZtFoundation::codec {
 namespace {
 
 constexpr double kTwoTo63 = 9223372036854775808.0;
-// The seconds of this many years fit 64 bits.
-constexpr std::int64_t kFurthestYear = 292'000'000'000;
+
+// Beyond this the seconds of a calendar date do not fit 64 bits. Written and read are the same dates.
+bool hasCalendar(double seconds) { return std::abs(seconds) < kTwoTo63; }
 
 bool isDigit(char c) { return c >= '0' && c <= '9'; }
 
@@ -43,7 +44,7 @@ class FieldReader {
     const auto digits = static_cast<std::size_t>(std::ranges::find_if_not(text_, isDigit) - text_.begin());
     std::int64_t value = 0;
     const auto parsed = std::from_chars(text_.data(), text_.data() + digits, value);
-    good_ = digits >= 4 && parsed.ec == std::errc() && value <= kFurthestYear;
+    good_ = digits >= 4 && parsed.ec == std::errc();
     text_.remove_prefix(digits);
     return isNegative ? -value : value;
   }
@@ -87,12 +88,13 @@ std::optional<NSTimeInterval> dateFromText(std::string_view text) {
   date.second = reader.twoDigits(0, 59);
   reader.literal('Z');
   if (!reader.isAtEnd() || date.day > daysInMonth(date.year, date.month)) return std::nullopt;
-  return static_cast<NSTimeInterval>(secondsFromCalendar(date));
+  const auto seconds = static_cast<NSTimeInterval>(secondsFromCalendar(date));
+  return hasCalendar(seconds) ? std::optional(seconds) : std::nullopt;
 }
 
 char* writeDateText(NSTimeInterval secondsSince2001, char* buffer) {
   const double second = std::floor(secondsSince2001);
-  if (!(second >= -kTwoTo63 && second < kTwoTo63)) return nullptr;
+  if (!hasCalendar(second)) return nullptr;
   const CalendarDate date = calendarFromSeconds(static_cast<std::int64_t>(second));
   char* at = writeYear(buffer, date.year);
   *at++ = '-';

@@ -155,7 +155,6 @@ TEST(XMLWriter, AnyWholeSecondSurvives) {
   for (int round = 0; round < 20'000; ++round) {
     const auto magnitude = static_cast<double>(random() >> (1 + random() % 62));
     const double seconds = random() % 2 == 0 ? magnitude : -magnitude;
-    if (std::fabs(seconds) > 9.2e18) continue;
     const ReadResult back = read(writeXML(dateAt(seconds)).bytes());
     ASSERT_TRUE(isEqual(back.value, dateAt(seconds))) << seconds << back.error;
   }
