@@ -1,5 +1,7 @@
 #include <bit>
 #include <cstring>
+#include <new>
+#include <utility>
 
 #include <ZtFoundation/platform/Array.h>
 #include <ZtFoundation/platform/Date.h>
@@ -263,8 +265,10 @@ Ref<NSData> writeBinary(const NSObject* value, CodecError& error) {
   binary::Flattening flattening;
   if (!flattening.run(value, error)) return nullptr;
   BinaryWriter writer(flattening);
-  if (!isWithinExpansion(flattening, writer.fileSize(), error)) return nullptr;
-  return NSData::dataWithLength(static_cast<NSUInteger>(writer.fileSize()), [&](Byte* file) { writer.write(file); });
+  const std::uint64_t size = writer.fileSize();
+  if (!isWithinExpansion(flattening, size, error)) return nullptr;
+  if (!std::in_range<NSUInteger>(size)) throw std::bad_alloc();
+  return NSData::dataWithLength(static_cast<NSUInteger>(size), [&](Byte* file) { writer.write(file); });
 }
 
 }  // namespace ZtFoundation::codec

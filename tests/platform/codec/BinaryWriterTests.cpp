@@ -1,7 +1,9 @@
 #include <gtest/gtest.h>
+#include <sys/mman.h>
 
 #include <cmath>
 #include <limits>
+#include <new>
 
 #include <ZtFoundation/platform/Array.h>
 #include <ZtFoundation/platform/Date.h>
@@ -214,6 +216,21 @@ TEST(BinaryWriter, SaysWhatIsWrongAndWhere) {
     EXPECT_FALSE(result.data);
     EXPECT_EQ(result.error, error);
   }
+}
+
+// Data whose bytes lie elsewhere.
+class View final : public NSData {
+ public:
+  View(const void* bytes, NSUInteger length) : NSData(bytes, length, 0) {}
+};
+
+TEST(BinaryWriter, WhatAWordCannotCountMemoryHasNoRoomFor) {
+  if (sizeof(NSUInteger) > 4) GTEST_SKIP() << "64 bits count more than the memory of any machine";
+  constexpr NSUInteger kHalf = NSUInteger{1} << 31;
+  void* const zeros = ::mmap(nullptr, kHalf, PROT_READ, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+  if (zeros == MAP_FAILED) GTEST_SKIP() << "there is no half of the address space in one piece";
+  EXPECT_THROW(write(NSArray::of(make<View>(zeros, kHalf), make<View>(zeros, kHalf - 1), 1)), std::bad_alloc);
+  ::munmap(zeros, kHalf);
 }
 
 TEST(BinaryWriter, NestsUpToTheLimit) {
