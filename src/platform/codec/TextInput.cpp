@@ -39,31 +39,10 @@ UnitForm formByZeros(std::string_view bytes) {
   return UnitForm::Bytes;
 }
 
-// The numbers that lie in bytes, `size` bytes each.
-class UnitReader {
- public:
-  UnitReader(std::string_view bytes, std::size_t size, bool isBig) : bytes_(bytes), size_(size), isBig_(isBig) {}
-
-  bool isAtEnd() const { return at_ == bytes_.size(); }
-  bool hasUnit() const { return bytes_.size() - at_ >= size_; }
-  std::size_t offset() const { return at_; }
-
-  char32_t peek() const {
-    char32_t unit = 0;
-    for (std::size_t i = 0; i < size_; ++i) {
-      const std::size_t place = isBig_ ? i : size_ - 1 - i;
-      unit = unit << 8 | static_cast<unsigned char>(bytes_[at_ + place]);
-    }
-    return unit;
-  }
-  void skip() { at_ += size_; }
-
- private:
-  std::string_view bytes_;
-  std::size_t size_;
-  std::size_t at_ = 0;
-  bool isBig_;
-};
+std::size_t sizeOfUnit(UnitForm form) {
+  if (form == UnitForm::Bytes) return 1;
+  return form == UnitForm::UTF16Big || form == UnitForm::UTF16Little ? 2 : 4;
+}
 
 // The next character; empty when what lies there is none.
 std::optional<char32_t> takeCharacter(UnitReader& reader, bool joinsSurrogates) {
@@ -101,12 +80,9 @@ bool recodeUnits(UnitReader reader, std::size_t offset, bool isUTF16, std::strin
 }
 
 bool readUnits(std::string_view bytes, TextForm form, TextInput& input, CodecError& error) {
-  const bool isUTF16 = form.form == UnitForm::UTF16Big || form.form == UnitForm::UTF16Little;
-  const bool isBig = form.form == UnitForm::UTF16Big || form.form == UnitForm::UTF32Big;
-  const std::string_view units = bytes.substr(form.markLength);
-  input.storage.resize(utf8Room(units.size()));
-  const UnitReader reader(units, isUTF16 ? 2 : 4, isBig);
-  const bool isValid = recodeUnits(reader, form.markLength, isUTF16, input.storage, error);
+  input.storage.resize(utf8Room(bytes.size() - form.markLength));
+  const bool isUTF16 = sizeOfUnit(form.form) == 2;
+  const bool isValid = recodeUnits(UnitReader(bytes, form), form.markLength, isUTF16, input.storage, error);
   input.text = input.storage;
   return isValid;
 }
@@ -210,6 +186,11 @@ bool readEncoded(std::string_view bytes, std::string_view encoding, TextInput& i
 }
 
 }  // namespace
+
+UnitReader::UnitReader(std::string_view bytes, TextForm form)
+    : bytes_(bytes.substr(form.markLength)),
+      size_(sizeOfUnit(form.form)),
+      isBig_(form.form == UnitForm::UTF16Big || form.form == UnitForm::UTF32Big) {}
 
 TextForm formOfText(std::string_view bytes) {
   for (const Mark& mark : kMarks) {

@@ -21,6 +21,32 @@ struct TextForm {
 };
 TextForm formOfText(std::string_view bytes);
 
+/// Goes over the units of a text, which begin behind its byte-order mark.
+class UnitReader {
+ public:
+  UnitReader(std::string_view bytes, TextForm form);
+
+  bool isAtEnd() const { return at_ == bytes_.size(); }
+  bool hasUnit() const { return bytes_.size() - at_ >= size_; }
+  std::size_t offset() const { return at_; }
+
+  char32_t peek() const {
+    char32_t unit = 0;
+    for (std::size_t i = 0; i < size_; ++i) {
+      const std::size_t place = isBig_ ? i : size_ - 1 - i;
+      unit = unit << 8 | static_cast<unsigned char>(bytes_[at_ + place]);
+    }
+    return unit;
+  }
+  void skip() { at_ += size_; }
+
+ private:
+  std::string_view bytes_;
+  std::size_t size_;
+  std::size_t at_ = 0;
+  bool isBig_;
+};
+
 /// Text as UTF-8: either the given bytes themselves or `storage`. Not to be copied or moved.
 struct TextInput {
   TextInput() = default;
