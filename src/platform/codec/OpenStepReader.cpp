@@ -101,8 +101,10 @@ void OpenStepReader::fail(std::size_t at, const std::string& what) const {
 
 void OpenStepReader::failExpecting(const std::string& what) const {
   if (isAtEnd()) fail(at_, "Expected " + what + ", but found the end of the text");
+  constexpr std::size_t kLongestCharacter = 4;
+  const std::size_t most = std::min(text_.size(), at_ + kLongestCharacter);
   std::size_t end = at_ + 1;
-  while (end < text_.size() && isContinuation(text_[end])) ++end;
+  while (end < most && isContinuation(text_[end])) ++end;
   const bool isPrintable = static_cast<unsigned char>(text_[at_]) >= ' ' && text_[at_] != 0x7F;
   fail(at_, "Expected " + what +
                 (isPrintable ? ", but found \"" + std::string(text_.substr(at_, end - at_)) + "\""

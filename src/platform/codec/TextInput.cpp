@@ -8,6 +8,7 @@
 #include <ZtFoundation/platform/String.h>
 #include <ZtFoundation/platform/StringEncoding.h>
 
+#include "platform/codec/XMLScanner.h"
 #include "platform/objects/UTF8.h"
 
 namespace ZtFoundation::codec {
@@ -169,13 +170,13 @@ std::size_t firstInvalidByte(std::string_view bytes, NSStringEncoding encoding) 
 bool readEncoded(std::string_view bytes, std::string_view encoding, TextInput& input, CodecError& error) {
   const NSStringEncoding number = encodingNamed(encoding);
   if (number == kInvalidStringEncoding) {
-    error.text = "The encoding \"" + std::string(encoding) + "\" that the XML declaration names at byte offset " +
+    error.text = "The encoding \"" + excerpt(encoding) + "\" that the XML declaration names at byte offset " +
                  std::to_string(encoding.data() - bytes.data()) + " is not known.";
     return false;
   }
   const Ref<NSString> decoded = NSString::stringWithBytes_length_encoding(bytes.data(), bytes.size(), number);
   if (!decoded) {
-    error.text = "The text is not valid in the encoding \"" + std::string(encoding) +
+    error.text = "The text is not valid in the encoding \"" + excerpt(encoding) +
                  "\", which the XML declaration names, at byte offset " +
                  std::to_string(firstInvalidByte(bytes, number)) + ".";
     return false;

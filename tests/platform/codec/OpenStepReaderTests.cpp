@@ -147,6 +147,7 @@ TEST(OpenStepReader, SaysWhatIsWrongAndWhere) {
       {"\x01", "Expected a value, but found a control character at line 1, column 1."},
       {"\x7F", "Expected a value, but found a control character at line 1, column 1."},
       {"\xC3\xA9", "Expected a value, but found \"\xC3\xA9\" at line 1, column 1."},
+      {"\xF0\x9F\x9A\x80", "Expected a value, but found \"\xF0\x9F\x9A\x80\" at line 1, column 1."},
       {"{", "Expected a key, but found the end of the text at line 1, column 2."},
       {"{ a", "Expected \"=\" after a key, but found the end of the text at line 1, column 4."},
       {"{ a; }", "Expected \"=\" after a key, but found \";\" at line 1, column 4."},
@@ -200,6 +201,12 @@ TEST(OpenStepReader, SaysWhatIsWrongAndWhere) {
     EXPECT_EQ(result.error, kPrefix + error);
     EXPECT_EQ(result.format, 0U);
   }
+}
+
+TEST(OpenStepReader, BytesThatEndNoCharacterAreNotAllShown) {
+  const std::string shown = read("\xC3" + std::string(100'000, '\xA9')).error;
+  EXPECT_TRUE(shown.starts_with(kPrefix + "Expected a value, but found \"")) << shown;
+  EXPECT_LT(shown.size(), 200U);
 }
 
 TEST(OpenStepReader, NestsUpToTheLimit) {

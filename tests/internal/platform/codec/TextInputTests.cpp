@@ -128,6 +128,14 @@ TEST(TextInput, AnEncodingThatIsNotKnownIsNamedWithItsPlace) {
   EXPECT_EQ(error.text, "The encoding \"klingon\" that the XML declaration names at byte offset 17 is not known.");
 }
 
+TEST(TextInput, OfALongNameOfAnEncodingTheBeginningIsShown) {
+  TextInput input;
+  CodecError error;
+  EXPECT_FALSE(readXMLText("<?xml encoding='" + std::string(100'000, 'x') + "'?>", input, error));
+  EXPECT_EQ(error.text, "The encoding \"" + std::string(24, 'x') +
+                            "\" that the XML declaration names at byte offset 16 is not known.");
+}
+
 TEST(TextInput, AMarkOutranksTheDeclaration) {
   TextInput input;
   CodecError error;
