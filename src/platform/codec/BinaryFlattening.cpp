@@ -9,6 +9,7 @@
 #include <ZtFoundation/platform/Array.h>
 #include <ZtFoundation/platform/Date.h>
 #include <ZtFoundation/platform/Number.h>
+#include <ZtFoundation/platform/Runtime.h>
 
 #include "platform/codec/BinaryFormat.h"
 #include "platform/codec/KeyPath.h"
@@ -328,7 +329,7 @@ std::string Flattening::stepAt(const Frame& frame) {
   if (frame.element != nullptr) return std::to_string(frame.next - 1);
   auto entry = static_cast<const NSDictionary*>(frame.container)->begin();
   for (std::size_t at = 1; at < frame.next; ++at) ++entry;
-  return entry->key->description()->utf8();
+  return detail::describe(entry->key.get())->utf8();
 }
 
 }  // namespace ZtFoundation::codec::binary

@@ -12,6 +12,7 @@
 #include <ZtFoundation/platform/Date.h>
 #include <ZtFoundation/platform/Dictionary.h>
 #include <ZtFoundation/platform/Number.h>
+#include <ZtFoundation/platform/Runtime.h>
 #include <ZtFoundation/platform/String.h>
 
 #include "platform/codec/Base64.h"
@@ -370,7 +371,8 @@ void XMLWriter::fail(const std::string& what) const {
 }
 
 std::string XMLWriter::stepAt(const Frame& frame) {
-  return frame.isArray() ? std::to_string(frame.item - frame.array().begin()) : frame.entry->key->description()->utf8();
+  if (frame.isArray()) return std::to_string(frame.item - frame.array().begin());
+  return detail::describe(frame.entry->key.get())->utf8();
 }
 
 }  // namespace

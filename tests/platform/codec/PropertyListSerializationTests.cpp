@@ -6,12 +6,27 @@
 #include <ZtFoundation/platform/Date.h>
 #include <ZtFoundation/platform/Dictionary.h>
 #include <ZtFoundation/platform/Number.h>
+#include <ZtFoundation/platform/Runtime.h>
 #include <ZtFoundation/platform/Set.h>
 
 #include "support/Interchange.h"
 #include "support/Serialization.h"
 
 namespace ZtFoundation {
+
+namespace test {
+
+/// A host's object that has nothing to say of itself.
+class Silent : public NSObject {
+  ZT_OBJECT(Silent, NSObject)
+ public:
+  Ref<NSString> description() const override { return nullptr; }
+};
+
+ZT_IMPLEMENT_CLASS(Silent);
+
+}  // namespace test
+
 namespace {
 
 using namespace support;
@@ -168,6 +183,11 @@ TEST(PropertyListSerialization, ValidityIsWhetherAFormatCanBeWritten) {
     EXPECT_EQ(static_cast<bool>(write(value, kBinary).data), binary);
   }
   as<NSMutableArray>(self)->removeAllObjects();
+}
+
+TEST(PropertyListSerialization, AKeyWithoutADescriptionHasAPlaceToo) {
+  const Ref<NSObject> value = NSDictionary::dictionaryWithEntries({{make<test::Silent>(), 1}});
+  for (const NSUInteger format : {kXML, kBinary}) EXPECT_TRUE(write(value, format).error.ends_with(" at /(null)."));
 }
 
 }  // namespace
