@@ -1,5 +1,7 @@
 #include <algorithm>
+#include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include <ZtFoundation/platform/Array.h>
@@ -20,10 +22,9 @@ struct Failure {
   std::string text;
 };
 
-constexpr std::string_view kUnquotedPunctuation = "_$./:-";
-
-bool isLetterOrDigit(char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9'); }
-bool isUnquoted(char c) { return isLetterOrDigit(c) || kUnquotedPunctuation.find(c) != kUnquotedPunctuation.npos; }
+bool isLetter(char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); }
+// From - to : lie . and / and the digits.
+bool isUnquoted(char c) { return isLetter(c) || (c >= '-' && c <= ':') || c == '_' || c == '$'; }
 bool isBlank(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
 bool isOctalDigit(char c) { return c >= '0' && c <= '7'; }
 bool isContinuation(char c) { return (static_cast<unsigned char>(c) & 0xC0) == 0x80; }
@@ -46,7 +47,8 @@ std::string positionText(std::string_view text, std::size_t at) {
   return "line " + std::to_string(line) + ", column " + std::to_string(column);
 }
 
-/// Descends into containers by recursion, which the limit of nesting bounds.
+/// What a container holds waits on a stack until its end, as in the reader of XML, so that nesting takes nothing of the
+/// thread's own stack.
 class OpenStepReader {
  public:
   OpenStepReader(std::string_view text, Mutability mutability) : text_(text), mutability_(mutability) {}
@@ -55,6 +57,13 @@ class OpenStepReader {
 
  private:
   enum class Role { Key, Value };
+  enum class Container { Array, Dictionary, DictionaryWithoutBraces };
+
+  // A container that is not complete yet.
+  struct Frame {
+    Container kind;
+    std::size_t base;  // where its contents begin on the stack of its kind
+  };
 
   // --- Characters
   bool isAtEnd() const { return at_ == text_.size(); }
@@ -66,14 +75,22 @@ class OpenStepReader {
   void skipBlockComment();
 
   // --- Values
-  Ref<NSObject> readRoot();
-  Ref<NSObject> readValue();
-  Ref<NSObject> readDictionary();
-  Ref<NSObject> readEntries(bool isBraced);
-  bool isAtEndOfEntries(bool isBraced) const { return isBraced ? isAt('}') : isAtEnd(); }
-  DictionaryEntry readEntry();
-  Ref<NSObject> readArray();
+  void readRoot();
+  void readValue();
+  void readEntry();
   Ref<NSObject> readData();
+  void place(Ref<NSObject>&& value);
+
+  // --- Containers
+  void step();
+  void open(Container kind);
+  bool isAtEndOf(Container kind) const;
+  void readSeparator(Container kind);
+  void close();
+  Ref<NSObject> takeDictionary(std::size_t base);
+  Ref<NSObject> takeArray(std::size_t base);
+
+  // --- Strings
   bool isAtString() const { return !isAtEnd() && (text_[at_] == '"' || text_[at_] == '\'' || isUnquoted(text_[at_])); }
   Ref<NSString> readString(Role role);
   Ref<NSString> readUnquoted();
@@ -85,14 +102,16 @@ class OpenStepReader {
   char16_t readOctal();
   char16_t readHexadecimal();
 
-  void enter();
   [[noreturn]] void fail(std::size_t at, const std::string& what) const;
   [[noreturn]] void failExpecting(const std::string& what) const;
 
   std::string_view text_;
   Mutability mutability_;
   std::size_t at_ = 0;
-  std::size_t depth_ = 0;
+  std::vector<Frame> frames_;
+  std::vector<DictionaryEntry> entries_;
+  std::vector<Ref<NSObject>> items_;
+  Ref<NSObject> root_;
 };
 
 void OpenStepReader::fail(std::size_t at, const std::string& what) const {
@@ -144,80 +163,39 @@ void OpenStepReader::skipBlockComment() {
 
 Ref<NSObject> OpenStepReader::read() {
   skipBlanks();
-  Ref<NSObject> root = readRoot();
+  readRoot();
+  while (!frames_.empty()) step();
   skipBlanks();
   if (!isAtEnd()) failExpecting("nothing more after the property list");
-  return root;
+  return std::move(root_);
 }
 
 // A string that something follows is the first key of a dictionary without braces.
-Ref<NSObject> OpenStepReader::readRoot() {
+void OpenStepReader::readRoot() {
   if (!isAtString()) return readValue();
   const std::size_t start = at_;
   Ref<NSObject> string = readString(Role::Value);
   skipBlanks();
-  if (isAtEnd()) return string;
+  if (isAtEnd()) return place(std::move(string));
   at_ = start;
-  enter();
-  return readEntries(false);
+  open(Container::DictionaryWithoutBraces);
 }
 
-Ref<NSObject> OpenStepReader::readValue() {
-  if (isAt('{')) return readDictionary();
-  if (isAt('(')) return readArray();
-  if (isAt('<')) return readData();
-  if (isAtString()) return readString(Role::Value);
+void OpenStepReader::readValue() {
+  if (isAt('{')) return open(Container::Dictionary);
+  if (isAt('(')) return open(Container::Array);
+  if (isAt('<')) return place(readData());
+  if (isAtString()) return place(readString(Role::Value));
   failExpecting("a value");
 }
 
-void OpenStepReader::enter() {
-  if (++depth_ > kMaximumNestingDepth) {
-    fail(at_, "Containers lie more than " + std::to_string(kMaximumNestingDepth) + " deep inside each other");
-  }
-}
-
-Ref<NSObject> OpenStepReader::readDictionary() {
-  enter();
-  ++at_;
-  Ref<NSObject> dictionary = readEntries(true);
-  --depth_;
-  return dictionary;
-}
-
-Ref<NSObject> OpenStepReader::readEntries(bool isBraced) {
-  std::vector<DictionaryEntry> entries;
-  for (skipBlanks(); !isAtEndOfEntries(isBraced); skipBlanks()) {
-    entries.push_back(readEntry());
-    skipBlanks();
-    if (!take(';') && !isAtEndOfEntries(isBraced)) failExpecting("\";\" after a value");
-  }
-  if (isBraced) ++at_;
-  if (mutability_ == Mutability::Immutable) return NSDictionary::dictionaryByTaking(entries);
-  return NSMutableDictionary::dictionaryByTaking(entries);
-}
-
-DictionaryEntry OpenStepReader::readEntry() {
+void OpenStepReader::readEntry() {
   if (!isAtString()) failExpecting("a key");
-  Ref<NSString> key = readString(Role::Key);
+  entries_.push_back({readString(Role::Key), nullptr});
   skipBlanks();
   if (!take('=')) failExpecting("\"=\" after a key");
   skipBlanks();
-  return {std::move(key), readValue()};
-}
-
-Ref<NSObject> OpenStepReader::readArray() {
-  enter();
-  ++at_;
-  std::vector<Ref<NSObject>> elements;
-  for (skipBlanks(); !isAt(')'); skipBlanks()) {
-    elements.push_back(readValue());
-    skipBlanks();
-    if (!take(',') && !isAt(')')) failExpecting("\",\" or \")\" after an element");
-  }
-  ++at_;
-  --depth_;
-  if (mutability_ == Mutability::Immutable) return NSArray::arrayByTaking(elements);
-  return NSMutableArray::arrayByTaking(elements);
+  readValue();
 }
 
 Ref<NSObject> OpenStepReader::readData() {
@@ -239,6 +217,80 @@ Ref<NSObject> OpenStepReader::readData() {
   if (isHalf) failExpecting("a second hexadecimal digit for the last byte");
   ++at_;
   return NSData::dataWithString(std::move(bytes));
+}
+
+void OpenStepReader::place(Ref<NSObject>&& value) {
+  if (frames_.empty()) {
+    root_ = std::move(value);
+    return;
+  }
+  const Container kind = frames_.back().kind;
+  if (kind == Container::Array) {
+    items_.push_back(std::move(value));
+  } else {
+    entries_.back().value = std::move(value);
+  }
+  readSeparator(kind);
+}
+
+// --- Containers
+
+void OpenStepReader::step() {
+  const Container kind = frames_.back().kind;
+  skipBlanks();
+  if (isAtEndOf(kind)) return close();
+  kind == Container::Array ? readValue() : readEntry();
+}
+
+void OpenStepReader::open(Container kind) {
+  if (frames_.size() == kMaximumNestingDepth) {
+    fail(at_, "Containers lie more than " + std::to_string(kMaximumNestingDepth) + " deep inside each other");
+  }
+  frames_.push_back({kind, kind == Container::Array ? items_.size() : entries_.size()});
+  if (kind != Container::DictionaryWithoutBraces) ++at_;
+}
+
+bool OpenStepReader::isAtEndOf(Container kind) const {
+  if (kind == Container::DictionaryWithoutBraces) return isAtEnd();
+  return isAt(kind == Container::Array ? ')' : '}');
+}
+
+void OpenStepReader::readSeparator(Container kind) {
+  skipBlanks();
+  const bool isInArray = kind == Container::Array;
+  if (take(isInArray ? ',' : ';') || isAtEndOf(kind)) return;
+  failExpecting(isInArray ? "\",\" or \")\" after an element" : "\";\" after a value");
+}
+
+void OpenStepReader::close() {
+  const auto [kind, base] = frames_.back();
+  frames_.pop_back();
+  if (kind != Container::DictionaryWithoutBraces) ++at_;
+  place(kind == Container::Array ? takeArray(base) : takeDictionary(base));
+}
+
+Ref<NSObject> OpenStepReader::takeDictionary(std::size_t base) {
+  const std::span<DictionaryEntry> entries = std::span(entries_).subspan(base);
+  Ref<NSObject> result;
+  if (mutability_ == Mutability::Immutable) {
+    result = NSDictionary::dictionaryByTaking(entries);
+  } else {
+    result = NSMutableDictionary::dictionaryByTaking(entries);
+  }
+  entries_.resize(base);
+  return result;
+}
+
+Ref<NSObject> OpenStepReader::takeArray(std::size_t base) {
+  const std::span<Ref<NSObject>> items = std::span(items_).subspan(base);
+  Ref<NSObject> result;
+  if (mutability_ == Mutability::Immutable) {
+    result = NSArray::arrayByTaking(items);
+  } else {
+    result = NSMutableArray::arrayByTaking(items);
+  }
+  items_.resize(base);
+  return result;
 }
 
 // --- Strings

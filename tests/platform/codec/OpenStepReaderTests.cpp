@@ -1,8 +1,11 @@
 #include <gtest/gtest.h>
+#include <pthread.h>
 
 #include <ZtFoundation/platform/Array.h>
 #include <ZtFoundation/platform/Dictionary.h>
 
+#include "support/ChildProcess.h"
+#include "support/Sanitizers.h"
 #include "support/Serialization.h"
 
 namespace ZtFoundation {
@@ -228,6 +231,28 @@ TEST(OpenStepReader, NestsUpToTheLimit) {
             kPrefix + "Containers lie more than 512 deep inside each other at line 1, column 514.");
   EXPECT_FALSE(read(repeated("{a=", 200000)).value);
   EXPECT_FALSE(read(repeated("(", 2000000)).value);
+}
+
+// The whole process would end if the stack did not suffice.
+bool isReadWithLittleStack(std::string text) {
+  const auto isRead = [](void* argument) -> void* {
+    return read(*static_cast<std::string*>(argument)).value ? argument : nullptr;
+  };
+  pthread_attr_t attributes;
+  pthread_t thread;
+  void* result = nullptr;
+  return ::pthread_attr_init(&attributes) == 0 && ::pthread_attr_setstacksize(&attributes, 64 << 10) == 0 &&
+         ::pthread_create(&thread, &attributes, isRead, &text) == 0 && ::pthread_join(thread, &result) == 0 &&
+         result != nullptr;
+}
+
+TEST(OpenStepReader, NestingTakesNothingOfTheStack) {
+  if (test::kIsSanitized) GTEST_SKIP() << "the frames of this build need a larger stack";
+  const std::string open = "{a=(";
+  const std::string close = ");}";
+  std::string text;
+  for (int level = 0; level < 512; level += 2) text = open + text + close;
+  EXPECT_EQ(test::inChild([&] { return isReadWithLittleStack(text); }), 1);
 }
 
 constexpr std::string_view kSample =
