@@ -106,7 +106,6 @@ std::optional<std::uint64_t> uidOf(const NSObject& object) {
 
 /// The kind, which must agree, above the hash.
 std::uint32_t LeafTable::tagOf(const NSObject& leaf) {
-  constexpr unsigned kHashBits = 28;
   const LeafKey key = keyOf(leaf);
   const UnitView units =
       key.isScalar() ? UnitView(reinterpret_cast<const char*>(&key.word), sizeof key.word) : unitsOf(leaf);
@@ -119,7 +118,7 @@ std::uint32_t LeafTable::findOrAdd(const NSObject& leaf, std::uint32_t tag, std:
   if (2 * used_ >= entries_.size()) grow();
   const LeafKey key = keyOf(leaf);
   std::size_t at = placeOf(tag);
-  for (; entries_[at].number != kFree; at = placeOf(static_cast<std::uint32_t>(at + 1))) {
+  for (; entries_[at].number != kFree; at = placeAfter(at)) {
     const Entry& entry = entries_[at];
     if (entry.tag != tag) continue;
     if (key.isScalar() ? entry.word == key.word : sameUnits(entry.word, leaf)) return entry.number;
@@ -131,7 +130,7 @@ std::uint32_t LeafTable::findOrAdd(const NSObject& leaf, std::uint32_t tag, std:
 
 LeafTable::Entry& LeafTable::freeEntryFor(std::uint32_t tag) {
   std::size_t at = placeOf(tag);
-  while (entries_[at].number != kFree) at = placeOf(static_cast<std::uint32_t>(at + 1));
+  while (entries_[at].number != kFree) at = placeAfter(at);
   return entries_[at];
 }
 
@@ -139,6 +138,7 @@ void LeafTable::grow() {
   constexpr std::size_t kSmallest = 64;
   std::vector<Entry> old(std::max(kSmallest, entries_.size() * 2), Entry{0, 0, kFree});
   old.swap(entries_);
+  spread_ = std::max<unsigned>(static_cast<unsigned>(std::countr_zero(entries_.size())), kHashBits) - kHashBits;
   for (const Entry& entry : old) {
     if (entry.number != kFree) freeEntryFor(entry.tag) = entry;
   }

@@ -38,13 +38,16 @@ class LeafTable {
     std::uint32_t number;
   };
   static constexpr std::uint32_t kFree = 0xFFFFFFFF;
+  static constexpr unsigned kHashBits = 28;
 
   void grow();
   Entry& freeEntryFor(std::uint32_t tag);
-  std::size_t placeOf(std::uint32_t tag) const { return tag & (entries_.size() - 1); }
+  std::size_t placeOf(std::uint32_t tag) const { return std::size_t{tag} << spread_ & (entries_.size() - 1); }
+  std::size_t placeAfter(std::size_t place) const { return (place + 1) & (entries_.size() - 1); }
 
   std::vector<Entry> entries_;
   std::size_t used_ = 0;
+  unsigned spread_ = 0;  // how far tags lie apart, by shifting; a table can have more places than there are hashes
 };
 
 /// Numbers the objects of a tree in the order in which a walk from the root meets them. Equal leaves, and containers
