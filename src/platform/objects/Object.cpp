@@ -52,6 +52,8 @@ bool isCollection(ObjectKind kind) noexcept { return kind >= ObjectKind::Array; 
 
 void NSObject::destroy() const noexcept {
   NSObject* self = const_cast<NSObject*>(this);
+  // Who shares the object while it is torn down must not be its last owner once more.
+  references_.store(1, std::memory_order_relaxed);
   if (detail::isCollection(kind_)) {
     detail::graveyard.bury(static_cast<NSCollection*>(self));
   } else {
