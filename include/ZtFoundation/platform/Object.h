@@ -21,6 +21,7 @@
 #include <atomic>
 #include <cstdint>
 #include <iosfwd>
+#include <new>
 
 #include <ZtFoundation/platform/Export.h>
 #include <ZtFoundation/platform/Ref.h>
@@ -76,6 +77,9 @@ class ZT_EXPORT NSObject {
   static void* operator new(std::size_t size, std::size_t contents) { return ::operator new(size + contents); }
   static void operator delete(void* block) noexcept { ::operator delete(block); }
   static void operator delete(void* block, std::size_t) noexcept { ::operator delete(block); }
+  // A class of a host may ask for more alignment than blocks have by themselves.
+  static void* operator new(std::size_t size, std::align_val_t alignment) { return ::operator new(size, alignment); }
+  static void operator delete(void* block, std::align_val_t alignment) noexcept { ::operator delete(block, alignment); }
 
  protected:
   static constexpr std::uint8_t kMutableFlag = 1;

@@ -1,3 +1,5 @@
+#include <array>
+#include <cstdint>
 #include <sstream>
 #include <thread>
 #include <unordered_set>
@@ -169,6 +171,19 @@ TEST(ObjectTests, RootClassInitialisesByMessage) {
   EXPECT_EQ(send<Ref<NSObject>>(speakers, ZT_SELECTOR("alloc"))->isa(), speakers);
   EXPECT_EQ(send<Ref<NSObject>>(speakers, ZT_SELECTOR("new"))->isa(), speakers);
   EXPECT_FALSE(send<Ref<NSObject>>(Witness::classObject(), ZT_SELECTOR("new")));
+}
+
+class Wide : public NSObject {
+ public:
+  alignas(64) std::array<char, 64> contents{};
+};
+
+TEST(ObjectTests, AClassHasTheAlignmentThatItAsksFor) {
+  std::vector<Ref<Wide>> objects;
+  for (int count = 0; count < 16; ++count) {
+    objects.push_back(make<Wide>());
+    EXPECT_EQ(reinterpret_cast<std::uintptr_t>(objects.back()->contents.data()) % 64, 0U);
+  }
 }
 
 Ref<NSObject> nested(int depth, Ref<NSObject> innermost) {
