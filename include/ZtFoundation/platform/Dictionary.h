@@ -75,8 +75,8 @@ class ZT_EXPORT NSDictionary : public NSCollection {
   Ref<NSDictionary> copy() const;
 
   /// The value under `key` as a T: std::string, bool, an integer or floating type, or a class of objects (then a `Ref`,
-  /// else a std::optional). Empty when it is absent, of another kind, or would not fit without loss (an integer read as
-  /// a double may round).
+  /// else a std::optional). Empty when it is absent, of another kind, or would not fit without loss; only floating
+  /// types round, an integer read as a double and any number read as a float.
   template <class T>
   auto get(const Ref<NSObject>& key) const;
 

@@ -6,7 +6,9 @@
 /// \endcode
 #pragma once
 
+#include <cmath>
 #include <concepts>
+#include <limits>
 #include <optional>
 #include <string>
 #include <type_traits>
@@ -21,17 +23,32 @@ namespace ZtFoundation {
 
 namespace detail {
 
+/// The real as an integer, when it has no fraction and a T can hold it.
+template <std::integral T>
+std::optional<T> wholeValue(double value) {
+  using Limits = std::numeric_limits<T>;
+  const bool fits = value >= static_cast<double>(Limits::min()) && value < std::ldexp(1.0, Limits::digits);
+  return fits && value == std::trunc(value) ? std::optional<T>(static_cast<T>(value)) : std::nullopt;
+}
+
 /// The integer, when `number` holds one (or a real without fraction) that a T can hold.
 template <std::integral T>
 std::optional<T> exactInteger(const NSNumber& number) {
-  if (number.isBoolean()) return std::nullopt;
-  if (number.type() == NumberType::Unsigned) {
-    const unsigned long long value = number.unsignedLongLongValue();
+  const auto fitting = [](std::integral auto value) {
     return std::in_range<T>(value) ? std::optional<T>(static_cast<T>(value)) : std::nullopt;
-  }
-  const long long value = number.longLongValue();
-  if (number.isReal() && !number.isEqual(Ref<NSObject>(value))) return std::nullopt;
-  return std::in_range<T>(value) ? std::optional<T>(static_cast<T>(value)) : std::nullopt;
+  };
+  if (number.isBoolean()) return std::nullopt;
+  if (number.isReal()) return wholeValue<T>(number.doubleValue());
+  return number.type() == NumberType::Unsigned ? fitting(number.unsignedLongLongValue())
+                                               : fitting(number.longLongValue());
+}
+
+/// The number as a T, rounded, unless it is too large for one.
+template <std::floating_point T>
+std::optional<T> roundedReal(const NSNumber& number) {
+  const auto value = static_cast<T>(number.doubleValue());
+  const bool fits = std::isinf(value) == std::isinf(number.doubleValue());
+  return fits && !number.isBoolean() ? std::optional<T>(value) : std::nullopt;
 }
 
 template <class T>
@@ -51,7 +68,7 @@ auto readValue(NSObject* object) {
     } else if constexpr (std::integral<T>) {
       return exactInteger<T>(*number);
     } else {
-      return number->isBoolean() ? std::nullopt : std::optional<T>(static_cast<T>(number->doubleValue()));
+      return roundedReal<T>(*number);
     }
   }
 }

@@ -2,6 +2,8 @@
 #include <ZtFoundation/platform/Dictionary.h>
 #include <gtest/gtest.h>
 
+#include <cstdint>
+#include <limits>
 #include <string>
 #include <vector>
 
@@ -44,6 +46,36 @@ TEST(Values, WhatIsOfAnotherKindOrDoesNotFitIsEmpty) {
   EXPECT_FALSE(values->get<std::string>("Count"));
   EXPECT_FALSE(values->get<NSDictionary>("Servers"));
   EXPECT_FALSE(values->get<std::string>("Absent"));
+}
+
+TEST(Values, RealsWithoutFractionAreIntegersWhereTheyFit) {
+  constexpr double kTwoTo63 = 9223372036854775808.0;
+  const auto real = [](double value) { return Ref<NSObject>(value); };
+  EXPECT_EQ(valueAs<std::uint64_t>(real(1e19)), 10'000'000'000'000'000'000U);
+  EXPECT_EQ(valueAs<std::uint64_t>(real(kTwoTo63)), std::uint64_t{1} << 63);
+  EXPECT_EQ(valueAs<std::int64_t>(real(-kTwoTo63)), std::numeric_limits<std::int64_t>::min());
+  EXPECT_EQ(valueAs<std::int8_t>(real(-128)), -128);
+  EXPECT_EQ(valueAs<unsigned>(real(-0.0)), 0U);
+  EXPECT_FALSE(valueAs<std::uint64_t>(real(2 * kTwoTo63)));
+  EXPECT_FALSE(valueAs<std::uint64_t>(real(-1)));
+  EXPECT_FALSE(valueAs<std::int64_t>(real(kTwoTo63)));
+  EXPECT_FALSE(valueAs<std::int8_t>(real(128)));
+  EXPECT_FALSE(valueAs<std::int8_t>(real(-129)));
+  EXPECT_FALSE(valueAs<std::int8_t>(real(127.5)));
+  EXPECT_FALSE(valueAs<int>(real(std::numeric_limits<double>::infinity())));
+  EXPECT_FALSE(valueAs<int>(real(std::numeric_limits<double>::quiet_NaN())));
+}
+
+TEST(Values, FloatsRoundButHoldNothingTooLarge) {
+  constexpr double kInfinity = std::numeric_limits<double>::infinity();
+  const auto asFloat = [](const Ref<NSObject>& number) { return valueAs<float>(number); };
+  EXPECT_EQ(asFloat(0.1), 0.1F);
+  EXPECT_EQ(asFloat(16777217), 16777216.0F);
+  EXPECT_EQ(asFloat(-kInfinity), -std::numeric_limits<float>::infinity());
+  EXPECT_FALSE(asFloat(1e300));
+  EXPECT_FALSE(asFloat(-1e300));
+  EXPECT_FALSE(asFloat(true));
+  EXPECT_EQ(valueAs<double>(Ref<NSObject>(1e300)), 1e300);
 }
 
 TEST(Values, StepsLeadThroughDictionariesAndArrays) {
