@@ -370,9 +370,9 @@ class Formatter {
 }  // namespace
 
 void detail::appendFormatted(TextBuilder& out, const Ref<NSString>& format, FormatArguments arguments) {
-  // A description could change the format while it is read.
-  const Ref<NSString> fixed = format->isMutable() ? format->copy() : nullptr;
-  Formatter(out, fixed ? fixed->units() : format->units(), arguments).run();
+  // A description could change the format, or let go of it, while it is read.
+  const Ref<NSString> kept = format->isMutable() ? format->copy() : format;
+  Formatter(out, kept->units(), arguments).run();
 }
 
 Ref<NSString> formatText(const Ref<NSString>& format, FormatArguments arguments) {

@@ -382,6 +382,26 @@ TEST(Format, AFormatThatChangesWhileItIsUsedIsHarmless) {
   EXPECT_EQ(formatted(format, make<Meddler>(format), 5), "met 5 and a long rest of the format");
 }
 
+// Lets go of the format and makes another string in its place.
+class Forgetter : public NSObject {
+ public:
+  explicit Forgetter(Ref<NSString>& format) : format_(format) {}
+  Ref<NSString> description() const override {
+    const std::string other(format_->length(), '?');
+    format_.reset();
+    format_ = other;
+    return "met";
+  }
+
+ private:
+  Ref<NSString>& format_;
+};
+
+TEST(Format, AFormatThatNobodyKeepsWhileItIsUsedIsHarmless) {
+  Ref<NSString> format = "%@ %@ and a long rest of the format";
+  EXPECT_EQ(formatted(format, make<Forgetter>(format), 5), "met 5 and a long rest of the format");
+}
+
 TEST(Format, ListsOfArgumentsAreCheckedToo) {
   const std::vector<FormatArgument> arguments = {"x", 2};
   EXPECT_EQ(formatText("%s %d", arguments)->utf8(), "x 2");
