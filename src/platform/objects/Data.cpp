@@ -12,6 +12,7 @@
 #include <ZtFoundation/platform/Runtime.h>
 #include <ZtFoundation/platform/String.h>
 
+#include "platform/objects/StringHash.h"
 #include "platform/services/LargeBlocks.h"
 
 namespace ZtFoundation {
@@ -77,7 +78,7 @@ bool NSData::isEqual(const NSObject* other) const {
   return data != nullptr && (data == this || data->view() == view());
 }
 
-NSUInteger NSData::hash() const { return std::hash<std::string_view>{}(view()); }
+NSUInteger NSData::hash() const { return detail::hashUnits(UnitView(view().data(), length_)); }
 
 Ref<NSString> NSData::description() const {
   static constexpr char kDigits[] = "0123456789abcdef";

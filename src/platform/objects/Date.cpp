@@ -13,6 +13,7 @@
 #include <ZtFoundation/platform/String.h>
 
 #include "platform/objects/NumberText.h"
+#include "platform/objects/StringHash.h"
 
 namespace ZtFoundation {
 
@@ -147,8 +148,7 @@ bool NSDate::isEqual(const NSObject* other) const {
 
 NSUInteger NSDate::hash() const {
   if (std::isnan(seconds_)) return 0;
-  const auto bits = std::bit_cast<std::uint64_t>(seconds_ + 0.0) * 0x9E3779B97F4A7C15U;  // + 0.0 makes -0.0 be 0.0
-  return static_cast<NSUInteger>(bits ^ (bits >> 32));
+  return detail::hashWord(std::bit_cast<std::uint64_t>(seconds_ + 0.0));  // + 0.0 makes -0.0 be 0.0
 }
 
 Ref<NSString> NSDate::description() const {

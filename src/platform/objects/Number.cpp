@@ -12,6 +12,7 @@
 #include <ZtFoundation/platform/String.h>
 
 #include "platform/objects/NumberText.h"
+#include "platform/objects/StringHash.h"
 
 namespace ZtFoundation {
 
@@ -60,11 +61,6 @@ std::uint64_t hashKey(double real) {
     if (real >= kTwoTo63 && real < kTwoTo64) return static_cast<std::uint64_t>(real);
   }
   return std::bit_cast<std::uint64_t>(real);
-}
-
-NSUInteger mixed(std::uint64_t key) {
-  key *= 0x9E3779B97F4A7C15U;
-  return static_cast<NSUInteger>(key ^ (key >> 32));
 }
 
 template <class Integer>
@@ -169,7 +165,7 @@ bool NSNumber::isEqual(const NSObject* other) const {
   return compareValues(*number) == NSOrderedSame;
 }
 
-NSUInteger NSNumber::hash() const { return mixed(isReal() ? hashKey(realBits()) : bits_); }
+NSUInteger NSNumber::hash() const { return detail::hashWord(isReal() ? hashKey(realBits()) : bits_); }
 
 Ref<NSString> NSNumber::description() const {
   switch (type()) {

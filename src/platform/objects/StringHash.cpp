@@ -1,6 +1,5 @@
 #include "platform/objects/StringHash.h"
 
-#include <cstdint>
 #include <cstring>
 
 #include "platform/objects/UTF8.h"
@@ -81,6 +80,12 @@ std::uint64_t hashWide(std::u16string_view units) {
 NSUInteger hashUnits(UnitView units) {
   if (units.isWide()) return toWord(hashWide(units.wide()));
   return toWord(hashBytes(units.narrow().data(), units.size()));
+}
+
+// Once would leave evenly spaced words too evenly spaced.
+NSUInteger hashWord(std::uint64_t word) {
+  const std::uint64_t key = secret();
+  return toWord(mix(mix(word ^ key, kMultiplier), key ^ kOther));
 }
 
 }  // namespace ZtFoundation::detail

@@ -4,8 +4,14 @@
 #include <stdio.h>
 #include <sys/personality.h>
 
+#include <set>
 #include <string>
 #include <unordered_set>
+#include <utility>
+#include <vector>
+
+#include <ZtFoundation/platform/Data.h>
+#include <ZtFoundation/platform/Date.h>
 
 #include "support/Sanitizers.h"
 
@@ -48,10 +54,6 @@ TEST(StringHashTests, EveryUnitCounts) {
   EXPECT_EQ(hashes.size(), 81U);
 }
 
-constexpr char kProbe[] = "a key";
-
-NSUInteger probeHash() { return detail::hashUnits(UnitView(kProbe, sizeof kProbe - 1)); }
-
 bool loadsProgramsAnywhere() {
   char setting = '0';
   if (FILE* file = ::fopen("/proc/sys/kernel/randomize_va_space", "re")) {
@@ -77,27 +79,46 @@ class RandomLayout {
 };
 
 // What another process of this program tells; see the test behind.
-std::string hashInAnotherProcess() {
+std::string hashesInAnotherProcess() {
   std::string output;
   FILE* const child = ::popen(
-      "exec /proc/$PPID/exe --gtest_also_run_disabled_tests --gtest_filter=StringHashTests.DISABLED_TellsAHash", "re");
+      "exec /proc/$PPID/exe --gtest_also_run_disabled_tests --gtest_filter=StringHashTests.DISABLED_TellsHashes", "re");
   if (child == nullptr) return output;
   for (int byte = ::fgetc(child); byte != EOF; byte = ::fgetc(child)) output += static_cast<char>(byte);
   ::pclose(child);
-  const std::size_t at = output.find("hash ");
+  return output;
+}
+
+// What stands behind `label` in such an output.
+std::string hashAfter(const std::string& label, const std::string& output) {
+  const std::size_t at = output.find(label);
   return at == std::string::npos ? std::string() : output.substr(at, output.find('\n', at) - at);
 }
 
-TEST(StringHashTests, DISABLED_TellsAHash) { std::printf("hash %zu\n", static_cast<std::size_t>(probeHash())); }
+std::vector<std::pair<const char*, Ref<NSObject>>> probes() {
+  return {{"text: ", "a key"},
+          {"integer: ", 4711},
+          {"real: ", 0.5},
+          {"date: ", NSDate::dateWithTimeIntervalSinceReferenceDate(1e8)},
+          {"data: ", NSData::dataWithBytes("a key")}};
+}
+
+TEST(StringHashTests, DISABLED_TellsHashes) {
+  for (const auto& [label, value] : probes()) std::printf("%s%zu\n", label, static_cast<std::size_t>(value->hash()));
+}
 
 // So nobody can prepare keys that collide.
 TEST(StringHashTests, DiffersFromProcessToProcess) {
   if (!loadsProgramsAnywhere()) GTEST_SKIP() << "programs are loaded at fixed addresses here";
   const RandomLayout layout;
   if (test::kIsSanitized && !layout.wasRandom()) GTEST_SKIP() << "programs with sanitizers need fixed addresses here";
-  const std::string first = hashInAnotherProcess();
-  ASSERT_NE(first, "");
-  EXPECT_TRUE(hashInAnotherProcess() != first || hashInAnotherProcess() != first);
+  const std::string outputs[] = {hashesInAnotherProcess(), hashesInAnotherProcess(), hashesInAnotherProcess()};
+  for (const auto& [label, value] : probes()) {
+    std::set<std::string> hashes;
+    for (const std::string& output : outputs) hashes.insert(hashAfter(label, output));
+    EXPECT_FALSE(hashes.contains("")) << label;
+    EXPECT_GT(hashes.size(), 1U) << label << value;
+  }
 }
 
 }  // namespace
