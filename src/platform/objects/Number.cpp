@@ -108,8 +108,12 @@ static Ref<NSNumber> adoptNumber(NSObject* owned) { return Ref<NSNumber>::adopt(
 
 NSNumber* NSNumber::boolean(bool value) {
   // Never freed: whoever holds one at exit may still use it.
-  static NSNumber* const both[] = {new NSNumber(NumberType::Boolean, 0), new NSNumber(NumberType::Boolean, 1)};
-  return both[value ? 1 : 0];
+  if (value) {
+    static NSNumber* const yes = new NSNumber(NumberType::Boolean, 1);
+    return yes;
+  }
+  static NSNumber* const no = new NSNumber(NumberType::Boolean, 0);
+  return no;
 }
 
 Ref<NSNumber> NSNumber::numberWithBool(bool value) { return boolean(value); }
