@@ -202,7 +202,8 @@ void NSMutableArray::removeObjectAtIndex(NSUInteger index) {
 }
 
 void NSMutableArray::removeLastObject() {
-  removeObjectAtIndex(count_ - 1);  // which raises for an empty array
+  if (count_ == 0) detail::raiseRange("the array is empty");
+  removeObjectAtIndex(count_ - 1);
 }
 
 void NSMutableArray::removeObject(const Ref<NSObject>& object) {

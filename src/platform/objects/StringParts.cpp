@@ -73,6 +73,7 @@ Ref<NSString> NSString::substringWithRange(NSRange range) const {
 }
 
 Ref<NSString> NSString::substringFromIndex(NSUInteger index) const {
+  if (index > length_) detail::raiseRange("character index past the end of the string");
   return substringWithRange({index, length_ - index});
 }
 

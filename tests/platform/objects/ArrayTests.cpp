@@ -54,6 +54,15 @@ TEST(ArrayTests, IndexesOutsideRaise) {
 }
 
 TEST(ArrayTests, NoneIsRefused) {
+TEST(ArrayTests, TheReasonTellsThatThereIsNoLastObject) {
+  try {
+    NSMutableArray::array()->removeLastObject();
+    ADD_FAILURE() << "nothing was raised";
+  } catch (const NSException& raised) {
+    EXPECT_EQ(raised.reason()->utf8(), "the array is empty");
+  }
+}
+
   const Ref<NSMutableArray> array = NSMutableArray::array();
   EXPECT_EQ(nameRaisedBy([&] { array->addObject(nullptr); }), "NSInvalidArgumentException");
   EXPECT_EQ(nameRaisedBy([&] { (void)NSArray::arrayWithObject(nullptr); }), "NSInvalidArgumentException");

@@ -28,6 +28,20 @@ TEST(StringPartsTests, Substrings) {
   EXPECT_THROW(text->substringWithRange({2, 3}), NSException);
 }
 
+TEST(StringPartsTests, TheReasonTellsWhatIsPastTheEnd) {
+  const auto reasonOf = [](auto action) {
+    try {
+      action();
+    } catch (const NSException& raised) {
+      return raised.reason()->utf8();
+    }
+    return std::string("nothing");
+  };
+  const Ref<NSString> text = "abc";
+  EXPECT_EQ(reasonOf([&] { text->substringFromIndex(4); }), "character index past the end of the string");
+  EXPECT_EQ(reasonOf([&] { text->substringWithRange({2, 2}); }), "range past the end of the string");
+}
+
 TEST(StringPartsTests, Joins) {
   const Ref<NSString> text = "ab";
   EXPECT_EQ(text->stringByAppendingString("\xE6\x97\xA5")->utf8(), "ab\xE6\x97\xA5");
