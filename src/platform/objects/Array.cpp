@@ -2,8 +2,10 @@
 
 #include <algorithm>
 #include <cstring>
+#include <iterator>
 #include <memory>
 #include <new>
+#include <vector>
 
 #include <ZtFoundation/platform/Exception.h>
 #include <ZtFoundation/platform/Runtime.h>
@@ -83,7 +85,8 @@ Ref<NSObject> NSArray::lastObject() const { return count_ != 0 ? items_[count_ -
 
 NSUInteger NSArray::indexOfObject(const Ref<NSObject>& object) const {
   if (!object) return NSNotFound;
-  const Item* found = std::find_if(begin(), end(), [&](const Item& item) { return item->isEqual(object.get()); });
+  const Item* found =
+      std::find_if(begin(), end(), [&](const Item& item) { return item->isEqual(object.get()); });
   return found != end() ? static_cast<NSUInteger>(found - begin()) : NSNotFound;
 }
 
@@ -209,7 +212,19 @@ void NSMutableArray::removeLastObject() {
 void NSMutableArray::removeObject(const Ref<NSObject>& object) {
   if (!object) return;
   const Item wanted = object;  // may be the element itself
-  Item* kept = std::remove_if(items_, items_ + count_, [&](const Item& item) { return item->isEqual(wanted.get()); });
+  // Comparing may raise, so nothing moves before it is done; the array is whole again when what it lost is destroyed.
+  std::vector<Item> removed;
+  std::copy_if(begin(), end(), std::back_inserter(removed),
+               [&](const Item& item) { return item->isEqual(wanted.get()); });
+  auto next = removed.begin();
+  Item* kept = items_;
+  for (Item* item = items_; item != end(); ++item) {
+    if (next != removed.end() && *item == *next) {
+      ++next;
+    } else {
+      std::swap(*kept++, *item);
+    }
+  }
   std::destroy(kept, items_ + count_);
   count_ = static_cast<NSUInteger>(kept - items_);
 }

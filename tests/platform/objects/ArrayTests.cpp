@@ -53,7 +53,6 @@ TEST(ArrayTests, IndexesOutsideRaise) {
   EXPECT_EQ(joined(array), "1");
 }
 
-TEST(ArrayTests, NoneIsRefused) {
 TEST(ArrayTests, TheReasonTellsThatThereIsNoLastObject) {
   try {
     NSMutableArray::array()->removeLastObject();
@@ -63,6 +62,7 @@ TEST(ArrayTests, TheReasonTellsThatThereIsNoLastObject) {
   }
 }
 
+TEST(ArrayTests, NoneIsRefused) {
   const Ref<NSMutableArray> array = NSMutableArray::array();
   EXPECT_EQ(nameRaisedBy([&] { array->addObject(nullptr); }), "NSInvalidArgumentException");
   EXPECT_EQ(nameRaisedBy([&] { (void)NSArray::arrayWithObject(nullptr); }), "NSInvalidArgumentException");
@@ -182,6 +182,43 @@ TEST(ArrayTests, ReleasesWhatItGivesUp) {
     array->addObject(text);
   }
   EXPECT_EQ(text->retainCount(), 1U);
+}
+
+/// An object that cannot be compared.
+class Incomparable : public NSObject {
+ public:
+  bool isEqual(const NSObject*) const override { throw std::bad_alloc(); }
+};
+
+TEST(ArrayTests, RemovesNothingWhenComparingFails) {
+  const Ref<NSMutableArray> array = NSMutableArray::of("x", "kept", make<Incomparable>(), "x");
+  const Ref<NSArray> before = array->copy();
+  EXPECT_THROW(array->removeObject("x"), std::bad_alloc);
+  ASSERT_EQ(array->count(), 4U);
+  for (NSUInteger index = 0; index < 4; ++index) EXPECT_EQ((*array)[index], (*before)[index]) << index;
+}
+
+/// An object that adds to an array when it is destroyed; all such are equal.
+class Parting : public NSObject {
+ public:
+  explicit Parting(NSMutableArray* array) : array_(array) {}
+  ~Parting() override {
+    for (int count = 0; count < 20; ++count) array_->addObject("late");
+  }
+  bool isEqual(const NSObject* other) const override { return other->kind() == ObjectKind::Other; }
+
+ private:
+  NSMutableArray* array_;
+};
+
+TEST(ArrayTests, IsWholeWhenWhatItLostIsDestroyed) {
+  const Ref<NSMutableArray> array = NSMutableArray::of("a", "b");
+  array->insertObject_atIndex(make<Parting>(array.get()), 0);
+  array->insertObject_atIndex(make<Parting>(array.get()), 2);
+  array->removeObject(make<Alike>());
+  std::string expected = "a,b";
+  for (int count = 0; count < 40; ++count) expected += ",late";
+  EXPECT_EQ(joined(array), expected);
 }
 
 TEST(ArrayTests, EqualityIsByElements) {
