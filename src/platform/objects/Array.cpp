@@ -86,7 +86,7 @@ Ref<NSObject> NSArray::lastObject() const { return count_ != 0 ? items_[count_ -
 NSUInteger NSArray::indexOfObject(const Ref<NSObject>& object) const {
   if (!object) return NSNotFound;
   const Item* found =
-      std::find_if(begin(), end(), [&](const Item& item) { return item->isEqual(object.get()); });
+      std::find_if(begin(), end(), [&](const Item& item) { return detail::areEqual(item.get(), object.get()); });
   return found != end() ? static_cast<NSUInteger>(found - begin()) : NSNotFound;
 }
 
@@ -215,7 +215,7 @@ void NSMutableArray::removeObject(const Ref<NSObject>& object) {
   // Comparing may raise, so nothing moves before it is done; the array is whole again when what it lost is destroyed.
   std::vector<Item> removed;
   std::copy_if(begin(), end(), std::back_inserter(removed),
-               [&](const Item& item) { return item->isEqual(wanted.get()); });
+               [&](const Item& item) { return detail::areEqual(item.get(), wanted.get()); });
   auto next = removed.begin();
   Item* kept = items_;
   for (Item* item = items_; item != end(); ++item) {

@@ -29,7 +29,12 @@ NSUInteger indexSize(NSUInteger capacity) {
   return capacity <= kLargestWithoutIndex ? 0 : std::bit_ceil(capacity + capacity / 2);
 }
 
-bool sameKey(const NSObject& a, const NSObject& b) { return &a == &b || a.isEqual(&b); }
+// Keys are mostly values, for which lookups spare themselves the detour.
+bool isOfHost(const NSObject& key) { return key.kind() == ObjectKind::Other; }
+NSUInteger hashOf(const NSObject& key) { return isOfHost(key) ? detail::hashOf(&key) : key.hash(); }
+bool areEqual(const NSObject& a, const NSObject& b) { return isOfHost(a) ? detail::areEqual(&a, &b) : a.isEqual(&b); }
+
+bool sameKey(const NSObject& a, const NSObject& b) { return &a == &b || areEqual(a, b); }
 
 bool isCollection(const NSObject& object) { return object.kind() >= ObjectKind::Array; }
 
@@ -49,7 +54,7 @@ void requireValue(const Ref<NSObject>& value) {
 // --- The table
 
 std::uint32_t NSDictionary::hashOfKey(const NSObject& key) {
-  const std::uint64_t mixed = static_cast<std::uint64_t>(key.hash()) * 0x9E3779B97F4A7C15U;
+  const std::uint64_t mixed = static_cast<std::uint64_t>(hashOf(key)) * 0x9E3779B97F4A7C15U;
   return static_cast<std::uint32_t>(mixed >> 32);
 }
 

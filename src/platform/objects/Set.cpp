@@ -71,7 +71,7 @@ bool NSSet::isEqual(const NSObject* other) const {
 
 NSUInteger NSSet::hash() const {
   NSUInteger sum = count();  // The order of members does not matter.
-  for (const DictionaryEntry& member : *this) sum += member.key->hash();
+  for (const DictionaryEntry& member : *this) sum += detail::hashOf(member.key.get());
   return sum;
 }
 

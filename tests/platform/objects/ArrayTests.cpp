@@ -8,6 +8,7 @@
 #include <ZtFoundation/platform/Array.h>
 #include <ZtFoundation/platform/Exception.h>
 #include <ZtFoundation/platform/Number.h>
+#include <ZtFoundation/platform/Runtime.h>
 #include <ZtFoundation/platform/String.h>
 
 namespace ZtFoundation {
@@ -219,6 +220,19 @@ TEST(ArrayTests, IsWholeWhenWhatItLostIsDestroyed) {
   std::string expected = "a,b";
   for (int count = 0; count < 40; ++count) expected += ",late";
   EXPECT_EQ(joined(array), expected);
+}
+
+bool isAnything(const NSObject&, const NSObject* other) { return other != nullptr; }
+
+TEST(ArrayTests, ObjectsOfHostsAreComparedByMessage) {
+  Class made = registerSubclass(NSObject::classObject(), "AlikeInArrays");
+  class_addMethod<&isAnything>(made, ZT_SELECTOR("isEqual:"));
+  const Ref<NSMutableArray> array = NSMutableArray::of("a", class_createInstance(made));
+  const Ref<NSObject> other = class_createInstance(made);
+  EXPECT_EQ(array->indexOfObject(other), 1U);
+  EXPECT_TRUE(NSArray::of(other)->firstObjectCommonWithArray(array));
+  array->removeObject(other);
+  EXPECT_EQ(joined(array), "a");
 }
 
 TEST(ArrayTests, EqualityIsByElements) {

@@ -12,6 +12,7 @@
 #include <ZtFoundation/platform/Data.h>
 #include <ZtFoundation/platform/Dictionary.h>
 #include <ZtFoundation/platform/Exception.h>
+#include <ZtFoundation/platform/Runtime.h>
 
 #include "support/ChildProcess.h"
 #include "support/Sanitizers.h"
@@ -170,6 +171,19 @@ TEST(DictionaryTests, EqualityIgnoresOrder) {
   EXPECT_FALSE(isEqual(ab, NSDictionary::dictionaryWithObject_forKey(1, "a")));
   EXPECT_FALSE(isEqual(ab, NSDictionary::dictionaryWithEntries({{"a", 1}, {"c", NSArray::of(2)}})));
   EXPECT_FALSE(isEqual(ab, NSDictionary::dictionaryWithEntries({{"a", 1}, {"b", NSArray::of(3)}})));
+}
+
+bool isAnything(const NSObject&, const NSObject* other) { return other != nullptr; }
+NSUInteger alwaysSeven(const NSObject&) { return 7; }
+
+TEST(DictionaryTests, KeysOfHostsAreFoundByMessage) {
+  Class made = registerSubclass(NSObject::classObject(), "AlikeAsKeys");
+  class_addMethod<&isAnything>(made, ZT_SELECTOR("isEqual:"));
+  class_addMethod<&alwaysSeven>(made, ZT_SELECTOR("hash"));
+  const Ref<NSObject> key = class_createInstance(made);
+  const Ref<NSDictionary> dictionary = NSDictionary::dictionaryWithObject_forKey("value", key);
+  EXPECT_EQ(NSDictionary::hashOfKey(*key), NSDictionary::hashOfKey(*class_createInstance(made)));
+  EXPECT_TRUE(dictionary->containsKey(class_createInstance(made)));
 }
 
 TEST(DictionaryTests, ReadsAsTheHostsTypes) {

@@ -6,6 +6,7 @@
 
 #include <ZtFoundation/platform/Array.h>
 #include <ZtFoundation/platform/Exception.h>
+#include <ZtFoundation/platform/Runtime.h>
 #include <ZtFoundation/platform/String.h>
 
 namespace ZtFoundation {
@@ -105,6 +106,20 @@ TEST(Set, HoldsNoNone) {
     EXPECT_EQ(raised.name()->utf8(), NSInvalidArgumentException()->utf8());
     EXPECT_EQ(raised.reason()->utf8(), "a set holds no none");
   }
+}
+
+bool isAnything(const NSObject&, const NSObject* other) { return other != nullptr; }
+NSUInteger alwaysSeven(const NSObject&) { return 7; }
+
+TEST(Set, MembersOfHostsAreAskedByMessage) {
+  Class made = registerSubclass(NSObject::classObject(), "AlikeInSets");
+  class_addMethod<&isAnything>(made, ZT_SELECTOR("isEqual:"));
+  class_addMethod<&alwaysSeven>(made, ZT_SELECTOR("hash"));
+  const Ref<NSSet> one = NSSet::setWithObjects({class_createInstance(made), class_createInstance(made)});
+  const Ref<NSSet> other = NSSet::setWithObjects({class_createInstance(made)});
+  EXPECT_EQ(one->count(), 1U);
+  EXPECT_TRUE(isEqual(one, other));
+  EXPECT_EQ(one->hash(), other->hash());
 }
 
 TEST(MutableSet, RemovesMembers) {
