@@ -23,6 +23,9 @@ class ZT_EXPORT NSCollection : public NSObject {
 
 namespace detail {
 
+/// True for arrays, dictionaries and sets.
+inline bool isCollection(const NSObject& object) noexcept { return object.kind() >= ObjectKind::Array; }
+
 /// Equality of two values at any depth, without recursion through the collections of property lists. `a` is not null.
 ZT_EXPORT bool deepEqual(const NSObject* a, const NSObject* b);
 

@@ -1,6 +1,6 @@
 /// \file Set.h
 /// `NSSet` and `NSMutableSet`: collections without duplicates, enumerated in the order in which members were added. Of a
-/// mutable string a set keeps an immutable copy.
+/// mutable string a set keeps an immutable copy. A member may be any object but a collection and none.
 #pragma once
 
 #include <initializer_list>
@@ -19,9 +19,10 @@ class ZT_EXPORT NSSet : public NSCollection {
 
   /// An empty set.
   static Ref<NSSet> set();
-  /// Of equal objects the first is kept. Raises NSInvalidArgumentException for none among them.
+  /// Of equal objects the first is kept. Raises NSInvalidArgumentException for none or a collection among them.
   static Ref<NSSet> setWithObjects(std::initializer_list<Ref<NSObject>> objects);
-  /// The elements of the array; of equal ones the first is kept. None for none.
+  /// The elements of the array; of equal ones the first is kept. None for none. Raises NSInvalidArgumentException for a
+  /// collection among them.
   static Ref<NSSet> setWithArray(const Ref<NSArray>& objects);
   /// An immutable set with the same members; `other` itself when it is immutable, none for none.
   static Ref<NSSet> setWithSet(const Ref<NSSet>& other);
@@ -69,7 +70,8 @@ class ZT_EXPORT NSMutableSet : public NSSet {
   /// A mutable set with the same members, none for none.
   static Ref<NSMutableSet> setWithSet(const Ref<NSSet>& other);
 
-  /// Adding an equal object keeps the member that is there. Raises NSInvalidArgumentException for none.
+  /// Adding an equal object keeps the member that is there. Raises NSInvalidArgumentException for none and for a
+  /// collection.
   void addObject(const Ref<NSObject>& object);
   /// Removing what is no member does nothing.
   void removeObject(const Ref<NSObject>& object);

@@ -36,11 +36,9 @@ bool areEqual(const NSObject& a, const NSObject& b) { return isOfHost(a) ? detai
 
 bool sameKey(const NSObject& a, const NSObject& b) { return &a == &b || areEqual(a, b); }
 
-bool isCollection(const NSObject& object) { return object.kind() >= ObjectKind::Array; }
-
 Ref<NSObject> keyToKeep(const Ref<NSObject>& key) {
   if (!key) detail::raiseInvalidArgument("a dictionary key cannot be none");
-  if (isCollection(*key)) detail::raiseInvalidArgument("a collection cannot be a dictionary key");
+  if (detail::isCollection(*key)) detail::raiseInvalidArgument("a collection cannot be a dictionary key");
   if (const NSMutableString* text = as<NSMutableString>(key.get())) return text->copy();
   return key;
 }

@@ -44,8 +44,6 @@ namespace {
 // need any.
 [[gnu::tls_model("initial-exec")]] constinit thread_local Graveyard graveyard;
 
-bool isCollection(ObjectKind kind) noexcept { return kind >= ObjectKind::Array; }
-
 }  // namespace
 
 }  // namespace detail
@@ -54,7 +52,7 @@ void NSObject::destroy() const noexcept {
   NSObject* self = const_cast<NSObject*>(this);
   // Who shares the object while it is torn down must not be its last owner once more.
   references_.store(1, std::memory_order_relaxed);
-  if (detail::isCollection(kind_)) {
+  if (detail::isCollection(*self)) {
     detail::graveyard.bury(static_cast<NSCollection*>(self));
   } else {
     delete self;

@@ -14,6 +14,7 @@ namespace {
 
 void insert(NSMutableDictionary& members, const Ref<NSObject>& object) {
   if (!object) detail::raiseInvalidArgument("a set holds no none");
+  if (detail::isCollection(*object)) detail::raiseInvalidArgument("a set holds no collection");
   if (members.lookUp(object.get()) != nullptr) return;
   const NSMutableString* text = as<NSMutableString>(object.get());
   const Ref<NSObject> member = text != nullptr ? Ref<NSObject>(text->copy()) : object;

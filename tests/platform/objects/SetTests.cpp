@@ -108,6 +108,26 @@ TEST(Set, HoldsNoNone) {
   }
 }
 
+template <class Action>
+std::string reasonRaisedBy(Action action) {
+  try {
+    action();
+  } catch (const NSException& raised) {
+    EXPECT_EQ(raised.name()->utf8(), NSInvalidArgumentException()->utf8());
+    return raised.reason()->utf8();
+  }
+  return "nothing";
+}
+
+TEST(Set, HoldsNoCollections) {
+  for (const Ref<NSObject>& collection : {Ref<NSObject>(NSArray::array()), Ref<NSObject>(NSSet::set())}) {
+    EXPECT_EQ(reasonRaisedBy([&] { NSSet::setWithObjects({collection}); }), "a set holds no collection");
+    EXPECT_EQ(reasonRaisedBy([&] { NSSet::setWithArray(NSArray::of(collection)); }), "a set holds no collection");
+    EXPECT_EQ(reasonRaisedBy([&] { NSMutableSet::set()->addObject(collection); }), "a set holds no collection");
+    EXPECT_FALSE(NSSet::setWithObjects({"a"})->containsObject(collection));
+  }
+}
+
 bool isAnything(const NSObject&, const NSObject* other) { return other != nullptr; }
 NSUInteger alwaysSeven(const NSObject&) { return 7; }
 
