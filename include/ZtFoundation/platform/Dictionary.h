@@ -109,7 +109,7 @@ class ZT_EXPORT NSDictionary : public NSCollection {
     const DictionaryEntry* at_ = nullptr;
     const DictionaryEntry* end_ = nullptr;
   };
-  Iterator begin() const noexcept { return {entries_, entries_ + used_}; }
+  Iterator begin() const noexcept { return {entries_ + first_, entries_ + used_}; }
   Iterator end() const noexcept { return {entries_ + used_, entries_ + used_}; }
 
   bool isEqual(const NSObject* other) const override;
@@ -137,7 +137,8 @@ class ZT_EXPORT NSDictionary : public NSCollection {
   std::uint32_t* hashes_ = nullptr;
   std::uint32_t* index_ = nullptr;
   NSUInteger count_ = 0;
-  std::uint32_t used_ = 0;  // entries in use or removed
+  std::uint32_t used_ = 0;   // entries in use or removed
+  std::uint32_t first_ = 0;  // the first in use: those before it are removed
   std::uint32_t capacity_ = 0;
   std::uint32_t indexMask_ = 0;
 };

@@ -68,7 +68,7 @@ void NSDictionary::allocate(NSUInteger capacity) {
   indexMask_ = static_cast<std::uint32_t>(indexed - 1);
   std::fill_n(index_, indexed, kFreeSlot);
   capacity_ = static_cast<std::uint32_t>(capacity);
-  used_ = 0;
+  used_ = first_ = 0;
 }
 
 void NSDictionary::placeInIndex(std::uint32_t hash, NSUInteger slot) noexcept {
@@ -139,7 +139,7 @@ void NSDictionary::clear() noexcept {
   DictionaryEntry* const entries = std::exchange(entries_, nullptr);
   const std::uint32_t used = std::exchange(used_, 0);
   hashes_ = index_ = nullptr;
-  count_ = capacity_ = indexMask_ = 0;
+  count_ = capacity_ = indexMask_ = first_ = 0;
   std::destroy_n(entries, used);
   ::operator delete(entries);
 }
@@ -260,6 +260,7 @@ void NSMutableDictionary::removeObjectForKey(const Ref<NSObject>& key) {
   // The slot stays in the index without a key, so that searches still pass over it.
   const DictionaryEntry removed = std::move(entries_[slot]);
   --count_;
+  while (first_ != used_ && !entries_[first_].key) ++first_;
 }
 
 void NSMutableDictionary::removeAllObjects() { clear(); }

@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <ctime>
+#include <limits>
 #include <string>
 
 #include <ZtFoundation/platform/Array.h>
@@ -140,6 +143,43 @@ TEST(Set, MembersOfHostsAreAskedByMessage) {
   EXPECT_EQ(one->count(), 1U);
   EXPECT_TRUE(isEqual(one, other));
   EXPECT_EQ(one->hash(), other->hash());
+}
+
+// The processor time, in seconds, that it takes to remove the members one by one, each chosen by `next`.
+template <class Next>
+double secondsToDrain(int members, Next next) {
+  const Ref<NSMutableSet> set = NSMutableSet::set();
+  for (int number = 0; number < members; ++number) set->addObject(number);
+  const std::clock_t start = std::clock();
+  for (int left = members; left > 0; --left) set->removeObject(next(*set, left));
+  EXPECT_EQ(set->count(), 0U);
+  EXPECT_EQ(set->anyObject(), nullptr);
+  return static_cast<double>(std::clock() - start) / CLOCKS_PER_SEC;
+}
+
+TEST(MutableSet, TheFirstMemberIsFoundAsFastWhereOthersWereRemoved) {
+  constexpr int kMembers = 20000;
+  double fromFront = std::numeric_limits<double>::max();
+  double fromBack = 0;
+  for (int attempt = 0; attempt < 3; ++attempt) {
+    fromBack = std::max(fromBack, secondsToDrain(kMembers, [](NSMutableSet&, int left) { return left - 1; }));
+    fromFront = std::min(fromFront, secondsToDrain(kMembers, [](NSMutableSet& set, int) { return set.anyObject(); }));
+  }
+  EXPECT_LT(fromFront, 20 * fromBack + 1e-3);
+}
+
+TEST(MutableSet, KnowsItsFirstMemberAfterEveryChange) {
+  const Ref<NSMutableSet> set = NSSet::setWithObjects({"a", "b", "c", "d"})->mutableCopy();
+  set->removeObject("b");
+  EXPECT_EQ(membersOf(set), "a,c,d");
+  set->removeObject("a");
+  EXPECT_EQ(membersOf(set), "c,d");
+  for (const char* added : {"e", "a", "f", "g"}) set->addObject(added);
+  EXPECT_EQ(membersOf(set), "c,d,e,a,f,g");
+  set->removeObject("c");
+  set->removeAllObjects();
+  set->addObject("h");
+  EXPECT_EQ(membersOf(set), "h");
 }
 
 TEST(MutableSet, RemovesMembers) {
