@@ -63,7 +63,7 @@ void copyASCII(const From*& from, const From* end, To*& to, Test allASCII) {
 }  // namespace
 
 const ShiftJIS& ShiftJIS::shared() {
-  static const ShiftJIS tables;
+  static const ShiftJIS& tables = *new ShiftJIS;  // never destroyed, so it serves during exit too
   return tables;
 }
 

@@ -4,6 +4,7 @@
 
 #include <iconv.h>
 
+#include <cstdlib>
 #include <optional>
 #include <string>
 
@@ -170,6 +171,27 @@ TEST(ShiftJISTests, CodesMeanWhatTheSystemsConverterSays) {
     const bool isInvalid = leadOf(code) == 0x80 || leadOf(code) == 0xA0 || leadOf(code) >= 0xFD;
     EXPECT_EQ(decode(code), isInvalid ? std::nullopt : system.decode(code)) << testing::PrintToString(code);
   });
+}
+
+// Is destroyed after whatever was made on first use in main.
+class Late {
+ public:
+  Late() = default;
+  Late(const Late&) = delete;
+  Late& operator=(const Late&) = delete;
+  ~Late() {
+    if (text) std::_Exit(encode(text->utf16()) == "\x93\xFA\x96\x7B" ? 0 : 1);
+  }
+  Ref<NSString> text;
+} late;
+
+TEST(ShiftJISTests, TablesServeDuringExitToo) {
+  const auto leave = [] {
+    late.text = u"\u65E5\u672C";
+    static_cast<void>(encode(u"\u65E5"));
+    std::exit(2);
+  };
+  EXPECT_EXIT(leave(), testing::ExitedWithCode(0), "");
 }
 
 }  // namespace
