@@ -1,6 +1,7 @@
 // Files of more than two gigabytes, and results of that size.
 
 #include <ZtFoundation/PropertyLists.h>
+#include <ZtFoundation/Utilities.h>
 #include <ZtFoundation/platform/Array.h>
 #include <ZtFoundation/platform/Data.h>
 #include <fcntl.h>
@@ -217,6 +218,19 @@ TEST(HugeOutputTests, INIIsWritten) {
   ASSERT_TRUE(bytes);
   EXPECT_GT(bytes->length(), huge());
   measured.answer("writes " + inUnits(bytes->length()));
+}
+
+// --- Charsets
+
+TEST(HugeCharsetTests, TextIsDecoded) {
+  Case measured("decode windows-1252", inUnits(huge()));
+  const Ref<NSData> bytes = repeated(huge(), "\x80", "plain text ", "");
+  const Ref<NSString> text =
+      measured.measure([&] { return QvFoundationExtensions::initWithData_charset(bytes, "windows-1252"); });
+  ASSERT_TRUE(text);
+  EXPECT_EQ(text->length(), bytes->length());
+  EXPECT_EQ(text->characterAtIndex(0), u'\u20AC');
+  measured.answer(std::to_string(text->length()) + " characters");
 }
 
 // --- Files full of holes

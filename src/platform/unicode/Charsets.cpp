@@ -9,6 +9,7 @@
 #include <memory>
 #include <vector>
 
+#include "platform/services/EnoughMemory.h"
 #include "platform/unicode/ShiftJIS.h"
 #include "platform/unicode/Status.h"
 
@@ -18,7 +19,8 @@ namespace {
 
 constexpr char kRegistry[] = "IANA";
 constexpr char kShiftJIS[] = "Shift_JIS";
-constexpr std::size_t kChunk = 4096;
+constexpr std::size_t kChunk = 4096;   // that is written at once
+constexpr std::size_t kSlice = 65536;  // that is read at once
 
 struct CloseConverter {
   void operator()(UConverter* converter) const { ucnv_close(converter); }
@@ -93,20 +95,45 @@ bool setCallbacks(UConverter* converter, bool lossy) {
   return succeeded(status);
 }
 
-// Runs `convert(&to, end, &status)` until it has nothing more to write.
-template <class Unit, class Convert>
-std::optional<std::basic_string<Unit>> collect(Convert convert) {
+// Runs `convert(&to, end, &from, stop, isLast, &status)` until all is read and written. A converter takes no more than
+// 32 bits can count, so it gets a slice at a time; characters may lie across.
+template <class Unit, class From, class Convert>
+std::optional<std::basic_string<Unit>> collect(std::basic_string_view<From> source, Convert convert) {
   std::basic_string<Unit> result;
-  UErrorCode status;
-  do {
+  result.reserve(source.size());
+  const From* from = source.data();
+  const From* const end = from + source.size();
+  for (;;) {
+    const From* const stop = from + std::min(static_cast<std::size_t>(end - from), kSlice);
     Unit chunk[kChunk];
     Unit* to = chunk;
-    status = U_ZERO_ERROR;
-    convert(&to, chunk + kChunk, &status);
+    UErrorCode status = U_ZERO_ERROR;
+    convert(&to, chunk + kChunk, &from, stop, stop == end, &status);
     result.append(chunk, to);
-  } while (status == U_BUFFER_OVERFLOW_ERROR);
-  if (!succeeded(status)) return std::nullopt;
-  return result;
+    if (status == U_BUFFER_OVERFLOW_ERROR) continue;
+    if (!succeeded(status)) return std::nullopt;
+    if (stop == end) return result;
+  }
+}
+
+std::optional<std::u16string> decodeAny(const std::string& charset, std::string_view bytes) {
+  if (isShiftJIS(charset)) return ShiftJIS::shared().decode(bytes);
+  const Converter converter = open(charset);
+  if (!converter || !setCallbacks(converter.get(), false)) return std::nullopt;
+  return collect<char16_t>(bytes, [&](char16_t** to, const char16_t* limit, const char** from, const char* stop,
+                                      bool isLast, UErrorCode* status) {
+    ucnv_toUnicode(converter.get(), to, limit, from, stop, nullptr, isLast, status);
+  });
+}
+
+std::optional<std::string> encodeAny(const std::string& charset, std::u16string_view units, bool lossy) {
+  if (isShiftJIS(charset)) return ShiftJIS::shared().encode(units, lossy);
+  const Converter converter = open(charset);
+  if (!converter || !setCallbacks(converter.get(), lossy)) return std::nullopt;
+  return collect<char>(units, [&](char** to, const char* limit, const char16_t** from, const char16_t* stop,
+                                  bool isLast, UErrorCode* status) {
+    ucnv_fromUnicode(converter.get(), to, limit, from, stop, nullptr, isLast, status);
+  });
 }
 
 }  // namespace
@@ -130,25 +157,11 @@ std::optional<std::string> atIndex(std::uint32_t index) {
 }
 
 std::optional<std::u16string> decode(const std::string& charset, std::string_view bytes) {
-  if (isShiftJIS(charset)) return ShiftJIS::shared().decode(bytes);
-  const Converter converter = open(charset);
-  if (!converter || !setCallbacks(converter.get(), false)) return std::nullopt;
-  const char* from = bytes.data();
-  const char* const end = from + bytes.size();
-  return collect<char16_t>([&](char16_t** to, char16_t* limit, UErrorCode* status) {
-    ucnv_toUnicode(converter.get(), to, limit, &from, end, nullptr, 1, status);
-  });
+  return withEnoughMemory([&] { return decodeAny(charset, bytes); });
 }
 
 std::optional<std::string> encode(const std::string& charset, std::u16string_view units, bool lossy) {
-  if (isShiftJIS(charset)) return ShiftJIS::shared().encode(units, lossy);
-  const Converter converter = open(charset);
-  if (!converter || !setCallbacks(converter.get(), lossy)) return std::nullopt;
-  const char16_t* from = units.data();
-  const char16_t* const end = from + units.size();
-  return collect<char>([&](char** to, char* limit, UErrorCode* status) {
-    ucnv_fromUnicode(converter.get(), to, limit, &from, end, nullptr, 1, status);
-  });
+  return withEnoughMemory([&] { return encodeAny(charset, units, lossy); });
 }
 
 }  // namespace ZtFoundation::charsets

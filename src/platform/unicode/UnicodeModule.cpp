@@ -7,7 +7,9 @@
 
 #include <limits>
 #include <memory>
+#include <new>
 
+#include "platform/services/EnoughMemory.h"
 #include "platform/services/Unicode.h"
 #include "platform/unicode/Charsets.h"
 #include "platform/unicode/Status.h"
@@ -18,20 +20,28 @@ namespace ZtFoundation {
 
 namespace {
 
-bool fits(std::u16string_view units) { return units.size() <= std::numeric_limits<int32_t>::max() / 4; }
+// ICU counts with 32 bits, and no text here grows to more than four times its length.
+constexpr std::size_t kLongest = std::numeric_limits<int32_t>::max();
+constexpr std::size_t kLongestThatGrows = kLongest / 4;
+
 int32_t lengthOf(std::u16string_view units) { return static_cast<int32_t>(units.size()); }
+
+// Text that ICU cannot count is like text that there is no memory for: any answer would be a wrong one.
+void requireLength(std::u16string_view units, std::size_t longest) {
+  if (units.size() > longest) throw std::bad_alloc();
+}
 
 // Calls `produce(buffer, capacity, &status)` with room for what it says it needs. On failure the text stays as it is.
 template <class Produce>
 std::u16string produceFrom(std::u16string_view source, Produce produce) {
-  if (!fits(source)) return std::u16string(source);
+  requireLength(source, kLongestThatGrows);
   std::u16string result(source.size() + 16, u'\0');
   for (;;) {
     UErrorCode status = U_ZERO_ERROR;
     const int32_t length = produce(result.data(), static_cast<int32_t>(result.size()), &status);
     const bool tooSmall = status == U_BUFFER_OVERFLOW_ERROR;
     if (!tooSmall && !succeeded(status)) return std::u16string(source);
-    result.resize(static_cast<std::size_t>(length));
+    withEnoughMemory([&] { result.resize(static_cast<std::size_t>(length)); });
     if (!tooSmall) return result;
   }
 }
@@ -139,7 +149,9 @@ class ICUUnicode final : public Unicode {
  public:
   bool compareNaturally(std::u16string_view a, std::u16string_view b, int& order) override {
     const UCollator* const collator = naturalCollator();
-    if (collator == nullptr || !fits(a) || !fits(b)) return false;
+    if (collator == nullptr) return false;
+    requireLength(a, kLongest);
+    requireLength(b, kLongest);
     // The C interface answers "same" where there is no memory.
     UErrorCode status = U_ZERO_ERROR;
     const int found =
@@ -164,7 +176,7 @@ class ICUUnicode final : public Unicode {
   }
 
   bool isComposed(std::u16string_view units) override {
-    if (!fits(units)) return false;
+    if (units.size() > kLongest) return false;
     UErrorCode status = U_ZERO_ERROR;
     const int32_t composed = unorm2_spanQuickCheckYes(composer(), units.data(), lengthOf(units), &status);
     return succeeded(status) && composed == lengthOf(units);
@@ -177,6 +189,7 @@ class ICUUnicode final : public Unicode {
   }
 
   void fold(std::u16string_view units, unsigned foldings, std::u16string& out) override {
+    requireLength(units, kLongestThatGrows);
     const bool decompose = (foldings & kFoldLiterally) == 0;
     std::u16string text((foldings & kFoldWidth) != 0 ? withOrdinaryWidth(units) : std::u16string(units));
     if (decompose) text = normalized(decomposer(), text);
@@ -222,8 +235,8 @@ class ICUUnicode final : public Unicode {
 
 ZT_MODULE_ENTRY Unicode* ZtFoundationUnicodeModule();
 Unicode* ZtFoundationUnicodeModule() {
-  static ICUUnicode shared;
-  return &shared;
+  static ICUUnicode* const shared = new ICUUnicode;
+  return shared;
 }
 
 }  // namespace ZtFoundation
