@@ -7,9 +7,12 @@ namespace ZtFoundation::QvFoundationExtensions {
 
 namespace {
 
+// What is walked or compared while code of the host runs is taken by value: that code may let go of the host's own
+// reference.
+
 // A new array with the elements that `keep` wants, also when these are all.
 template <class Keep>
-Ref<NSArray> filtered(const Ref<NSArray>& self, Keep keep) {
+Ref<NSArray> filtered(Ref<NSArray> self, Keep keep) {
   if (!self) return nullptr;
   std::vector<Ref<NSObject>> kept;
   kept.reserve(self->count());
@@ -53,6 +56,12 @@ class Members {
   Ref<NSMutableSet> simple_ = NSMutableSet::set();
 };
 
+template <class Collection, class ObjectOf>
+void performWithEach(Ref<NSObject> self, SEL selector, Ref<Collection> objects, ObjectOf objectOf) {
+  if (!objects) return;
+  for (const auto& each : *objects) performSelector_withObject(self, selector, objectOf(each));
+}
+
 // An immutable set with what `change` makes of a copy.
 template <class Change>
 Ref<NSIndexSet> changed(const Ref<NSIndexSet>& self, Change change) {
@@ -65,7 +74,7 @@ Ref<NSIndexSet> changed(const Ref<NSIndexSet>& self, Change change) {
 }  // namespace
 
 Ref<NSArray> arrayByRemovingObject(const Ref<NSArray>& self, const Ref<NSObject>& object) {
-  return filtered(self, [&](const Ref<NSObject>& element) { return !areEqual(element, object); });
+  return filtered(self, [object](const Ref<NSObject>& element) { return !areEqual(element, object); });
 }
 
 Ref<NSArray> arrayByRemovingObjects(const Ref<NSArray>& self, const Ref<NSArray>& objects) {
@@ -79,9 +88,12 @@ Ref<NSArray> objectsKindOfClass(const Ref<NSArray>& self, Class wanted) {
 
 NSUInteger numberOfObjectsEqualTo(const Ref<NSArray>& self, const Ref<NSObject>& object) {
   if (!self || !object) return 0;
-  const auto isEqualTo = [&](const Ref<NSObject>& element) { return detail::areEqualTo(element.get(), object.get()); };
-  return static_cast<NSUInteger>(
-      std::count_if(std::make_reverse_iterator(self->end()), std::make_reverse_iterator(self->begin()), isEqualTo));
+  const auto isEqualTo = [object](const Ref<NSObject>& element) {
+    return detail::areEqualTo(element.get(), object.get());
+  };
+  const Ref<NSArray> elements = self;
+  return static_cast<NSUInteger>(std::count_if(std::make_reverse_iterator(elements->end()),
+                                               std::make_reverse_iterator(elements->begin()), isEqualTo));
 }
 
 Ref<NSIndexSet> indexSetByAddingIndex(const Ref<NSIndexSet>& self, NSUInteger index) {
@@ -109,13 +121,11 @@ Ref<NSIndexSet> indexSetByRemovingIndexesInRange(const Ref<NSIndexSet>& self, NS
 }
 
 void performSelector_withEachObjectInArray(const Ref<NSObject>& self, SEL selector, const Ref<NSArray>& objects) {
-  if (!objects) return;
-  for (const Ref<NSObject>& object : *objects) performSelector_withObject(self, selector, object);
+  performWithEach(self, selector, objects, [](const Ref<NSObject>& object) { return object; });
 }
 
 void performSelector_withEachObjectInSet(const Ref<NSObject>& self, SEL selector, const Ref<NSSet>& objects) {
-  if (!objects) return;
-  for (const DictionaryEntry& member : *objects) performSelector_withObject(self, selector, member.key);
+  performWithEach(self, selector, objects, [](const DictionaryEntry& member) { return member.key; });
 }
 
 }  // namespace ZtFoundation::QvFoundationExtensions

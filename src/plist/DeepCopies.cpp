@@ -23,7 +23,7 @@ class Difference {
   Ref<NSMutableDictionary> find() {
     if (!open(mine_, theirs_, nullptr)) return nullptr;
     for (;;) {
-      if (open_.back().left != 0) {
+      if (!open_.back().left.empty()) {
         if (!compareNext()) return nullptr;
         continue;
       }
@@ -39,9 +39,8 @@ class Difference {
   struct Frame {
     const NSDictionary* mine;
     const NSDictionary* theirs;
-    NSObject* key;  // in the frame around
-    Ref<NSArray> keys;
-    NSUInteger left;  // keys are walked from the last to the first
+    NSObject* key;                             // in the frame around
+    std::vector<const DictionaryEntry*> left;  // of mine, taken from the last to the first
     Ref<NSMutableDictionary> result;
     bool equal;
     bool repeated;  // not the first time that what is in here is compared
@@ -51,8 +50,10 @@ class Difference {
 
   bool compareNext() {
     Frame& frame = open_.back();
-    NSObject* const key = frame.keys->objectAtIndex(--frame.left).get();
-    NSObject* const mine = frame.mine->lookUp(key);
+    const DictionaryEntry& entry = *frame.left.back();
+    frame.left.pop_back();
+    NSObject* const key = entry.key.get();
+    NSObject* const mine = entry.value.get();  // a key whose hash has changed would not be found again
     NSObject* const theirs = frame.theirs->lookUp(key);
     const auto* myDictionary = as<NSDictionary>(mine);
     const auto* theirDictionary = as<NSDictionary>(theirs);
@@ -72,10 +73,16 @@ class Difference {
       repeated |= !isNew;
     }
     if (repeated && !repetitions_.spend(mine.count() + 1)) return false;
-    open_.push_back({&mine, &theirs, key, mine.allKeys(), mine.count(),
-                     NSMutableDictionary::dictionaryWithCapacity(mine.count()), mine.count() == theirs.count(),
-                     repeated});
+    open_.push_back({&mine, &theirs, key, entriesOf(mine), NSMutableDictionary::dictionaryWithCapacity(mine.count()),
+                     mine.count() == theirs.count(), repeated});
     return true;
+  }
+
+  static std::vector<const DictionaryEntry*> entriesOf(const NSDictionary& dictionary) {
+    std::vector<const DictionaryEntry*> entries;
+    entries.reserve(dictionary.count());
+    for (const DictionaryEntry& entry : dictionary) entries.push_back(&entry);
+    return entries;
   }
 
   void differ(NSObject& key, const Ref<NSObject>& mine) {
@@ -148,8 +155,9 @@ Ref<NSMutableDictionary> deepCopyWithMutabilityContainersAndLeavesOption(const R
 
 Ref<NSMutableArray> propertyListRepresentation(const Ref<NSArray>& self) {
   if (!self) return nullptr;
-  Ref<NSMutableArray> result = NSMutableArray::arrayWithCapacity(self->count());
-  for (const Ref<NSObject>& element : *self) {
+  const Ref<NSArray> elements = self;  // code of the host may let go of its own reference
+  Ref<NSMutableArray> result = NSMutableArray::arrayWithCapacity(elements->count());
+  for (const Ref<NSObject>& element : *elements) {
     const Ref<NSMutableDictionary> representation = representationOf(element);
     if (!representation) continue;
     representation->setObject_forKey(NSStringFromClass(element->isa()), kClassKey);
@@ -160,8 +168,9 @@ Ref<NSMutableArray> propertyListRepresentation(const Ref<NSArray>& self) {
 
 Ref<NSMutableArray> arrayFromPropertyListRepresentation(const Ref<NSArray>& self) {
   if (!self) return nullptr;
-  Ref<NSMutableArray> result = NSMutableArray::arrayWithCapacity(self->count());
-  for (const Ref<NSObject>& element : *self) {
+  const Ref<NSArray> elements = self;
+  Ref<NSMutableArray> result = NSMutableArray::arrayWithCapacity(elements->count());
+  for (const Ref<NSObject>& element : *elements) {
     if (const Ref<NSObject> object = objectFrom(as<NSDictionary>(element))) result->addObject(object);
   }
   return result;
@@ -181,8 +190,9 @@ Ref<NSMutableDictionary> deepMutableCopy(const Ref<NSDictionary>& self) {
 
 Ref<NSMutableDictionary> differencesFromDictionary(const Ref<NSDictionary>& self, const Ref<NSDictionary>& other) {
   if (!self) return nullptr;
+  const Ref<NSDictionary> mine = self;
   const Ref<NSDictionary> theirs = other ? other : NSDictionary::dictionary();
-  return Difference(*self, *theirs).find();
+  return Difference(*mine, *theirs).find();
 }
 
 }  // namespace QvFoundationExtensions

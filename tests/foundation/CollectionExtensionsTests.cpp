@@ -1,6 +1,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <functional>
 #include <limits>
 #include <string>
 #include <vector>
@@ -274,8 +276,44 @@ class Collector : public NSObject {
   std::vector<std::string> taken;
 };
 
+struct Owner {
+  Ref<NSArray> objects;
+  Ref<NSSet> members;
+  int alive = 0;
+  int fewestAlive = 0;
+};
+
+// Whatever it is asked, its owner lets go of all objects.
+class Leaver : public NSObject {
+  ZT_OBJECT(Leaver, NSObject)
+ public:
+  explicit Leaver(Owner& owner) : owner_(owner) { owner.fewestAlive = ++owner.alive; }
+  ~Leaver() override { --owner_.alive; }
+
+  void leave() const {
+    Owner& owner = owner_;
+    owner.objects = nullptr;
+    owner.members = nullptr;
+    owner.fewestAlive = std::min(owner.fewestAlive, owner.alive);
+  }
+  bool leaveFor(const NSObject* other) const {
+    leave();
+    return other == nullptr;
+  }
+  bool isEqual(const NSObject* other) const override { return leaveFor(other); }
+  using NSObject::isEqual;
+  bool isEqualTo(const NSObject* other) const override { return leaveFor(other); }
+  bool isKindOfClass(Class) const { return leaveFor(this); }
+  void leaveWith(const Ref<NSObject>&) { leave(); }
+
+ private:
+  Owner& owner_;
+};
+
 }  // namespace
 
+ZT_REGISTER_CLASS(Leaver, ZT_METHOD("isKindOfClass:", &Leaver::isKindOfClass),
+                  ZT_METHOD("leaveWith:", &Leaver::leaveWith));
 ZT_REGISTER_CLASS(Chameleon);
 ZT_REGISTER_CLASS(TwoFaced);
 ZT_REGISTER_CLASS(Asked);
@@ -305,6 +343,36 @@ TEST(CollectionExtensions, SendsNothingForNothing) {
   performSelector_withEachObjectInSet(collector, ZT_SELECTOR("take:"), nullptr);
   performSelector_withEachObjectInArray(nullptr, ZT_SELECTOR("take:"), NSArray::of("a"));
   EXPECT_THAT(collector->taken, testing::IsEmpty());
+}
+
+TEST(CollectionExtensions, OwnersMayLetGoOfAnArrayThatIsWalked) {
+  const std::function<void(const Ref<NSArray>&)> walks[] = {
+      [](const Ref<NSArray>& objects) { arrayByRemovingObject(objects, "text"); },
+      [](const Ref<NSArray>& objects) { arrayByRemovingObjects(objects, NSArray::of("text")); },
+      [](const Ref<NSArray>& objects) { arrayByRemovingObjects(objects, NSArray::of(NSArray::of("text"))); },
+      [](const Ref<NSArray>& objects) { objectsKindOfClass(objects, NSString::classObject()); },
+      [](const Ref<NSArray>& objects) { numberOfObjectsEqualTo(objects, "text"); },
+  };
+  for (const auto& walk : walks) {
+    Owner owner;
+    owner.objects = NSArray::of(make<Leaver>(owner), make<Leaver>(owner));
+    walk(owner.objects);
+    EXPECT_FALSE(owner.objects) << &walk - walks;
+    EXPECT_EQ(owner.fewestAlive, 2) << &walk - walks;
+  }
+}
+
+TEST(CollectionExtensions, OwnersMayLetGoOfWhatIsSentToEachObject) {
+  Owner owner;
+  const Ref<Leaver> receiver = make<Leaver>(owner);
+  owner.objects = NSArray::of(make<Leaver>(owner), make<Leaver>(owner));
+  performSelector_withEachObjectInArray(receiver, ZT_SELECTOR("leaveWith:"), owner.objects);
+  EXPECT_FALSE(owner.objects);
+  EXPECT_EQ(owner.fewestAlive, 3);
+  owner.members = NSSet::setWithObjects({make<Leaver>(owner), make<Leaver>(owner)});
+  performSelector_withEachObjectInSet(receiver, ZT_SELECTOR("leaveWith:"), owner.members);
+  EXPECT_FALSE(owner.members);
+  EXPECT_EQ(owner.fewestAlive, 3);
 }
 
 TEST(CollectionExtensions, SendingWhatIsNotUnderstoodRaises) {

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <stdexcept>
 #include <string>
 
@@ -103,6 +104,14 @@ TEST(DeepMutableCopy, EmptyGivesEmptyAndNoneNone) {
 
 // --- differencesFromDictionary
 
+// A key that is not found under its hash any more once that has changed.
+class Shifting : public NSObject {
+  ZT_OBJECT(Shifting, NSObject)
+ public:
+  NSUInteger hash() const override { return hash_; }
+  NSUInteger hash_ = 1;
+};
+
 struct DifferenceCase {
   Ref<NSDictionary> mine;
   Ref<NSDictionary> theirs;
@@ -166,6 +175,15 @@ Ref<NSDictionary> nestedDictionary(int levels, const Ref<NSObject>& leaf) {
   Ref<NSDictionary> value = dictionary({{"k", leaf}});
   for (int level = 1; level < levels; ++level) value = dictionary({{"k", value}});
   return value;
+}
+
+TEST(Differences, HoldWhatIsUnderAKeyWhoseHashHasChanged) {
+  const Ref<Shifting> key = make<Shifting>();
+  const Ref<NSDictionary> mine = dictionary({{key, "v"}});
+  key->hash_ = 12345;
+  const Ref<NSMutableDictionary> result = differencesFromDictionary(mine, NSDictionary::dictionary());
+  ASSERT_EQ(result->count(), 1U);
+  EXPECT_TRUE(isEqual(result->objectForKey(key), Ref<NSObject>("v")));
 }
 
 TEST(Differences, AreFoundAtAnyDepth) {
@@ -276,6 +294,41 @@ class Throwing : public Shape {
   Throwing() { throw std::runtime_error("cannot be made"); }
 };
 
+struct Owner {
+  Ref<NSArray> objects;
+  int alive = 0;
+  int fewestAlive = 0;
+};
+
+// When it represents itself, its owner lets go of all.
+class Leaver : public NSObject {
+  ZT_OBJECT(Leaver, NSObject)
+ public:
+  explicit Leaver(Owner& owner) : owner_(owner) { owner.fewestAlive = ++owner.alive; }
+  ~Leaver() override { --owner_.alive; }
+  void leave() const {
+    Owner& owner = owner_;
+    owner.objects = nullptr;
+    owner.fewestAlive = std::min(owner.fewestAlive, owner.alive);
+  }
+  Ref<NSDictionary> propertyListRepresentation() const {
+    leave();
+    return NSDictionary::dictionary();
+  }
+
+ private:
+  Owner& owner_;
+};
+
+// The same when it is made.
+class Taker : public NSObject {
+  ZT_OBJECT(Taker, NSObject)
+ public:
+  void initWithPropertyListRepresentation(const Ref<NSDictionary>& representation) {
+    as<Leaver>(representation->objectForKey("leaver"))->leave();
+  }
+};
+
 class Raising : public NSObject {
   ZT_OBJECT(Raising, NSObject)
  public:
@@ -292,6 +345,9 @@ ZT_REGISTER_CLASS(Plain, ZT_METHOD("propertyListRepresentation", &Plain::propert
                   ZT_METHOD("initWithPropertyListRepresentation:", &Plain::initWithPropertyListRepresentation));
 ZT_REGISTER_CLASS(Shy, ZT_METHOD("respondsToSelector:", &Shy::respondsToSelector));
 ZT_REGISTER_CLASS(Demanding);
+ZT_REGISTER_CLASS(Shifting, ZT_METHOD("hash", &Shifting::hash));
+ZT_REGISTER_CLASS(Leaver, ZT_METHOD("propertyListRepresentation", &Leaver::propertyListRepresentation));
+ZT_REGISTER_CLASS(Taker, ZT_METHOD("initWithPropertyListRepresentation:", &Taker::initWithPropertyListRepresentation));
 ZT_REGISTER_CLASS(Throwing);
 ZT_REGISTER_CLASS(Raising,
                   ZT_METHOD("initWithPropertyListRepresentation:", &Raising::initWithPropertyListRepresentation));
@@ -348,6 +404,19 @@ TEST(Representation, WhatCannotBeMadeIsSkipped) {
       dictionary({{"corners", -1}, {"ClassForPlistRep", "Shape"}}), dictionary({{"ClassForPlistRep", "Plain"}})));
   ASSERT_EQ(back->count(), 1U);
   EXPECT_TRUE(as<Plain>(back->objectAtIndex(0)));
+}
+
+TEST(Representation, OwnersMayLetGoOfTheArrayThatIsWalked) {
+  Owner owner;
+  owner.objects = NSArray::of(make<Leaver>(owner), make<Leaver>(owner));
+  EXPECT_EQ(propertyListRepresentation(owner.objects)->count(), 2U);
+  EXPECT_FALSE(owner.objects);
+  EXPECT_EQ(owner.fewestAlive, 2);
+  const auto taken = [&] { return dictionary({{"ClassForPlistRep", "Taker"}, {"leaver", make<Leaver>(owner)}}); };
+  owner.objects = NSArray::of(taken(), taken());
+  EXPECT_EQ(arrayFromPropertyListRepresentation(owner.objects)->count(), 2U);
+  EXPECT_FALSE(owner.objects);
+  EXPECT_EQ(owner.fewestAlive, 2);
 }
 
 TEST(Representation, ObjectsOfHostsSayWhetherTheyRespond) {
