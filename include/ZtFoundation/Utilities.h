@@ -285,7 +285,7 @@ ZT_EXPORT NSUInteger unsignedIntegerValue(const Ref<NSNumber>& self);
 class ZT_EXPORT QvElapsedTime : public NSObject {
   ZT_OBJECT(QvElapsedTime, NSObject)
  public:
-  /// A stopwatch that `init` has yet to start.
+  /// A running stopwatch.
   QvElapsedTime();
 
   /// A new stopwatch of exactly this class, sent `init`; none when that answers none.

@@ -14,7 +14,7 @@ IMP QvDuplicateInstanceMethodWithSelector(Class one, SEL existing, SEL copy) {
   const Method method = class_getInstanceMethod(one, existing);
   if (method == nullptr) return nullptr;
   const IMP implementation = method_getImplementation(method);
-  class_addMethod(one, copy, implementation, method_getTypeEncoding(method));
+  if (implementation != nullptr) class_addMethod(one, copy, implementation, method_getTypeEncoding(method));
   return implementation;
 }
 

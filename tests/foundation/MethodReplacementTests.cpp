@@ -178,6 +178,14 @@ TEST_F(Replacement, DuplicateOfAnUnknownSelectorIsNone) {
   EXPECT_EQ(QvDuplicateInstanceMethodWithSelector(derived, nullptr, ZT_SELECTOR("spare")), nullptr);
 }
 
+TEST_F(Replacement, DuplicateOfAnEmptiedMethodIsNone) {
+  QvReplaceMethodImplementation(derived, ZT_SELECTOR("wheels"), nullptr);
+  EXPECT_EQ(QvDuplicateInstanceMethodWithSelector(derived, ZT_SELECTOR("wheels"), ZT_SELECTOR("doors")), nullptr);
+  EXPECT_EQ(QvDuplicateInstanceMethodWithSelector(derived, ZT_SELECTOR("wheels"), ZT_SELECTOR("spare")), nullptr);
+  EXPECT_EQ(send<int>(class_createInstance(derived), ZT_SELECTOR("doors")), 2);
+  EXPECT_EQ(class_getInstanceMethod(derived, ZT_SELECTOR("spare")), nullptr);
+}
+
 TEST_F(Replacement, DuplicateWithoutNewSelectorStillAnswers) {
   EXPECT_EQ(QvDuplicateInstanceMethodWithSelector(derived, ZT_SELECTOR("wheels"), nullptr),
             implementation(base, ZT_SELECTOR("wheels")));
