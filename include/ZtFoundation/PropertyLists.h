@@ -79,7 +79,9 @@ class ZT_EXPORT QvPropertyListSerialization : public NSObject {
                                                                   QvPropertyListFormat format,
                                                                   Ref<NSString>* errorDescription) {
     const ValidityTest test = &Receiver::propertyList_isValidForFormat;
-    return dataFromTested(test, Receiver::classObject(), propertyList, format, errorDescription);
+    const bool isInherited = test == ValidityTest{&QvPropertyListSerialization::propertyList_isValidForFormat};
+    return dataFromTested(isInherited ? nullptr : test, Receiver::classObject(), propertyList, format,
+                          errorDescription);
   }
 
   /// The value that the bytes hold. When `*format` is INI text on entry they are read as that, which never fails: bytes
@@ -103,7 +105,8 @@ class ZT_EXPORT QvPropertyListSerialization : public NSObject {
  private:
   using ValidityTest = bool (*)(const Ref<NSObject>&, QvPropertyListFormat);
 
-  /// Writes INI text if `test` says so; sends all else, and a test that is only this class's own, to `receiver`.
+  /// Writes INI text if `test` says so; sends all else, and what has no test of its own, to `receiver`. The addresses of
+  /// tests are compared in the host alone: in the library a function may have another one.
   static Ref<NSData> dataFromTested(ValidityTest test, Class receiver, const Ref<NSObject>& propertyList,
                                     QvPropertyListFormat format, Ref<NSString>* errorDescription);
   static Ref<NSData> write(Class receiver, const Ref<NSObject>& propertyList, QvPropertyListFormat format,

@@ -64,8 +64,9 @@ class INIText {
   bool isEncodable_ = true;
 };
 
-Ref<NSData> writeINI(const NSDictionary* file) {
-  if (file == nullptr) return nullptr;
+// Keeps the file alive, whatever the descriptions of the host's keys do.
+Ref<NSData> writeINI(Ref<NSDictionary> file) {
+  if (!file) return nullptr;
   INIText text;
   for (const DictionaryEntry& section : *file) {
     if (!text.appendSection(section)) return nullptr;
@@ -82,16 +83,16 @@ Ref<NSData> QvPropertyListSerialization::write(Class receiver, const Ref<NSObjec
         propertyList, static_cast<NSUInteger>(format), errorDescription);
   }
   const bool isValid = propertyList_isValidForFormat(receiver, propertyList, format);
-  return isValid ? writeINI(as<NSDictionary>(propertyList.get())) : nullptr;
+  return isValid ? writeINI(as<NSDictionary>(propertyList)) : nullptr;
 }
 
 Ref<NSData> QvPropertyListSerialization::dataFromTested(ValidityTest test, Class receiver,
                                                         const Ref<NSObject>& propertyList, QvPropertyListFormat format,
                                                         Ref<NSString>* errorDescription) {
-  if (format != QvPropertyListINIFormat || test == ValidityTest{&propertyList_isValidForFormat}) {
+  if (format != QvPropertyListINIFormat || test == nullptr) {
     return dataFromPropertyList_format_errorDescription(receiver, propertyList, format, errorDescription);
   }
-  return test(propertyList, format) ? writeINI(as<NSDictionary>(propertyList.get())) : nullptr;
+  return test(propertyList, format) ? writeINI(as<NSDictionary>(propertyList)) : nullptr;
 }
 
 }  // namespace ZtFoundation

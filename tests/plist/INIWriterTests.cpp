@@ -5,6 +5,8 @@
 #include <ZtFoundation/platform/Runtime.h>
 #include <gtest/gtest.h>
 
+#include <cstdlib>
+
 #include "support/Interchange.h"
 
 namespace ZtFoundation::test {
@@ -56,6 +58,24 @@ class Nameless : public NSObject {
   Ref<NSString> description() const override { return nullptr; }
 };
 
+struct Owner {
+  Ref<NSObject> file;
+};
+
+/// A key whose owner lets go of the file when it is asked for its text.
+class Leaver : public Label {
+  ZT_OBJECT(Leaver, Label)
+ public:
+  explicit Leaver(Owner& owner) : owner_(owner) {}
+  Ref<NSString> description() const override {
+    owner_.file = nullptr;
+    return "left";
+  }
+
+ private:
+  Owner& owner_;
+};
+
 ZT_IMPLEMENT_CLASS(AcceptsAnything);
 ZT_IMPLEMENT_CLASS(RefusesAnything);
 ZT_IMPLEMENT_CLASS(AnswersMessages, ZT_CLASS_METHOD("propertyList:isValidForFormat:", &AnswersMessages::anything));
@@ -63,6 +83,7 @@ ZT_IMPLEMENT_CLASS(Unchanged);
 ZT_IMPLEMENT_CLASS(Label);
 ZT_IMPLEMENT_CLASS(Relabelled, ZT_METHOD("description", &Relabelled::otherText));
 ZT_IMPLEMENT_CLASS(Nameless);
+ZT_IMPLEMENT_CLASS(Leaver);
 
 namespace {
 
@@ -124,6 +145,18 @@ TEST(INIWriterTests, ASpaceThatIsPartOfACharacterIsNoSpace) {
   EXPECT_EQ(writeINI(fileWith(marked)), "[S]\nk=a \u0301b\n\n");
   EXPECT_EQ(writeINI(fileWith("a \u0301b c")), "[S]\nk=\"a \u0301b c\"\n\n");
 }
+
+TEST(INIWriterTests, OwnersMayLetGoOfTheFileThatIsWritten) {
+  Owner owner;
+  owner.file = NSDictionary::of({{make<Leaver>(owner), NSDictionary::of({{"k", "v"}})}, {"T", NSDictionary::of({})}});
+  const Ref<NSData> data = QvPropertyListSerialization::dataFromPropertyList_format_errorDescription(
+      owner.file, QvPropertyListINIFormat, nullptr);
+  EXPECT_FALSE(owner.file);
+  EXPECT_EQ(textOf(data), "[left]\nk=v\n\n[T]\n\n");
+}
+
+// A program whose own addresses of the library's functions are not those that the library has.
+TEST(INIWriterTests, HostsAtAFixedPlaceHaveTheirMethodsAsked) { EXPECT_EQ(std::system(ZT_TEST_HOSTS "/FixedHost"), 0); }
 
 TEST(INIWriterTests, NothingIsEscaped) {
   const Ref<NSDictionary> file = NSDictionary::dictionaryWithObject_forKey(
