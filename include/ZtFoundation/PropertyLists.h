@@ -248,7 +248,8 @@ class ZT_EXPORT QvPropertyList : public NSObject {
   virtual bool saveMergedChanges();
   /// Why the file could not be read when it was last tried, with line and column or byte where there is one; none when
   /// it could be, or there was no file. So a host tells a broken file from a missing one before it saves. INI text has
-  /// one fault only, not to be UTF-8.
+  /// two faults only: not to be UTF-8, and to be something else, without a line that begins with "[" though others say
+  /// something, or with the first bytes of XML or binary.
   Ref<NSString> readError() const { return readError_; }
 
   // --- Group QvPrivate

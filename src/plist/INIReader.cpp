@@ -7,6 +7,8 @@
 #include <string_view>
 #include <vector>
 
+#include "plist/INIText.h"
+
 namespace ZtFoundation {
 
 namespace {
@@ -252,7 +254,24 @@ Ref<NSObject> readOther(const Ref<NSData>& data, std::int32_t mutabilityOption, 
   return result;
 }
 
+bool isBlankOrComment(std::string_view line) noexcept {
+  const std::size_t first = line.find_first_not_of(" \t\f\v");
+  return first == std::string_view::npos || line[first] == ';' || line[first] == '#';
+}
+
 }  // namespace
+
+bool detail::isINIText(std::string_view bytes) noexcept {
+  bytes = withoutMark(bytes);
+  if (bytes.starts_with('<') || bytes.starts_with("bplist")) return false;
+  bool isEmpty = true;
+  for (Lines lines(bytes); !lines.atEnd();) {
+    const std::string_view line = lines.take();
+    if (line.starts_with('[')) return true;
+    isEmpty &= isBlankOrComment(line);
+  }
+  return isEmpty;
+}
 
 Ref<NSObject> QvPropertyListSerialization::read(const Ref<NSData>& data, std::int32_t mutabilityOption,
                                                 QvPropertyListFormat* format, Ref<NSString>* errorDescription) {

@@ -8,6 +8,7 @@
 
 #include "platform/services/SaveLocks.h"
 #include "plist/MergedValues.h"
+#include "plist/INIText.h"
 
 namespace ZtFoundation {
 
@@ -49,8 +50,8 @@ bool exists(const Ref<NSString>& path) {
 
 // The reader has no errors. What this calls one would be lost with the next save.
 Ref<NSString> errorInINIText(const Ref<NSData>& bytes) {
-  const Ref<NSString> text = NSString::stringWithValidUTF8(bytes->view());
-  return text ? Ref<NSString>() : "The file is no text in UTF-8.";
+  if (!NSString::stringWithValidUTF8(bytes->view())) return "The file is no text in UTF-8.";
+  return detail::isINIText(bytes->view()) ? Ref<NSString>() : "The file is no INI text.";
 }
 
 bool makeFolderOf(const Ref<NSString>& path) {

@@ -327,6 +327,8 @@ TEST_F(MergedSavesTests, OfManyProcessesNoneLosesAKey) {
   EXPECT_EQ(as<NSDictionary>(valuesInFile())->count(), unsigned{kProcesses * kKeys});
   EXPECT_EQ(folder.names(), (std::set<std::string>{"settings"}));
 }
+      {QvPropertyListINIFormat, "<plist><dict/></plist>", "no INI text"},
+      {QvPropertyListINIFormat, "{ a = b; }", "no INI text"},
 
 }  // namespace
 }  // namespace ZtFoundation::test

@@ -1,0 +1,13 @@
+/// \file INIText.h
+/// Telling INI text from what is none; its reader takes everything.
+#pragma once
+
+#include <string_view>
+
+namespace ZtFoundation::detail {
+
+/// False for bytes that begin as XML or a binary property list do, and for text that has no header of a section, though
+/// there is more in it than comments.
+bool isINIText(std::string_view bytes) noexcept;
+
+}  // namespace ZtFoundation::detail
