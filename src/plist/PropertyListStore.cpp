@@ -5,6 +5,7 @@
 #include <ZtFoundation/platform/Runtime.h>
 
 #include <new>
+#include <utility>
 
 #include "platform/services/SaveLocks.h"
 #include "plist/MergedValues.h"
@@ -103,6 +104,23 @@ Ref<NSObject> mutableCopyOf(const Ref<NSObject>& snapshot) {
   return copy;
 }
 
+// Code of the host that is asked under the lock, such as a key for its description, may want to save too; for the lock
+// that its own thread holds it would wait in vain.
+[[gnu::tls_model("initial-exec")]] constinit thread_local bool isMerging = false;
+
+class Merging {
+ public:
+  Merging() noexcept : isNested_(std::exchange(isMerging, true)) {}
+  Merging(const Merging&) = delete;
+  Merging& operator=(const Merging&) = delete;
+  ~Merging() { isMerging = isNested_; }
+
+  bool isNested() const noexcept { return isNested_; }
+
+ private:
+  bool isNested_;
+};
+
 }  // namespace
 
 // --- Making
@@ -198,7 +216,8 @@ bool QvPropertyList::saveMergedChanges() {
 }
 
 bool QvPropertyList::mergeAndWriteFile() {
-  if (!path_ || !makeFolderOf(path_)) return false;
+  const Merging merging;
+  if (merging.isNested() || !path_ || !makeFolderOf(path_)) return false;
   const std::unique_ptr<SaveLocks::Lock> lock = service<SaveLocks>().lock(path_);
   if (!lock || !mergeFile()) return false;
   const bool isInFile = format_ == fileFormat_ && ZtFoundation::isEqual(currentValues_, serializedValues_);

@@ -3,6 +3,7 @@
 
 #include <ZtFoundation/PropertyLists.h>
 #include <ZtFoundation/platform/Notification.h>
+#include <ZtFoundation/platform/Runtime.h>
 #include <gtest/gtest.h>
 
 #include <filesystem>
@@ -12,6 +13,20 @@
 #include "support/ScratchFolder.h"
 
 namespace ZtFoundation::test {
+
+/// A key that does something when it is asked for its text.
+class Busy : public NSObject {
+  ZT_OBJECT(Busy, NSObject)
+ public:
+  Ref<NSString> description() const override {
+    work();
+    return "busy";
+  }
+  std::function<void()> work = [] {};
+};
+
+ZT_IMPLEMENT_CLASS(Busy);
+
 namespace {
 
 class PlayedLocks final : public SaveLocks {
@@ -94,6 +109,18 @@ TEST_F(MergedSaveSteps, OfAFailedSaveReleaseTheLock) {
   EXPECT_FALSE(store->saveMergedChanges());
   testing::internal::GetCapturedStderr();
   EXPECT_EQ(steps, "released ");
+}
+
+TEST_F(MergedSaveSteps, InsideOfEachOtherFailInsteadOfWaitingForThemselves) {
+  const Ref<QvPropertyList> inner = QvPropertyList::initWithPath(folder.string("new/other"));
+  const Ref<Busy> key = make<Busy>();
+  key->work = [&] { steps += inner->saveMergedChanges() ? "saved " : "refused "; };
+  store->setFormat(QvPropertyListINIFormat);
+  store->setValues(NSMutableDictionary::of({{key, NSDictionary::of({{"k", "v"}})}}));
+  EXPECT_TRUE(store->saveMergedChanges());
+  EXPECT_EQ(steps, "refused told ");
+  EXPECT_EQ(locks.asked, std::vector{file});
+  EXPECT_TRUE(inner->saveMergedChanges()) << "only then";
 }
 
 TEST_F(MergedSaveSteps, OfAPlainSaveTakeNoLock) {
