@@ -233,14 +233,14 @@ class ZT_EXPORT QvPropertyList : public NSObject {
 
   /// Saves what this store has changed, and takes in what others have changed in the file meanwhile; for a file that
   /// several processes or stores share. Reads the file anew and brings both together key by key, in dictionaries of any
-  /// depth: what only one side has changed, added or removed counts, compared with the snapshot; what both have changed
-  /// stays as it is here; an array is one value. Then it writes, if the file does not hold that already, renews the
-  /// snapshot, in INI text too, and posts the notification. Mutable dictionaries of the working value stay the objects
-  /// that they are; new keys of others come last.
+  /// depth: what only one side has changed, added or removed counts, compared with the file as this store last read or
+  /// wrote it; what both have changed stays as it is here; an array is one value. Then it writes, if the file does not
+  /// hold that already, renews the snapshot, in INI text too, and posts the notification. Mutable dictionaries of the
+  /// working value stay the objects that they are; new keys of others come last.
   ///
   /// Those who save in this way wait for each other, so that nothing is lost: by a lock (flock) of the file's folder,
-  /// among the processes of one machine. `saveChanges` heeds no lock. INI text: a value that does not read back as it
-  /// was written counts as changed here.
+  /// among the processes of one machine. `saveChanges` heeds no lock. A value that does not read back as it was written
+  /// (a date with a fraction in XML, a string with a space in INI text) stays as it is here and is no change.
   ///
   /// False on failure: the file exists and cannot be read (`readError` tells; a file that a hand has broken is not
   /// replaced), there is no lock, or as for `saveChanges`; also at once for code that this thread runs inside another
@@ -275,13 +275,16 @@ class ZT_EXPORT QvPropertyList : public NSObject {
   Ref<NSData> bytesOfValues() const;
   bool writeFile(const Ref<NSData>& bytes);
   bool mergeAndWriteFile();
-  bool mergeFile();
+  bool forgetFile();
+  bool mergeFile(const Ref<NSData>& inFile);
+  bool writeMerged();
 
   Ref<NSString> path_;
   QvPropertyListFormat format_ = NSPropertyListXMLFormat_v1_0;
   QvPropertyListFormat fileFormat_ = NSPropertyListXMLFormat_v1_0;  // of what was last read or written
   Ref<NSString> readError_;
   Ref<NSObject> serializedValues_;
+  Ref<NSData> unreadBytes_;  // what was saved and gave no snapshot
   Ref<NSObject> currentValues_;
 };
 

@@ -8,8 +8,8 @@
 #include <utility>
 
 #include "platform/services/SaveLocks.h"
-#include "plist/MergedValues.h"
 #include "plist/INIText.h"
+#include "plist/MergedValues.h"
 
 namespace ZtFoundation {
 
@@ -71,6 +71,14 @@ Ref<NSObject> readBack(const Ref<NSData>& bytes, QvPropertyListFormat format) {
                                                                                                     &format, nullptr);
 }
 
+// What a file in this format would be read as if it were written now; none when it cannot hold the values.
+Ref<NSObject> asInFile(const Ref<NSObject>& values, QvPropertyListFormat format) {
+  Ref<NSString> error;
+  const Ref<NSData> bytes =
+      QvPropertyListSerialization::dataFromPropertyList_format_errorDescription(values, format, &error);
+  return bytes ? readBack(bytes, format) : nullptr;
+}
+
 // Always by the platform's codec, whatever the format of the store; see saveChanges.
 Snapshot snapshotOf(const Ref<NSData>& bytes) {
   Snapshot snapshot;
@@ -95,15 +103,6 @@ class Announcement {
   Ref<NSNotification> notification_;
 };
 
-Ref<NSObject> mutableCopyOf(const Ref<NSObject>& snapshot) {
-  if (!snapshot) return NSMutableDictionary::dictionary();
-  Ref<NSString> error;
-  Ref<NSObject> copy = QvFoundationExtensions::propertyListFromPropertyList_mutabilityOption_errorDescription(
-      snapshot, kMutableContainers, &error);
-  logError(error);
-  return copy;
-}
-
 // Code of the host that is asked under the lock, such as a key for its description, may want to save too; for the lock
 // that its own thread holds it would wait in vain.
 [[gnu::tls_model("initial-exec")]] constinit thread_local bool isMerging = false;
@@ -120,6 +119,15 @@ class Merging {
  private:
   bool isNested_;
 };
+
+Ref<NSObject> mutableCopyOf(const Ref<NSObject>& snapshot) {
+  if (!snapshot) return NSMutableDictionary::dictionary();
+  Ref<NSString> error;
+  Ref<NSObject> copy = QvFoundationExtensions::propertyListFromPropertyList_mutabilityOption_errorDescription(
+      snapshot, kMutableContainers, &error);
+  logError(error);
+  return copy;
+}
 
 }  // namespace
 
@@ -142,6 +150,7 @@ Ref<QvPropertyList> QvPropertyList::initialiseInFormat(const Ref<NSString>& path
   path_ = path;
   format_ = format;
   serializedValues_.reset();
+  unreadBytes_.reset();
   currentValues_.reset();
   send(this, ZT_SELECTOR("_init"));
   return this;
@@ -186,6 +195,7 @@ bool QvPropertyList::saveChanges() {
   const Announcement announcement(this);
   if (!writeFile(bytes)) return false;
   serializedValues_ = snapshot.values;
+  unreadBytes_ = snapshot.values ? nullptr : bytes;
   logError(snapshot.error);
   announcement.post();
   return true;
@@ -219,36 +229,55 @@ bool QvPropertyList::mergeAndWriteFile() {
   const Merging merging;
   if (merging.isNested() || !path_ || !makeFolderOf(path_)) return false;
   const std::unique_ptr<SaveLocks::Lock> lock = service<SaveLocks>().lock(path_);
-  if (!lock || !mergeFile()) return false;
-  const bool isInFile = format_ == fileFormat_ && ZtFoundation::isEqual(currentValues_, serializedValues_);
-  if (isInFile) return true;
+  if (!lock) return false;
+  const Ref<NSData> inFile = NSData::dataWithContentsOfFile(path_);
+  return (inFile ? mergeFile(inFile) : forgetFile()) && writeMerged();
+}
+
+// False when nobody can tell whether there is a file: what cannot be read for any other reason is not replaced.
+bool QvPropertyList::forgetFile() {
+  readError_.reset();
+  if (!service<SaveLocks>().isFileMissing(path_)) {
+    readError_ = kUnreadable;
+    return false;
+  }
+  serializedValues_.reset();
+  unreadBytes_.reset();
+  return true;
+}
+
+// Afterwards the snapshot is what the file holds now. False when nobody can tell what that is.
+bool QvPropertyList::mergeFile(const Ref<NSData>& inFile) {
+  const QvPropertyListFormat formatBefore = fileFormat_;
+  const Ref<NSObject> theirs = readValues(inFile, kMutableContainers);
+  if (readError_) return false;
+  Ref<NSObject> snapshot = readValues(inFile, kImmutable);
+  const Ref<NSObject> base = unreadBytes_ ? readBack(unreadBytes_, formatBefore) : serializedValues_;
+  if (!detail::isSame(theirs, base)) {
+    currentValues_ = detail::merged(currentValues_, asInFile(currentValues_, formatBefore), base, theirs);
+  }
+  serializedValues_ = std::move(snapshot);
+  unreadBytes_.reset();
+  return true;
+}
+
+// Nothing when the file holds the values already, as well as it can.
+bool QvPropertyList::writeMerged() {
+  const bool hasFormat = format_ == fileFormat_;
+  if (hasFormat && ZtFoundation::isEqual(currentValues_, serializedValues_)) return true;
   const Ref<NSData> bytes = bytesOfValues();
   if (!bytes) return false;
   Ref<NSObject> snapshot = readBack(bytes, format_);
+  if (hasFormat && ZtFoundation::isEqual(snapshot, serializedValues_)) return true;
   if (!writeFile(bytes)) return false;
   serializedValues_ = std::move(snapshot);
   return true;
 }
 
-// Afterwards the snapshot is what the file holds now. False when nobody can tell what that is.
-bool QvPropertyList::mergeFile() {
-  readError_.reset();
-  const Ref<NSData> bytes = NSData::dataWithContentsOfFile(path_);
-  // What cannot be read for any other reason is not replaced.
-  if (!bytes && !service<SaveLocks>().isFileMissing(path_)) readError_ = kUnreadable;
-  if (!bytes) {
-    if (!readError_) serializedValues_.reset();
-    return !readError_;
-  }
-  const Ref<NSObject> theirs = readValues(bytes, kMutableContainers);
-  if (readError_) return false;
-  Ref<NSObject> snapshot = readValues(bytes, kImmutable);
-  currentValues_ = detail::merged(currentValues_, serializedValues_, theirs);
-  serializedValues_ = std::move(snapshot);
-  return true;
+void QvPropertyList::discardChanges() {
+  currentValues_ = mutableCopyOf(serializedValues_);
+  unreadBytes_.reset();  // an empty store has removed nothing
 }
-
-void QvPropertyList::discardChanges() { currentValues_ = mutableCopyOf(serializedValues_); }
 
 bool QvPropertyList::synchronize() { return send<bool>(this, ZT_SELECTOR("saveChanges")); }
 

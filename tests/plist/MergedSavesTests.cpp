@@ -1,4 +1,5 @@
 #include <ZtFoundation/PropertyLists.h>
+#include <ZtFoundation/platform/Date.h>
 #include <ZtFoundation/platform/Notification.h>
 #include <ZtFoundation/platform/Number.h>
 #include <ZtFoundation/platform/Runtime.h>
@@ -7,8 +8,10 @@
 #include <sys/stat.h>
 
 #include <array>
+#include <cstdio>
 #include <filesystem>
 #include <functional>
+#include <memory>
 
 #include "support/ChildProcess.h"
 #include "support/ScratchFolder.h"
@@ -108,6 +111,87 @@ TEST_F(MergedSavesTests, WhatWasTakenInIsNoChangeOfMine) {
   others(NSDictionary::of({{"a", 3}}));
   EXPECT_TRUE(store->saveMergedChanges());
   EXPECT_TRUE(isEqual(valuesInFile(), NSDictionary::of({{"a", 3}})));
+}
+
+// What the file cannot hold as it is.
+struct Rounded {
+  QvPropertyListFormat format;
+  Ref<NSObject> mine, theirs;
+};
+
+Ref<NSObject> dateAt(double seconds) { return NSDate::dateWithTimeIntervalSinceReferenceDate(seconds); }
+
+const Rounded kRounded[] = {{100, dateAt(1.5), dateAt(1000)},
+                            {QvPropertyListINIFormat, "Alice Smith", "Bob"},
+                            {QvPropertyListINIFormat, 5, "6"}};
+
+TEST_F(MergedSavesTests, WhatReadsBackOtherwiseIsNoChangeOfMine) {
+  for (const auto& [format, mine, theirs] : kRounded) {
+    for (const bool isMerged : {true, false}) {
+      SCOPED_TRACE(testing::Message() << format << (isMerged ? ", merged" : ", plain"));
+      ::unlink(file.c_str());
+      const Store store = open(format);
+      store->setValues(NSMutableDictionary::of({{"Main", NSMutableDictionary::of({{"k", mine}, {"l", "1"}})}}));
+      testing::internal::CaptureStderr();
+      ASSERT_TRUE(isMerged ? store->saveMergedChanges() : store->saveChanges());
+      testing::internal::GetCapturedStderr();
+      const Store other = open(format);
+      sectionOf(other, "Main")->setObject_forKey(theirs, "k");
+      ASSERT_TRUE(other->saveMergedChanges());
+      sectionOf(store, "Main")->setObject_forKey("2", "l");
+      ASSERT_TRUE(store->saveMergedChanges());
+      const Ref<NSObject> both = NSDictionary::of({{"Main", NSDictionary::of({{"k", theirs}, {"l", "2"}})}});
+      EXPECT_TRUE(isEqual(store->values(), both)) << store->values();
+      EXPECT_TRUE(isEqual(valuesInFile(format), both)) << valuesInFile(format);
+    }
+  }
+}
+
+TEST_F(MergedSavesTests, WhatReadsBackOtherwiseStaysAndIsWrittenOnce) {
+  for (const auto& [format, mine, theirs] : kRounded) {
+    SCOPED_TRACE(testing::Message() << format);
+    ::unlink(file.c_str());
+    const Store store = open(format);
+    store->setValues(NSMutableDictionary::of({{"Main", NSMutableDictionary::of({{"k", mine}})}}));
+    ASSERT_TRUE(store->saveMergedChanges());
+    struct stat before, after;
+    ASSERT_EQ(::stat(file.c_str(), &before), 0);
+    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> held(std::fopen(file.c_str(), "r"), &std::fclose);
+    EXPECT_TRUE(store->saveMergedChanges());
+    ASSERT_EQ(::stat(file.c_str(), &after), 0);
+    EXPECT_EQ(after.st_ino, before.st_ino);
+    EXPECT_TRUE(isEqual(sectionOf(store, "Main")->objectForKey("k"), mine)) << store->values();
+    EXPECT_TRUE(store->hasUnsavedChanges()) << "the snapshot tells what the file holds";
+  }
+}
+
+// A plain save of INI text leaves no snapshot; what was saved is known all the same.
+TEST_F(MergedSavesTests, AfterAPlainSaveOfINITextBothSidesKeepWhatTheyHaveDone) {
+  const auto format = QvPropertyListINIFormat;
+  const Store store = open(format);
+  store->setValues(NSMutableDictionary::of({{"Main", NSMutableDictionary::of({{"a", "1"}, {"b", "1"}, {"c", "1"}})}}));
+  testing::internal::CaptureStderr();
+  ASSERT_TRUE(store->saveChanges());
+  testing::internal::GetCapturedStderr();
+  writeFile(file, "[Main]\na=1\nb=1\nc=2\nd=2\n");
+  sectionOf(store, "Main")->removeObjectForKey("a");
+  sectionOf(store, "Main")->setObject_forKey("3", "b");
+  EXPECT_FALSE(store->_serializedValues());
+  ASSERT_TRUE(store->saveMergedChanges());
+  EXPECT_EQ(contentsOf(file), "[Main]\nb=3\nc=2\nd=2\n\n");
+}
+
+TEST_F(MergedSavesTests, AStoreThatDiscardingHasEmptiedRemovesNothing) {
+  const Store store = open(QvPropertyListINIFormat);
+  store->setValues(NSMutableDictionary::of({{"Main", NSMutableDictionary::of({{"a", "1"}})}}));
+  testing::internal::CaptureStderr();
+  ASSERT_TRUE(store->saveChanges());
+  testing::internal::GetCapturedStderr();
+  store->discardChanges();
+  ASSERT_EQ(valuesOf(store)->count(), 0U);
+  ASSERT_TRUE(store->saveMergedChanges());
+  EXPECT_EQ(contentsOf(file), "[Main]\na=1\n\n");
+  EXPECT_EQ(valuesOf(store)->count(), 1U);
 }
 
 TEST_F(MergedSavesTests, DictionariesOfTheWorkingValueStayTheObjectsThatTheyAre) {
@@ -243,6 +327,8 @@ TEST_F(MergedSavesTests, ABrokenFileIsNotReplaced) {
       {100, "bplist00", "byte 8"},
       {100, "", "no bytes"},
       {QvPropertyListINIFormat, "[Main]\nName=\xFF\n", "UTF-8"},
+      {QvPropertyListINIFormat, "<plist><dict/></plist>", "no INI text"},
+      {QvPropertyListINIFormat, "{ a = b; }", "no INI text"},
   };
   for (const auto& [format, bytes, error] : cases) {
     SCOPED_TRACE(error);
@@ -327,8 +413,6 @@ TEST_F(MergedSavesTests, OfManyProcessesNoneLosesAKey) {
   EXPECT_EQ(as<NSDictionary>(valuesInFile())->count(), unsigned{kProcesses * kKeys});
   EXPECT_EQ(folder.names(), (std::set<std::string>{"settings"}));
 }
-      {QvPropertyListINIFormat, "<plist><dict/></plist>", "no INI text"},
-      {QvPropertyListINIFormat, "{ a = b; }", "no INI text"},
 
 }  // namespace
 }  // namespace ZtFoundation::test

@@ -155,5 +155,36 @@ TEST_F(AllocationFailureStore, Merging) {
   }
 }
 
+// Two dictionaries that others have given more keys than there is room for.
+struct Grown : Unobserved {
+  Grown() {
+    store->setValues(dictionaries(1, true));
+    if (!store->saveMergedChanges()) std::abort();
+    const Ref<QvPropertyList> others = QvPropertyList::initWithPath(path);
+    others->setValues(dictionaries(20, false));
+    if (!others->saveChanges()) std::abort();
+  }
+
+  static Ref<NSObject> dictionaries(int keys, bool withOld) {
+    Ref<NSMutableDictionary> one = NSMutableDictionary::dictionary();
+    if (withOld) one->setObject_forKey("old", "of one side only");
+    for (int key = 0; key < keys; ++key) one->setObject_forKey("a value", std::to_string(key));
+    return QvFoundationExtensions::deepMutableCopy(NSDictionary::of({{"first", one}, {"second", one}}));
+  }
+};
+
+TEST_F(AllocationFailureStore, MergingTakesInAllOrNothing) {
+  if (std::getenv(allocations::kFirstUseVariable) != nullptr) return;  // the library is not to be used in this process
+  const Ref<NSObject> before = Grown::dictionaries(1, true), after = Grown::dictionaries(20, false);
+  for (std::size_t at = 1;; ++at) {
+    Grown grown;
+    auto save = [](Grown& g) { return g.store->saveMergedChanges(); };
+    const allocations::Run run = allocations::run("merging all", grown, save, at, Failing::One, 0);
+    const bool isMerged = isEqual(grown.store->_serializedValues(), after);
+    EXPECT_TRUE(isEqual(grown.store->values(), isMerged ? after : before)) << at << grown.store->values();
+    if (run.count.failed == 0 || HasFailure()) return;
+  }
+}
+
 }  // namespace
 }  // namespace ZtFoundation::test
