@@ -1,10 +1,14 @@
 #include <ZtFoundation/platform/Bundle.h>
 
 #include <ZtFoundation/platform/Array.h>
+#include <ZtFoundation/platform/Data.h>
 #include <ZtFoundation/platform/Dictionary.h>
-#include <ZtFoundation/platform/FileManager.h>
 #include <ZtFoundation/platform/PropertyListSerialization.h>
 #include <ZtFoundation/platform/Runtime.h>
+
+#include <optional>
+#include <string>
+#include <utility>
 
 #include "platform/objects/BundleNames.h"
 #include "platform/services/BundleCode.h"
@@ -33,12 +37,14 @@ using detail::isFolder;
 
 namespace {
 
-// Opening a pipe would wait for somebody to write.
+// None when the file cannot be read now, an empty dictionary when it holds none.
 Ref<NSDictionary> dictionaryInFile(const Ref<NSString>& path) {
-  if (!service<BundleCode>().isRegularFile(path->fileSystemRepresentation())) return nullptr;
-  const Ref<NSData> bytes = NSFileManager::defaultManager()->contentsAtPath(path);
-  return as<NSDictionary>(NSPropertyListSerialization::propertyListFromData_mutabilityOption_format_errorDescription(
-      bytes, NSPropertyListImmutable, nullptr, nullptr));
+  std::optional<std::string> bytes = service<BundleCode>().contentsOfSmallFile(path->fileSystemRepresentation());
+  if (!bytes) return nullptr;
+  const auto found =
+      as<NSDictionary>(NSPropertyListSerialization::propertyListFromData_mutabilityOption_format_errorDescription(
+          NSData::dataWithString(*std::move(bytes)), NSPropertyListImmutable, nullptr, nullptr));
+  return found ? found : NSDictionary::dictionary();
 }
 
 bool isCalled(const Ref<NSString>& path, const char* name) { return path->lastPathComponent()->isEqualToString(name); }
@@ -146,11 +152,17 @@ Ref<NSString> NSBundle::contentsPath() const {
   return isFolder(contents) ? contents : path_;
 }
 
+// Read without the lock: looking for the file calls code of the host, which may ask this bundle. What was read first
+// counts.
 Ref<NSDictionary> NSBundle::infoDictionary() {
-  std::call_once(infoOnce_, [this] {
-    info_ = dictionaryInFile(contentsPath()->stringByAppendingPathComponent("Info.plist"));
-    if (!info_) info_ = NSDictionary::dictionary();
-  });
+  {
+    const std::lock_guard guard(infoLock_);
+    if (info_) return info_;
+  }
+  const Ref<NSDictionary> read = dictionaryInFile(contentsPath()->stringByAppendingPathComponent("Info.plist"));
+  if (!read) return NSDictionary::dictionary();
+  const std::lock_guard guard(infoLock_);
+  if (!info_) info_ = read;
   return info_;
 }
 

@@ -2,17 +2,24 @@
 
 #include <ZtFoundation/platform/Data.h>
 #include <ZtFoundation/platform/Dictionary.h>
+#include <ZtFoundation/platform/FileManager.h>
 #include <ZtFoundation/platform/PropertyListSerialization.h>
 #include <ZtFoundation/platform/Runtime.h>
 #include <dlfcn.h>
 #include <gmock/gmock.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <cstdio>
 #include <filesystem>
 #include <memory>
 #include <sstream>
+#include <utility>
 
+#include "support/ChildProcess.h"
+#include "support/ReplacedMethod.h"
+#include "support/Sanitizers.h"
 #include "support/ScratchFolder.h"
 
 namespace ZtFoundation::test {
@@ -139,6 +146,49 @@ TEST_F(BundleTests, AnInfoThatIsNoFileIsNotWaitedFor) {
   ASSERT_EQ(::mkfifo((path + "/Contents/Info.plist").c_str(), 0600), 0);
   EXPECT_FALSE(NSBundle::bundleWithPath(path)->bundleIdentifier());
   EXPECT_EQ(NSBundle::bundleWithPath(path)->executablePath()->utf8(), path + "/Contents/Linux/a");
+}
+
+TEST_F(BundleTests, AnInfoThatIsTooLongSaysNothing) {
+  std::string text = info({{"CFBundleIdentifier", "org.a"}});
+  text.resize(1 << 20, ' ');
+  EXPECT_TRUE(NSBundle::bundleWithPath(bundle("a", text))->bundleIdentifier());
+  EXPECT_FALSE(NSBundle::bundleWithPath(bundle("b", text + " "))->bundleIdentifier());
+}
+
+TEST_F(BundleTests, AnInfoThatCannotBeReadNowIsReadLater) {
+  if (kIsSanitized) GTEST_SKIP() << "the checks of the sanitizer need descriptors of their own";
+  const Ref<NSBundle> asked = NSBundle::bundleWithPath(bundle("a", info({{"CFBundleIdentifier", "org.a"}})));
+  EXPECT_EQ(inChild([&] {
+              rlimit limit{};
+              ::getrlimit(RLIMIT_NOFILE, &limit);
+              const rlimit none{0, limit.rlim_max};
+              ::setrlimit(RLIMIT_NOFILE, &none);
+              const bool isKnown = static_cast<bool>(asked->bundleIdentifier());
+              ::setrlimit(RLIMIT_NOFILE, &limit);
+              return !isKnown && asked->bundleIdentifier() ? 0 : 1;
+            }),
+            0);
+}
+
+Ref<NSBundle> bundleThatIsAsked;
+
+// Of a host that asks the bundle as soon as the bundle looks for its files.
+bool existsAndAsks(const Ref<NSFileManager>&, const Ref<NSString>& path, bool* isFolder) {
+  if (const Ref<NSBundle> bundle = std::exchange(bundleThatIsAsked, nullptr)) bundle->infoDictionary();
+  return *isFolder = fs::is_directory(path->fileSystemRepresentation());
+}
+
+TEST_F(BundleTests, CodeOfTheHostMayAskABundleThatIsBeingRead) {
+  const Ref<NSBundle> asked = NSBundle::bundleWithPath(bundle("a", info({{"CFBundleIdentifier", "org.a"}})));
+  EXPECT_EQ(inChild([&] {
+              ::alarm(20);
+              const ReplacedMethod<&existsAndAsks> replaced(NSFileManager::classObject(),
+                                                            ZT_SELECTOR("fileExistsAtPath:isDirectory:"));
+              bundleThatIsAsked = asked;
+              const Ref<NSDictionary> first = asked->infoDictionary();
+              return first->count() == 1 && !bundleThatIsAsked && asked->infoDictionary() == first ? 0 : 1;
+            }),
+            0);
 }
 
 TEST_F(BundleTests, AnExecutableNameThatTheSystemWouldCutIsNone) {

@@ -13,9 +13,9 @@
 
 #include "platform/linux/applications/ApplicationSignature.h"
 #include "platform/linux/applications/ItemInformation.h"
-#include "platform/linux/files/FileContents.h"
 #include "platform/linux/files/FileDescriptor.h"
 #include "platform/linux/files/FolderContents.h"
+#include "platform/linux/files/SmallFile.h"
 #include "platform/linux/folders/Folders.h"
 
 namespace ZtFoundation::detail {
@@ -83,10 +83,9 @@ std::string textOf(const Ref<NSObject>& value) {
 
 // None for a file that cannot be read.
 std::optional<std::vector<OSType>> readSignatures(const std::string& path) {
-  if (!isEntryFile(path)) return std::vector<OSType>();
-  const FileDescriptor file(retryInterrupted([&] { return ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK); }));
-  const std::optional<std::string> text = readToEnd(file.get());
-  return text ? std::optional(signaturesInEntry(*text)) : std::nullopt;
+  std::string text;
+  const OSErr error = readEntryFile(path, &text);
+  return error == noErr || error == fnfErr ? std::optional(signaturesInEntry(text)) : std::nullopt;
 }
 
 }  // namespace
@@ -197,7 +196,7 @@ void ApplicationIndex::updateBundle(Application& bundle) {
   bundle.stamp = kNothing;
   bundle.identifier.clear();
   bundle.signatures.clear();
-  if (isApplicationBundle(bundle.path) && isDescription(path) && !readInformation(bundle)) return;
+  if (isApplicationBundle(bundle.path) && isSmallFile(path) && !readInformation(bundle)) return;
   bundle.stamp = stamp;
 }
 

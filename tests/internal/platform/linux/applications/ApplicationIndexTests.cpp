@@ -475,7 +475,7 @@ TEST_F(ApplicationIndexTests, AProgramMayComeAndGo) {
 // Counts the entries that are parsed.
 class CountingEntries final : public DesktopEntries {
  public:
-  std::optional<DesktopEntry> entryAtPath(const std::string&) override {
+  std::optional<DesktopEntry> entryInText(const std::string&) override {
     ++count;
     DesktopEntry entry;
     entry.command = "sh";
