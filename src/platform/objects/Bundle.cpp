@@ -78,13 +78,13 @@ class NSBundle::Lasting {
   }
   Ref<NSBundle> withCode(CodeModule module) {
     const std::lock_guard guard(lock_);
-    if (module == nullptr) return nullptr;
-    return first([&](const NSBundle& each) { return each.module_.load(std::memory_order_acquire) == module; });
+    return firstWith(module);
   }
-  // The one that has been at its path first.
-  Ref<NSBundle> add(const Ref<NSBundle>& bundle) {
+  // The one that has been at its path first. Nobody is found by a relative path, so one with that code will do then.
+  Ref<NSBundle> add(const Ref<NSBundle>& bundle, CodeModule module) {
     const std::lock_guard guard(lock_);
-    if (const Ref<NSBundle> known = firstAt(bundle->path_)) return known;
+    const bool isFoundByPath = bundle->path_->isAbsolutePath();
+    if (const Ref<NSBundle> known = isFoundByPath ? firstAt(bundle->path_) : firstWith(module)) return known;
     bundles_.push_back(bundle);
     return bundle;
   }
@@ -96,6 +96,10 @@ class NSBundle::Lasting {
       if (matches(*each)) return each;
     }
     return nullptr;
+  }
+  Ref<NSBundle> firstWith(CodeModule module) const {
+    if (module == nullptr) return nullptr;
+    return first([&](const NSBundle& each) { return each.module_.load(std::memory_order_acquire) == module; });
   }
   // A relative path may have meant another folder earlier.
   Ref<NSBundle> firstAt(const Ref<NSString>& path) const {
@@ -125,7 +129,7 @@ Ref<NSBundle> NSBundle::mainBundle() {
   if (!file) return nullptr;
   const Ref<NSString> around = bundleFolderAround(file);
   const Ref<NSString> folder = around ? around : file->stringByDeletingLastPathComponent();
-  return Lasting::shared().add(Ref<NSBundle>::adopt(new NSBundle(folder, program)));
+  return Lasting::shared().add(Ref<NSBundle>::adopt(new NSBundle(folder, program)), program);
 }
 
 Ref<NSBundle> NSBundle::bundleOfModule(CodeModule module) {
@@ -133,7 +137,7 @@ Ref<NSBundle> NSBundle::bundleOfModule(CodeModule module) {
   if (const Ref<NSBundle> loaded = Lasting::shared().withCode(module)) return loaded;
   const Ref<NSString> file = fileOf(module);
   const Ref<NSString> folder = file ? bundleFolderAround(file) : nullptr;
-  return folder ? Lasting::shared().add(Ref<NSBundle>::adopt(new NSBundle(folder, nullptr))) : program;
+  return folder ? Lasting::shared().add(Ref<NSBundle>::adopt(new NSBundle(folder, nullptr)), nullptr) : program;
 }
 
 Ref<NSBundle> NSBundle::bundleForClass(Class one) {
@@ -190,8 +194,9 @@ bool NSBundle::load() {
   if (!executable) return false;
   const CodeModule module = service<BundleCode>().load(executable->fileSystemRepresentation());
   if (module == nullptr) return false;
-  Lasting::shared().add(this);  // first, as memory may run out: what is loaded lasts
-  module_.store(module, std::memory_order_release);
+  // First, as memory may run out: what is loaded lasts. The code may have asked for its bundle while it was loaded.
+  const Ref<NSBundle> lasting = Lasting::shared().add(this, module);
+  for (NSBundle* each : {lasting.get(), this}) each->module_.store(module, std::memory_order_release);
   return true;
 }
 

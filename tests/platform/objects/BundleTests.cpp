@@ -191,6 +191,16 @@ TEST_F(BundleTests, CodeOfTheHostMayAskABundleThatIsBeingRead) {
             0);
 }
 
+TEST_F(BundleTests, AnExecutableNameWithASlashIsNone) {
+  for (const char* const name : {"Sub/Code",
+                                 "Sub/\xCC\xB8"
+                                 "Code",
+                                 "../Code", ".."}) {
+    const std::string path = bundle("a", info({{"CFBundleExecutable", name}}));
+    EXPECT_FALSE(NSBundle::bundleWithPath(path)->executablePath()) << name;
+  }
+}
+
 TEST_F(BundleTests, AnExecutableNameThatTheSystemWouldCutIsNone) {
   const std::string path = bundle("a");
   const Ref<NSString> name = std::u16string_view(u"Code\0x", 6);
@@ -244,6 +254,17 @@ TEST_F(BundleTests, ALoadedBundleIsTheSameObjectForItsPath) {
   EXPECT_FALSE(NSBundle::bundleWithPath(path + "/").get() == address);
 }
 
+TEST_F(BundleTests, CodeThatAsksForItsBundleWhileItIsLoadedGetsOneThatIsLoadedThen) {
+  const std::string path = bundle("a", info({{"CFBundleExecutable", "Code"}}));
+  fs::copy_file(ZT_TEST_BUNDLES "/Curious.so", path + "/Contents/Linux/Code");
+  const Ref<NSBundle> loading = NSBundle::bundleWithPath(path);
+  ASSERT_TRUE(loading->load());
+  const Ref<NSBundle> asked = NSBundle::bundleForClass(loading->principalClass());
+  EXPECT_TRUE(loading->isLoaded());
+  EXPECT_TRUE(asked->isLoaded());
+  EXPECT_TRUE(NSBundle::bundleWithPath(path) == asked);
+}
+
 TEST_F(BundleTests, ARelativePathIsLookedAtEachTime) {
   const fs::path before = fs::current_path();
   guestBundle("one/a");
@@ -258,6 +279,10 @@ TEST_F(BundleTests, ARelativePathIsLookedAtEachTime) {
   EXPECT_TRUE(two->load());
   EXPECT_TRUE(NSBundle::bundleForClass(two->principalClass()) == two);
   EXPECT_TRUE(NSBundle::bundleForClass(one->principalClass()) == one);
+  const Ref<NSBundle> again = NSBundle::bundleWithPath("a");
+  EXPECT_TRUE(again->load());
+  EXPECT_TRUE(again->isLoaded());
+  EXPECT_EQ(again->retainCount(), 1U) << "not every one that loads the same code lasts";
   fs::current_path(before);
 }
 
