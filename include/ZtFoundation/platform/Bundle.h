@@ -62,8 +62,8 @@ class ZT_EXPORT NSBundle : public NSObject {
 
   /// The path that the bundle was made with.
   Ref<NSString> bundlePath() const { return path_; }
-  /// The contents of Info.plist, read at the first call; an empty dictionary when it is missing, no regular file,
-  /// broken or no dictionary.
+  /// The contents of Info.plist, read once; an empty dictionary when it is missing, no regular file, longer than 1 MiB,
+  /// broken or no dictionary, and as long as it cannot be read.
   Ref<NSDictionary> infoDictionary();
   /// The entry of Info.plist, else none.
   Ref<NSObject> objectForInfoDictionaryKey(const Ref<NSString>& key);
@@ -136,7 +136,7 @@ class ZT_EXPORT NSBundle : public NSObject {
                                 const std::vector<Ref<NSString>>& localizations) const;
 
   const Ref<NSString> path_;
-  std::once_flag infoOnce_;
+  std::mutex infoLock_;
   Ref<NSDictionary> info_;
   std::atomic<const void*> module_;
 };

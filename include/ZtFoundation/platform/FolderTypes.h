@@ -33,10 +33,10 @@
 ///   all; the system domain has the last that holds it, else the last: what an administrator adds comes first there,
 ///   what the system brings comes last.
 /// - On a volume (its number in place of a domain) the trash is by the rules of freedesktop.org for trash: the user's
-///   own on the volume where that lies, elsewhere `.Trash/<user number>` at the volume's root if an administrator made
-///   `.Trash` a real folder with the sticky bit, else `.Trash-<user number>`. The temporary folder is the user's own
-///   where that lies on the volume, else `tmp` or `var/tmp` at the volume's root if that is a real folder on this
-///   volume with the sticky bit, else `.tmp-<user number>`. All other folders are the user's.
+///   own on the volume where that lies, elsewhere `.Trash/<user number>` at the volume's root if `.Trash` is a real
+///   folder of an administrator or the user with the sticky bit, else `.Trash-<user number>`. The temporary folder is
+///   the user's own where that lies on the volume, else `tmp` or `var/tmp` at the volume's root if that is such a folder
+///   on this volume, else `.tmp-<user number>`. All other folders are the user's.
 /// - By the same rules a trash keeps what was thrown away in its folder `files`, and where that came from in its folder
 ///   `info`.
 #pragma once

@@ -24,17 +24,25 @@ using Texts = std::unique_ptr<char*, Release>;
 
 bool isProgram(const char* name) { return Text(g_find_program_in_path(name)) != nullptr; }
 
-// What Exec says, with quotes as a shell has them, begins with a program that can be started.
+std::string withoutDoubledPercents(std::string text) {
+  for (std::size_t at = text.find("%%"); at != std::string::npos; at = text.find("%%", at + 1)) text.erase(at, 1);
+  return text;
+}
+
+// What Exec says, with quotes as a shell has them, begins with a program that can be started. Outside of quotes, which
+// do not show any more, "%%" is a percent sign.
 bool startsProgram(const std::string& command) {
   char** words = nullptr;
   if (g_shell_parse_argv(command.c_str(), nullptr, &words, nullptr) == FALSE) return false;
-  return isProgram(Texts(words).get()[0]);
+  const Texts all(words);
+  const std::string name = all.get()[0];
+  return isProgram(name.c_str()) || isProgram(withoutDoubledPercents(name).c_str());
 }
 
 class EntryFile {
  public:
-  bool load(const std::string& path) {
-    return g_key_file_load_from_file(file_.get(), path.c_str(), G_KEY_FILE_NONE, nullptr) != FALSE;
+  bool load(const std::string& text) {
+    return g_key_file_load_from_data(file_.get(), text.data(), text.size(), G_KEY_FILE_NONE, nullptr) != FALSE;
   }
 
   bool isHidden() const { return isTrue(G_KEY_FILE_DESKTOP_KEY_HIDDEN); }
@@ -79,9 +87,9 @@ class EntryFile {
 
 class EntriesOfFiles final : public DesktopEntries {
  public:
-  std::optional<DesktopEntry> entryAtPath(const std::string& path) override {
+  std::optional<DesktopEntry> entryInText(const std::string& text) override {
     EntryFile file;
-    if (!file.load(path)) return std::nullopt;
+    if (!file.load(text)) return std::nullopt;
     if (!file.isHidden()) return file.application();
     DesktopEntry hidden;  // often says nothing else
     hidden.isHidden = true;

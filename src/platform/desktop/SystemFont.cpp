@@ -1,6 +1,9 @@
 #include "platform/desktop/SystemFont.h"
 
+// What reads the settings.
+#define G_SETTINGS_ENABLE_BACKEND
 #include <gio/gio.h>
+#include <gio/gsettingsbackend.h>
 #include <pango/pango.h>
 
 #include <memory>
@@ -16,25 +19,44 @@ constexpr char kKey[] = "font-name";
 SystemFont defaultFont() { return {"Sans", 13}; }
 
 struct Unreference {
-  void operator()(GSettings* settings) const { g_object_unref(settings); }
+  void operator()(GSettingsBackend* backend) const { g_object_unref(backend); }
   void operator()(GSettingsSchema* schema) const { g_settings_schema_unref(schema); }
+  void operator()(GSettingsSchemaKey* key) const { g_settings_schema_key_unref(key); }
+  void operator()(GVariant* value) const { g_variant_unref(value); }
   void operator()(PangoFontDescription* description) const { pango_font_description_free(description); }
-  void operator()(char* text) const { g_free(text); }
 };
 
 template <class Object>
 using Owned = std::unique_ptr<Object, Unreference>;
 
-// The setting as "Cantarell 11". Asking for a schema that is not installed would end the process, so that is looked up
+bool isText(GVariant* value) { return g_variant_is_of_type(value, G_VARIANT_TYPE_STRING) != FALSE; }
+
+// What the user chose. The toolkit's class for settings would also watch for changes, in threads that stay.
+Owned<GVariant> chosenValue(GSettingsSchema* schema) {
+  const char* const path = g_settings_schema_get_path(schema);
+  if (path == nullptr) return nullptr;
+  const Owned<GSettingsBackend> backend(g_settings_backend_get_default());
+  const auto read = G_SETTINGS_BACKEND_GET_CLASS(backend.get())->read;
+  Owned<GVariant> value(read(backend.get(), (std::string(path) + kKey).c_str(), G_VARIANT_TYPE_STRING, FALSE));
+  if (value) value.reset(g_variant_take_ref(value.release()));
+  return value && isText(value.get()) ? std::move(value) : nullptr;
+}
+
+Owned<GVariant> defaultValue(GSettingsSchema* schema) {
+  const Owned<GSettingsSchemaKey> key(g_settings_schema_get_key(schema, kKey));
+  return Owned<GVariant>(g_settings_schema_key_get_default_value(key.get()));
+}
+
+// The setting as "Cantarell 11". Asking for a key that is not installed would end the process, so that is looked up
 // first.
 std::optional<std::string> setting() {
   GSettingsSchemaSource* const source = g_settings_schema_source_get_default();
   if (source == nullptr) return std::nullopt;
   const Owned<GSettingsSchema> schema(g_settings_schema_source_lookup(source, kSchema, TRUE));
   if (!schema || !g_settings_schema_has_key(schema.get(), kKey)) return std::nullopt;
-  const Owned<GSettings> settings(g_settings_new_full(schema.get(), nullptr, nullptr));
-  const Owned<char> name(g_settings_get_string(settings.get(), kKey));
-  return std::string(name.get());
+  Owned<GVariant> name = chosenValue(schema.get());
+  if (!name) name = defaultValue(schema.get());
+  return isText(name.get()) ? std::optional<std::string>(g_variant_get_string(name.get(), nullptr)) : std::nullopt;
 }
 
 SystemFont fontNamed(const std::string& name) {

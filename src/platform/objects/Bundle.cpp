@@ -1,10 +1,14 @@
 #include <ZtFoundation/platform/Bundle.h>
 
 #include <ZtFoundation/platform/Array.h>
+#include <ZtFoundation/platform/Data.h>
 #include <ZtFoundation/platform/Dictionary.h>
-#include <ZtFoundation/platform/FileManager.h>
 #include <ZtFoundation/platform/PropertyListSerialization.h>
 #include <ZtFoundation/platform/Runtime.h>
+
+#include <optional>
+#include <string>
+#include <utility>
 
 #include "platform/objects/BundleNames.h"
 #include "platform/services/BundleCode.h"
@@ -33,12 +37,14 @@ using detail::isFolder;
 
 namespace {
 
-// Opening a pipe would wait for somebody to write.
+// None when the file cannot be read now, an empty dictionary when it holds none.
 Ref<NSDictionary> dictionaryInFile(const Ref<NSString>& path) {
-  if (!service<BundleCode>().isRegularFile(path->fileSystemRepresentation())) return nullptr;
-  const Ref<NSData> bytes = NSFileManager::defaultManager()->contentsAtPath(path);
-  return as<NSDictionary>(NSPropertyListSerialization::propertyListFromData_mutabilityOption_format_errorDescription(
-      bytes, NSPropertyListImmutable, nullptr, nullptr));
+  std::optional<std::string> bytes = service<BundleCode>().contentsOfSmallFile(path->fileSystemRepresentation());
+  if (!bytes) return nullptr;
+  const auto found =
+      as<NSDictionary>(NSPropertyListSerialization::propertyListFromData_mutabilityOption_format_errorDescription(
+          NSData::dataWithString(*std::move(bytes)), NSPropertyListImmutable, nullptr, nullptr));
+  return found ? found : NSDictionary::dictionary();
 }
 
 bool isCalled(const Ref<NSString>& path, const char* name) { return path->lastPathComponent()->isEqualToString(name); }
@@ -72,13 +78,13 @@ class NSBundle::Lasting {
   }
   Ref<NSBundle> withCode(CodeModule module) {
     const std::lock_guard guard(lock_);
-    if (module == nullptr) return nullptr;
-    return first([&](const NSBundle& each) { return each.module_.load(std::memory_order_acquire) == module; });
+    return firstWith(module);
   }
-  // The one that has been at its path first.
-  Ref<NSBundle> add(const Ref<NSBundle>& bundle) {
+  // The one that has been at its path first. Nobody is found by a relative path, so one with that code will do then.
+  Ref<NSBundle> add(const Ref<NSBundle>& bundle, CodeModule module) {
     const std::lock_guard guard(lock_);
-    if (const Ref<NSBundle> known = firstAt(bundle->path_)) return known;
+    const bool isFoundByPath = bundle->path_->isAbsolutePath();
+    if (const Ref<NSBundle> known = isFoundByPath ? firstAt(bundle->path_) : firstWith(module)) return known;
     bundles_.push_back(bundle);
     return bundle;
   }
@@ -90,6 +96,10 @@ class NSBundle::Lasting {
       if (matches(*each)) return each;
     }
     return nullptr;
+  }
+  Ref<NSBundle> firstWith(CodeModule module) const {
+    if (module == nullptr) return nullptr;
+    return first([&](const NSBundle& each) { return each.module_.load(std::memory_order_acquire) == module; });
   }
   // A relative path may have meant another folder earlier.
   Ref<NSBundle> firstAt(const Ref<NSString>& path) const {
@@ -119,7 +129,7 @@ Ref<NSBundle> NSBundle::mainBundle() {
   if (!file) return nullptr;
   const Ref<NSString> around = bundleFolderAround(file);
   const Ref<NSString> folder = around ? around : file->stringByDeletingLastPathComponent();
-  return Lasting::shared().add(Ref<NSBundle>::adopt(new NSBundle(folder, program)));
+  return Lasting::shared().add(Ref<NSBundle>::adopt(new NSBundle(folder, program)), program);
 }
 
 Ref<NSBundle> NSBundle::bundleOfModule(CodeModule module) {
@@ -127,7 +137,7 @@ Ref<NSBundle> NSBundle::bundleOfModule(CodeModule module) {
   if (const Ref<NSBundle> loaded = Lasting::shared().withCode(module)) return loaded;
   const Ref<NSString> file = fileOf(module);
   const Ref<NSString> folder = file ? bundleFolderAround(file) : nullptr;
-  return folder ? Lasting::shared().add(Ref<NSBundle>::adopt(new NSBundle(folder, nullptr))) : program;
+  return folder ? Lasting::shared().add(Ref<NSBundle>::adopt(new NSBundle(folder, nullptr)), nullptr) : program;
 }
 
 Ref<NSBundle> NSBundle::bundleForClass(Class one) {
@@ -146,11 +156,17 @@ Ref<NSString> NSBundle::contentsPath() const {
   return isFolder(contents) ? contents : path_;
 }
 
+// Read without the lock: looking for the file calls code of the host, which may ask this bundle. What was read first
+// counts.
 Ref<NSDictionary> NSBundle::infoDictionary() {
-  std::call_once(infoOnce_, [this] {
-    info_ = dictionaryInFile(contentsPath()->stringByAppendingPathComponent("Info.plist"));
-    if (!info_) info_ = NSDictionary::dictionary();
-  });
+  {
+    const std::lock_guard guard(infoLock_);
+    if (info_) return info_;
+  }
+  const Ref<NSDictionary> read = dictionaryInFile(contentsPath()->stringByAppendingPathComponent("Info.plist"));
+  if (!read) return NSDictionary::dictionary();
+  const std::lock_guard guard(infoLock_);
+  if (!info_) info_ = read;
   return info_;
 }
 
@@ -178,8 +194,9 @@ bool NSBundle::load() {
   if (!executable) return false;
   const CodeModule module = service<BundleCode>().load(executable->fileSystemRepresentation());
   if (module == nullptr) return false;
-  Lasting::shared().add(this);  // first, as memory may run out: what is loaded lasts
-  module_.store(module, std::memory_order_release);
+  // First, as memory may run out: what is loaded lasts. The code may have asked for its bundle while it was loaded.
+  const Ref<NSBundle> lasting = Lasting::shared().add(this, module);
+  for (NSBundle* each : {lasting.get(), this}) each->module_.store(module, std::memory_order_release);
   return true;
 }
 

@@ -28,7 +28,7 @@ inline bool leadsInside(const Ref<NSString>& path) {
 }
 
 inline bool isFileName(const Ref<NSString>& name) {
-  return leadsInside(name) && name->rangeOfString("/").location == NSNotFound;
+  return leadsInside(name) && name->rangeOfString_options("/", NSLiteralSearch).location == NSNotFound;
 }
 
 }  // namespace ZtFoundation::detail

@@ -2,6 +2,7 @@
 /// The code of the running program and of bundles.
 #pragma once
 
+#include <optional>
 #include <string>
 
 #include "platform/services/Service.h"
@@ -25,9 +26,9 @@ class BundleCode {
   virtual CodeModule moduleAt(const void* address) = 0;
   /// The absolute path of the file that the module was loaded from, links resolved; empty when nobody knows.
   virtual std::string fileOf(CodeModule module) = 0;
-  /// Whether there is a regular file at `path`, links followed: one that opening and reading neither waits for nor
-  /// changes.
-  virtual bool isRegularFile(const std::string& path) = 0;
+  /// The bytes of the regular file at `path`, links followed; empty when there is none, and for one that is longer than
+  /// 1 MiB. None when it cannot be read now.
+  virtual std::optional<std::string> contentsOfSmallFile(const std::string& path) = 0;
 };
 
 }  // namespace ZtFoundation

@@ -26,10 +26,10 @@ class DesktopEntries {
   virtual ~DesktopEntries() = default;
   static DesktopEntries& production();
 
-  /// The entry in the file at `path`. Of a hidden one nothing else is told, as it need not say more. None when the file
-  /// is no entry of an application, or the program of the application (Exec, and TryExec where there is one) is not
+  /// The entry that a file with this text is. Of a hidden one nothing else is told, as it need not say more. None when
+  /// it is no entry of an application, or the program of the application (Exec, and TryExec where there is one) is not
   /// installed.
-  virtual std::optional<DesktopEntry> entryAtPath(const std::string& path) = 0;
+  virtual std::optional<DesktopEntry> entryInText(const std::string& text) = 0;
 };
 
 /// The name and type of the function by which the desktop module hands out its reader; the object lives as long as the

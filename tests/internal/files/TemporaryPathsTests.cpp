@@ -40,7 +40,7 @@ class ProgramWithoutFile : public BundleCode {
   CodeModule program() override { return program_; }
   CodeModule moduleAt(const void*) override { return program_; }
   std::string fileOf(CodeModule) override { return ""; }
-  bool isRegularFile(const std::string&) override { return false; }
+  std::optional<std::string> contentsOfSmallFile(const std::string&) override { return ""; }
 
  private:
   CodeModule program_;

@@ -21,7 +21,7 @@ class PlugInCode : public BundleCode {
   CodeModule program() override { return &program_; }
   CodeModule moduleAt(const void*) override { return &plugIn_; }
   std::string fileOf(CodeModule module) override { return *static_cast<const std::string*>(module); }
-  bool isRegularFile(const std::string&) override { return false; }
+  std::optional<std::string> contentsOfSmallFile(const std::string&) override { return ""; }
 
  private:
   const std::string program_;

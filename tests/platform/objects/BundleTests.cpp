@@ -2,17 +2,24 @@
 
 #include <ZtFoundation/platform/Data.h>
 #include <ZtFoundation/platform/Dictionary.h>
+#include <ZtFoundation/platform/FileManager.h>
 #include <ZtFoundation/platform/PropertyListSerialization.h>
 #include <ZtFoundation/platform/Runtime.h>
 #include <dlfcn.h>
 #include <gmock/gmock.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <cstdio>
 #include <filesystem>
 #include <memory>
 #include <sstream>
+#include <utility>
 
+#include "support/ChildProcess.h"
+#include "support/ReplacedMethod.h"
+#include "support/Sanitizers.h"
 #include "support/ScratchFolder.h"
 
 namespace ZtFoundation::test {
@@ -141,6 +148,59 @@ TEST_F(BundleTests, AnInfoThatIsNoFileIsNotWaitedFor) {
   EXPECT_EQ(NSBundle::bundleWithPath(path)->executablePath()->utf8(), path + "/Contents/Linux/a");
 }
 
+TEST_F(BundleTests, AnInfoThatIsTooLongSaysNothing) {
+  std::string text = info({{"CFBundleIdentifier", "org.a"}});
+  text.resize(1 << 20, ' ');
+  EXPECT_TRUE(NSBundle::bundleWithPath(bundle("a", text))->bundleIdentifier());
+  EXPECT_FALSE(NSBundle::bundleWithPath(bundle("b", text + " "))->bundleIdentifier());
+}
+
+TEST_F(BundleTests, AnInfoThatCannotBeReadNowIsReadLater) {
+  if (kIsSanitized) GTEST_SKIP() << "the checks of the sanitizer need descriptors of their own";
+  const Ref<NSBundle> asked = NSBundle::bundleWithPath(bundle("a", info({{"CFBundleIdentifier", "org.a"}})));
+  EXPECT_EQ(inChild([&] {
+              rlimit limit{};
+              ::getrlimit(RLIMIT_NOFILE, &limit);
+              const rlimit none{0, limit.rlim_max};
+              ::setrlimit(RLIMIT_NOFILE, &none);
+              const bool isKnown = static_cast<bool>(asked->bundleIdentifier());
+              ::setrlimit(RLIMIT_NOFILE, &limit);
+              return !isKnown && asked->bundleIdentifier() ? 0 : 1;
+            }),
+            0);
+}
+
+Ref<NSBundle> bundleThatIsAsked;
+
+// Of a host that asks the bundle as soon as the bundle looks for its files.
+bool existsAndAsks(const Ref<NSFileManager>&, const Ref<NSString>& path, bool* isFolder) {
+  if (const Ref<NSBundle> bundle = std::exchange(bundleThatIsAsked, nullptr)) bundle->infoDictionary();
+  return *isFolder = fs::is_directory(path->fileSystemRepresentation());
+}
+
+TEST_F(BundleTests, CodeOfTheHostMayAskABundleThatIsBeingRead) {
+  const Ref<NSBundle> asked = NSBundle::bundleWithPath(bundle("a", info({{"CFBundleIdentifier", "org.a"}})));
+  EXPECT_EQ(inChild([&] {
+              ::alarm(20);
+              const ReplacedMethod<&existsAndAsks> replaced(NSFileManager::classObject(),
+                                                            ZT_SELECTOR("fileExistsAtPath:isDirectory:"));
+              bundleThatIsAsked = asked;
+              const Ref<NSDictionary> first = asked->infoDictionary();
+              return first->count() == 1 && !bundleThatIsAsked && asked->infoDictionary() == first ? 0 : 1;
+            }),
+            0);
+}
+
+TEST_F(BundleTests, AnExecutableNameWithASlashIsNone) {
+  for (const char* const name : {"Sub/Code",
+                                 "Sub/\xCC\xB8"
+                                 "Code",
+                                 "../Code", ".."}) {
+    const std::string path = bundle("a", info({{"CFBundleExecutable", name}}));
+    EXPECT_FALSE(NSBundle::bundleWithPath(path)->executablePath()) << name;
+  }
+}
+
 TEST_F(BundleTests, AnExecutableNameThatTheSystemWouldCutIsNone) {
   const std::string path = bundle("a");
   const Ref<NSString> name = std::u16string_view(u"Code\0x", 6);
@@ -194,6 +254,17 @@ TEST_F(BundleTests, ALoadedBundleIsTheSameObjectForItsPath) {
   EXPECT_FALSE(NSBundle::bundleWithPath(path + "/").get() == address);
 }
 
+TEST_F(BundleTests, CodeThatAsksForItsBundleWhileItIsLoadedGetsOneThatIsLoadedThen) {
+  const std::string path = bundle("a", info({{"CFBundleExecutable", "Code"}}));
+  fs::copy_file(ZT_TEST_BUNDLES "/Curious.so", path + "/Contents/Linux/Code");
+  const Ref<NSBundle> loading = NSBundle::bundleWithPath(path);
+  ASSERT_TRUE(loading->load());
+  const Ref<NSBundle> asked = NSBundle::bundleForClass(loading->principalClass());
+  EXPECT_TRUE(loading->isLoaded());
+  EXPECT_TRUE(asked->isLoaded());
+  EXPECT_TRUE(NSBundle::bundleWithPath(path) == asked);
+}
+
 TEST_F(BundleTests, ARelativePathIsLookedAtEachTime) {
   const fs::path before = fs::current_path();
   guestBundle("one/a");
@@ -208,6 +279,10 @@ TEST_F(BundleTests, ARelativePathIsLookedAtEachTime) {
   EXPECT_TRUE(two->load());
   EXPECT_TRUE(NSBundle::bundleForClass(two->principalClass()) == two);
   EXPECT_TRUE(NSBundle::bundleForClass(one->principalClass()) == one);
+  const Ref<NSBundle> again = NSBundle::bundleWithPath("a");
+  EXPECT_TRUE(again->load());
+  EXPECT_TRUE(again->isLoaded());
+  EXPECT_EQ(again->retainCount(), 1U) << "not every one that loads the same code lasts";
   fs::current_path(before);
 }
 

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <deque>
 #include <set>
 #include <unordered_map>
 
@@ -13,9 +14,9 @@
 
 #include "platform/linux/applications/ApplicationSignature.h"
 #include "platform/linux/applications/ItemInformation.h"
-#include "platform/linux/files/FileContents.h"
 #include "platform/linux/files/FileDescriptor.h"
 #include "platform/linux/files/FolderContents.h"
+#include "platform/linux/files/SmallFile.h"
 #include "platform/linux/folders/Folders.h"
 
 namespace ZtFoundation::detail {
@@ -83,10 +84,9 @@ std::string textOf(const Ref<NSObject>& value) {
 
 // None for a file that cannot be read.
 std::optional<std::vector<OSType>> readSignatures(const std::string& path) {
-  if (!isEntryFile(path)) return std::vector<OSType>();
-  const FileDescriptor file(retryInterrupted([&] { return ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK); }));
-  const std::optional<std::string> text = readToEnd(file.get());
-  return text ? std::optional(signaturesInEntry(*text)) : std::nullopt;
+  std::string text;
+  const OSErr error = readEntryFile(path, &text);
+  return error == noErr || error == fnfErr ? std::optional(signaturesInEntry(text)) : std::nullopt;
 }
 
 }  // namespace
@@ -94,36 +94,55 @@ std::optional<std::vector<OSType>> readSignatures(const std::string& path) {
 // Looks through folders.
 class ApplicationIndex::Lister {
  public:
+  // A folder counts once, and rather where it is than where links lead to it: its entries have their names from there.
   void list(const ApplicationFolder& folder) {
     holdsEntries_ = folder.holdsEntries;
-    listFolder(folder.path, "", 0);
+    seen_.clear();
+    listFolder({folder.path, "", 0});
+    for (; !links_.empty(); links_.pop_front()) listFolder(links_.front());
   }
 
   std::map<std::string, FileStamp> takeFolders() { return std::move(folders_); }
   Applications takeApplications() { return std::move(applications_); }
 
  private:
+  struct Folder {
+    std::string path;
+    std::string prefix;  // of the identifiers of its entries
+    int depth;
+  };
+
   // Links may lead back to where they came from.
-  void listFolder(const std::string& path, const std::string& prefix, int depth) {
-    const FileStamp stamp(path);
-    folders_.emplace(path, stamp);
-    if (depth > kDeepest || !seen_.insert({stamp.identity(), holdsEntries_}).second) return;
+  void listFolder(const Folder& folder) {
+    const FileStamp stamp(folder.path);
+    folders_.emplace(folder.path, stamp);
+    if (folder.depth > kDeepest || !seen_.insert(stamp.identity()).second) return;
     SortedItems items;
-    if (!items.read(path)) folders_[path] = kNothing;
-    for (const FolderContents::Entry& item : items) listItem(path, item, prefix, depth);
+    if (!items.read(folder.path)) folders_[folder.path] = kNothing;
+    for (const FolderContents::Entry& item : items) listItem(folder, item);
   }
 
-  void listItem(const std::string& folder, const FolderContents::Entry& item, const std::string& prefix, int depth) {
-    std::string path = joined(folder, "/", item.name);
+  void listItem(const Folder& folder, const FolderContents::Entry& item) {
+    std::string path = joined(folder.path, "/", item.name);
     if (isEntryName(path)) {
-      if (holdsEntries_) addEntry(std::move(path), prefix, item.name);
+      if (holdsEntries_) addEntry(std::move(path), folder.prefix, item.name);
       return;
     }
     // What a link leads to may come later, and the folder around the link does not show that.
     if (mayBeLink(item.type)) folders_.emplace(path, FileStamp(path));
     if (!isFolderItem(path, item.type)) return;
-    if (!isPackageName(path)) return listFolder(path, joined(prefix, item.name, "-"), depth + 1);
-    applications_.push_back({std::move(path), false});
+    addFolder({std::move(path), joined(folder.prefix, item.name, "-"), folder.depth + 1}, item.type);
+  }
+
+  void addFolder(Folder folder, unsigned char type) {
+    std::string end = mayBeLink(type) ? tellingPath(folder.path) : folder.path;
+    if (isPackageName(end)) {
+      applications_.push_back({std::move(end), false});
+    } else if (end == folder.path) {
+      listFolder(folder);
+    } else {
+      links_.push_back(std::move(folder));
+    }
   }
 
   void addEntry(std::string path, const std::string& prefix, const char* name) {
@@ -131,7 +150,8 @@ class ApplicationIndex::Lister {
   }
 
   bool holdsEntries_ = false;
-  std::set<std::pair<FileStamp::Identity, bool>> seen_;
+  std::set<FileStamp::Identity> seen_;
+  std::deque<Folder> links_;
   std::map<std::string, FileStamp> folders_;
   Applications applications_;
 };
@@ -197,7 +217,7 @@ void ApplicationIndex::updateBundle(Application& bundle) {
   bundle.stamp = kNothing;
   bundle.identifier.clear();
   bundle.signatures.clear();
-  if (isApplicationBundle(bundle.path) && isDescription(path) && !readInformation(bundle)) return;
+  if (isApplicationBundle(bundle.path) && isSmallFile(path) && !readInformation(bundle)) return;
   bundle.stamp = stamp;
 }
 

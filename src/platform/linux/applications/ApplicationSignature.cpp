@@ -43,8 +43,9 @@ OSType signatureCode(const Ref<NSString>& text) {
 std::vector<OSType> signaturesInEntry(std::string_view text) {
   std::vector<OSType> codes;
   constexpr std::string_view key = kSignatureKey;
-  for (std::size_t at = text.find(key); at != std::string_view::npos; at = text.find(key, at + key.size())) {
-    const std::string_view line = text.substr(at, text.find('\n', at) - at);
+  std::string_view line;
+  for (std::size_t at = text.find(key); at != std::string_view::npos; at = text.find(key, at + line.size())) {
+    line = text.substr(at, text.find('\n', at) - at);
     const std::size_t equals = line.find('=');
     if (equals != std::string_view::npos) codes.push_back(codeOfValue(valueBehind(line, equals)));
   }

@@ -16,6 +16,9 @@ namespace {
 constexpr std::string_view kDefaultPath = "/bin:/usr/bin";
 // What a backslash escapes in double quotes.
 constexpr std::string_view kEscapable = "\"`$\\";
+// What the system hands to a program at most, each argument with the byte that ends it.
+constexpr std::size_t kLongestArgument = 128 << 10;
+constexpr std::size_t kLongestArguments = 2 << 20;
 
 bool isBlank(char byte) { return byte == ' ' || byte == '\t' || byte == '\n' || byte == '\r'; }
 
@@ -143,13 +146,13 @@ class Filler {
   Filler(const DesktopEntry& entry, const std::string& entryPath, const std::string& document)
       : entry_(entry), entryPath_(entryPath), document_(document) {}
 
-  // None when the first is no program, or would be the document.
+  // None when the first is no program, or would be the document, and for more than the system hands on.
   std::optional<std::vector<std::string>> fill(const std::vector<std::string>& arguments) {
     for (const std::string& argument : arguments) {
       if (!fillOne(argument) || filled_.empty() || filled_.front().empty()) return std::nullopt;
       if (&argument == &arguments.front() && tookDocument_) return std::nullopt;
     }
-    if (!tookDocument_ && !document_.empty()) filled_.push_back(document_);
+    if (!tookDocument_ && !document_.empty() && !add(document_)) return std::nullopt;
     return std::move(filled_);
   }
 
@@ -157,14 +160,18 @@ class Filler {
   // An argument that is nothing but a code without a value goes away. Two characters come to nothing only as a code.
   bool fillOne(const std::string& argument) {
     if (argument == "%i") return addIcon();
-    const std::optional<std::string> text = filledText(argument);
+    std::optional<std::string> text = filledText(argument);
     if (!text) return false;
-    if (argument.size() != 2 || !text->empty()) filled_.push_back(*text);
-    return true;
+    const bool goesAway = argument.size() == 2 && text->empty();
+    return goesAway || add(*std::move(text));
   }
 
-  bool addIcon() {
-    if (!entry_.icon.empty()) filled_.insert(filled_.end(), {"--icon", entry_.icon});
+  bool addIcon() { return entry_.icon.empty() || (add("--icon") && add(entry_.icon)); }
+
+  bool add(std::string argument) {
+    size_ += argument.size() + 1;
+    if (argument.size() >= kLongestArgument || size_ > kLongestArguments) return false;
+    filled_.push_back(std::move(argument));
     return true;
   }
 
@@ -178,6 +185,7 @@ class Filler {
       const std::optional<std::string> value = ++at < argument.size() ? valueOf(argument[at]) : std::nullopt;
       if (!value) return std::nullopt;
       text += *value;
+      if (text.size() >= kLongestArgument) return std::nullopt;  // at once, as codes may be many and their values long
     }
     return text;
   }
@@ -212,6 +220,7 @@ class Filler {
   const std::string& document_;
   bool tookDocument_ = false;
   std::vector<std::string> filled_;
+  std::size_t size_ = 0;
 };
 
 }  // namespace

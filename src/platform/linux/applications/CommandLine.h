@@ -21,7 +21,8 @@ namespace ZtFoundation::detail {
 /// else: there it would become part of text that may be a program of its own.
 ///
 /// None for a line that is not well-formed: quotes that do not end, a backslash at the end, a code that does not exist,
-/// no program, or a document for one.
+/// no program, or a document for one. None either for more than the system hands to a program: an argument of 128 KiB,
+/// or 2 MiB in all, each with a zero byte behind it.
 std::optional<std::vector<std::string>> argumentsOfEntry(const DesktopEntry& entry, const std::string& entryPath,
                                                          const std::string& document);
 

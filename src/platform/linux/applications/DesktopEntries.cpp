@@ -9,7 +9,7 @@ namespace {
 // Answers when the module is missing.
 class NoEntries final : public DesktopEntries {
  public:
-  std::optional<DesktopEntry> entryAtPath(const std::string&) override { return std::nullopt; }
+  std::optional<DesktopEntry> entryInText(const std::string&) override { return std::nullopt; }
 };
 
 }  // namespace

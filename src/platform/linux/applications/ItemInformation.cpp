@@ -13,6 +13,7 @@
 #include "platform/linux/applications/Executable.h"
 #include "platform/linux/files/FileErrors.h"
 #include "platform/linux/files/ItemPath.h"
+#include "platform/linux/files/SmallFile.h"
 #include "platform/linux/folders/Folders.h"
 #include "platform/services/Service.h"
 #include "platform/services/Volumes.h"
@@ -22,8 +23,6 @@ namespace ZtFoundation::detail {
 namespace {
 
 constexpr LSItemInfoFlags kVolume = kLSItemInfoIsVolume | kLSItemInfoIsContainer;
-// An entry or an Info.plist is a few kilobytes long. What is much longer is none, and reading it could fill the memory.
-constexpr off_t kLongestDescription = 1 << 20;
 
 std::string_view withoutLastSlashes(std::string_view path) {
   while (path.size() > 1 && path.back() == '/') path.remove_suffix(1);
@@ -135,15 +134,13 @@ bool isApplicationBundle(const std::string& path) {
 
 bool isEntryName(const std::string& path) { return hasExtension(path, ".desktop"); }
 
-bool isDescription(const std::string& path) {
-  struct stat status {};
-  return ::stat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode) && status.st_size <= kLongestDescription;
+OSErr readEntryFile(const std::string& path, std::string* text) {
+  return isEntryName(path) ? readSmallFile(path, text) : fnfErr;
 }
 
-bool isEntryFile(const std::string& path) { return isEntryName(path) && isDescription(path); }
-
 std::optional<DesktopEntry> entryInFile(const std::string& path) {
-  return isEntryFile(path) ? service<DesktopEntries>().entryAtPath(path) : std::nullopt;
+  std::string text;
+  return readEntryFile(path, &text) == noErr ? service<DesktopEntries>().entryInText(text) : std::nullopt;
 }
 
 std::optional<DesktopEntry> applicationEntry(const std::string& path) {

@@ -22,10 +22,9 @@ std::string bundleInformationPath(const std::string& path);
 bool isApplicationBundle(const std::string& path);
 /// The executable file of the bundle at `path`; empty when there is none that may be executed.
 std::string bundleProgram(const std::string& path);
-/// Whether a file that may describe an application lies at `path`: one that is not longer than 1 MiB.
-bool isDescription(const std::string& path);
-/// The same, and it has the name of a desktop entry.
-bool isEntryFile(const std::string& path);
+/// The text of the file at `path`, which may be a desktop entry: a small one with the name of an entry. fnfErr for
+/// anything else, another error when it cannot be read.
+OSErr readEntryFile(const std::string& path, std::string* text);
 /// The entry of an application in that file, hidden or not; none for anything else.
 std::optional<DesktopEntry> entryInFile(const std::string& path);
 /// The same, not hidden.

@@ -10,9 +10,10 @@
 namespace ZtFoundation::detail {
 
 /// Asks `lookup`, one of `getpwnam_r` and its kin, for the record of `key`; calls `use` with it unless there is none.
-/// The size that a record needs is told nowhere.
+/// Answers the system's error, which some systems also tell when there is none. The size that a record needs is told
+/// nowhere.
 template <class Record, class Key, class Use>
-void withAccount(int (*lookup)(Key, Record*, char*, std::size_t, Record**), Key key, Use use) {
+int withAccount(int (*lookup)(Key, Record*, char*, std::size_t, Record**), Key key, Use use) {
   Record record{};
   Record* found = nullptr;
   for (std::vector<char> buffer(1024);; buffer.resize(buffer.size() * 2)) {
@@ -20,7 +21,7 @@ void withAccount(int (*lookup)(Key, Record*, char*, std::size_t, Record**), Key 
     if (error == ERANGE) continue;
     if (error == ENOMEM) throw std::bad_alloc();
     if (found != nullptr) use(*found);
-    return;
+    return error;
   }
 }
 

@@ -10,6 +10,7 @@
 #include <string_view>
 
 #include "platform/linux/files/Accounts.h"
+#include "platform/linux/files/FileErrors.h"
 
 namespace ZtFoundation::detail {
 
@@ -26,12 +27,10 @@ std::string_view variable(const char* name) {
   return value != nullptr ? value : "";
 }
 
-Directory homeInUserDatabase() {
-  Directory home;
-  withAccount(::getpwuid_r, ::geteuid(), [&](const passwd& entry) {
-    if (entry.pw_dir != nullptr) home = absolute(entry.pw_dir);
+int findHomeInUserDatabase(Directory* home) {
+  return withAccount(::getpwuid_r, ::geteuid(), [&](const passwd& entry) {
+    if (entry.pw_dir != nullptr) *home = absolute(entry.pw_dir);
   });
-  return home;
 }
 
 Directory orInHome(const char* name, const char* inHome) {
@@ -63,8 +62,17 @@ std::string inDirectory(const std::string& directory, std::string_view name) {
 }
 
 Directory homeDirectory() {
-  if (Directory home = absolute(variable("HOME"))) return home;
-  return homeInUserDatabase();
+  Directory home = absolute(variable("HOME"));
+  if (!home) findHomeInUserDatabase(&home);
+  return home;
+}
+
+// The first of these are what systems tell of a user that there is not.
+OSErr errorOfHomeDirectory() {
+  Directory home;
+  const int error = findHomeInUserDatabase(&home);
+  const bool isNone = error == ENOENT || error == ESRCH || error == EBADF || error == EPERM;
+  return isNone ? OSErr{noErr} : fileError(error);
 }
 
 Directory configHome() { return orInHome("XDG_CONFIG_HOME", ".config"); }

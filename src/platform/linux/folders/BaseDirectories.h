@@ -4,6 +4,8 @@
 /// root.
 #pragma once
 
+#include <ZtFoundation/platform/FileErrors.h>
+
 #include <optional>
 #include <string>
 #include <string_view>
@@ -18,6 +20,8 @@ std::string inDirectory(const std::string& directory, std::string_view name);
 
 /// $HOME, else the home folder of the process's user in the user database. None when neither tells.
 Directory homeDirectory();
+/// What keeps the user database from telling it; noErr when it does not know any.
+OSErr errorOfHomeDirectory();
 
 // $XDG_..._HOME, else the default inside the home folder.
 Directory configHome();

@@ -57,11 +57,23 @@ std::string folderIn(const std::string& base, const FolderType& type) {
   return *type.name != '\0' ? detail::inDirectory(base, type.name) : base;
 }
 
-Directory userFolder(const FolderType& type) {
-  const Directory chosen = type.userEntry != nullptr ? detail::chosenUserDirectory(type.userEntry) : std::nullopt;
-  if (chosen) return chosen != detail::homeDirectory() ? chosen : std::nullopt;
+OSErr findChosenFolder(const FolderType& type, Directory* folder) {
+  return type.userEntry != nullptr ? detail::findChosenUserDirectory(type.userEntry, folder) : OSErr{noErr};
+}
+
+OSErr findDefaultFolder(const FolderType& type, Directory* folder) {
   const Directory base = type.base();
-  return base ? Directory(folderIn(*base, type)) : std::nullopt;
+  if (!base) return detail::errorOfHomeDirectory();
+  *folder = folderIn(*base, type);
+  return noErr;
+}
+
+// What cannot be read now is no reason for another folder, which might even be made.
+OSErr findUserFolder(const FolderType& type, Directory* folder) {
+  if (const OSErr error = findChosenFolder(type, folder); error != noErr) return error;
+  if (!*folder) return findDefaultFolder(type, folder);
+  if (*folder == detail::homeDirectory()) folder->reset();
+  return noErr;
 }
 
 // The first of the given bases that has the folder, else the first.
@@ -78,22 +90,25 @@ std::vector<FolderPlace> only(const Directory& folder) {
   return folder ? std::vector{FolderPlace{*folder}} : std::vector<FolderPlace>();
 }
 
+bool isUserDomain(FSVolumeRefNum domain) {
+  return domain == kOnSystemDisk || domain == kOnAppropriateDisk || domain == kUserDomain;
+}
+
+bool isSystemDomain(FSVolumeRefNum domain) {
+  return domain == kLocalDomain || domain == kNetworkDomain || domain == kSystemDomain;
+}
+
 // In the order in which they come into question.
 OSErr findPlaces(FSVolumeRefNum volumeOrDomain, const FolderType& type, std::vector<FolderPlace>* places) {
-  switch (volumeOrDomain) {
-    case kOnSystemDisk:
-    case kOnAppropriateDisk:
-    case kUserDomain:
-      *places = only(userFolder(type));
-      return noErr;
-    case kLocalDomain:
-    case kNetworkDomain:
-    case kSystemDomain:
-      *places = only(systemFolder(type, volumeOrDomain == kSystemDomain));
-      return noErr;
-    default:
-      return detail::findPlacesOnVolume(volumeOrDomain, type.type, userFolder(type), places);
+  if (isSystemDomain(volumeOrDomain)) {
+    *places = only(systemFolder(type, volumeOrDomain == kSystemDomain));
+    return noErr;
   }
+  Directory ofUser;
+  if (const OSErr error = findUserFolder(type, &ofUser); error != noErr) return error;
+  if (!isUserDomain(volumeOrDomain)) return detail::findPlacesOnVolume(volumeOrDomain, type.type, ofUser, places);
+  *places = only(ofUser);
+  return noErr;
 }
 
 class LinuxFolderManager final : public FolderManager {

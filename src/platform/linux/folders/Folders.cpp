@@ -42,6 +42,11 @@ bool isOwnFolder(const std::string& path) {
   return ::lstat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode) && status.st_uid == ::geteuid();
 }
 
+// The owner of a folder may change everything in it, whatever its permissions say.
+bool isTrusted(const struct stat& status) {
+  return S_ISDIR(status.st_mode) && (status.st_uid == 0 || status.st_uid == ::geteuid());
+}
+
 }  // namespace
 
 bool isFolder(const std::string& path) {
@@ -49,9 +54,14 @@ bool isFolder(const std::string& path) {
   return ::stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
 }
 
+bool isTrustedFolder(const std::string& path) {
+  struct stat status;
+  return ::lstat(path.c_str(), &status) == 0 && isTrusted(status);
+}
+
 bool isSharedFolder(const std::string& path) {
   struct stat status;
-  return ::lstat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode) && (status.st_mode & S_ISVTX) != 0;
+  return ::lstat(path.c_str(), &status) == 0 && isTrusted(status) && (status.st_mode & S_ISVTX) != 0;
 }
 
 OSErr provideFolder(const FolderPlace& place, bool create) {

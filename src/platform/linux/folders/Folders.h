@@ -10,7 +10,9 @@ namespace ZtFoundation::detail {
 
 /// Links are followed.
 bool isFolder(const std::string& path);
-/// A folder itself, no link to one, with the sticky bit: there users may make files that others cannot take away.
+/// A folder itself, no link to one, that belongs to the user or an administrator.
+bool isTrustedFolder(const std::string& path);
+/// The same with the sticky bit: there users may make files that others cannot take away.
 bool isSharedFolder(const std::string& path);
 
 /// A place where a folder may be.

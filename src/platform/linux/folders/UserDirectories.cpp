@@ -1,13 +1,9 @@
 #include "platform/linux/folders/UserDirectories.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
-
 #include <algorithm>
 #include <utility>
 
-#include "platform/linux/files/FileContents.h"
-#include "platform/linux/files/FileDescriptor.h"
+#include "platform/linux/files/SmallFile.h"
 
 namespace ZtFoundation::detail {
 
@@ -60,15 +56,6 @@ Directory entry(std::string_view line, std::string_view key, const Directory& ho
   return directory(line, home);
 }
 
-// Regular files only; others need not end.
-std::optional<std::string> fileContents(const std::string& path) {
-  constexpr int flags = O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK;
-  const FileDescriptor file(retryInterrupted([&] { return ::open(path.c_str(), flags); }));
-  struct stat status;
-  if (!file || ::fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode)) return std::nullopt;
-  return readToEnd(file.get());
-}
-
 }  // namespace
 
 Directory parsedUserDirectory(std::string_view text, std::string_view key, const Directory& home) {
@@ -81,11 +68,13 @@ Directory parsedUserDirectory(std::string_view text, std::string_view key, const
   return found;
 }
 
-Directory chosenUserDirectory(std::string_view key) {
+OSErr findChosenUserDirectory(std::string_view key, Directory* chosen) {
   const Directory settings = configHome();
-  const std::optional<std::string> text =
-      settings ? fileContents(inDirectory(*settings, "user-dirs.dirs")) : std::nullopt;
-  return text ? parsedUserDirectory(*text, key, homeDirectory()) : std::nullopt;
+  if (!settings) return noErr;
+  std::string text;
+  const OSErr error = readSmallFile(inDirectory(*settings, "user-dirs.dirs"), &text);
+  if (error == noErr) *chosen = parsedUserDirectory(text, key, homeDirectory());
+  return error != fnfErr ? error : OSErr{noErr};
 }
 
 }  // namespace ZtFoundation::detail

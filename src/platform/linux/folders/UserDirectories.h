@@ -17,7 +17,8 @@ namespace ZtFoundation::detail {
 /// comments.
 Directory parsedUserDirectory(std::string_view text, std::string_view key, const Directory& home);
 
-/// The same of the user's own file, in the folder for settings.
-Directory chosenUserDirectory(std::string_view key);
+/// The same of the user's own file, a small one in the folder for settings; `chosen` stays as it is when there is none.
+/// An error when it cannot be read.
+OSErr findChosenUserDirectory(std::string_view key, Directory* chosen);
 
 }  // namespace ZtFoundation::detail

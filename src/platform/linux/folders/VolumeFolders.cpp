@@ -42,9 +42,10 @@ std::vector<FolderPlace> trashPlaces(const std::string& top) {
 
 // Another volume may be mounted at the usual places.
 std::vector<FolderPlace> temporaryPlaces(FSVolumeRefNum volume, const std::string& top) {
-  for (const char* name : {"tmp", "var/tmp"}) {
-    const std::string common = inDirectory(top, name);
-    if (isSharedFolder(common) && liesOn(volume, common)) return {{common}};
+  for (const std::string& around : {top, inDirectory(top, "var")}) {
+    const std::string common = inDirectory(around, "tmp");
+    const bool isSafe = (around == top || isTrustedFolder(around)) && isSharedFolder(common);
+    if (isSafe && liesOn(volume, common)) return {{common}};
   }
   return {{inDirectory(top, ".tmp-").append(user()), false}};
 }

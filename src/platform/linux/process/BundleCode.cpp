@@ -11,6 +11,7 @@
 #include <string_view>
 
 #include "platform/linux/files/ItemPath.h"
+#include "platform/linux/files/SmallFile.h"
 #include "platform/linux/process/OpenCode.h"
 
 namespace ZtFoundation {
@@ -66,7 +67,11 @@ class LinuxBundleCode final : public BundleCode {
     return module == program() ? programFile() : resolved(static_cast<const link_map*>(module)->l_name);
   }
 
-  bool isRegularFile(const std::string& path) override { return isRegular(path); }
+  std::optional<std::string> contentsOfSmallFile(const std::string& path) override {
+    std::string bytes;
+    const OSErr error = detail::readSmallFile(path, &bytes);
+    return error == noErr || error == fnfErr ? std::optional(bytes) : std::nullopt;
+  }
 
  private:
   // What has failed half-way stays loaded, and loading it again would look like success.

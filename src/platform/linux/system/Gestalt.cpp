@@ -1,32 +1,24 @@
 #include "platform/services/Gestalt.h"
 
-#include <fcntl.h>
 #include <sys/sysinfo.h>
 #include <sys/utsname.h>
 
 #include <algorithm>
 #include <limits>
 #include <optional>
+#include <string>
 
-#include "platform/linux/files/FileContents.h"
-#include "platform/linux/files/FileDescriptor.h"
+#include "platform/linux/files/SmallFile.h"
 #include "platform/linux/system/SystemVersion.h"
 
 namespace ZtFoundation {
 
 namespace {
 
-std::optional<std::string> contentsOf(const char* path) {
-  const detail::FileDescriptor file(detail::retryInterrupted([&] { return ::open(path, O_RDONLY | O_CLOEXEC); }));
-  return detail::readToEnd(file.get());
-}
-
 // os-release(5): the file in /etc stands above the one in /usr/lib.
-std::optional<std::string> distributionVersion() {
-  for (const char* path : {"/etc/os-release", "/usr/lib/os-release"}) {
-    if (const auto text = contentsOf(path)) return versionInOSRelease(*text);
-  }
-  return std::nullopt;
+OSErr readRelease(std::string* text) {
+  const OSErr error = detail::readSmallFile("/etc/os-release", text);
+  return error != fnfErr ? error : detail::readSmallFile("/usr/lib/os-release", text);
 }
 
 std::optional<std::int32_t> kernelVersion() {
@@ -34,8 +26,11 @@ std::optional<std::int32_t> kernelVersion() {
   return uname(&names) == 0 ? packedVersion(names.release) : std::nullopt;
 }
 
+// The kernel's version is no answer where that of the distribution only cannot be read now.
 std::optional<std::int32_t> systemVersion() {
-  const auto version = distributionVersion();
+  std::string text;
+  if (const OSErr error = readRelease(&text); error != noErr && error != fnfErr) return std::nullopt;
+  const auto version = versionInOSRelease(text);
   return version ? packedVersion(*version) : kernelVersion();
 }
 

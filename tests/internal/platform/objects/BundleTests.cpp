@@ -28,7 +28,7 @@ struct Code : BundleCode {
   std::string fileOf(CodeModule module) override {
     return module == nullptr ? "" : module == plugIn ? fileOfPlugIn : fileOfProgram;
   }
-  bool isRegularFile(const std::string&) override { return false; }
+  std::optional<std::string> contentsOfSmallFile(const std::string&) override { return ""; }
 
   CodeModule programModule = newModule();
   CodeModule plugIn = newModule();

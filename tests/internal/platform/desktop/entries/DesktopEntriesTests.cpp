@@ -18,10 +18,7 @@ namespace {
 
 class DesktopEntriesTests : public testing::Test {
  protected:
-  std::optional<DesktopEntry> read(const std::string& text) {
-    test::writeFile(scratch_ / "x.desktop", text);
-    return entries_.entryAtPath(scratch_ / "x.desktop");
-  }
+  std::optional<DesktopEntry> read(const std::string& text) { return entries_.entryInText(text); }
 
   // An entry with these lines beside those that every application has.
   std::optional<DesktopEntry> readApplication(const char* lines) {
@@ -98,8 +95,17 @@ TEST_F(DesktopEntriesTests, WhatIsNoApplicationOrNotInstalled) {
     EXPECT_FALSE(read(text)) << text;
   }
   EXPECT_FALSE(read(std::string(100, '\0')));
-  EXPECT_FALSE(entries_.entryAtPath(scratch_ / "missing.desktop"));
-  EXPECT_FALSE(entries_.entryAtPath(scratch_.path()));
+}
+
+TEST_F(DesktopEntriesTests, PercentSignsInTheNameOfTheProgram) {
+  const std::string program = scratch_ / "100%";
+  const std::string quoted = "Exec=\"" + program + "\"\n", byCode = "Exec=" + program + "% %f\n";
+  EXPECT_FALSE(readApplication(quoted.c_str()));
+  EXPECT_FALSE(readApplication(byCode.c_str()));
+  test::writeFile(program, "#!/bin/sh\n");
+  std::filesystem::permissions(program, std::filesystem::perms::owner_all);
+  EXPECT_TRUE(readApplication(quoted.c_str()));
+  EXPECT_TRUE(readApplication(byCode.c_str()));
 }
 
 // In this process, and not in a child of it, which would lack a thread that an earlier test had started.

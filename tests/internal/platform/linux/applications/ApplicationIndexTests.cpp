@@ -267,6 +267,47 @@ TEST_F(ApplicationIndexTests, AnEntrysIdentifierCountsFromTheFolderThatIsInUse) 
             0);
 }
 
+TEST_F(ApplicationIndexTests, LinksHideNoFolder) {
+  writeEntry(system("kde/view.desktop"));
+  writeEntry(system("vendor/edit.desktop"));
+  files::create_directory_symlink("kde", system("aa"));
+  files::create_directory_symlink("../kde", system("vendor/kde"));
+  files::create_directory_symlink("..", system("kde/up"));
+  files::create_directories(own(""));
+  files::create_directory_symlink(system(""), own("all"));
+  EXPECT_EQ(inOwnFolders([&](Checks& checks) {
+              checks.same("where it is", byIdentifier("kde-view"), system("kde/view.desktop"));
+              checks.same("by another folder's link", byIdentifier("all-kde-view"), own("all/kde/view.desktop"));
+              checks.same("not once more", byIdentifier("aa-view"), "none");
+              checks.same("another", byIdentifier("vendor-edit"), system("vendor/edit.desktop"));
+            }),
+            0);
+}
+
+TEST_F(ApplicationIndexTests, FoldersGoBeforeLinks) {
+  writeEntry(path("elsewhere/b.desktop"));
+  writeSigned(path("elsewhere/a.desktop"), "Same");
+  writeSigned(system("z/b.desktop"), "Same");
+  files::create_directory_symlink(path("elsewhere"), system("a"));
+  EXPECT_EQ(inOwnFolders([&](Checks& checks) {
+              checks.same("signature", bySignature(0x53616D65), system("z/b.desktop"));
+              checks.same("by the link", byIdentifier("a-a"), system("a/a.desktop"));
+            }),
+            0);
+}
+
+TEST_F(ApplicationIndexTests, ALinkToAPackageIsThatApplication) {
+  writeBundle(path("elsewhere/View.app"), "view", "View");
+  write(path("elsewhere/View.app/Contents/Inner.app/Contents/Info.plist"), "{CFBundleIdentifier = inner;}");
+  files::create_directories(path("home/Applications"));
+  files::create_directory_symlink(path("elsewhere/View.app"), path("home/Applications/View"));
+  EXPECT_EQ(inOwnFolders([&](Checks& checks) {
+              checks.same("identifier", byIdentifier("view"), path("elsewhere/View.app"));
+              checks.same("not a folder", byIdentifier("inner"), "none");
+            }),
+            0);
+}
+
 TEST_F(ApplicationIndexTests, TheUsersEntriesStandForOthersOfTheSameIdentifier) {
   writeEntry(own("hidden.desktop"), "Exec=sh\nHidden=true\n");
   writeSigned(system("hidden.desktop"), "Hide");
@@ -475,7 +516,7 @@ TEST_F(ApplicationIndexTests, AProgramMayComeAndGo) {
 // Counts the entries that are parsed.
 class CountingEntries final : public DesktopEntries {
  public:
-  std::optional<DesktopEntry> entryAtPath(const std::string&) override {
+  std::optional<DesktopEntry> entryInText(const std::string&) override {
     ++count;
     DesktopEntry entry;
     entry.command = "sh";

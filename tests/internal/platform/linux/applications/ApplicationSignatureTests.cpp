@@ -47,5 +47,12 @@ TEST(ApplicationSignatureTests, OtherTextHasNone) {
   EXPECT_THAT(signaturesInEntry("Exec=View\nSignature=View"), IsEmpty());
 }
 
+// Read once for each key, it would take a minute.
+TEST(ApplicationSignatureTests, ALineIsReadOnce) {
+  std::string line;
+  while (line.size() < 1 << 20) line.append("X-ZtFoundation-Signature=");
+  EXPECT_THAT(signaturesInEntry(line + "\nX-ZtFoundation-Signature=View"), ElementsAre(0x582D5A74U, 0x56696577U));
+}
+
 }  // namespace
 }  // namespace ZtFoundation::detail

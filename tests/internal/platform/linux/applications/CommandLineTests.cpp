@@ -9,6 +9,8 @@
 #include <vector>
 
 #include "support/ChildProcess.h"
+#include "support/LittleMemory.h"
+#include "support/Sanitizers.h"
 #include "support/ScratchFolder.h"
 
 namespace ZtFoundation::detail {
@@ -106,6 +108,44 @@ TEST(CommandLineTests, NamesAndIconsAreNoCodes) {
   EXPECT_THAT(*argumentsOfEntry(entry, "", "/d"), ElementsAre("run", "%f \"%k", "--icon", "%u", "/d"));
   entry.name = entry.icon = "";
   EXPECT_THAT(*argumentsOfEntry(entry, "", "/d"), ElementsAre("run", "/d"));
+}
+
+TEST(CommandLineTests, NoMoreThanTheSystemTakes) {
+  DesktopEntry entry = entryWith("run");
+  const auto isTaken = [&](const std::string& command, std::size_t size, const std::string& document = "") {
+    entry.command = command;
+    entry.name = entry.icon = std::string(size, 'n');
+    return argumentsOfEntry(entry, "/e", document).has_value();
+  };
+  constexpr std::size_t kLongest = (128 << 10) - 1;
+  for (const std::string code : {"%c", "%i", "x%c"}) {
+    const std::size_t size = kLongest - code.size() + 2;
+    EXPECT_TRUE(isTaken("run " + code, size)) << code;
+    EXPECT_FALSE(isTaken("run " + code, size + 1)) << code;
+  }
+  EXPECT_TRUE(isTaken("run", 1, std::string(kLongest, '/')));
+  EXPECT_FALSE(isTaken("run", 1, std::string(kLongest + 1, '/')));
+  EXPECT_TRUE(isTaken("run " + std::string(kLongest, 'x'), 1));
+  EXPECT_FALSE(isTaken("run " + std::string(kLongest + 1, 'x'), 1));
+  std::string all = "run";  // with 4 bytes, and 128 KiB for each
+  for (int count = 0; count < 15; ++count) all.append(" %c");
+  const std::string rest((128 << 10) - 6, 'x');
+  EXPECT_TRUE(isTaken(all + " x" + rest, kLongest));
+  EXPECT_FALSE(isTaken(all + " xx" + rest, kLongest));
+}
+
+// A small file can ask for more than there is memory.
+TEST(CommandLineTests, WhatIsTooLongIsNotPutTogetherFirst) {
+  if (test::kIsSanitized) GTEST_SKIP() << "the sanitizer needs much memory of its own";
+  std::string command = "run ";
+  for (int count = 0; count < 2000; ++count) command.append("%c");
+  DesktopEntry entry = entryWith(command);
+  entry.name = std::string(100'000, 'n');
+  EXPECT_EQ(test::inChild([&] {
+              if (!test::leaveLittleMemory()) return 2;
+              return argumentsOfEntry(entry, "/e", "") ? 1 : 0;
+            }),
+            0);
 }
 
 class ProgramNamedTests : public ::testing::Test {

@@ -221,6 +221,14 @@ TEST_F(ItemInformationTests, NativeBundlesByTheirProgram) {
   EXPECT_EQ(flags("Plug.bundle", kLSRequestAppTypeFlags), kPackage);
 }
 
+// Of holes, and beyond all memory.
+TEST_F(ItemInformationTests, AnInformationThatIsTooLongSaysNothing) {
+  makeProgram("Long.app/Contents/Linux/Long");
+  make("Long.app/Contents/Info.plist");
+  files::resize_file(scratch_ / "Long.app/Contents/Info.plist", std::uintmax_t{1} << 40);
+  EXPECT_EQ(flags("Long.app", kLSRequestAppTypeFlags), kBundle | kLSItemInfoIsNativeApp);
+}
+
 TEST_F(ItemInformationTests, EntriesWhoseProgramIsThere) {
   makeProgram("run");
   makeEntry("good.desktop", "Exec=\"" + scratch_ / "run" + "\" %f\n");

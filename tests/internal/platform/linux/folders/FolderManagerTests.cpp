@@ -1,17 +1,35 @@
 #include "platform/services/FolderManager.h"
 
 #include <ZtFoundation/platform/FolderTypes.h>
+#include <dlfcn.h>
 #include <gtest/gtest.h>
 #include <pwd.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <filesystem>
+#include <utility>
 
 #include "internal/platform/linux/StandInVolumes.h"
 #include "support/ChildProcess.h"
+#include "support/Sanitizers.h"
 #include "support/ScopedEnvironment.h"
 #include "support/ScratchFolder.h"
+
+namespace {
+
+int errorOfUserDatabase = 0;  // 0: it answers
+
+}  // namespace
+
+// The library's code asks this one.
+extern "C" int getpwuid_r(uid_t user, passwd* record, char* buffer, std::size_t size, passwd** found) {
+  static const auto next = reinterpret_cast<decltype(&::getpwuid_r)>(::dlsym(RTLD_NEXT, "getpwuid_r"));
+  *found = nullptr;
+  return errorOfUserDatabase != 0 ? errorOfUserDatabase : next(user, record, buffer, size, found);
+}
 
 namespace ZtFoundation::test {
 namespace {
@@ -269,6 +287,35 @@ TEST_F(FolderManagerTests, WhoHasNoHomeFolderHasNoFoldersInIt) {
   const int result = inChild(work);
   if (result == 77) GTEST_SKIP() << "no right to become another user";
   EXPECT_EQ(result, 0);
+}
+
+void leaveNoDescriptors() {
+  const rlimit none{};
+  ::setrlimit(RLIMIT_NOFILE, &none);
+}
+
+TEST_F(FolderManagerTests, AChoiceThatCannotBeReadNowIsNoReasonForAnotherFolder) {
+  if (kIsSanitized) GTEST_SKIP() << "the checks of the sanitizer need descriptors of their own";
+  choose("XDG_MUSIC_DIR=\"$HOME/Songs\"\n");
+  EXPECT_EQ(inChild([&] {
+              leaveNoDescriptors();
+              return find(kUserDomain, kMusicDocumentsFolderType, true) == tmfoErr ? 0 : 1;
+            }),
+            0);
+  EXPECT_FALSE(std::filesystem::exists(home + "/Music"));
+}
+
+TEST_F(FolderManagerTests, AHomeThatCannotBeReadNowIsNotMissing) {
+  environment.set("HOME", std::nullopt);
+  const std::pair<int, OSErr> errors[] = {{EMFILE, tmfoErr}, {EIO, ioErr},    {ENOENT, fnfErr},
+                                          {ESRCH, fnfErr},   {EBADF, fnfErr}, {EPERM, fnfErr}};
+  for (const auto& [systemError, error] : errors) {
+    errorOfUserDatabase = systemError;
+    EXPECT_EQ(find(kUserDomain, kMusicDocumentsFolderType, true), error) << systemError;
+    EXPECT_EQ(find(kCard, kTrashFolderType), error) << systemError << ", where it would be another one";
+  }
+  errorOfUserDatabase = 0;
+  EXPECT_TRUE(std::filesystem::is_empty(card));
 }
 
 TEST_F(FolderManagerTests, NamesNeedNotBeUTF8) {

@@ -14,6 +14,7 @@ namespace ZtFoundation::test {
 namespace {
 
 using detail::isSharedFolder;
+using detail::isTrustedFolder;
 using detail::provideFolder;
 
 class FoldersTests : public ::testing::Test {
@@ -119,6 +120,20 @@ TEST_F(FoldersTests, SharedFoldersHaveTheStickyBit) {
   EXPECT_FALSE(isSharedFolder(folder / "missing"));
   EXPECT_EQ(::chmod((folder / "file").c_str(), 01777), 0);
   EXPECT_FALSE(isSharedFolder(folder / "file"));
+}
+
+TEST_F(FoldersTests, FoldersOfAdministratorsAndOfTheUserAreTrusted) {
+  EXPECT_TRUE(isTrustedFolder(folder / "there"));
+  EXPECT_TRUE(isTrustedFolder("/"));
+  EXPECT_FALSE(isTrustedFolder(folder / "link"));
+  EXPECT_FALSE(isTrustedFolder(folder / "file"));
+  EXPECT_FALSE(isTrustedFolder(folder / "missing"));
+  if (::chown((folder / "there").c_str(), kOrdinaryUser, kOrdinaryUser) != 0) {
+    GTEST_SKIP() << "no right to give folders away";
+  }
+  EXPECT_EQ(::chmod((folder / "there").c_str(), 01777), 0);
+  EXPECT_EQ(isTrustedFolder(folder / "there"), ::geteuid() == kOrdinaryUser);
+  EXPECT_EQ(isSharedFolder(folder / "there"), ::geteuid() == kOrdinaryUser);
 }
 
 }  // namespace

@@ -5,6 +5,7 @@
 
 #include <filesystem>
 
+#include "support/ChildProcess.h"
 #include "support/ScopedEnvironment.h"
 #include "support/ScratchFolder.h"
 
@@ -96,32 +97,51 @@ class UserDirectoriesFile : public ::testing::Test {
     std::filesystem::create_directory(home / ".config");
   }
 
+  static Directory chosen() {
+    Directory found;
+    EXPECT_EQ(detail::findChosenUserDirectory(kKey, &found), noErr);
+    return found;
+  }
+  static OSErr error() {
+    Directory found;
+    const OSErr error = detail::findChosenUserDirectory(kKey, &found);
+    EXPECT_EQ(found, std::nullopt);
+    return error;
+  }
+
   ScratchFolder home;
   ScopedEnvironment environment;
 };
 
 TEST_F(UserDirectoriesFile, IsInTheFolderForSettings) {
-  EXPECT_EQ(detail::chosenUserDirectory(kKey), std::nullopt);
+  EXPECT_EQ(chosen(), std::nullopt);
   writeFile(home / ".config/user-dirs.dirs", "XDG_MUSIC_DIR=\"$HOME/Songs\"\n");
-  EXPECT_EQ(detail::chosenUserDirectory(kKey), home / "Songs");
+  EXPECT_EQ(chosen(), home / "Songs");
   environment.set("XDG_CONFIG_HOME", home / "settings");
-  EXPECT_EQ(detail::chosenUserDirectory(kKey), std::nullopt) << "the one in .config does not count now";
+  EXPECT_EQ(chosen(), std::nullopt) << "the one in .config does not count now";
   std::filesystem::create_directory(home / "settings");
   writeFile(home / "settings/user-dirs.dirs", "XDG_MUSIC_DIR=\"$HOME/Other\"\n");
-  EXPECT_EQ(detail::chosenUserDirectory(kKey), home / "Other");
+  EXPECT_EQ(chosen(), home / "Other");
   environment.set("XDG_CONFIG_HOME", "settings");
-  EXPECT_EQ(detail::chosenUserDirectory(kKey), home / "Songs");
+  EXPECT_EQ(chosen(), home / "Songs");
 }
 
 TEST_F(UserDirectoriesFile, WhatIsNoRegularFileIsNotRead) {
   ASSERT_EQ(::mkfifo((home / ".config/user-dirs.dirs").c_str(), 0600), 0);
-  EXPECT_EQ(detail::chosenUserDirectory(kKey), std::nullopt);
+  EXPECT_EQ(chosen(), std::nullopt);
   std::filesystem::remove(home / ".config/user-dirs.dirs");
   std::filesystem::create_directory(home / ".config/user-dirs.dirs");
-  EXPECT_EQ(detail::chosenUserDirectory(kKey), std::nullopt);
+  EXPECT_EQ(chosen(), std::nullopt);
   std::filesystem::remove(home / ".config/user-dirs.dirs");
   std::filesystem::create_symlink("/dev/zero", home / ".config/user-dirs.dirs");
-  EXPECT_EQ(detail::chosenUserDirectory(kKey), std::nullopt);
+  EXPECT_EQ(chosen(), std::nullopt);
+}
+
+TEST_F(UserDirectoriesFile, WhatCannotBeReadIsAnError) {
+  writeFile(home / ".config/user-dirs.dirs", "XDG_MUSIC_DIR=\"$HOME/Songs\"\n");
+  ASSERT_EQ(::chmod((home / ".config/user-dirs.dirs").c_str(), 0), 0);
+  ASSERT_EQ(::chmod(home.path().c_str(), 0755), 0);
+  EXPECT_EQ(asOrdinaryUser([] { return error() == afpAccessDenied; }), 1);
 }
 
 }  // namespace

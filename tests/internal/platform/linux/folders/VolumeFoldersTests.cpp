@@ -86,6 +86,27 @@ TEST_F(VolumeFoldersTests, TheTemporaryFolderOfAnotherVolume) {
   EXPECT_EQ(places(kTemporaryFolderType, home), Paths{card + "/var/tmp"}) << "another volume is mounted there";
 }
 
+TEST_F(VolumeFoldersTests, FoldersOfStrangersAreNotTrusted) {
+  constexpr uid_t kStranger = 2'000'000'011;
+  makeFolder(card + "/.Trash", 01777);
+  makeFolder(card + "/tmp", 01777);
+  makeFolder(card + "/var", 0755);
+  makeFolder(card + "/var/tmp", 01777);
+  const auto give = [&](const char* name) { return ::chown((card + name).c_str(), kStranger, kStranger) == 0; };
+  if (!give("/.Trash") || !give("/tmp")) GTEST_SKIP() << "no right to give folders away";
+  EXPECT_EQ(places(kTrashFolderType, home), Paths{card + "/.Trash-" + user + "!"});
+  EXPECT_EQ(places(kTemporaryFolderType, home), Paths{card + "/var/tmp"});
+  EXPECT_TRUE(give("/var"));
+  EXPECT_EQ(places(kTemporaryFolderType, home), Paths{card + "/.tmp-" + user + "!"});
+}
+
+TEST_F(VolumeFoldersTests, AFolderAroundTheTemporaryOneIsNoLink) {
+  makeFolder(card + "/else", 0755);
+  makeFolder(card + "/else/tmp", 01777);
+  std::filesystem::create_symlink("else", card + "/var");
+  EXPECT_EQ(places(kTemporaryFolderType, home), Paths{card + "/.tmp-" + user + "!"});
+}
+
 TEST_F(VolumeFoldersTests, TheUsersOwnCountWhereTheyLieOnTheVolume) {
   for (const OSType type : {kTrashFolderType, kTemporaryFolderType}) {
     EXPECT_EQ(places(type, card + "/me"), Paths{card + "/me"}) << "need not be there yet";

@@ -3,6 +3,7 @@
 #include "platform/services/Gestalt.h"
 
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <sys/utsname.h>
 
 #include <filesystem>
@@ -11,7 +12,9 @@
 #include <utility>
 
 #include "platform/linux/system/SystemVersion.h"
+#include "support/ChildProcess.h"
 #include "support/PrivateMounts.h"
+#include "support/Sanitizers.h"
 #include "support/ScratchFolder.h"
 
 namespace ZtFoundation {
@@ -36,6 +39,19 @@ TEST(GestaltTests, TheVersionIsThatOfTheDistributionElseOfTheKernel) {
     EXPECT_EQ(Gestalt::production().ask(gestaltSystemVersion, version), 0);
     EXPECT_EQ(version, expected) << text;
   }
+}
+
+TEST(GestaltTests, AVersionThatCannotBeReadNowIsNotThatOfTheKernel) {
+  if (test::kIsSanitized) GTEST_SKIP() << "the checks of the sanitizer need descriptors of their own";
+  if (!std::filesystem::exists("/etc/os-release")) GTEST_SKIP() << "the distribution tells nothing";
+  EXPECT_EQ(test::inChild([] {
+              const rlimit none{};
+              ::setrlimit(RLIMIT_NOFILE, &none);
+              std::int32_t version = 7;
+              const bool fails = Gestalt::production().ask(gestaltSystemVersion, version) == gestaltUnknownErr;
+              return fails && version == 7 ? 0 : 1;
+            }),
+            0);
 }
 
 }  // namespace
