@@ -51,7 +51,7 @@ class Removal : FolderVisitor {
  private:
   Step item(int folder, const char* name, unsigned char type) override {
     announce(name);
-    return finish(removeFile(folder, name, type), name, depth());
+    return finish(unlessGone(removeFile(folder, name, type)), name, depth());
   }
 
   Step entered(int, const char* name, int folder) override {
@@ -61,7 +61,9 @@ class Removal : FolderVisitor {
   }
 
   Step left(int parent, const char* name) override {
-    if (keptDepth_ <= depth()) return finish(errorOf(::unlinkat(parent, name, AT_REMOVEDIR)), name, depth());
+    if (keptDepth_ <= depth()) {
+      return finish(unlessGone(errorOf(::unlinkat(parent, name, AT_REMOVEDIR))), name, depth());
+    }
     keptDepth_ = depth();
     return Step::GoOn;
   }
@@ -71,10 +73,13 @@ class Removal : FolderVisitor {
     const int error = errno;
     announce(name);
     const bool isRemoved = error == EACCES && ::unlinkat(parent, name, AT_REMOVEDIR) == 0;
-    return finish(isRemoved ? 0 : error, name, depth());
+    return finish(isRemoved ? 0 : unlessGone(error), name, depth());
   }
 
   void lost(const char*) override { error_ = errno; }
+
+  // What others have removed first is removed, too; but for the item itself.
+  int unlessGone(int error) const { return error == ENOENT && walk_.isInside() ? 0 : error; }
 
   int removeFile(int folder, const char* name, unsigned char type) const {
     return isKept(folder, name, type) ? EPERM : errorOf(::unlinkat(folder, name, 0));

@@ -56,6 +56,7 @@ class FolderWalk {
 
   int current() const noexcept { return descent_.isEmpty() ? at_ : descent_.folder(); }
   Step enter(const char* name);
+  bool open(int parent, const char* name, FolderContents& contents);
   Step leave();
   Step goOn();
 

@@ -15,6 +15,7 @@
 #include <cerrno>
 #include <filesystem>
 #include <functional>
+#include <utility>
 
 #include "platform/linux/SystemCallFaults.h"
 #include "support/ChildProcess.h"
@@ -405,6 +406,29 @@ TEST_F(FileOperationsTests, AFullDiskIsToldAsSuch) {
 
 // --- What others do meanwhile
 
+TEST_F(FileOperationsTests, WhatOthersRemoveFirstDoesNotEndARemoval) {
+  for (const bool removesFolders : {false, true}) {
+    for (const char* name : {"tree/a", "tree/b", "tree/c"}) {
+      std::filesystem::create_directories(folder / name);
+      writeFile(folder / name + "/file", "text");
+    }
+    for (const char* name : {"tree/1", "tree/2", "tree/3"}) writeFile(folder / name, "text");
+    bool isFirst = true;
+    watcher->atPath = [&](const std::string& path) {
+      if (path == folder / "tree" || std::filesystem::is_directory(path) != removesFolders) return;
+      if (std::exchange(isFirst, false)) std::filesystem::remove_all(path);
+    };
+    EXPECT_TRUE(manager->removeFileAtPath_handler(folder.string("tree"), watcher));
+    EXPECT_FALSE(isFirst);
+    EXPECT_EQ(folder.names(), Names{"from"});
+  }
+  writeFile(folder / "file", "text");
+  watcher->atPath = [](const std::string& path) { std::filesystem::remove(path); };
+  EXPECT_FALSE(manager->removeFileAtPath_handler(folder.string("file"), watcher)) << "the item itself";
+  ASSERT_EQ(watcher->errors.size(), 1U);
+  EXPECT_EQ(textAt(watcher->errors[0], "Error"), "No such file or directory");
+}
+
 TEST_F(FileOperationsTests, ACopyThatIsMovedIntoItsSourceEnds) {
   std::filesystem::create_directory(folder / "from/a/b");
   int told = 0;
@@ -516,6 +540,36 @@ TEST_F(FileOperationsTests, ARemovalGoesOnBesideALockedFolderAndNotInIt) {
   EXPECT_EQ(textAt(watcher->errors[0], "Path"), folder / "open/locked");
   EXPECT_EQ(namesIn("open"), Names{"locked"});
   EXPECT_EQ(namesIn("open/locked"), Names{"file"});
+}
+
+TEST_F(FileOperationsTests, ARemovalGoesOnBesideAFolderThatCannotBeRead) {
+  const auto makeOpen = [&] {
+    for (const char* name : {"open/a", "open/b", "open/c"}) std::filesystem::create_directories(folder / name);
+  };
+  const auto removeOpen = [&] { return manager->removeFileAtPath_handler(folder.string("open"), watcher); };
+  std::vector<int> readings;
+  makeOpen();
+  {
+    const FaultScript probe({});
+    ASSERT_TRUE(removeOpen());
+    for (std::size_t at = 0; at < probe.calls().size(); ++at) {
+      if (probe.calls()[at] == "getdents64") readings.push_back(static_cast<int>(at));
+    }
+  }
+  readings.erase(readings.begin(), readings.begin() + 2);  // those of the folder around them
+  ASSERT_GE(readings.size(), 3U);
+  watcher->proceeds = true;
+  for (const int reading : readings) {
+    makeOpen();
+    watcher->errors.clear();
+    {
+      const FaultScript script({reading, EIO, false});
+      EXPECT_TRUE(removeOpen());
+    }
+    ASSERT_EQ(watcher->errors.size(), 1U);
+    EXPECT_EQ(textAt(watcher->errors[0], "Error"), "Input/output error");
+    EXPECT_EQ(namesIn("open"), Names{std::filesystem::path(textAt(watcher->errors[0], "Path")).filename()});
+  }
 }
 
 TEST_F(FileOperationsTests, AFolderThatMayNotBeReadIsToldBeforeItsError) {
