@@ -13,7 +13,7 @@
 #include "platform/linux/operations/FileRemoval.h"
 #include "platform/linux/operations/FolderSize.h"
 #include "platform/linux/operations/FolderWalk.h"
-#include "platform/linux/operations/MadeItems.h"
+#include "platform/linux/operations/ItemKeys.h"
 
 namespace ZtFoundation::detail {
 
@@ -164,7 +164,7 @@ class Copying final : FolderVisitor {
   }
 
   void announce(const char* name) {
-    if (observer_ != nullptr) observer_->willProcess(sourcePathOf(name));
+    if (observer_ != nullptr && observer_->wantsPaths()) observer_->willProcess(sourcePathOf(name));
   }
 
   // --- Making
@@ -187,17 +187,27 @@ class Copying final : FolderVisitor {
       return error;
     }
     if (own_.isEmpty()) root_ = to_.identity();
-    noted(0, name);
+    own_.note(walk_.keyOfFolder(name));
     folders_.push_back(status);
     // So that what comes into it gets only what the source has.
     ::fremovexattr(to_.folder(), "system.posix_acl_default");
     return 0;
   }
 
-  // Passes the errno on; for 0 there is now a copy of the item `name`.
+  // Which item the copy is, unless this is one inside it.
+  void rememberRoot(int folder, const char* name) {
+    if (!walk_.isInside()) identify(folder, name, root_);
+  }
+
+  // The errno is passed on; for 0 there is now a copy of the item `name`.
   int noted(int error, const char* name) {
-    if (error == 0) own_.note(walk_.path(), walk_.isInside() ? name : "");
+    if (error == 0) own_.note(walk_.keyOf(name));
     return error;
+  }
+
+  int notedUnopened(int error, const char* name) {
+    if (error == 0) rememberRoot(toFolder(), newName(name));
+    return noted(error, name);
   }
 
   // In the copy itself, which was moved there, or in a folder that is mounted inside itself.
@@ -207,7 +217,8 @@ class Copying final : FolderVisitor {
   }
 
   int copyOne(int folder, const char* name, unsigned char type, std::uint64_t& size) {
-    if (kind_ == CopyKind::Link) return noted(errorOf(::linkat(folder, name, toFolder(), newName(name), 0)), name);
+    if (kind_ == CopyKind::Link)
+      return notedUnopened(errorOf(::linkat(folder, name, toFolder(), newName(name), 0)), name);
     return type == DT_REG ? copyFile(folder, name, size) : copyOther(folder, name);
   }
 
@@ -227,8 +238,10 @@ class Copying final : FolderVisitor {
     if (!to) return errno;
     int error = contents_.copy(from, status, to.get());
     if (error == 0) error = giveAttributes(from, status, to.get());
-    if (error == 0) remember(status, name);
-    return error == 0 ? to.finish() : error;
+    if (error != 0) return error;
+    rememberRoot(to.get(), "");
+    remember(status, name);
+    return to.finish();
   }
 
   int copyOther(int folder, const char* name) {
@@ -236,7 +249,7 @@ class Copying final : FolderVisitor {
     if (::fstatat(folder, name, &status, AT_SYMLINK_NOFOLLOW) != 0) return errno;
     if (S_ISREG(status.st_mode) || S_ISDIR(status.st_mode)) return ESTALE;
     if (status.st_nlink > 1 && linkToCopy(status, newName(name))) return noted(0, name);
-    const int error = noted(makeOther(folder, name, status, toFolder(), newName(name)), name);
+    const int error = notedUnopened(makeOther(folder, name, status, toFolder(), newName(name)), name);
     if (error == 0) remember(status, newName(name));
     return error;
   }
@@ -283,8 +296,8 @@ class Copying final : FolderVisitor {
   FolderWalk walk_{*this};
   FolderDescent to_;
   std::vector<struct stat> folders_;  // what the folders on the way are to become
-  FolderIdentity root_;               // the copy's first folder
-  MadeItems own_;
+  FolderIdentity root_;               // the copy's first item
+  ItemKeys own_;
   std::map<std::pair<dev_t, ino_t>, Made> made_;  // by the source's identity
   ContentsCopier contents_;
 

@@ -94,7 +94,7 @@ Outcome move(const std::string& from, const std::string& to, FileOperationObserv
   const bool isFolder = S_ISDIR(status.st_mode);
   const int error = renameWithoutReplacing(source, target, isFolder);
   if (error == EXDEV) return copyAndRemove(source, target, from, to, observer);
-  if (error == 0 && observer != nullptr) tell(source, target, isFolder, from, *observer);
+  if (error == 0 && observer != nullptr && observer->wantsPaths()) tell(source, target, isFolder, from, *observer);
   return {error};
 }
 

@@ -7,7 +7,7 @@
 #include "platform/linux/files/PlaceInFolder.h"
 #include "platform/linux/operations/FileOperationObserver.h"
 #include "platform/linux/operations/FolderDescent.h"
-#include "platform/linux/operations/MadeItems.h"
+#include "platform/linux/operations/ItemKeys.h"
 
 namespace ZtFoundation::detail {
 
@@ -16,7 +16,7 @@ namespace ZtFoundation::detail {
 int removeItem(const std::string& path, FileOperationObserver* observer);
 
 /// Removes what a copy that failed has made at `place`, locked or not. What others have put there meanwhile stays, with
-/// the folders around it, and so does everything if `place.name` is a folder and not `root`. Errors do not end it.
-void removeMade(const PlaceInFolder& place, const FolderIdentity& root, MadeItems made) noexcept;
+/// the folders around it, and so does everything if the item there is not `root`. Errors do not end it.
+void removeMade(const PlaceInFolder& place, const FolderIdentity& root, ItemKeys made) noexcept;
 
 }  // namespace ZtFoundation::detail

@@ -35,8 +35,7 @@ FolderWalk::Step FolderWalk::goOn() {
 
 FolderWalk::Step FolderWalk::enter(const char* name) {
   const int parent = current();
-  Level level{{}, path_.size()};
-  visitor_.approaching(parent, name);
+  Level level{{}, path_.size(), keyOfFolder(name)};
   if (!open(parent, name, level.contents)) return visitor_.failed(parent, name);
   const Step step = visitor_.entered(parent, name, descent_.folder());
   if (step != Step::GoOn) {
@@ -48,9 +47,17 @@ FolderWalk::Step FolderWalk::enter(const char* name) {
   return step;
 }
 
+bool FolderWalk::descend(int parent, const char* name) {
+  if (descent_.enter(parent, name)) return true;
+  if (errno != EACCES) return false;
+  if (visitor_.opensUp(parent, name)) return descent_.enter(parent, name);
+  errno = EACCES;
+  return false;
+}
+
 // False when the walk is where it was, for the reason in errno.
 bool FolderWalk::open(int parent, const char* name, FolderContents& contents) {
-  if (!descent_.enter(parent, name)) return false;
+  if (!descend(parent, name)) return false;
   if (contents.read(descent_.folder())) return true;
   const int error = errno;
   descent_.leave();

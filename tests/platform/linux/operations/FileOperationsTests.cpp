@@ -244,6 +244,59 @@ TEST_F(FileOperationUndoTests, AnotherFolderInThePlaceOfTheCopyStays) {
     writeFile(folder / "to/a/small", "mine");
   });
   EXPECT_EQ(contentsOf(folder / "to/a/small"), "mine");
+  struct stat status {};
+  EXPECT_EQ(::stat((folder / "to").c_str(), &status), 0);
+  EXPECT_EQ(status.st_mode & 07777U, 0755U) << "with its permissions";
+}
+
+TEST_F(FileOperationUndoTests, AFileInThePlaceOfAFolderStays) {
+  for (const char* path : {"to/a", "to"}) {
+    writeFile(folder / "mine", "mine");
+    watcher = make<Watcher>();
+    cancelAfter("to/a/small", [&] {
+      std::filesystem::rename(folder / path, folder / "away");
+      std::filesystem::rename(folder / "mine", folder / path);
+    });
+    EXPECT_EQ(contentsOf(folder / path), "mine") << path;
+    for (const char* name : {"away", "to"}) std::filesystem::remove_all(folder / name);
+  }
+}
+
+TEST_F(FileOperationUndoTests, AnotherItemInThePlaceOfAFinishedOneStays) {
+  std::filesystem::create_symlink("nowhere", folder / "from/link");
+  const auto cancelled = [&](auto operation, const char* name) {
+    writeFile(folder / "mine", "mine");
+    const Ref<Watcher> one = make<Watcher>();
+    one->meanwhile = [&] { std::filesystem::rename(folder / "mine", folder / "to"); };
+    one->limit = 1;
+    EXPECT_FALSE((manager.get()->*operation)(folder.string(name), folder.string("to"), one));
+    return contentsOf(folder / "to");
+  };
+  for (const char* name : {"from/a/small", "from/pipe", "from/link"}) {
+    EXPECT_EQ(cancelled(&NSFileManager::copyPath_toPath_handler, name), "mine") << name;
+    std::filesystem::remove(folder / "to");
+    EXPECT_EQ(cancelled(&NSFileManager::linkPath_toPath_handler, name), "mine") << name;
+    std::filesystem::remove(folder / "to");
+  }
+}
+
+TEST_F(FileOperationUndoTests, FoldersOfTheCopyThatMayNotBeChangedGo) {
+  ::chmod(folder.path().c_str(), 0777);
+  const auto isUndone = [&](mode_t mode) {
+    const Ref<Watcher> one = make<Watcher>();
+    one->meanwhile = [&] {
+      for (const char* made : {"to/folder/inner", "to/folder"}) ::chmod((folder / made).c_str(), mode);
+    };
+    one->limit = 1;
+    return !manager->copyPath_toPath_handler(folder.string("own"), folder.string("to"), one) && one->calls == 1 &&
+           !std::filesystem::exists(folder / "to");
+  };
+  const auto work = [&]() -> int {
+    std::filesystem::create_directories(folder / "own/folder/inner");
+    writeFile(folder / "own/folder/inner/file", "text");
+    return isUndone(0) && isUndone(0500) && isUndone(0300) ? 0 : 1;
+  };
+  EXPECT_EQ(asOrdinaryUser(work), 0);
 }
 
 TEST_F(FileOperationUndoTests, AnotherFileInThePlaceOfAnUnfinishedOneStays) {
@@ -264,7 +317,8 @@ TEST_F(FileOperationUndoTests, WhatIsMountedOnACopyStays) {
       isMounted = ::mount((folder / "mine").c_str(), (folder / "to/a").c_str(), nullptr, MS_BIND, nullptr) == 0;
     });
     if (!isMounted) return 77;
-    return HasFailure() || contentsOf(folder / "mine/small") != "mine" ? 1 : 0;
+    const auto mode = std::filesystem::status(folder / "mine").permissions();
+    return HasFailure() || contentsOf(folder / "mine/small") != "mine" || mode != std::filesystem::perms{0755} ? 1 : 0;
   };
   const int result = inChild(work);
   if (result == 77) GTEST_SKIP() << "no right to mount";
