@@ -90,7 +90,7 @@ bool copy(NSFileManager& manager, const Ref<NSString>& source, const Ref<NSStrin
   const auto from = systemPath(source);
   const auto to = systemPath(destination);
   return from && to && watched(manager, handler, [&](detail::FileOperationObserver* observer) {
-           return detail::copyItem(*from, *to, kind, observer).error == 0;
+           return detail::copyItem(detail::OpenPath(*from), detail::OpenPath(*to), kind, observer).error == 0;
          });
 }
 

@@ -124,6 +124,29 @@ class Removal : FolderVisitor {
   int error_ = 0;
 };
 
+// Removes what is known to be somewhere else, too.
+class RemovalOfCopied final : public Removal {
+ public:
+  explicit RemovalOfCopied(CopiedItems copied) : Removal(std::string(), nullptr), copied_(std::move(copied)) {
+    copied_.sort();
+  }
+
+ private:
+  int obstacleAt(int folder, const char* name, unsigned char type) const override {
+    const int error = Removal::obstacleAt(folder, name, type);
+    if (error != 0) return error;
+    struct stat status;
+    if (::fstatat(folder, name, &status, AT_SYMLINK_NOFOLLOW) != 0) return errno;
+    return copied_.contain(walk().keyOf(name), status) ? 0 : EBUSY;
+  }
+  int obstacleIn(int folder, const char* name) const override {
+    const int error = Removal::obstacleIn(folder, name);
+    return error == 0 && !copied_.containFolder(walk().keyOfFolder(name)) ? EBUSY : error;
+  }
+
+  CopiedItems copied_;
+};
+
 // Takes back what this process has made a moment ago, whatever locks and permissions it was given since.
 class Undoing final : public Removal {
  public:
@@ -181,6 +204,13 @@ int removeItem(const std::string& path, FileOperationObserver* observer) {
   const int error = obstacleAt(place, status);
   if (error == 0) return Removal(path, observer).run(place, static_cast<unsigned char>(IFTODT(status.st_mode)));
   return observer != nullptr && observer->proceedsAfter(error, path, std::string()) ? 0 : error;
+}
+
+int removeCopied(const PlaceInFolder& place, CopiedItems copied) {
+  struct stat status;
+  const int error = obstacleAt(place, status);
+  if (error != 0) return error;
+  return RemovalOfCopied(std::move(copied)).run(place, static_cast<unsigned char>(IFTODT(status.st_mode)));
 }
 
 void removeMade(const PlaceInFolder& place, const FolderIdentity& root, ItemKeys made) noexcept {
