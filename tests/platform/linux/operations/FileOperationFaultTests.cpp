@@ -335,6 +335,23 @@ TEST_F(FileOperationFaultTests, AnItemIsLockedOrNotAsTheAnswerSays) {
   report("failing call", "lock and unlock", points, "as the answer says");
 }
 
+TEST_F(FileOperationFaultTests, AnotherItemThatGetsThePathIsNotLocked) {
+  ScratchFolder folder;
+  for (const char* name : {"item", "victim"}) {
+    std::filesystem::create_directory(folder / name);
+    writeFile(folder / name + "/file", "text");
+  }
+  const auto replace = [&] {
+    std::filesystem::rename(folder / "item", folder / "away");
+    std::filesystem::create_symlink("victim", folder / "item");
+  };
+  FaultScript script({});
+  script.before("openat", [&] { script.before("openat", replace); });  // after the question for the lock
+  JxFileCatalogInformation::setFinderLock(folder.string("item/file"), true);
+  ASSERT_TRUE(exists(folder / "away")) << "the calls did not come by here";
+  EXPECT_FALSE(JxFileCatalogInformation::isLockedByFinder(folder.string("victim/file")));
+}
+
 TEST_F(FileOperationFaultTests, ALockHoldsThoughTheQuestionForItFails) {
   ScratchFolder folder;
   const auto prepare = [&] {
