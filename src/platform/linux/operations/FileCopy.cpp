@@ -2,6 +2,7 @@
 
 #include <dirent.h>
 #include <fcntl.h>
+#include <limits.h>
 #include <sys/stat.h>
 #include <sys/xattr.h>
 
@@ -228,8 +229,7 @@ class Copying final : FolderVisitor {
   }
 
   int copyFile(int folder, const char* name, std::uint64_t& size) {
-    constexpr int flags = O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
-    const FileDescriptor from(retryInterrupted([&] { return ::openat(folder, name, flags); }));
+    const FileDescriptor from = openToCopy(folder, name);
     struct stat status;
     if (!from || ::fstat(from.get(), &status) != 0) return errno;
     if (!S_ISREG(status.st_mode)) return ESTALE;
@@ -266,6 +266,7 @@ class Copying final : FolderVisitor {
   void remember(const struct stat& status, const char* name) {
     struct stat made;
     if (status.st_nlink < 2 || !walk_.isInside()) return;
+    if (walk_.path().size() >= PATH_MAX) return;  // there would be no linking to it
     if (::fstatat(toFolder(), name, &made, AT_SYMLINK_NOFOLLOW) != 0) return;
     made_[{status.st_dev, status.st_ino}] = {pathFrom(target_.place.name, name), made.st_ino};
   }
