@@ -173,7 +173,8 @@ ZT_EXPORT void setFinderLock(const Ref<NSString>& self, bool lock);
 // Create, copy, rename and remove the item at a path. Nothing is raised or logged: the answer is 0 or an error number,
 // -108 for all of them when there is no memory. The checks come in the order in which the errors are listed. Partial
 // work is not undone, except that a copy is whole or not there at all. Block as long as the file system does. Threads:
-// safe.
+// safe. Of a path that is a single name the folder around it counts as missing: the item can be renamed and copied to
+// another path, but none is made or removed there.
 
 namespace JxFileOperation {
 

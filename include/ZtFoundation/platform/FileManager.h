@@ -168,10 +168,12 @@ class ZT_EXPORT NSFileManager : public NSObject {
   virtual bool copyPath_toPath_handler(const Ref<NSString>& source, const Ref<NSString>& destination,
                                        const Ref<NSObject>& handler);
   /// Moves an item, folders as a whole. Inside a volume that is a change of name. To another volume it is copied as
-  /// `copyPath_toPath_handler` does, the copy is flushed to its device, and then the source is removed.
+  /// `copyPath_toPath_handler` does into a folder that the process may read, the copy is flushed to its device, and then
+  /// what has been copied is removed from the source, unless it has been changed meanwhile.
   /// \returns false when the item could not be moved; it is still at `source` then, and nothing is at `destination`. If
-  /// only flushing a complete copy or removing its source fails, the copy stays as well as what is left of the source. If
-  /// the handler lets a copy go on without an item, that copy stays as well as the whole source.
+  /// only flushing a complete copy or removing its source fails, or something has come into the source or been changed
+  /// there meanwhile, the copy stays as well as what is left of the source. If the handler lets a copy go on without an
+  /// item, that copy stays as well as the whole source.
   virtual bool movePath_toPath_handler(const Ref<NSString>& source, const Ref<NSString>& destination,
                                        const Ref<NSObject>& handler);
   /// Gives a file another name, as a hard link. Of a folder a copy is made whose files are hard links to those of the

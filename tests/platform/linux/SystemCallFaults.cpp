@@ -13,6 +13,7 @@
 
 #include <cerrno>
 #include <cstdarg>
+#include <cstdint>
 #include <utility>
 
 namespace ZtFoundation::test {
@@ -153,8 +154,17 @@ ZT_INTERCEPT(ssize_t, copy_file_range, "copy_file_range", -1,
              (from, in, to, out, size, flags), )
 ZT_INTERCEPT(int, ftruncate, "ftruncate64", -1, (int file, off_t size), (file, size), noexcept)
 ZT_INTERCEPT(off_t, lseek, "lseek64", -1, (int file, off_t at, int from), (file, at, from), noexcept)
-ZT_INTERCEPT(int, statx, "statx", -1, (int folder, const char* path, int flags, unsigned mask, struct statx* status),
-             (folder, path, flags, mask, status), noexcept)
+
+ZT_STAND_IN int statx(int folder, const char* path, int flags, unsigned mask, struct statx* status) noexcept {
+  static const auto original = next<int (*)(int, const char*, int, unsigned, struct statx*)>("statx");
+  if (fails("statx")) return -1;
+  const int result = original(folder, path, flags, mask, status);
+  const auto* script = ZtFoundation::test::current;
+  if (result != 0 || script == nullptr || !script->hidesMounts()) return result;
+  status->stx_attributes_mask &= ~std::uint64_t{STATX_ATTR_MOUNT_ROOT};
+  status->stx_attributes &= ~std::uint64_t{STATX_ATTR_MOUNT_ROOT};
+  return result;
+}
 
 ZT_STAND_IN ssize_t pwrite(int file, const void* bytes, size_t size, off_t at) {
   static const auto original = next<ssize_t (*)(int, const void*, size_t, off_t)>("pwrite64");

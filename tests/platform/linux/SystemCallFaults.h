@@ -31,6 +31,8 @@ class FaultScript {
 
   /// From now on listings of folders do not tell what the items are, as on some file systems.
   void hideTypes() { hidesTypes_ = true; }
+  /// From now on no folder is told to be one at which something is mounted, as by kernels before 5.8.
+  void hideMounts() { hidesMounts_ = true; }
 
   /// The functions called so far, in order.
   const std::vector<std::string>& calls() const { return calls_; }
@@ -42,6 +44,7 @@ class FaultScript {
   // For the functions that stand in for the C library's.
   bool fails(const char* name);
   bool hidesTypes() const { return hidesTypes_; }
+  bool hidesMounts() const { return hidesMounts_; }
   bool isHalfWrite() const { return fault_.writesHalf && static_cast<int>(calls_.size()) - 1 == fault_.at; }
 
  private:
@@ -50,6 +53,7 @@ class FaultScript {
   std::string actionName_;
   std::function<void()> action_;
   bool hidesTypes_ = false;
+  bool hidesMounts_ = false;
 };
 
 }  // namespace ZtFoundation::test

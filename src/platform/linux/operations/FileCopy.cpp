@@ -2,6 +2,7 @@
 
 #include <dirent.h>
 #include <fcntl.h>
+#include <limits.h>
 #include <sys/stat.h>
 #include <sys/xattr.h>
 
@@ -13,13 +14,11 @@
 #include "platform/linux/operations/FileRemoval.h"
 #include "platform/linux/operations/FolderSize.h"
 #include "platform/linux/operations/FolderWalk.h"
-#include "platform/linux/operations/MadeItems.h"
+#include "platform/linux/operations/ItemKeys.h"
 
 namespace ZtFoundation::detail {
 
 namespace {
-
-int errorOf(int result) { return result == 0 ? 0 : errno; }
 
 // Whether the open folder is the one that is sought, or somewhere in it.
 bool isFolderIn(int folder, const FolderIdentity& sought) {
@@ -42,8 +41,9 @@ bool isFolderIn(int folder, const FolderIdentity& sought) {
 
 class Copying final : FolderVisitor {
  public:
-  Copying(const std::string& from, const std::string& to, CopyKind kind, FileOperationObserver* observer)
-      : fromPath_(from), toPath_(to), kind_(kind), observer_(observer), target_(placeOf(to)), placeError_(errno) {}
+  Copying(const OpenPath& source, const OpenPath& target, CopyKind kind, FileOperationObserver* observer,
+          CopiedItems* copied)
+      : source_(source), target_(target), kind_(kind), observer_(observer), copied_(copied) {}
 
   CopyResult run() {
     try {
@@ -65,40 +65,41 @@ class Copying final : FolderVisitor {
   // --- From the beginning
 
   void start() {
-    const PlaceInFolder source = placeOf(fromPath_);
     struct stat status;
-    const int error = examine(source, status);
+    const int error = examine(status);
     if (error != 0) {
       finish(error, "");
       return;
     }
     const auto type = static_cast<unsigned char>(IFTODT(status.st_mode));
-    if (observer_ != nullptr && observer_->wantsBytes()) watchBytes(source, type);
+    if (observer_ != nullptr && observer_->wantsBytes()) watchBytes(type);
+    const PlaceInFolder& place = source_.place;
     if (type == DT_DIR) {
-      walk_.run(source.folder.get(), source.name.c_str());
+      walk_.run(place.folder.get(), place.name.c_str());
     } else {
-      item(source.folder.get(), source.name.c_str(), type);
+      item(place.folder.get(), place.name.c_str(), type);
     }
   }
 
-  int examine(const PlaceInFolder& source, struct stat& status) const {
-    if (!source || !target_) return !source ? errno : placeError_;
+  int examine(struct stat& status) const {
+    if (!source_ || !target_) return !source_ ? source_.error : target_.error;
     FolderIdentity identity;
-    const char* name = source.name.c_str();
-    if (::fstatat(source.folder.get(), name, &status, AT_SYMLINK_NOFOLLOW) != 0) return errno;
-    if (!identify(source.folder.get(), name, identity)) return errno;
-    if (isLocked(target_.folder.get())) return EPERM;
-    return S_ISDIR(status.st_mode) && isFolderIn(target_.folder.get(), identity) ? EINVAL : 0;
+    const int folder = source_.place.folder.get();
+    const char* name = source_.place.name.c_str();
+    if (::fstatat(folder, name, &status, AT_SYMLINK_NOFOLLOW) != 0) return errno;
+    if (!identify(folder, name, identity)) return errno;
+    if (isLocked(targetFolder())) return EPERM;
+    return S_ISDIR(status.st_mode) && isFolderIn(targetFolder(), identity) ? EINVAL : 0;
   }
 
   void undo() {
-    if (!own_.isEmpty()) removeMade(target_, root_, std::move(own_));
+    if (!own_.isEmpty()) removeMade(target_.place, root_, std::move(own_));
   }
 
   // --- Progress
 
-  void watchBytes(const PlaceInFolder& source, unsigned char type) {
-    total_ = sizeOfItem(source, type);
+  void watchBytes(unsigned char type) {
+    total_ = sizeOfItem(source_.place, type);
     isWatched_ = true;
     contents_ = ContentsCopier([this](std::uint64_t bytes) { return advance(bytes); });
   }
@@ -164,13 +165,14 @@ class Copying final : FolderVisitor {
   }
 
   void announce(const char* name) {
-    if (observer_ != nullptr) observer_->willProcess(sourcePathOf(name));
+    if (observer_ != nullptr && observer_->wantsPaths()) observer_->willProcess(sourcePathOf(name));
   }
 
   // --- Making
 
-  int toFolder() const { return to_.isEmpty() ? target_.folder.get() : to_.folder(); }
-  const char* newName(const char* name) const { return walk_.isInside() ? name : target_.name.c_str(); }
+  int targetFolder() const { return target_.place.folder.get(); }
+  int toFolder() const { return to_.isEmpty() ? targetFolder() : to_.folder(); }
+  const char* newName(const char* name) const { return walk_.isInside() ? name : target_.place.name.c_str(); }
 
   int makeFolder(int folder, const char* name) {
     struct stat status;
@@ -187,17 +189,25 @@ class Copying final : FolderVisitor {
       return error;
     }
     if (own_.isEmpty()) root_ = to_.identity();
-    noted(0, name);
+    own_.note(walk_.keyOfFolder(name));
+    if (copied_ != nullptr) copied_->noteFolder(walk_.keyOfFolder(name));
     folders_.push_back(status);
     // So that what comes into it gets only what the source has.
     ::fremovexattr(to_.folder(), "system.posix_acl_default");
     return 0;
   }
 
-  // Passes the errno on; for 0 there is now a copy of the item `name`.
-  int noted(int error, const char* name) {
-    if (error == 0) own_.note(walk_.path(), walk_.isInside() ? name : "");
-    return error;
+  // Which item the copy is, unless this is one inside it.
+  void rememberRoot(int folder, const char* name) {
+    if (!walk_.isInside()) identify(folder, name, root_);
+  }
+
+  // The errno is passed on; for 0 there is now a copy of the item `name`, as `status` has it.
+  int noted(int error, const char* name, const struct stat& status) {
+    if (error != 0) return error;
+    own_.note(walk_.keyOf(name));
+    if (copied_ != nullptr) copied_->note(walk_.keyOf(name), status);
+    return 0;
   }
 
   // In the copy itself, which was moved there, or in a folder that is mounted inside itself.
@@ -207,19 +217,25 @@ class Copying final : FolderVisitor {
   }
 
   int copyOne(int folder, const char* name, unsigned char type, std::uint64_t& size) {
-    if (kind_ == CopyKind::Link) return noted(errorOf(::linkat(folder, name, toFolder(), newName(name), 0)), name);
+    if (kind_ == CopyKind::Link) return linkItem(folder, name);
     return type == DT_REG ? copyFile(folder, name, size) : copyOther(folder, name);
   }
 
+  int linkItem(int folder, const char* name) {
+    if (::linkat(folder, name, toFolder(), newName(name), 0) != 0) return errno;
+    rememberRoot(toFolder(), newName(name));
+    own_.note(walk_.keyOf(name));
+    return 0;
+  }
+
   int copyFile(int folder, const char* name, std::uint64_t& size) {
-    constexpr int flags = O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
-    const FileDescriptor from(retryInterrupted([&] { return ::openat(folder, name, flags); }));
+    const FileDescriptor from = openToCopy(folder, name);
     struct stat status;
     if (!from || ::fstat(from.get(), &status) != 0) return errno;
     if (!S_ISREG(status.st_mode)) return ESTALE;
     size = static_cast<std::uint64_t>(status.st_size);
     const bool isLinked = status.st_nlink > 1 && linkToCopy(status, newName(name));
-    return noted(isLinked ? 0 : copyOpenFile(from.get(), status, newName(name)), name);
+    return noted(isLinked ? 0 : copyOpenFile(from.get(), status, newName(name)), name, status);
   }
 
   int copyOpenFile(int from, const struct stat& status, const char* name) {
@@ -227,18 +243,22 @@ class Copying final : FolderVisitor {
     if (!to) return errno;
     int error = contents_.copy(from, status, to.get());
     if (error == 0) error = giveAttributes(from, status, to.get());
-    if (error == 0) remember(status, name);
-    return error == 0 ? to.finish() : error;
+    if (error != 0) return error;
+    rememberRoot(to.get(), "");
+    remember(status, name);
+    return to.finish();
   }
 
   int copyOther(int folder, const char* name) {
     struct stat status;
     if (::fstatat(folder, name, &status, AT_SYMLINK_NOFOLLOW) != 0) return errno;
     if (S_ISREG(status.st_mode) || S_ISDIR(status.st_mode)) return ESTALE;
-    if (status.st_nlink > 1 && linkToCopy(status, newName(name))) return noted(0, name);
-    const int error = noted(makeOther(folder, name, status, toFolder(), newName(name)), name);
-    if (error == 0) remember(status, newName(name));
-    return error;
+    if (status.st_nlink > 1 && linkToCopy(status, newName(name))) return noted(0, name, status);
+    const int error = noted(makeOther(folder, name, status, toFolder(), newName(name)), name, status);
+    if (error != 0) return error;
+    rememberRoot(toFolder(), newName(name));
+    remember(status, newName(name));
+    return 0;
   }
 
   // --- Files that have several names
@@ -246,15 +266,16 @@ class Copying final : FolderVisitor {
   void remember(const struct stat& status, const char* name) {
     struct stat made;
     if (status.st_nlink < 2 || !walk_.isInside()) return;
+    if (walk_.path().size() >= PATH_MAX) return;  // there would be no linking to it
     if (::fstatat(toFolder(), name, &made, AT_SYMLINK_NOFOLLOW) != 0) return;
-    made_[{status.st_dev, status.st_ino}] = {pathFrom(target_.name, name), made.st_ino};
+    made_[{status.st_dev, status.st_ino}] = {pathFrom(target_.place.name, name), made.st_ino};
   }
 
   // False when this is the first of its names, or the others cannot be had as links.
   bool linkToCopy(const struct stat& status, const char* name) {
     const auto made = made_.find({status.st_dev, status.st_ino});
     if (made == made_.end()) return false;
-    if (::linkat(target_.folder.get(), made->second.path.c_str(), toFolder(), name, 0) != 0) return false;
+    if (::linkat(targetFolder(), made->second.path.c_str(), toFolder(), name, 0) != 0) return false;
     struct stat found;
     if (::fstatat(toFolder(), name, &found, AT_SYMLINK_NOFOLLOW) == 0 && found.st_ino == made->second.number)
       return true;
@@ -270,21 +291,20 @@ class Copying final : FolderVisitor {
     while (path.size() > 1 && path.back() == '/') path.pop_back();
     return path;
   }
-  std::string sourcePathOf(const char* name) const { return pathFrom(fromPath_, name); }
-  std::string targetPathOf(const char* name) const { return pathFrom(toPath_, name); }
+  std::string sourcePathOf(const char* name) const { return pathFrom(source_.path, name); }
+  std::string targetPathOf(const char* name) const { return pathFrom(target_.path, name); }
 
-  std::string fromPath_;
-  std::string toPath_;
+  const OpenPath& source_;
+  const OpenPath& target_;
   CopyKind kind_;
   FileOperationObserver* observer_;
+  CopiedItems* copied_;
 
-  PlaceInFolder target_;
-  int placeError_;
   FolderWalk walk_{*this};
   FolderDescent to_;
   std::vector<struct stat> folders_;  // what the folders on the way are to become
-  FolderIdentity root_;               // the copy's first folder
-  MadeItems own_;
+  FolderIdentity root_;               // the copy's first item
+  ItemKeys own_;
   std::map<std::pair<dev_t, ino_t>, Made> made_;  // by the source's identity
   ContentsCopier contents_;
 
@@ -301,8 +321,12 @@ class Copying final : FolderVisitor {
 
 }  // namespace
 
-CopyResult copyItem(const std::string& from, const std::string& to, CopyKind kind, FileOperationObserver* observer) {
-  return Copying(from, to, kind, observer).run();
+OpenPath::OpenPath(std::string itemPath)
+    : path(std::move(itemPath)), place(placeOf(path)), error(place.folder ? 0 : errno) {}
+
+CopyResult copyItem(const OpenPath& from, const OpenPath& to, CopyKind kind, FileOperationObserver* observer,
+                    CopiedItems* copied) {
+  return Copying(from, to, kind, observer, copied).run();
 }
 
 }  // namespace ZtFoundation::detail

@@ -9,8 +9,6 @@
 #include <cerrno>
 #include <limits>
 
-#include "platform/linux/files/FileDescriptor.h"
-
 namespace ZtFoundation::detail {
 
 namespace {
@@ -52,7 +50,23 @@ int writeAllAt(int to, const char* bytes, std::size_t size, off_t at) {
   return 0;
 }
 
+FileDescriptor openLeased(int folder, const char* name) {
+  const FileDescriptor item(retryInterrupted([&] { return ::openat(folder, name, O_PATH | O_NOFOLLOW | O_CLOEXEC); }));
+  struct stat status;
+  if (!item || ::fstat(item.get(), &status) != 0) return {};
+  errno = ESTALE;
+  if (!S_ISREG(status.st_mode)) return {};
+  const PathOfDescriptor path(item.get());
+  return FileDescriptor(retryInterrupted([&] { return ::open(path.get(), O_RDONLY | O_NOCTTY | O_CLOEXEC); }));
+}
+
 }  // namespace
+
+FileDescriptor openToCopy(int folder, const char* name) {
+  constexpr int flags = O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
+  FileDescriptor file(retryInterrupted([&] { return ::openat(folder, name, flags); }));
+  return file || errno != EAGAIN ? std::move(file) : openLeased(folder, name);
+}
 
 int ContentsCopier::copy(int from, const struct stat& status, int to) {
   if (status.st_size == 0) return copyToEnd(from, to);

@@ -9,7 +9,14 @@
 #include <memory>
 #include <utility>
 
+#include "platform/linux/files/FileDescriptor.h"
+
 namespace ZtFoundation::detail {
+
+/// Opens what is called `name` in an open folder for reading; links are not followed. Waits for nothing but a regular
+/// file on which another process has a lease, until that gives it up. An object without a file is an error, which errno
+/// tells.
+FileDescriptor openToCopy(int folder, const char* name);
 
 /// Copies contents from file to file, in the quickest way that the file systems have: sharing the blocks, else copying
 /// inside the kernel, else through memory. What it learns about the file systems serves the next file.

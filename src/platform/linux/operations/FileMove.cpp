@@ -49,11 +49,10 @@ int obstacle(const PlaceInFolder& from, const PlaceInFolder& to) {
   return isAnyLocked ? EPERM : 0;
 }
 
-// The only copy there will be is on its device before the source goes.
-int flush(const PlaceInFolder& place) {
+// For flushing, which tells of the errors since then.
+FileDescriptor openFolder(const PlaceInFolder& place) {
   constexpr int flags = O_RDONLY | O_DIRECTORY | O_CLOEXEC;
-  const FileDescriptor folder(retryInterrupted([&] { return ::openat(place.folder.get(), ".", flags); }));
-  return folder ? errorOf(::syncfs(folder.get())) : errno;
+  return FileDescriptor(retryInterrupted([&] { return ::openat(place.folder.get(), ".", flags); }));
 }
 
 // What the observer is asked about, it has been asked by then.
@@ -62,15 +61,18 @@ struct Outcome {
   bool isAsked = false;
 };
 
-Outcome copyAndRemove(const PlaceInFolder& source, const PlaceInFolder& target, const std::string& from,
-                      const std::string& to, FileOperationObserver* observer) {
+Outcome copyAndRemove(const OpenPath& source, const OpenPath& target, FileOperationObserver* observer) {
   // Better to know before the copy than after.
-  if (::faccessat(source.folder.get(), ".", W_OK, AT_EACCESS) != 0) return {errno};
-  const CopyResult copy = copyItem(from, to, CopyKind::Copy, observer);
+  if (::faccessat(source.place.folder.get(), ".", W_OK, AT_EACCESS) != 0) return {errno};
+  const FileDescriptor folder = openFolder(target.place);
+  if (!folder) return {errno};
+  CopiedItems copied;
+  const CopyResult copy = copyItem(source, target, CopyKind::Copy, observer, &copied);
   if (copy.error != 0) return {copy.error, true};
   if (!copy.isComplete) return {EIO, true};
-  const int error = flush(target);
-  return {error != 0 ? error : removeItem(from, nullptr)};
+  // The only copy there will be is on its device before the source goes.
+  const int error = errorOf(::syncfs(folder.get()));
+  return {error != 0 ? error : removeCopied(source.place, std::move(copied))};
 }
 
 // Who cannot be told, or throws, finds the item where it was.
@@ -85,16 +87,20 @@ void tell(const PlaceInFolder& source, const PlaceInFolder& target, bool isFolde
 }
 
 Outcome move(const std::string& from, const std::string& to, FileOperationObserver* observer) {
-  const PlaceInFolder source = placeOf(from);
-  if (!source) return {errno};
-  const PlaceInFolder target = placeOf(to);
+  const OpenPath source(from);
+  if (!source) return {source.error};
+  const OpenPath target(to);
+  if (!target) return {target.error};
   struct stat status;
-  if (!target || ::fstatat(source.folder.get(), source.name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) return {errno};
-  if (const int error = obstacle(source, target)) return {error};
+  if (::fstatat(source.place.folder.get(), source.place.name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0)
+    return {errno};
+  if (const int error = obstacle(source.place, target.place)) return {error};
   const bool isFolder = S_ISDIR(status.st_mode);
-  const int error = renameWithoutReplacing(source, target, isFolder);
-  if (error == EXDEV) return copyAndRemove(source, target, from, to, observer);
-  if (error == 0 && observer != nullptr) tell(source, target, isFolder, from, *observer);
+  const int error = renameWithoutReplacing(source.place, target.place, isFolder);
+  if (error == EXDEV) return copyAndRemove(source, target, observer);
+  if (error == 0 && observer != nullptr && observer->wantsPaths()) {
+    tell(source.place, target.place, isFolder, from, *observer);
+  }
   return {error};
 }
 

@@ -38,8 +38,10 @@ class HandlerObserver final : public detail::FileOperationObserver {
         wantsBytes_(responds(ZT_SELECTOR("fileManager:shouldContinueAfterCopyingBytes:ofTotal:atPath:"))),
         wantsItems_(responds(ZT_SELECTOR("fileManager:shouldContinueAfterRemovingItems:atPath:"))) {}
 
+  bool wantsPaths() const override { return wantsPaths_; }
+
   void willProcess(const std::string& path) override {
-    if (wantsPaths_) send<void>(handler_, ZT_SELECTOR("fileManager:willProcessPath:"), manager_, stringOf(path));
+    send<void>(handler_, ZT_SELECTOR("fileManager:willProcessPath:"), manager_, stringOf(path));
   }
 
   bool proceedsAfter(int error, const std::string& path, const std::string& toPath) override {
@@ -57,9 +59,11 @@ class HandlerObserver final : public detail::FileOperationObserver {
                       done, total, stringOf(path));
   }
 
+  bool wantsItems() const override { return wantsItems_; }
+
   bool continuesAfterItems(std::uint64_t done, const std::string& path) override {
-    return !wantsItems_ || send<bool>(handler_, ZT_SELECTOR("fileManager:shouldContinueAfterRemovingItems:atPath:"),
-                                      manager_, done, stringOf(path));
+    return send<bool>(handler_, ZT_SELECTOR("fileManager:shouldContinueAfterRemovingItems:atPath:"), manager_, done,
+                      stringOf(path));
   }
 
  private:
@@ -86,7 +90,7 @@ bool copy(NSFileManager& manager, const Ref<NSString>& source, const Ref<NSStrin
   const auto from = systemPath(source);
   const auto to = systemPath(destination);
   return from && to && watched(manager, handler, [&](detail::FileOperationObserver* observer) {
-           return detail::copyItem(*from, *to, kind, observer).error == 0;
+           return detail::copyItem(detail::OpenPath(*from), detail::OpenPath(*to), kind, observer).error == 0;
          });
 }
 

@@ -3,6 +3,7 @@
 #include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <new>
@@ -32,12 +33,13 @@ class Removal : FolderVisitor {
   }
 
  protected:
-  // The immutable flag need not be looked at: the system minds it itself.
-  virtual bool isKept(int folder, const char* name, unsigned char type) const {
-    return (type == DT_REG || type == DT_UNKNOWN) && hasLockAttributeAt(folder, name);
+  // Why the item may not be removed; 0 for no reason. The immutable flag need not be looked at: the system minds it
+  // itself.
+  virtual int obstacleAt(int folder, const char* name, unsigned char type) const {
+    return (type == DT_REG || type == DT_UNKNOWN) && hasLockAttributeAt(folder, name) ? EPERM : 0;
   }
   // Why nothing in the open folder may be removed; 0 for no reason.
-  virtual int obstacle(int folder, const char*) const {
+  virtual int obstacleIn(int folder, const char*) const {
     const FolderIdentity& identity = walk_.descent().identity();
     if (identity.isMountPoint) return EBUSY;
     return identity.isImmutable || hasLockAttribute(folder) ? EPERM : 0;
@@ -51,17 +53,19 @@ class Removal : FolderVisitor {
  private:
   Step item(int folder, const char* name, unsigned char type) override {
     announce(name);
-    return finish(removeFile(folder, name, type), name, depth());
+    return finish(unlessGone(removeFile(folder, name, type)), name, depth());
   }
 
   Step entered(int, const char* name, int folder) override {
     announce(name);
-    const int error = obstacle(folder, name);
+    const int error = obstacleIn(folder, name);
     return error == 0 ? Step::GoOn : finish(error, name, depth() - 1);
   }
 
   Step left(int parent, const char* name) override {
-    if (keptDepth_ <= depth()) return finish(errorOf(::unlinkat(parent, name, AT_REMOVEDIR)), name, depth());
+    if (keptDepth_ <= depth()) {
+      return finish(unlessGone(errorOf(::unlinkat(parent, name, AT_REMOVEDIR))), name, depth());
+    }
     keptDepth_ = depth();
     return Step::GoOn;
   }
@@ -71,13 +75,17 @@ class Removal : FolderVisitor {
     const int error = errno;
     announce(name);
     const bool isRemoved = error == EACCES && ::unlinkat(parent, name, AT_REMOVEDIR) == 0;
-    return finish(isRemoved ? 0 : error, name, depth());
+    return finish(isRemoved ? 0 : unlessGone(error), name, depth());
   }
 
   void lost(const char*) override { error_ = errno; }
 
+  // What others have removed first is removed, too; but for the item itself.
+  int unlessGone(int error) const { return error == ENOENT && walk_.isInside() ? 0 : error; }
+
   int removeFile(int folder, const char* name, unsigned char type) const {
-    return isKept(folder, name, type) ? EPERM : errorOf(::unlinkat(folder, name, 0));
+    const int error = obstacleAt(folder, name, type);
+    return error != 0 ? error : errorOf(::unlinkat(folder, name, 0));
   }
 
   // `depth` is that of the folder around the item, which stays if the item does.
@@ -89,7 +97,8 @@ class Removal : FolderVisitor {
   }
 
   bool goesOn(const char* name) {
-    return observer_ == nullptr || observer_->continuesAfterItems(++removed_, pathOf(name));
+    if (observer_ == nullptr || !observer_->wantsItems()) return true;
+    return observer_->continuesAfterItems(++removed_, pathOf(name));
   }
 
   Step stop(int error) {
@@ -98,7 +107,7 @@ class Removal : FolderVisitor {
   }
 
   void announce(const char* name) {
-    if (observer_ != nullptr) observer_->willProcess(pathOf(name));
+    if (observer_ != nullptr && observer_->wantsPaths()) observer_->willProcess(pathOf(name));
   }
 
   std::size_t depth() const { return walk_.descent().depth(); }
@@ -115,30 +124,66 @@ class Removal : FolderVisitor {
   int error_ = 0;
 };
 
+// Removes what is known to be somewhere else, too.
+class RemovalOfCopied final : public Removal {
+ public:
+  explicit RemovalOfCopied(CopiedItems copied) : Removal(std::string(), nullptr), copied_(std::move(copied)) {
+    copied_.sort();
+  }
+
+ private:
+  int obstacleAt(int folder, const char* name, unsigned char type) const override {
+    const int error = Removal::obstacleAt(folder, name, type);
+    if (error != 0) return error;
+    struct stat status;
+    if (::fstatat(folder, name, &status, AT_SYMLINK_NOFOLLOW) != 0) return errno;
+    return copied_.contain(walk().keyOf(name), status) ? 0 : EBUSY;
+  }
+  int obstacleIn(int folder, const char* name) const override {
+    const int error = Removal::obstacleIn(folder, name);
+    return error == 0 && !copied_.containFolder(walk().keyOfFolder(name)) ? EBUSY : error;
+  }
+
+  CopiedItems copied_;
+};
+
 // Takes back what this process has made a moment ago, whatever locks and permissions it was given since.
 class Undoing final : public Removal {
  public:
-  Undoing(const FolderIdentity& root, MadeItems made)
+  Undoing(const FolderIdentity& root, ItemKeys made)
       : Removal(std::string(), nullptr), root_(root), made_(std::move(made)) {
     made_.sort();
   }
 
  private:
-  bool isKept(int, const char* name, unsigned char) const override { return !isMade(name); }
-  int obstacle(int, const char* name) const override {
+  int obstacleAt(int folder, const char* name, unsigned char) const override {
+    FolderIdentity identity;
+    const bool isOwn = walk().isInside() || (identify(folder, name, identity) && identity.isSameAs(root_));
+    return isOwn && made_.contain(walk().keyOf(name)) ? 0 : EPERM;
+  }
+  int obstacleIn(int folder, const char* name) const override {
     const FolderIdentity& identity = walk().descent().identity();
     if (identity.isMountPoint) return EBUSY;
-    return isMade(name) && (walk().isInside() || identity.isSameAs(root_)) ? 0 : EPERM;
+    if (!isOwnFolder(identity, name)) return EPERM;
+    if (::faccessat(folder, ".", W_OK | X_OK, AT_EACCESS) != 0) ::fchmod(folder, S_IRWXU);
+    return 0;
   }
-  void approaching(int parent, const char* name) override {
-    if (isMade(name)) ::fchmodat(parent, name, S_IRWXU, AT_SYMLINK_NOFOLLOW);
+  bool opensUp(int parent, const char* name) override {
+    constexpr int flags = O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
+    const FileDescriptor folder(retryInterrupted([&] { return ::openat(parent, name, flags); }));
+    FolderIdentity identity;
+    if (!folder || !identify(folder.get(), "", identity)) return false;
+    const bool isOwn = !identity.isMountPoint && isOwnFolder(identity, name);
+    return isOwn && ::chmod(PathOfDescriptor(folder.get()).get(), S_IRWXU) == 0;
   }
   bool proceedsAfter(int, const char*) override { return true; }
 
-  bool isMade(const char* name) const { return made_.contain(walk().path(), walk().isInside() ? name : ""); }
+  bool isOwnFolder(const FolderIdentity& identity, const char* name) const {
+    return (walk().isInside() || identity.isSameAs(root_)) && made_.contain(walk().keyOfFolder(name));
+  }
 
   FolderIdentity root_;
-  MadeItems made_;
+  ItemKeys made_;
 };
 
 bool isOwnOrParent(const std::string& name) { return name == "." || name == ".."; }
@@ -161,7 +206,14 @@ int removeItem(const std::string& path, FileOperationObserver* observer) {
   return observer != nullptr && observer->proceedsAfter(error, path, std::string()) ? 0 : error;
 }
 
-void removeMade(const PlaceInFolder& place, const FolderIdentity& root, MadeItems made) noexcept {
+int removeCopied(const PlaceInFolder& place, CopiedItems copied) {
+  struct stat status;
+  const int error = obstacleAt(place, status);
+  if (error != 0) return error;
+  return RemovalOfCopied(std::move(copied)).run(place, static_cast<unsigned char>(IFTODT(status.st_mode)));
+}
+
+void removeMade(const PlaceInFolder& place, const FolderIdentity& root, ItemKeys made) noexcept {
   struct stat status;
   if (::fstatat(place.folder.get(), place.name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) return;
   try {

@@ -5,9 +5,10 @@
 #include <string>
 
 #include "platform/linux/files/PlaceInFolder.h"
+#include "platform/linux/operations/CopiedItems.h"
 #include "platform/linux/operations/FileOperationObserver.h"
 #include "platform/linux/operations/FolderDescent.h"
-#include "platform/linux/operations/MadeItems.h"
+#include "platform/linux/operations/ItemKeys.h"
 
 namespace ZtFoundation::detail {
 
@@ -15,8 +16,12 @@ namespace ZtFoundation::detail {
 /// the first error ends it.
 int removeItem(const std::string& path, FileOperationObserver* observer);
 
+/// Removes the item at `place` that has been copied, and ends at the first thing in it that has not, or has changed
+/// since. Answers 0 or an errno.
+int removeCopied(const PlaceInFolder& place, CopiedItems copied);
+
 /// Removes what a copy that failed has made at `place`, locked or not. What others have put there meanwhile stays, with
-/// the folders around it, and so does everything if `place.name` is a folder and not `root`. Errors do not end it.
-void removeMade(const PlaceInFolder& place, const FolderIdentity& root, MadeItems made) noexcept;
+/// the folders around it, and so does everything if the item there is not `root`. Errors do not end it.
+void removeMade(const PlaceInFolder& place, const FolderIdentity& root, ItemKeys made) noexcept;
 
 }  // namespace ZtFoundation::detail

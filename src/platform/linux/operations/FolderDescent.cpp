@@ -15,14 +15,28 @@ FileDescriptor openFolder(int at, const char* name) {
   return FileDescriptor(retryInterrupted([&] { return ::openat(at, name, flags); }));
 }
 
+std::uint64_t deviceOf(const struct statx& status) {
+  return (std::uint64_t{status.stx_dev_major} << 32) | status.stx_dev_minor;
+}
+
+// Kernels before 5.8 do not tell; then another device than that of the folder around does.
+bool isMountPoint(const struct statx& status, int folder, const char* name) {
+  if ((status.stx_attributes_mask & STATX_ATTR_MOUNT_ROOT) != 0) {
+    return (status.stx_attributes & STATX_ATTR_MOUNT_ROOT) != 0;
+  }
+  struct statx around;
+  const char* const outer = *name == '\0' ? ".." : "";
+  return ::statx(folder, outer, AT_EMPTY_PATH, STATX_INO, &around) != 0 || deviceOf(around) != deviceOf(status);
+}
+
 }  // namespace
 
 bool identify(int folder, const char* name, FolderIdentity& identity) noexcept {
   struct statx status;
   if (::statx(folder, name, AT_EMPTY_PATH | AT_SYMLINK_NOFOLLOW, STATX_INO | STATX_ATIME, &status) != 0) return false;
-  identity.device = (std::uint64_t{status.stx_dev_major} << 32) | status.stx_dev_minor;
+  identity.device = deviceOf(status);
   identity.number = status.stx_ino;
-  identity.isMountPoint = (status.stx_attributes & STATX_ATTR_MOUNT_ROOT) != 0;
+  identity.isMountPoint = isMountPoint(status, folder, name);
   identity.isImmutable = (status.stx_attributes & STATX_ATTR_IMMUTABLE) != 0;
   identity.accessed.tv_sec = static_cast<time_t>(status.stx_atime.tv_sec);
   identity.accessed.tv_nsec = static_cast<long>(status.stx_atime.tv_nsec);

@@ -15,7 +15,7 @@ namespace ZtFoundation::detail {
 struct FolderIdentity {
   std::uint64_t device = 0;
   std::uint64_t number = 0;
-  bool isMountPoint = false;  ///< another file system, or part of one, is mounted here
+  bool isMountPoint = false;  ///< another file system, or part of one, is mounted here, or may be
   bool isImmutable = false;
   timespec accessed{};  ///< before the folder was read here
 

@@ -35,18 +35,34 @@ FolderWalk::Step FolderWalk::goOn() {
 
 FolderWalk::Step FolderWalk::enter(const char* name) {
   const int parent = current();
-  Level level{{}, path_.size()};
-  visitor_.approaching(parent, name);
-  if (!descent_.enter(parent, name)) return visitor_.failed(parent, name);
-  const bool isRead = level.contents.read(descent_.folder());
-  const Step step = isRead ? visitor_.entered(parent, name, descent_.folder()) : visitor_.failed(parent, name);
-  if (!isRead || step != Step::GoOn) {
+  Level level{{}, path_.size(), keyOfFolder(name)};
+  if (!open(parent, name, level.contents)) return visitor_.failed(parent, name);
+  const Step step = visitor_.entered(parent, name, descent_.folder());
+  if (step != Step::GoOn) {
     descent_.leave();
     return step;
   }
   if (!levels_.empty()) path_.append(name).append("/");
   levels_.push_back(std::move(level));
   return step;
+}
+
+bool FolderWalk::descend(int parent, const char* name) {
+  if (descent_.enter(parent, name)) return true;
+  if (errno != EACCES) return false;
+  if (visitor_.opensUp(parent, name)) return descent_.enter(parent, name);
+  errno = EACCES;
+  return false;
+}
+
+// False when the walk is where it was, for the reason in errno.
+bool FolderWalk::open(int parent, const char* name, FolderContents& contents) {
+  if (!descend(parent, name)) return false;
+  if (contents.read(descent_.folder())) return true;
+  const int error = errno;
+  descent_.leave();
+  errno = error;
+  return false;
 }
 
 FolderWalk::Step FolderWalk::leave() {

@@ -7,6 +7,7 @@
 
 #include "platform/linux/files/FolderContents.h"
 #include "platform/linux/operations/FolderDescent.h"
+#include "platform/linux/operations/ItemKeys.h"
 
 namespace ZtFoundation::detail {
 
@@ -19,8 +20,8 @@ class FolderVisitor {
 
   /// Anything but a folder; `type` as in a listing, DT_UNKNOWN for what cannot be looked at.
   virtual Step item(int folder, const char* name, unsigned char type) = 0;
-  /// A folder before it is opened.
-  virtual void approaching(int /*parent*/, const char* /*name*/) {}
+  /// A folder that this process may not open. True when that has been changed, so that it is tried once more.
+  virtual bool opensUp(int /*parent*/, const char* /*name*/) { return false; }
   /// The folder before what is in it: where it is, and the folder itself. Skip passes over it.
   virtual Step entered(int parent, const char* name, int folder) = 0;
   /// The folder after what is in it, while it is open and afterwards.
@@ -44,6 +45,9 @@ class FolderWalk {
   const std::string& path() const noexcept { return path_; }
   /// Whether the walk is in the first folder, not just before or after it.
   bool isInside() const noexcept { return !levels_.empty(); }
+  /// The keys of an item where the walk is, by its path from the first folder; of a folder it is another.
+  ItemKey keyOf(const char* name) const noexcept { return isInside() ? levels_.back().key.with(name) : ItemKey(); }
+  ItemKey keyOfFolder(const char* name) const noexcept { return keyOf(name).with("/"); }
   const FolderDescent& descent() const noexcept { return descent_; }
 
  private:
@@ -52,10 +56,13 @@ class FolderWalk {
   struct Level {
     FolderContents contents;
     std::size_t nameAt;  // in path_
+    ItemKey key;
   };
 
   int current() const noexcept { return descent_.isEmpty() ? at_ : descent_.folder(); }
   Step enter(const char* name);
+  bool descend(int parent, const char* name);
+  bool open(int parent, const char* name, FolderContents& contents);
   Step leave();
   Step goOn();
 

@@ -211,18 +211,21 @@ class Resolution {
   std::string handledParent_;
 };
 
-// An item that has not moved needs no look at the volumes: no other has its number and its date of birth.
-std::optional<ItemPlace> placeUnmoved(const AliasContents& alias) {
+// An item that has not moved needs no look at the volumes: no other has its number and its date of birth. But what is
+// mounted there today may be another one, which keeps the process waiting.
+std::optional<ItemPlace> placeUnmoved(const AliasContents& alias, const std::vector<MountedFileSystem>& mounts) {
   if (!alias.item.identity.hasBirth) return std::nullopt;
+  const MountedFileSystem* mount = mountHolding(mounts, alias.path);
+  if (mount != nullptr && !mayBeVolume(*mount, alias.volume)) return std::nullopt;
   const auto status = statusOfItem(alias.path);
   if (!status || traitsOf(*status) != alias.item) return std::nullopt;
   return ItemPlace{alias.path, *status};
 }
 
 OSErr resolve(const AliasContents& alias, std::optional<ItemPlace>& place) {
-  place = placeUnmoved(alias);
-  if (place) return noErr;
   const auto mounts = mountTable();
+  place = placeUnmoved(alias, mounts);
+  if (place) return noErr;
   const MountedFileSystem* mount = findVolume(mounts, alias.volume);
   if (mount == nullptr) return nsvErr;
   place = Resolution(alias, mounts, *mount).run();

@@ -1,5 +1,6 @@
 #include "platform/services/FileCatalog.h"
 
+#include <fcntl.h>
 #include <sys/xattr.h>
 
 #include <algorithm>
@@ -71,6 +72,18 @@ OSErr fillInfo(const ItemPlace& place, FSCatalogInfoBitmap wanted, FSCatalogInfo
   return info.volume != kFSInvalidVolumeRefNum ? noErr : nsvErr;
 }
 
+// Answers 0 or the system's error number. Another item that has got the path meanwhile is none.
+int setLocked(const ItemPlace& place, bool locked) {
+  constexpr int flags = O_PATH | O_NOFOLLOW | O_CLOEXEC;
+  const detail::FileDescriptor item(
+      detail::retryInterrupted([&] { return ::openat(AT_FDCWD, place.path.c_str(), flags); }));
+  if (!item) return errno;
+  const auto status = detail::statusOfDescriptor(item.get());
+  if (!status) return errno;
+  if (detail::identityOf(*status) != detail::identityOf(place.status)) return ENOENT;
+  return detail::setLocked(item.get(), locked);
+}
+
 // --- File description records
 
 OSErr fillDescription(const ItemPlace& place, FSSpec& description) {
@@ -128,7 +141,7 @@ class LinuxFileCatalog final : public FileCatalog {
     if (info == nullptr || fields != kFSCatInfoNodeFlags) return paramErr;
     const auto place = detail::placeOfReference(ref);
     if (!place) return fnfErr;
-    return detail::fileError(detail::setLocked(place->path, (info->nodeFlags & kFSNodeLockedMask) != 0));
+    return detail::fileError(setLocked(*place, (info->nodeFlags & kFSNodeLockedMask) != 0));
   }
 
   OSErr FSCreateDirectoryUnicode(const FSRef* parent, const Ref<NSString>& name) override {

@@ -37,11 +37,13 @@ struct Renaming {
   std::string to;
 };
 
-// Asked anew: a kernel may remember a name in other case that has just been given up.
-bool isTaken(const Renaming& names) {
+// Asked anew: a kernel may remember a name in other case that has just been given up. 0 for a name that is free, EEXIST
+// for one that is taken.
+int askForName(const Renaming& names) {
   struct statx status;
   constexpr int flags = AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT | AT_STATX_FORCE_SYNC;
-  return ::statx(names.folder, names.to.c_str(), flags, STATX_TYPE | STATX_INO, &status) == 0;
+  if (::statx(names.folder, names.to.c_str(), flags, STATX_TYPE | STATX_INO, &status) == 0) return EEXIST;
+  return errno == ENOENT ? 0 : errno;
 }
 
 // In a sticky folder another user's item may get a new name, but not lose the old one.
@@ -58,7 +60,7 @@ bool mayLoseItsName(const Renaming& names) {
 // where there are no links either, a moment remains in which another process
 // may take the name.
 int renameCautiously(const Renaming& names) {
-  if (isTaken(names)) return EEXIST;
+  if (const int error = askForName(names)) return error;
   if (mayLoseItsName(names)) {
     if (::linkat(names.folder, names.from.c_str(), names.folder, names.to.c_str(), 0) == 0) {
       return errorOf(::unlinkat(names.folder, names.from.c_str(), 0));

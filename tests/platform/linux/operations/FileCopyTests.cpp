@@ -2,6 +2,7 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <linux/fs.h>
+#include <signal.h>
 #include <sys/ioctl.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
@@ -18,6 +19,8 @@
 
 #include "support/ChildProcess.h"
 #include "support/ExtendedAttribute.h"
+#include "support/PeakMemory.h"
+#include "support/Sanitizers.h"
 #include "support/ScopedEnvironment.h"
 #include "support/ScratchFolder.h"
 
@@ -239,6 +242,35 @@ TEST_F(FileCopyTests, AFileThatShrinksIsCopiedAsFarAsItIs) {
   writer.join();
 }
 
+TEST_F(FileCopyTests, AFileThatAnotherProcessHasLeasedIsCopiedWhenThatGivesItUp) {
+  makeFolder("from");
+  write("from/file", "text");
+  int ready[2];
+  ASSERT_EQ(::pipe(ready), 0);
+  const pid_t holder = startChild([&]() -> int {
+    sigset_t asked;
+    sigemptyset(&asked);
+    sigaddset(&asked, SIGIO);
+    ::sigprocmask(SIG_BLOCK, &asked, nullptr);
+    const int file = ::open((folder / "from/file").c_str(), O_RDWR);
+    const bool isLeased = ::fcntl(file, F_SETLEASE, F_WRLCK) == 0;
+    if (::write(ready[1], isLeased ? "y" : "n", 1) != 1) return 1;
+    const timespec limit{10, 0};
+    const bool isAsked = isLeased && ::sigtimedwait(&asked, nullptr, &limit) == SIGIO;
+    ::fcntl(file, F_SETLEASE, F_UNLCK);
+    return isAsked ? 0 : 1;
+  });
+  char answer = 'n';
+  ASSERT_EQ(::read(ready[0], &answer, 1), 1);
+  const bool isCopied = answer == 'y' && copyInside("from", "to");
+  const int result = waitForChild(holder);
+  for (const int end : ready) ::close(end);
+  if (answer != 'y') GTEST_SKIP() << "no leases here";
+  EXPECT_EQ(result, 0) << "it was not asked";
+  EXPECT_TRUE(isCopied);
+  EXPECT_EQ(read("to/file"), "text");
+}
+
 // --- Other items
 
 TEST_F(FileCopyTests, LinksAreCopiedAsLinks) {
@@ -401,6 +433,35 @@ TEST_F(FileCopyTests, DeepFoldersAreCopiedInFewDescriptors) {
                    manager->removeFileAtPath_handler(deep.string("from"), nullptr)
                ? 0
                : 8;
+  };
+  EXPECT_EQ(inChild(work), 0);
+  EXPECT_EQ(deep.names(), Names{});
+}
+
+TEST_F(FileCopyTests, ManyFilesWithSeveralNamesInADeepFolderTakeLittleMemory) {
+  if (kIsSanitized) GTEST_SKIP() << "sanitizers keep memory of their own";
+  constexpr int kDepth = 200;
+  constexpr int kFiles = 400;
+  ScopedEnvironment inMemory;
+  inMemory.set("TMPDIR", "/dev/shm");
+  ScratchFolder deep;
+  const auto work = [&]() -> int {
+    if (::chdir(deep.path().c_str()) != 0 || ::mkdir("from", 0755) != 0 || ::chdir("from") != 0) return 1;
+    const std::string name(250, 'd');
+    for (int i = 0; i < kDepth; ++i) {
+      if (::mkdir(name.c_str(), 0755) != 0 || ::chdir(name.c_str()) != 0) return 2;
+    }
+    for (int i = 0; i < kFiles; ++i) {
+      const std::string file = std::to_string(i);
+      writeFile(file, "");
+      if (::link(file.c_str(), (file + "b").c_str()) != 0) return 3;
+    }
+    bool isCopied = false;
+    const std::size_t memory = support::peakMemoryOf([&] { isCopied = copy(deep / "from", deep / "to"); });
+    const Ref<NSFileManager> manager = NSFileManager::defaultManager();
+    for (const char* tree : {"from", "to"}) manager->removeFileAtPath_handler(deep.string(tree), nullptr);
+    if (!isCopied) return 4;
+    return memory < (std::size_t{8} << 20) ? 0 : 5;  // their paths alone would be 20 MB
   };
   EXPECT_EQ(inChild(work), 0);
   EXPECT_EQ(deep.names(), Names{});

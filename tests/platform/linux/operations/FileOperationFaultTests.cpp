@@ -23,6 +23,7 @@
 
 #include "platform/linux/SystemCallFaults.h"
 #include "support/ChildProcess.h"
+#include "support/PrivateMounts.h"
 #include "support/QuietStandardError.h"
 #include "support/Sanitizers.h"
 #include "support/ScopedEnvironment.h"
@@ -334,6 +335,23 @@ TEST_F(FileOperationFaultTests, AnItemIsLockedOrNotAsTheAnswerSays) {
   report("failing call", "lock and unlock", points, "as the answer says");
 }
 
+TEST_F(FileOperationFaultTests, AnotherItemThatGetsThePathIsNotLocked) {
+  ScratchFolder folder;
+  for (const char* name : {"item", "victim"}) {
+    std::filesystem::create_directory(folder / name);
+    writeFile(folder / name + "/file", "text");
+  }
+  const auto replace = [&] {
+    std::filesystem::rename(folder / "item", folder / "away");
+    std::filesystem::create_symlink("victim", folder / "item");
+  };
+  FaultScript script({});
+  script.before("openat", [&] { script.before("openat", replace); });  // after the question for the lock
+  JxFileCatalogInformation::setFinderLock(folder.string("item/file"), true);
+  ASSERT_TRUE(exists(folder / "away")) << "the calls did not come by here";
+  EXPECT_FALSE(JxFileCatalogInformation::isLockedByFinder(folder.string("victim/file")));
+}
+
 TEST_F(FileOperationFaultTests, ALockHoldsThoughTheQuestionForItFails) {
   ScratchFolder folder;
   const auto prepare = [&] {
@@ -517,6 +535,35 @@ TEST_F(FileOperationFaultTests, AFileSystemNeedNotTellWhatTheItemsAre) {
   EXPECT_TRUE(snapshot(folder / "to") == before);
   EXPECT_TRUE(removeItem(folder / "to"));
   EXPECT_EQ(folder.names().size(), 1U);
+}
+
+TEST_F(FileOperationFaultTests, AKernelNeedNotTellWhereSomethingIsMounted) {
+  PrivateMounts mounts;
+  if (!mounts.isPossible()) GTEST_SKIP() << mounts.whyNot();
+  const std::string tree = mounts.folder("tree");
+  std::filesystem::create_directories(tree + "/a/b");
+  FaultScript script({});
+  script.hideMounts();
+  const std::string mounted = mounts.memory("tree/mounted");
+  writeFile(mounted + "/file", "text");
+  EXPECT_FALSE(removeItem(tree));
+  EXPECT_TRUE(exists(mounted + "/file"));
+  EXPECT_TRUE(copy(tree, mounts.store() + "/copy"));
+  EXPECT_EQ(contentsOf(mounts.store() + "/copy/mounted/file"), "text");
+  mounts.unmount(mounted);
+  EXPECT_TRUE(removeItem(tree));
+}
+
+TEST_F(FileOperationFaultTests, WhatMayBeMountedStays) {
+  ScratchFolder folder;
+  const auto work = [&] { return removeItem(folder / "empty"); };
+  std::filesystem::create_directory(folder / "empty");
+  const int asking = callsOf("statx", work).back() + 1;  // an older kernel is asked once more
+  std::filesystem::create_directory(folder / "empty");
+  FaultScript script({asking, EIO, false});
+  script.hideMounts();
+  EXPECT_FALSE(work());
+  EXPECT_EQ(script.faulted(), "statx");
 }
 
 TEST_F(FileOperationFaultTests, OnlyWhoMayNotReadAFolderRemovesItUnread) {

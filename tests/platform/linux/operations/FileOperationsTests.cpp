@@ -15,6 +15,7 @@
 #include <cerrno>
 #include <filesystem>
 #include <functional>
+#include <utility>
 
 #include "platform/linux/SystemCallFaults.h"
 #include "support/ChildProcess.h"
@@ -243,6 +244,59 @@ TEST_F(FileOperationUndoTests, AnotherFolderInThePlaceOfTheCopyStays) {
     writeFile(folder / "to/a/small", "mine");
   });
   EXPECT_EQ(contentsOf(folder / "to/a/small"), "mine");
+  struct stat status {};
+  EXPECT_EQ(::stat((folder / "to").c_str(), &status), 0);
+  EXPECT_EQ(status.st_mode & 07777U, 0755U) << "with its permissions";
+}
+
+TEST_F(FileOperationUndoTests, AFileInThePlaceOfAFolderStays) {
+  for (const char* path : {"to/a", "to"}) {
+    writeFile(folder / "mine", "mine");
+    watcher = make<Watcher>();
+    cancelAfter("to/a/small", [&] {
+      std::filesystem::rename(folder / path, folder / "away");
+      std::filesystem::rename(folder / "mine", folder / path);
+    });
+    EXPECT_EQ(contentsOf(folder / path), "mine") << path;
+    for (const char* name : {"away", "to"}) std::filesystem::remove_all(folder / name);
+  }
+}
+
+TEST_F(FileOperationUndoTests, AnotherItemInThePlaceOfAFinishedOneStays) {
+  std::filesystem::create_symlink("nowhere", folder / "from/link");
+  const auto cancelled = [&](auto operation, const char* name) {
+    writeFile(folder / "mine", "mine");
+    const Ref<Watcher> one = make<Watcher>();
+    one->meanwhile = [&] { std::filesystem::rename(folder / "mine", folder / "to"); };
+    one->limit = 1;
+    EXPECT_FALSE((manager.get()->*operation)(folder.string(name), folder.string("to"), one));
+    return contentsOf(folder / "to");
+  };
+  for (const char* name : {"from/a/small", "from/pipe", "from/link"}) {
+    EXPECT_EQ(cancelled(&NSFileManager::copyPath_toPath_handler, name), "mine") << name;
+    std::filesystem::remove(folder / "to");
+    EXPECT_EQ(cancelled(&NSFileManager::linkPath_toPath_handler, name), "mine") << name;
+    std::filesystem::remove(folder / "to");
+  }
+}
+
+TEST_F(FileOperationUndoTests, FoldersOfTheCopyThatMayNotBeChangedGo) {
+  ::chmod(folder.path().c_str(), 0777);
+  const auto isUndone = [&](mode_t mode) {
+    const Ref<Watcher> one = make<Watcher>();
+    one->meanwhile = [&] {
+      for (const char* made : {"to/folder/inner", "to/folder"}) ::chmod((folder / made).c_str(), mode);
+    };
+    one->limit = 1;
+    return !manager->copyPath_toPath_handler(folder.string("own"), folder.string("to"), one) && one->calls == 1 &&
+           !std::filesystem::exists(folder / "to");
+  };
+  const auto work = [&]() -> int {
+    std::filesystem::create_directories(folder / "own/folder/inner");
+    writeFile(folder / "own/folder/inner/file", "text");
+    return isUndone(0) && isUndone(0500) && isUndone(0300) ? 0 : 1;
+  };
+  EXPECT_EQ(asOrdinaryUser(work), 0);
 }
 
 TEST_F(FileOperationUndoTests, AnotherFileInThePlaceOfAnUnfinishedOneStays) {
@@ -263,7 +317,8 @@ TEST_F(FileOperationUndoTests, WhatIsMountedOnACopyStays) {
       isMounted = ::mount((folder / "mine").c_str(), (folder / "to/a").c_str(), nullptr, MS_BIND, nullptr) == 0;
     });
     if (!isMounted) return 77;
-    return HasFailure() || contentsOf(folder / "mine/small") != "mine" ? 1 : 0;
+    const auto mode = std::filesystem::status(folder / "mine").permissions();
+    return HasFailure() || contentsOf(folder / "mine/small") != "mine" || mode != std::filesystem::perms{0755} ? 1 : 0;
   };
   const int result = inChild(work);
   if (result == 77) GTEST_SKIP() << "no right to mount";
@@ -405,6 +460,29 @@ TEST_F(FileOperationsTests, AFullDiskIsToldAsSuch) {
 
 // --- What others do meanwhile
 
+TEST_F(FileOperationsTests, WhatOthersRemoveFirstDoesNotEndARemoval) {
+  for (const bool removesFolders : {false, true}) {
+    for (const char* name : {"tree/a", "tree/b", "tree/c"}) {
+      std::filesystem::create_directories(folder / name);
+      writeFile(folder / name + "/file", "text");
+    }
+    for (const char* name : {"tree/1", "tree/2", "tree/3"}) writeFile(folder / name, "text");
+    bool isFirst = true;
+    watcher->atPath = [&](const std::string& path) {
+      if (path == folder / "tree" || std::filesystem::is_directory(path) != removesFolders) return;
+      if (std::exchange(isFirst, false)) std::filesystem::remove_all(path);
+    };
+    EXPECT_TRUE(manager->removeFileAtPath_handler(folder.string("tree"), watcher));
+    EXPECT_FALSE(isFirst);
+    EXPECT_EQ(folder.names(), Names{"from"});
+  }
+  writeFile(folder / "file", "text");
+  watcher->atPath = [](const std::string& path) { std::filesystem::remove(path); };
+  EXPECT_FALSE(manager->removeFileAtPath_handler(folder.string("file"), watcher)) << "the item itself";
+  ASSERT_EQ(watcher->errors.size(), 1U);
+  EXPECT_EQ(textAt(watcher->errors[0], "Error"), "No such file or directory");
+}
+
 TEST_F(FileOperationsTests, ACopyThatIsMovedIntoItsSourceEnds) {
   std::filesystem::create_directory(folder / "from/a/b");
   int told = 0;
@@ -516,6 +594,36 @@ TEST_F(FileOperationsTests, ARemovalGoesOnBesideALockedFolderAndNotInIt) {
   EXPECT_EQ(textAt(watcher->errors[0], "Path"), folder / "open/locked");
   EXPECT_EQ(namesIn("open"), Names{"locked"});
   EXPECT_EQ(namesIn("open/locked"), Names{"file"});
+}
+
+TEST_F(FileOperationsTests, ARemovalGoesOnBesideAFolderThatCannotBeRead) {
+  const auto makeOpen = [&] {
+    for (const char* name : {"open/a", "open/b", "open/c"}) std::filesystem::create_directories(folder / name);
+  };
+  const auto removeOpen = [&] { return manager->removeFileAtPath_handler(folder.string("open"), watcher); };
+  std::vector<int> readings;
+  makeOpen();
+  {
+    const FaultScript probe({});
+    ASSERT_TRUE(removeOpen());
+    for (std::size_t at = 0; at < probe.calls().size(); ++at) {
+      if (probe.calls()[at] == "getdents64") readings.push_back(static_cast<int>(at));
+    }
+  }
+  readings.erase(readings.begin(), readings.begin() + 2);  // those of the folder around them
+  ASSERT_GE(readings.size(), 3U);
+  watcher->proceeds = true;
+  for (const int reading : readings) {
+    makeOpen();
+    watcher->errors.clear();
+    {
+      const FaultScript script({reading, EIO, false});
+      EXPECT_TRUE(removeOpen());
+    }
+    ASSERT_EQ(watcher->errors.size(), 1U);
+    EXPECT_EQ(textAt(watcher->errors[0], "Error"), "Input/output error");
+    EXPECT_EQ(namesIn("open"), Names{std::filesystem::path(textAt(watcher->errors[0], "Path")).filename()});
+  }
 }
 
 TEST_F(FileOperationsTests, AFolderThatMayNotBeReadIsToldBeforeItsError) {

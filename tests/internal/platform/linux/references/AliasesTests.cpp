@@ -337,6 +337,29 @@ INSTANTIATE_TEST_SUITE_P(FileSystems, AliasesOn, testing::Values("ext4", "xfs", 
 
 // --- Of volumes
 
+/// Has the mount table of this process tell another type of what is mounted at `root`.
+class PretendedType {
+ public:
+  PretendedType(PrivateMounts& mounts, const std::string& root, const std::string& type) : mounts_(mounts) {
+    std::istringstream real(contentsOf(kTable).value());
+    std::string table;
+    for (std::string line; std::getline(real, line); table.append(line).append("\n")) {
+      if (line.find(" " + root + " ") == std::string::npos) continue;
+      const std::size_t start = line.find(" - ") + 3;
+      line.replace(start, line.find(' ', start) - start, type);
+    }
+    writeFile(mounts.store() + "/table", table);
+    mounts.bind(mounts.store() + "/table", kTable);
+  }
+  PretendedType(const PretendedType&) = delete;
+  PretendedType& operator=(const PretendedType&) = delete;
+  ~PretendedType() { mounts_.unmount(kTable, MNT_DETACH); }
+
+ private:
+  static constexpr char kTable[] = "/proc/self/mountinfo";
+  PrivateMounts& mounts_;
+};
+
 class AliasesOfVolumes : public testing::Test {
  protected:
   void SetUp() override {
@@ -371,6 +394,15 @@ TEST_F(AliasesOfVolumes, AnotherTypeOrSourceIsAnotherVolume) {
   const auto ofAnotherType = [](detail::AliasContents& contents) { contents.volume.type = "ramfs"; };
   EXPECT_EQ(resolve(forged(alias, ofAnotherType)).error, nsvErr);
   for (const char* source : {"other", "/dev/sda1", ""}) EXPECT_EQ(resolve(fromSource(alias, source)).error, nsvErr);
+}
+
+// As a server's folder that is mounted there today, and may keep the process waiting.
+TEST_F(AliasesOfVolumes, AnItemThatStayedIsNotLookedForOnAnotherVolume) {
+  const KeptAlias alias = aliasOf(file);
+  EXPECT_EQ(resolve(alias).path, file);
+  for (const char* source : {"other", "server:/folder"}) EXPECT_EQ(resolve(fromSource(alias, source)).error, nsvErr);
+  const PretendedType type(mounts, root, "nfs4");
+  EXPECT_EQ(resolve(alias).error, nsvErr);
 }
 
 TEST_F(AliasesOfVolumes, WhatLiesOverTheFolderIsNoSuccessor) {
@@ -440,29 +472,6 @@ TEST_F(AliasesOfVolumes, TheRootOfAVolumeMayBeTheRootOfAProcess) {
   EXPECT_EQ(resolve(keptAlias(contentsOf(root + "/alias of file").value())).path, file) << "its successor";
   EXPECT_EQ(resolve(keptAlias(contentsOf(root + "/alias of root").value())).path, root);
 }
-
-/// Has the mount table of this process tell another type of what is mounted at `root`.
-class PretendedType {
- public:
-  PretendedType(PrivateMounts& mounts, const std::string& root, const std::string& type) : mounts_(mounts) {
-    std::istringstream real(contentsOf(kTable).value());
-    std::string table;
-    for (std::string line; std::getline(real, line); table.append(line).append("\n")) {
-      if (line.find(" " + root + " ") == std::string::npos) continue;
-      const std::size_t start = line.find(" - ") + 3;
-      line.replace(start, line.find(' ', start) - start, type);
-    }
-    writeFile(mounts.store() + "/table", table);
-    mounts.bind(mounts.store() + "/table", kTable);
-  }
-  PretendedType(const PretendedType&) = delete;
-  PretendedType& operator=(const PretendedType&) = delete;
-  ~PretendedType() { mounts_.unmount(kTable, MNT_DETACH); }
-
- private:
-  static constexpr char kTable[] = "/proc/self/mountinfo";
-  PrivateMounts& mounts_;
-};
 
 void expectFoundByNumberWhereThatSaysSomething(PrivateMounts& mounts, const std::string& root, bool hasBirth) {
   struct Kind {

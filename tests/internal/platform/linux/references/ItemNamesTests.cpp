@@ -25,6 +25,7 @@ int refusal = 0;  // how renaming without replacing is refused
 int renames = 0;  // how often a new name was asked for
 bool refusesNames = false;
 bool hasLinks = true;
+bool tellsWhatIsTaken = true;
 bool ignoresCase = false;  // new names are kept as they are given, which in this world are in lower case
 bool remembersNames =
     false;  // a name that was taken is so for renaming without replacing, also when it has been given up
@@ -67,6 +68,7 @@ extern "C" int mkdirat(int folder, const char* name, mode_t mode) noexcept {
 }
 
 extern "C" int statx(int folder, const char* path, int flags, unsigned mask, struct statx* status) noexcept {
+  if (!tellsWhatIsTaken && (flags & AT_STATX_FORCE_SYNC) != 0) return failing(EIO);
   const long result = ::syscall(SYS_statx, folder, path, flags, mask, status);
   if (result == 0 || !ignoresCase || errno != ENOENT) return static_cast<int>(result);
   return static_cast<int>(::syscall(SYS_statx, folder, lowerCase(path).c_str(), flags, mask, status));
@@ -84,7 +86,7 @@ class ItemNamesTests : public testing::Test {
     refusesNames = ignoresCase = remembersNames = false;
     refusal = 0;
     rememberedNames.clear();
-    hasLinks = true;
+    hasLinks = tellsWhatIsTaken = true;
   }
 
   OSErr rename(const std::string& item, const std::string& name) {
@@ -127,6 +129,15 @@ TEST_F(ItemNamesTests, WhereTheFileSystemCannotRefuseToReplace) {
     EXPECT_EQ(rename("renamed", "file"), noErr);
     for (const char* made : {"other", "empty", "moved folder", "link"}) std::filesystem::remove(folder / made);
   }
+}
+
+TEST_F(ItemNamesTests, WhoCannotKnowWhetherANameIsTakenDoesNotTakeIt) {
+  writeFile(folder / "other", "other");
+  refusal = EINVAL;
+  hasLinks = tellsWhatIsTaken = false;
+  EXPECT_EQ(rename("file", "other"), ioErr);
+  EXPECT_EQ(contentsOf(folder / "other"), "other");
+  EXPECT_EQ(contentsOf(folder / "file"), "text");
 }
 
 // There is no way to take a second name away again.
