@@ -1,53 +1,31 @@
-#include <atomic>
-#include <cstddef>
 #include <mutex>
-#include <new>
-#include <thread>
 #include <utility>
 
 #include <ZtFoundation/Logging.h>
+
+#include "platform/services/ForkSafeLocks.h"
 
 namespace ZtFoundation {
 
 namespace {
 
-/// Held for the few instructions that copy a pointer, so a mutex would cost more than what it guards.
-class SpinLock {
- public:
-  void lock() noexcept {
-    while (taken_.test_and_set(std::memory_order_acquire)) std::this_thread::yield();
-  }
-  void unlock() noexcept { taken_.clear(std::memory_order_release); }
+// Never held while a manager works or dies.
+std::mutex& lock() noexcept { return lockOf(ForkSafe::LoggingManager); }
 
- private:
-  std::atomic_flag taken_;
-};
-
-struct SharedSlot {
-  SpinLock lock;  // never held while a manager works or dies
-  Ref<ZtLoggingManager> manager;
-};
-
-/// Never destroyed, because static objects log while they are.
-SharedSlot& sharedSlot() noexcept {
-  alignas(SharedSlot) static std::byte memory[sizeof(SharedSlot)];
-  static SharedSlot& slot = *new (memory) SharedSlot;
-  return slot;
-}
+// One of its owners, and never given up at exit, because static objects log while they are destroyed.
+constinit ZtLoggingManager* shared = nullptr;
 
 }  // namespace
 
 Ref<ZtLoggingManager> ZtLoggingManager::sharedLoggingManager() {
-  SharedSlot& slot = sharedSlot();
-  const std::lock_guard guard(slot.lock);
-  return slot.manager;
+  const std::lock_guard guard(lock());
+  return shared;
 }
 
 void ZtLoggingManager::setSharedLoggingManager(const Ref<ZtLoggingManager>& manager) {
-  SharedSlot& slot = sharedSlot();
   Ref<ZtLoggingManager> replaced = manager;
-  const std::lock_guard guard(slot.lock);
-  std::swap(slot.manager, replaced);
+  const std::lock_guard guard(lock());
+  replaced = Ref<ZtLoggingManager>::adopt(std::exchange(shared, replaced.leak()));
 }
 
 }  // namespace ZtFoundation

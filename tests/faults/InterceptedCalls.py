@@ -18,7 +18,7 @@ PROGRAM = BUILD / "tests" / "tests-platform-linux"
 HARMLESS = {
     "memory and text": r"mem\w+|str\w+|snprintf|malloc|realloc|free|mmap(64)?|munmap|localtime_r|abort",
     "arithmetic": r"ceil|floor|round|trunc|ldexp|fmod|sqrt",
-    "the runtime": r"_\w*|dl\w+|pthread_\w+|sched_yield|environ|getenv|program_invocation_short_name",
+    "the runtime": r"_\w*|dl\w+|pthread_\w+|environ|getenv|program_invocation_short_name",
     "identity, limits and clocks of the process": r"get(pid|tid|euid|rlimit64|cwd)|uname|sysinfo|clock_gettime|timespec_get|madvise|prctl",
     "signals, which the tests of signals send": r"sig\w+|kill|poll|waitid|waitpid|execve",
     "the account database": r"get(pw|gr)\w+_r",

@@ -35,7 +35,6 @@
 #pragma once
 
 #include <atomic>
-#include <mutex>
 #include <vector>
 
 #include <ZtFoundation/platform/Object.h>
@@ -136,7 +135,6 @@ class ZT_EXPORT NSBundle : public NSObject {
                                 const std::vector<Ref<NSString>>& localizations) const;
 
   const Ref<NSString> path_;
-  std::mutex infoLock_;
   Ref<NSDictionary> info_;
   std::atomic<const void*> module_;
 };

@@ -12,6 +12,7 @@
 
 #include "platform/objects/BundleNames.h"
 #include "platform/services/BundleCode.h"
+#include "platform/services/ForkSafeLocks.h"
 
 namespace ZtFoundation {
 
@@ -62,6 +63,9 @@ Ref<NSString> fileOf(CodeModule module) {
   return file.empty() ? nullptr : NSString::stringWithFileSystemRepresentation(file);
 }
 
+// One for all bundles: it is held for a few instructions.
+std::mutex& lock() { return lockOf(ForkSafe::Bundles); }
+
 }  // namespace
 
 /// The bundles that live as long as the process.
@@ -73,16 +77,16 @@ class NSBundle::Lasting {
   }
 
   Ref<NSBundle> atPath(const Ref<NSString>& path) {
-    const std::lock_guard guard(lock_);
+    const std::lock_guard guard(lock());
     return firstAt(path);
   }
   Ref<NSBundle> withCode(CodeModule module) {
-    const std::lock_guard guard(lock_);
+    const std::lock_guard guard(lock());
     return firstWith(module);
   }
   // The one that has been at its path first. Nobody is found by a relative path, so one with that code will do then.
   Ref<NSBundle> add(const Ref<NSBundle>& bundle, CodeModule module) {
-    const std::lock_guard guard(lock_);
+    const std::lock_guard guard(lock());
     const bool isFoundByPath = bundle->path_->isAbsolutePath();
     if (const Ref<NSBundle> known = isFoundByPath ? firstAt(bundle->path_) : firstWith(module)) return known;
     bundles_.push_back(bundle);
@@ -107,7 +111,6 @@ class NSBundle::Lasting {
     return first([&](const NSBundle& each) { return each.path_->isEqualToString(path); });
   }
 
-  std::mutex lock_;
   std::vector<Ref<NSBundle>> bundles_;
 };
 
@@ -160,12 +163,12 @@ Ref<NSString> NSBundle::contentsPath() const {
 // counts.
 Ref<NSDictionary> NSBundle::infoDictionary() {
   {
-    const std::lock_guard guard(infoLock_);
+    const std::lock_guard guard(lock());
     if (info_) return info_;
   }
   const Ref<NSDictionary> read = dictionaryInFile(contentsPath()->stringByAppendingPathComponent("Info.plist"));
   if (!read) return NSDictionary::dictionary();
-  const std::lock_guard guard(infoLock_);
+  const std::lock_guard guard(lock());
   if (!info_) info_ = read;
   return info_;
 }

@@ -10,12 +10,17 @@
 #include <ZtFoundation/platform/Runtime.h>
 #include <ZtFoundation/platform/String.h>
 
+#include "platform/services/ForkSafeLocks.h"
+
 namespace ZtFoundation {
 
 ZT_IMPLEMENT_CLASS(NSNotification);
 ZT_IMPLEMENT_CLASS(NSNotificationCenter);
 
 namespace {
+
+// One for all: it is held for a few instructions.
+std::mutex& lock() { return lockOf(ForkSafe::Observers); }
 
 class Observer final : public NSObject {
  public:
@@ -34,7 +39,7 @@ class Observer final : public NSObject {
   // Whoever keeps the token keeps nothing of what the block holds. A block that is running lives until it returns.
   void remove() {
     SharedBlock block;  // destroyed when nothing is locked
-    const std::lock_guard lock(mutex_);
+    const std::lock_guard guard(lock());
     block.swap(block_);
   }
 
@@ -42,32 +47,30 @@ class Observer final : public NSObject {
   using SharedBlock = std::shared_ptr<const NSNotificationCenter::Block>;
 
   SharedBlock currentBlock() const {
-    const std::lock_guard lock(mutex_);
+    const std::lock_guard guard(lock());
     return block_;
   }
 
   Ref<NSString> name_;
   const NSObject* sender_;
-  mutable std::mutex mutex_;
   SharedBlock block_;
 };
 
 }  // namespace
 
 struct NSNotificationCenter::State {
-  std::mutex mutex;
   std::vector<Ref<Observer>> observers;
 
   std::vector<Ref<Observer>> observersOf(const NSNotification& notification) {
     std::vector<Ref<Observer>> wanted;
-    const std::lock_guard lock(mutex);
+    const std::lock_guard guard(lock());
     std::copy_if(observers.begin(), observers.end(), std::back_inserter(wanted),
                  [&](const Ref<Observer>& observer) { return observer->wants(notification); });
     return wanted;
   }
 
   Ref<Observer> take(const Ref<NSObject>& token) {
-    const std::lock_guard lock(mutex);
+    const std::lock_guard guard(lock());
     const auto found = std::find(observers.begin(), observers.end(), token);
     if (found == observers.end()) return nullptr;
     Ref<Observer> observer = std::move(*found);
@@ -100,7 +103,7 @@ Ref<NSObject> NSNotificationCenter::addObserverForName_object_usingBlock(const R
                                                                          const Ref<NSObject>& object, Block block) {
   if (!block) return nullptr;
   Ref<Observer> observer = make<Observer>(name, object.get(), std::move(block));
-  const std::lock_guard lock(state_->mutex);
+  const std::lock_guard guard(lock());
   state_->observers.push_back(observer);
   return observer;
 }

@@ -8,13 +8,20 @@
 
 #include <ZtFoundation/platform/Exception.h>
 
+#include "platform/services/ForkSafeLocks.h"
 #include "platform/services/ModuleKeeper.h"
 
 namespace ZtFoundation::detail {
 
 namespace {
 
-using Guard = std::lock_guard<std::mutex>;
+class Guard {
+ public:
+  Guard() : guard_(lockOf(ForkSafe::Classes)) {}
+
+ private:
+  const std::lock_guard<std::mutex> guard_;
+};
 
 void insert(MethodCache& cache, const Binding* binding) {
   std::size_t at = reinterpret_cast<std::uintptr_t>(binding->selector) >> 4;
@@ -52,7 +59,7 @@ Runtime& Runtime::shared() {
 }
 
 SEL Runtime::intern(std::string_view name) {
-  const Guard guard(lock_);
+  const Guard guard;
   return findSelector(name);
 }
 
@@ -73,7 +80,7 @@ Class Runtime::findClass(std::string_view name) {
 }
 
 Class Runtime::classNamed(std::string_view name) {
-  const Guard guard(lock_);
+  const Guard guard;
   return findClass(name);
 }
 
@@ -81,7 +88,7 @@ Class Runtime::classNamed(std::string_view name) {
 // under the lock of the system's loader, which is therefore not waited for under the lock here.
 void Runtime::registerClass(Class one) noexcept {
   service<ModuleKeeper>().keep(one);
-  const Guard guard(lock_);
+  const Guard guard;
   if (one->registeredNext_ != nullptr || one == registeredLast_) return;
   (registeredLast_ != nullptr ? registeredLast_->registeredNext_ : registeredFirst_) = one;
   registeredLast_ = one;
@@ -96,14 +103,14 @@ void Runtime::fileRegisteredClasses() {
 }
 
 std::vector<Class> Runtime::registeredClasses() {
-  const Guard guard(lock_);
+  const Guard guard;
   std::vector<Class> all;
   for (Class one = registeredFirst_; one != nullptr; one = one->registeredNext_) all.push_back(one);
   return all;
 }
 
 Class Runtime::makeSubclass(Class superclass, std::string_view name) {
-  const Guard guard(lock_);
+  const Guard guard;
   if (name.empty() || name.find('\0') != std::string_view::npos || findClass(name) != nullptr) return nullptr;
   const char* kept = keep(std::string(name).c_str());
   auto pair =
@@ -141,12 +148,12 @@ Method Runtime::findMethod(Class one, SEL selector) {
 }
 
 Method Runtime::lookUp(Class one, SEL selector) {
-  const Guard guard(lock_);
+  const Guard guard;
   return findMethod(one, selector);
 }
 
 bool Runtime::addMethod(Class one, SEL selector, IMP implementation, const char* types) {
-  const Guard guard(lock_);
+  const Guard guard;
   const bool added =
       tableOf(one).entries.try_emplace(selector, MethodEntry{selector, keep(types), implementation}).second;
   if (added) flushCaches(one);
@@ -154,18 +161,18 @@ bool Runtime::addMethod(Class one, SEL selector, IMP implementation, const char*
 }
 
 IMP Runtime::implementationOf(Method method) {
-  const Guard guard(lock_);
+  const Guard guard;
   return method->implementation;
 }
 
 IMP Runtime::setImplementation(Method method, IMP implementation) {
-  const Guard guard(lock_);
+  const Guard guard;
   flushCaches(nullptr);
   return std::exchange(method->implementation, implementation);
 }
 
 bool Runtime::responds(Class one, SEL selector) {
-  const Guard guard(lock_);
+  const Guard guard;
   const Method found = findMethod(one, selector);
   return found != nullptr && found->implementation != nullptr;
 }
@@ -173,12 +180,12 @@ bool Runtime::responds(Class one, SEL selector) {
 const char* Runtime::keep(const char* types) { return types_.emplace(types).first->c_str(); }
 
 void Runtime::know(IMP implementation, ImplementationTypes types) {
-  const Guard guard(lock_);
+  const Guard guard;
   implementations_.try_emplace(implementation, types);
 }
 
 const ImplementationTypes* Runtime::typesOf(IMP implementation) {
-  const Guard guard(lock_);
+  const Guard guard;
   const auto found = implementations_.find(implementation);
   return found != implementations_.end() ? &found->second : nullptr;
 }
@@ -222,7 +229,7 @@ void Runtime::remember(Class one, const Binding* binding) {
 }
 
 const Binding* Runtime::bind(Class one, SEL selector) {
-  const Guard guard(lock_);
+  const Guard guard;
   const Method found = findMethod(one, selector);
   if (found == nullptr || found->implementation == nullptr) return nullptr;
   const Binding* binding = &*bindings_.insert(makeBinding(one, *found)).first;
@@ -237,7 +244,7 @@ void Runtime::flushCaches(Class one) {
 }
 
 void Runtime::flush(Class one) {
-  const Guard guard(lock_);
+  const Guard guard;
   flushCaches(one);
 }
 

@@ -4,7 +4,6 @@
 
 #include <ZtFoundation/platform/Runtime.h>
 
-#include <mutex>
 #include <set>
 #include <string>
 #include <unordered_map>
@@ -34,7 +33,7 @@ struct ImplementationTypes {
 };
 
 /// One object, never destroyed, so that classes work while static objects of any program are made and destroyed. Public
-/// operations take the lock.
+/// operations take the lock, which no child process finds taken.
 class Runtime {
  public:
   static Runtime& shared();
@@ -75,7 +74,6 @@ class Runtime {
   void flushCaches(Class one);
   const char* keep(const char* types);
 
-  std::mutex lock_;
   std::unordered_map<std::string_view, SEL> selectors_;
   std::unordered_map<std::string_view, Class> classes_;
   Class registeredFirst_ = nullptr;  // a list through the classes

@@ -4,6 +4,8 @@
 
 #include <mutex>
 
+#include "platform/services/ForkSafeLocks.h"
+
 namespace ZtFoundation {
 
 ZT_REGISTER_CLASS(NSValueTransformer,
@@ -15,14 +17,11 @@ ZT_REGISTER_CLASS(NSValueTransformer,
 
 namespace {
 
-// Never destroyed, so that names serve during exit too.
-struct Names {
-  std::mutex mutex;
-  Ref<NSMutableDictionary> transformers = NSMutableDictionary::dictionary();
-};
+std::mutex& lock() { return lockOf(ForkSafe::Transformers); }
 
-Names& names() {
-  static Names& all = *new Names;
+// Never destroyed, so that names serve during exit too.
+NSMutableDictionary& transformers() {
+  static NSMutableDictionary& all = *NSMutableDictionary::dictionary().leak();
   return all;
 }
 
@@ -36,18 +35,18 @@ void NSValueTransformer::setValueTransformer_forName(const Ref<NSValueTransforme
                                                      const Ref<NSString>& name) {
   if (!name) return;
   Ref<NSObject> former;  // may be the host's, and is released without the lock
-  const std::lock_guard guard(names().mutex);
-  former = names().transformers->objectForKey(name);
+  const std::lock_guard guard(lock());
+  former = transformers().objectForKey(name);
   if (transformer) {
-    names().transformers->setObject_forKey(transformer, name);
+    transformers().setObject_forKey(transformer, name);
   } else {
-    names().transformers->removeObjectForKey(name);
+    transformers().removeObjectForKey(name);
   }
 }
 
 Ref<NSValueTransformer> NSValueTransformer::valueTransformerForName(const Ref<NSString>& name) {
-  const std::lock_guard guard(names().mutex);
-  return as<NSValueTransformer>(names().transformers->objectForKey(name));
+  const std::lock_guard guard(lock());
+  return as<NSValueTransformer>(transformers().objectForKey(name));
 }
 
 }  // namespace ZtFoundation

@@ -6,13 +6,13 @@
 #include <unistd.h>
 
 #include <climits>
-#include <mutex>
 #include <set>
 #include <string_view>
 
 #include "platform/linux/files/ItemPath.h"
 #include "platform/linux/files/SmallFile.h"
 #include "platform/linux/process/OpenCode.h"
+#include "platform/services/ForkSafeLocks.h"
 
 namespace ZtFoundation {
 
@@ -76,16 +76,15 @@ class LinuxBundleCode final : public BundleCode {
  private:
   // What has failed half-way stays loaded, and loading it again would look like success.
   bool isBroken(const std::string& file) {
-    const std::lock_guard guard(lock_);
+    const std::lock_guard guard(lockOf(ForkSafe::BrokenCode));
     return broken_.contains(file);
   }
   // Without asking for memory: the mark must not get lost.
   void markBroken(std::set<std::string>& files) {
-    const std::lock_guard guard(lock_);
+    const std::lock_guard guard(lockOf(ForkSafe::BrokenCode));
     broken_.merge(files);
   }
 
-  std::mutex lock_;
   std::set<std::string> broken_;
 };
 

@@ -8,9 +8,9 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <mutex>
 
 #include "platform/linux/process/ProcessStart.h"
+#include "platform/services/ForkSafeLocks.h"
 
 namespace ZtFoundation {
 
@@ -52,16 +52,15 @@ class Forgotten {
     return shared;
   }
   void add(std::list<FileDescriptor>& handle) noexcept {
-    const std::lock_guard guard(lock_);
+    const std::lock_guard guard(lockOf(ForkSafe::EndedPrograms));
     handles_.splice(handles_.end(), handle);
   }
   void reapEnded() {
-    const std::lock_guard guard(lock_);
+    const std::lock_guard guard(lockOf(ForkSafe::EndedPrograms));
     std::erase_if(handles_, [](const FileDescriptor& each) { return reap(each.get()); });
   }
 
  private:
-  std::mutex lock_;
   std::list<FileDescriptor> handles_;
 };
 

@@ -2,6 +2,8 @@
 
 #include <time.h>
 
+#include "platform/linux/process/LocalFields.h"
+
 namespace ZtFoundation {
 
 namespace {
@@ -11,8 +13,7 @@ class SystemClock final : public LocalClock {
   LocalTime now() override {
     timespec now{};
     clock_gettime(CLOCK_REALTIME, &now);
-    tm fields{};
-    localtime_r(&now.tv_sec, &fields);
+    const tm fields = detail::localFields(now.tv_sec);
     return {fields.tm_year + 1900,
             fields.tm_mon + 1,
             fields.tm_mday,
