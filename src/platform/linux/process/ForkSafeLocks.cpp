@@ -4,6 +4,8 @@
 
 #include <type_traits>
 
+#include "platform/linux/process/LogSink.h"
+
 namespace ZtFoundation {
 
 namespace detail {
@@ -24,9 +26,14 @@ void releaseAll() {
   for (std::mutex& lock : detail::forkSafeLocks) lock.unlock();
 }
 
+void beginChild() {
+  releaseAll();
+  detail::restartLogging();
+}
+
 // As soon as the library is there: whoever uses it in handlers of their own adds them later, and the system calls those
 // before it forks first, and those after it last.
-[[gnu::constructor]] void watchForks() { pthread_atfork(takeAll, releaseAll, releaseAll); }
+[[gnu::constructor]] void watchForks() { pthread_atfork(takeAll, releaseAll, beginChild); }
 
 }  // namespace
 

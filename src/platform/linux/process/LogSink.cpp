@@ -4,12 +4,12 @@
 #include <poll.h>
 #include <pthread.h>
 #include <signal.h>
+#include <sys/resource.h>
 #include <time.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <array>
-#include <atomic>
 #include <cstdio>
 #include <cstring>
 #include <memory>
@@ -17,6 +17,9 @@
 #include <new>
 #include <optional>
 #include <type_traits>
+
+#include "platform/linux/process/LocalFields.h"
+#include "platform/linux/process/LogSink.h"
 
 namespace ZtFoundation {
 
@@ -29,7 +32,7 @@ struct LineContext {
   std::array<char, 160> prefix{};  // "date.000 name[process:thread] "
   std::size_t length = 0;
   std::size_t milliseconds = 0;  // where their three digits go
-  bool mayLoseReader = true;
+  bool mayRaiseSignal = true;
 };
 constinit thread_local LineContext context;
 
@@ -37,22 +40,15 @@ constinit thread_local LineContext context;
 constinit std::mutex writing;
 static_assert(std::is_trivially_destructible_v<std::mutex>);
 
-// A child goes on with the parent's thread, under another number, and must not find the mutex held by a thread that it
-// lacks.
-void watchForks() {
-  pthread_atfork([] { writing.lock(); }, [] { writing.unlock(); },
-                 [] {
-                   writing.unlock();
-                   context.second = -1;
-                 });
+// Standard error may be a pipe or a socket, which a look at its position tells sooner than a look at its kind, or a file
+// that must not grow beyond a limit.
+bool mayRaiseSignal() {
+  rlimit size{};
+  return lseek(STDERR_FILENO, 0, SEEK_CUR) < 0 || getrlimit(RLIMIT_FSIZE, &size) != 0 || size.rlim_cur != RLIM_INFINITY;
 }
 
-// Whether standard error may be a pipe or a socket, which a look at its position tells sooner than a look at its kind.
-bool mayLoseItsReader() { return lseek(STDERR_FILENO, 0, SEEK_CUR) < 0; }
-
 void putDate(time_t second) {
-  tm fields{};
-  localtime_r(&second, &fields);
+  const tm fields = detail::localFields(second);
   context.milliseconds = strftime(context.prefix.data(), context.prefix.size(), "%Y-%m-%d %H:%M:%S.", &fields);
 }
 
@@ -71,11 +67,8 @@ void putOrigin() {
 // The host may put another file in the place of standard error at any time; asking for every line would cost a fifth of
 // the line.
 void refresh(time_t second) {
-  // No initialisation of its own: a child forked in the middle of one would wait for it for ever.
-  static std::atomic_flag areForksWatched;
-  if (!areForksWatched.test_and_set()) watchForks();
   context.second = second;
-  context.mayLoseReader = mayLoseItsReader();
+  context.mayRaiseSignal = mayRaiseSignal();
   putDate(second);
   putOrigin();
 }
@@ -113,47 +106,53 @@ void writeAll(const char* bytes, std::size_t length) {
   }
 }
 
-// While this lives, a write that nobody reads raises no SIGPIPE in this thread.
-class WithoutSIGPIPE {
+// While this lives, a write raises neither SIGPIPE nor SIGXFSZ in this thread.
+class WithoutSignals {
  public:
-  WithoutSIGPIPE() {
+  WithoutSignals() {
     sigset_t pending;
     sigpending(&pending);
-    wasPending_ = sigismember(&pending, SIGPIPE) == 1;
-    pthread_sigmask(SIG_BLOCK, &only(), &before_);
+    sigemptyset(&own_);
+    for (const int each : {SIGPIPE, SIGXFSZ}) {
+      if (sigismember(&pending, each) == 0) sigaddset(&own_, each);
+    }
+    pthread_sigmask(SIG_BLOCK, &own_, &before_);
   }
-  WithoutSIGPIPE(const WithoutSIGPIPE&) = delete;
-  WithoutSIGPIPE& operator=(const WithoutSIGPIPE&) = delete;
-  ~WithoutSIGPIPE() {
+  WithoutSignals(const WithoutSignals&) = delete;
+  WithoutSignals& operator=(const WithoutSignals&) = delete;
+  ~WithoutSignals() {
     constexpr timespec kAtOnce{};
-    if (!wasPending_) sigtimedwait(&only(), nullptr, &kAtOnce);
+    sigtimedwait(&own_, nullptr, &kAtOnce);
     pthread_sigmask(SIG_SETMASK, &before_, nullptr);
   }
 
  private:
-  static const sigset_t& only() {
-    static const sigset_t set = [] {
-      sigset_t made;
-      sigemptyset(&made);
-      sigaddset(&made, SIGPIPE);
-      return made;
-    }();
-    return set;
-  }
-
+  sigset_t own_;  // those that are not pending, and so not blocked by the host, already
   sigset_t before_;
-  bool wasPending_;
 };
 
 void writeSafely(const char* bytes, std::size_t length) {
-  std::optional<WithoutSIGPIPE> guard;
-  if (context.mayLoseReader) guard.emplace();
+  std::optional<WithoutSignals> guard;
+  if (context.mayRaiseSignal) guard.emplace();
   writeAll(bytes, length);
 }
+
+// A thread that is cancelled ends by an exception, which must not leave the middle of a line.
+class WithoutCancellation {
+ public:
+  WithoutCancellation() { pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &before_); }
+  WithoutCancellation(const WithoutCancellation&) = delete;
+  WithoutCancellation& operator=(const WithoutCancellation&) = delete;
+  ~WithoutCancellation() { pthread_setcancelstate(before_, nullptr); }
+
+ private:
+  int before_;
+};
 
 class StandardError final : public LogSink {
  public:
   void write(std::string_view text) noexcept override {
+    const WithoutCancellation whole;
     timespec now{};
     clock_gettime(CLOCK_REALTIME, &now);
     if (now.tv_sec != context.second) refresh(now.tv_sec);
@@ -175,6 +174,11 @@ class StandardError final : public LogSink {
 };
 
 }  // namespace
+
+void detail::restartLogging() noexcept {
+  new (&writing) std::mutex;
+  context.second = -1;
+}
 
 LogSink& LogSink::production() {
   static LogSink& sink = *new StandardError;

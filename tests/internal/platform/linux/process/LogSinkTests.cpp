@@ -2,8 +2,10 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <poll.h>
 #include <pthread.h>
 #include <signal.h>
+#include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
 #include <time.h>
@@ -12,11 +14,15 @@
 #include <algorithm>
 #include <atomic>
 #include <chrono>
+#include <filesystem>
 #include <regex>
 #include <set>
 #include <string>
 #include <thread>
 #include <vector>
+
+#include "support/ChildProcess.h"
+#include "support/ScratchFolder.h"
 
 namespace ZtFoundation {
 namespace {
@@ -227,6 +233,33 @@ TEST(LogSink, AChildHasItsOwnNumbers) {
   EXPECT_NE(capture.finish().find(numbers), std::string::npos);
 }
 
+// A thread waits in the middle of a line, as nobody reads.
+void stallStandardError() {
+  int ends[2];
+  EXPECT_EQ(pipe2(ends, O_CLOEXEC), 0);
+  EXPECT_EQ(dup2(ends[1], STDERR_FILENO), STDERR_FILENO);
+  std::thread([] { LogSink::production().write(std::string(300'000, 'a')); }).detach();
+  pollfd room{STDERR_FILENO, POLLOUT, 0};
+  while (poll(&room, 1, 0) == 1) std::this_thread::yield();
+}
+
+int logToNobody() {
+  alarm(20);
+  const int nothing = open("/dev/null", O_WRONLY | O_CLOEXEC);
+  if (dup2(nothing, STDERR_FILENO) < 0) return 1;
+  LogSink::production().write("child");
+  return 0;
+}
+
+TEST(LogSink, AForkDoesNotWaitForAStreamThatStalls) {
+  EXPECT_EQ(test::inChild([] {
+              alarm(20);
+              stallStandardError();
+              return test::inChild(logToNobody);
+            }),
+            0);
+}
+
 // Standard error is what nobody reads as long as this lives.
 class UnreadStandardError {
  public:
@@ -304,6 +337,43 @@ TEST(LogSink, ASignalOfTheHostsOwnStaysPending) {
     sigtimedwait(&only, nullptr, &kAtOnce);
     pthread_sigmask(SIG_SETMASK, &before, nullptr);
   });
+}
+
+// Standard error is a file, which a child must not let grow beyond a limit.
+int logBeyondLimit(const std::string& path) {
+  const int file = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
+  const rlimit limit{100, RLIM_INFINITY};
+  if (dup2(file, STDERR_FILENO) < 0 || setrlimit(RLIMIT_FSIZE, &limit) != 0) return 1;
+  signal(SIGXFSZ, SIG_DFL);
+  inNewThread([] {
+    for (int i = 0; i < 5; ++i) LogSink::production().write("a line of some length");
+  });
+  sigset_t pending;
+  sigpending(&pending);
+  return sigismember(&pending, SIGXFSZ);
+}
+
+TEST(LogSink, AFileThatMustNotGrowSwallowsLines) {
+  const test::ScratchFolder folder;
+  EXPECT_EQ(test::inChild([&] { return logBeyondLimit(folder / "log"); }), 0);
+  EXPECT_EQ(std::filesystem::file_size(folder / "log"), 100U);
+}
+
+void* logWhenCancelled(void*) {
+  pthread_cancel(pthread_self());
+  LogSink::production().write("whole");
+  pthread_testcancel();
+  return nullptr;
+}
+
+TEST(LogSink, AThreadThatIsCancelledEndsAfterTheLine) {
+  CapturedStandardError capture;
+  pthread_t thread;
+  ASSERT_EQ(pthread_create(&thread, nullptr, logWhenCancelled, nullptr), 0);
+  void* result = nullptr;
+  pthread_join(thread, &result);
+  EXPECT_EQ(result, PTHREAD_CANCELED);
+  EXPECT_TRUE(capture.finish().ends_with("] whole\n"));
 }
 
 TEST(LogSink, AStreamThatIsClosedSwallowsLines) {
