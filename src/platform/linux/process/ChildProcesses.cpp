@@ -110,8 +110,11 @@ void WatchedProcess::waitUntilExit() {
 }
 
 // Where there are no handles: a little later another process may have the
-// number.
-bool WatchedProcess::isThere() const { return ::kill(id_, 0) == 0 || errno == EPERM; }
+// number, except where the program is ours to reap and keeps it until then.
+bool WatchedProcess::isThere() {
+  hasBeenReaped_ = hasBeenReaped_ || (areOrphansOurs() && ::waitpid(id_, nullptr, WNOHANG) == id_);
+  return !hasBeenReaped_ && (::kill(id_, 0) == 0 || errno == EPERM);
+}
 
 }  // namespace detail
 

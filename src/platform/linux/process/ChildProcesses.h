@@ -29,9 +29,10 @@ class WatchedProcess final : public ChildProcess {
 
  private:
   FileDescriptor& handle() noexcept { return handle_.front(); }
-  bool isThere() const;
+  bool isThere();
 
   pid_t id_ = -1;
+  bool hasBeenReaped_ = false;
   std::list<FileDescriptor> handle_;  // one, which can become part of another list without asking for memory
 };
 

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 #include <signal.h>
+#include <sys/prctl.h>
 #include <sys/wait.h>
 
 #include <future>
@@ -24,6 +25,20 @@ TEST(ChildProcesses, AProcessWithoutAHandleIsLookedForByItsNumber) {
   EXPECT_EQ(waitForChild(child), -1);
   waiting.wait();
   EXPECT_FALSE(process.isRunning());
+}
+
+TEST(ChildProcesses, AProcessWithoutAHandleThatIsOursToReapHasEndedWhenItHas) {
+  EXPECT_EQ(inChild([] {
+              ::prctl(PR_SET_CHILD_SUBREAPER, 1);
+              const pid_t child = startChild([] { return 0; });
+              detail::WatchedProcess process;
+              process.watch(child, detail::FileDescriptor());
+              siginfo_t ended;
+              ::waitid(P_PID, static_cast<id_t>(child), &ended, WEXITED | WNOWAIT);
+              const bool isThere = process.isRunning() || process.isRunning();
+              return isThere || ::waitpid(child, nullptr, WNOHANG) != -1 ? 1 : 0;
+            }),
+            0);
 }
 
 TEST(ChildProcesses, AProcessOfAnotherUserIsThereToo) {
