@@ -28,6 +28,8 @@ function(zt_add_library)
     PRIVATE ${PROJECT_SOURCE_DIR}/src)
   set_target_properties(ZtFoundationObjects PROPERTIES POSITION_INDEPENDENT_CODE ON)
   target_link_libraries(ZtFoundationObjects PRIVATE ZtBuildOptions PUBLIC ${CMAKE_DL_LIBS})
+  set_source_files_properties(${PROJECT_SOURCE_DIR}/src/platform/linux/process/ModuleLoader.cpp
+    PROPERTIES COMPILE_DEFINITIONS "ZT_VERSION=\"${PROJECT_VERSION}\"")
   if(ZT_SANITIZE AND CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
     zt_precompile_common_headers(ZtFoundationObjects)
   endif()
@@ -37,7 +39,7 @@ function(zt_add_library)
     $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include> $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
   target_compile_features(ZtFoundation PUBLIC cxx_std_20)
   target_link_libraries(ZtFoundation PRIVATE $<BUILD_INTERFACE:ZtBuildOptions> ${CMAKE_DL_LIBS})
-  zt_link_as_shared_object(ZtFoundation)
+  zt_link_as_shared_object(ZtFoundation ${PROJECT_SOURCE_DIR}/cmake/exports.map)
   set_target_properties(ZtFoundation PROPERTIES
     LINKER_LANGUAGE CXX VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR}
     ZT_MODULE_FILES "" EXPORT_PROPERTIES ZT_MODULE_FILES)
@@ -58,12 +60,13 @@ function(zt_precompile_common_headers target)
   target_compile_options(${target} PRIVATE "SHELL:-Xclang -fno-pch-timestamp")
 endfunction()
 
-# The linker options that keep a shared object quick to load and its interface to what is marked for export.
-function(zt_link_as_shared_object target)
+# The linker options that keep a shared object quick to load and its interface to what is marked for export; `exports` is
+# a version script.
+function(zt_link_as_shared_object target exports)
   target_link_options(${target} PRIVATE
     -Wl,-O1 -Wl,--as-needed -Wl,--hash-style=gnu -Wl,-z,relro -Wl,-Bsymbolic-functions
-    -Wl,--version-script=${PROJECT_SOURCE_DIR}/cmake/exports.map)
-  set_property(TARGET ${target} APPEND PROPERTY LINK_DEPENDS ${PROJECT_SOURCE_DIR}/cmake/exports.map)
+    -Wl,--version-script=${exports})
+  set_property(TARGET ${target} APPEND PROPERTY LINK_DEPENDS ${exports})
   if(NOT ZT_SANITIZE AND NOT ZT_LIBFUZZER)
     target_link_options(${target} PRIVATE -Wl,-z,defs)
   endif()
@@ -83,7 +86,9 @@ function(zt_add_module name folder)
   add_library(${target} MODULE ${sources})
   target_include_directories(${target} PRIVATE ${PROJECT_SOURCE_DIR}/src)
   target_link_libraries(${target} PRIVATE ZtBuildOptions ZtFoundation PkgConfig::ZT_${name})
-  zt_link_as_shared_object(${target})
+  set(exports ${PROJECT_BINARY_DIR}/module-exports.map)
+  configure_file(${PROJECT_SOURCE_DIR}/cmake/module-exports.map.in ${exports} @ONLY)
+  zt_link_as_shared_object(${target} ${exports})
   set_target_properties(${target} PROPERTIES BUILD_WITH_INSTALL_RPATH ON INSTALL_RPATH "$ORIGIN")
   set_property(GLOBAL APPEND PROPERTY ZT_MODULES ${target})
   set_property(TARGET ZtFoundation APPEND PROPERTY ZT_MODULE_FILES lib${target}.so)

@@ -5,6 +5,7 @@
 #include <thread>
 #include <vector>
 
+#include <dlfcn.h>
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <unistd.h>
@@ -136,6 +137,15 @@ TEST_P(FirstUseTests, ThreadsGetWhatLaterCallersGet) {
               const bool keepsReports = std::string_view(GetParam().name) != "logLine";
               if (!keepsReports) silenceStandardError();
               return answersDiffer(GetParam());
+            }),
+            0);
+}
+
+// One thread loads code whose static initialisers use what another one is using for the first time.
+TEST(FirstUse, CodeThatIsBeingLoadedWaitsForNoOtherThread) {
+  EXPECT_EQ(test::inChild([] {
+              ::alarm(20);
+              return ::dlopen(ZT_TEST_PLUGINS "/AsksWhileLoading.so", RTLD_NOW) != nullptr ? 0 : 1;
             }),
             0);
 }

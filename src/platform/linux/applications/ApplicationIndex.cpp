@@ -270,6 +270,9 @@ const ApplicationIndex::Application* ApplicationIndex::first(const Query& query,
 std::string ApplicationIndex::find(OSType creator, const std::string& identifier) {
   if (creator == 0 && identifier.empty()) return {};
   const Query query{creator, identifier};
+  // First: both wait for the system's loader, under whose lock code that is being loaded may look for applications.
+  DesktopEntries::production();
+  NSBundle::mainBundle();
   const std::lock_guard guard(mutex_);
   refresh();
   update(query);

@@ -12,15 +12,15 @@ class NoEntries final : public DesktopEntries {
   std::optional<DesktopEntry> entryInText(const std::string&) override { return std::nullopt; }
 };
 
+using EntriesInModule = ServiceInModule<DesktopEntries, NoEntries>;
+
 }  // namespace
 
-DesktopEntries& desktopEntriesInModule(const char* file) {
-  return serviceInModule<DesktopEntries, NoEntries>(file, kDesktopEntriesEntry);
-}
+DesktopEntries& desktopEntriesInModule(const char* file) { return EntriesInModule(file, kDesktopEntriesEntry).get(); }
 
 DesktopEntries& DesktopEntries::production() {
-  static DesktopEntries& loaded = desktopEntriesInModule("libZtFoundationDesktop.so");
-  return loaded;
+  static constinit EntriesInModule module("libZtFoundationDesktop.so", kDesktopEntriesEntry);
+  return module.get();
 }
 
 }  // namespace ZtFoundation

@@ -5,6 +5,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <climits>
 #include <set>
 #include <string_view>
@@ -52,8 +53,9 @@ class LinuxBundleCode final : public BundleCode {
   }
 
   CodeModule program() override {
-    static const CodeModule program = moduleOf(detail::openCode(nullptr).handle);
-    return program;
+    CodeModule known = program_.load(std::memory_order_relaxed);
+    if (known == nullptr) program_.store(known = moduleOf(detail::openCode(nullptr).handle), std::memory_order_relaxed);
+    return known;
   }
 
   CodeModule moduleAt(const void* address) override {
@@ -85,6 +87,7 @@ class LinuxBundleCode final : public BundleCode {
     broken_.merge(files);
   }
 
+  std::atomic<CodeModule> program_ = nullptr;  // under no lock, as the system's loader has one
   std::set<std::string> broken_;
 };
 

@@ -5,8 +5,9 @@
 namespace ZtFoundation::detail {
 
 struct OpenedCode {
-  void* handle = nullptr;  ///< null when the code cannot be loaded
-  bool hasThrown = false;  ///< what its static initialisers have thrown
+  void* handle = nullptr;     ///< null when the code cannot be loaded
+  bool hasThrown = false;     ///< what its static initialisers have thrown
+  bool mayOpenLater = false;  ///< it cannot be loaded because descriptors are short or a disk does not answer
 };
 
 /// Loads the shared object at `path` for good; null stands for the program itself. std::bad_alloc when it cannot be loaded

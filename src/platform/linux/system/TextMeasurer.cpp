@@ -14,15 +14,15 @@ class NoFonts final : public TextMeasurer {
   std::optional<std::vector<double>> widthsThatAddUp(std::u16string_view, double) override { return std::nullopt; }
 };
 
+using MeasurerInModule = ServiceInModule<TextMeasurer, NoFonts>;
+
 }  // namespace
 
-TextMeasurer& textMeasurerInModule(const char* file) {
-  return serviceInModule<TextMeasurer, NoFonts>(file, kTextMeasurerEntry);
-}
+TextMeasurer& textMeasurerInModule(const char* file) { return MeasurerInModule(file, kTextMeasurerEntry).get(); }
 
 TextMeasurer& TextMeasurer::production() {
-  static TextMeasurer& loaded = textMeasurerInModule("libZtFoundationDesktop.so");
-  return loaded;
+  static constinit MeasurerInModule module("libZtFoundationDesktop.so", kTextMeasurerEntry);
+  return module.get();
 }
 
 }  // namespace ZtFoundation

@@ -52,13 +52,15 @@ class NoUnicode final : public Unicode {
   }
 };
 
+using UnicodeInModule = ServiceInModule<Unicode, NoUnicode>;
+
 }  // namespace
 
-Unicode& unicodeInModule(const char* file) { return serviceInModule<Unicode, NoUnicode>(file, kUnicodeModuleEntry); }
+Unicode& unicodeInModule(const char* file) { return UnicodeInModule(file, kUnicodeModuleEntry).get(); }
 
 Unicode& Unicode::production() {
-  static Unicode& loaded = unicodeInModule("libZtFoundationUnicode.so");
-  return loaded;
+  static constinit UnicodeInModule module("libZtFoundationUnicode.so", kUnicodeModuleEntry);
+  return module.get();
 }
 
 }  // namespace ZtFoundation

@@ -4,11 +4,17 @@
 
 namespace ZtFoundation {
 
-Volumes& volumesInModule(const char* file) { return serviceInModule<Volumes, NoVolumes>(file, kVolumesEntry); }
+namespace {
+
+using VolumesInModule = ServiceInModule<Volumes, NoVolumes>;
+
+}  // namespace
+
+Volumes& volumesInModule(const char* file) { return VolumesInModule(file, kVolumesEntry).get(); }
 
 Volumes& Volumes::production() {
-  static Volumes& loaded = volumesInModule("libZtFoundationMounts.so");
-  return loaded;
+  static constinit VolumesInModule module("libZtFoundationMounts.so", kVolumesEntry);
+  return module.get();
 }
 
 }  // namespace ZtFoundation

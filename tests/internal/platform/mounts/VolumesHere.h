@@ -19,7 +19,7 @@ inline constexpr char kMountsModule[] = "libZtFoundationMounts.so";
 class VolumesHere {
  public:
   explicit VolumesHere(const VolumeSources& sources = {}) {
-    void* const entry = moduleFunction(kMountsModule, kVolumesFromEntry);
+    void* const entry = moduleFunction(kMountsModule, kVolumesFromEntry).address;
     if (entry == nullptr) throw std::runtime_error("the mounts module is missing");
     volumes_.reset(reinterpret_cast<VolumesFromEntry>(entry)(sources));
   }

@@ -66,9 +66,9 @@ TEST_F(WithoutUnicodeTests, SetsOfCharacterClassesHoldASCII) {
 }
 
 TEST(UnicodeTests, TheModuleIsFoundBesideTheLibrary) {
-  EXPECT_NE(moduleFunction("libZtFoundationUnicode.so", kUnicodeModuleEntry), nullptr);
-  EXPECT_EQ(moduleFunction("libZtFoundationUnicode.so", "noSuchFunction"), nullptr);
-  EXPECT_EQ(moduleFunction("libZtFoundationNoSuchModule.so", kUnicodeModuleEntry), nullptr);
+  EXPECT_NE(moduleFunction("libZtFoundationUnicode.so", kUnicodeModuleEntry).address, nullptr);
+  EXPECT_EQ(moduleFunction("libZtFoundationUnicode.so", "noSuchFunction").address, nullptr);
+  EXPECT_EQ(moduleFunction("libZtFoundationNoSuchModule.so", kUnicodeModuleEntry).address, nullptr);
   EXPECT_EQ(&Unicode::production(), &unicodeInModule("libZtFoundationUnicode.so"));
 }
 

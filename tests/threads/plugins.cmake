@@ -1,0 +1,1 @@
+zt_add_test_plugins(${target} ${CMAKE_CURRENT_LIST_DIR})
