@@ -79,8 +79,9 @@ class ZT_EXPORT NSBundle : public NSObject {
   /// After such a throw the lock of the system's loader stays with this thread for the rest of the process, which
   /// nothing outside the system's C library can mend. This thread goes on, loads code and may end the process. Any
   /// other thread waits for ever as soon as it loads code (dlopen; other plug-ins; the modules that the library itself
-  /// loads when they are first needed) or ends the process by `exit`. What has thrown is not tried again. A plug-in
-  /// should therefore catch what its initialisers throw.
+  /// loads when they are first needed), asks where code comes from (dladdr; mainBundle at its first use,
+  /// bundleForClass, principalClass) or ends the process by `exit`. What has thrown is not tried again. A plug-in should
+  /// therefore catch what its initialisers throw.
   bool load();
   /// True when `load` has loaded the code.
   bool isLoaded() const noexcept { return module_.load(std::memory_order_acquire) != nullptr; }
