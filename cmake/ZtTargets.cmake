@@ -185,6 +185,7 @@ function(zt_add_tools)
     if(sources)
       zt_add_program(${entry} ${entry} bin ${sources})
       zt_find_library_from_bin(${entry})
+      zt_install_folders(tools ${CMAKE_INSTALL_BINDIR} ${CMAKE_INSTALL_MANDIR}/man1)
       install(TARGETS ${entry} RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tools)
       install(FILES ${PROJECT_SOURCE_DIR}/tools/${entry}/${entry}.1
         DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT tools)
