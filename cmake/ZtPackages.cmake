@@ -1,5 +1,6 @@
 # Debian packages, made by `cpack` in the build folder: libztfoundation1 runs programs, libztfoundation-dev builds them, ztplist is the
-# command-line tool. It is a package of its own so that two versions of the library can be installed side by side.
+# command-line tool, which what only needs the library does not bring along. Modules have no version in their names: those of the next major version
+# need others, so that both can be installed side by side.
 
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME ztfoundation)
