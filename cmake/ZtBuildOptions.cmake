@@ -6,16 +6,36 @@ set(CMAKE_CXX_EXTENSIONS OFF)
 set(CMAKE_CXX_VISIBILITY_PRESET hidden)
 set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
 set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
-set(CMAKE_CXX_FLAGS_RELEASE "-O2 -DNDEBUG")
+string(STRIP "${CMAKE_CXX_FLAGS_RELEASE_INIT}" usualFlags)
+if(CMAKE_CXX_FLAGS_RELEASE STREQUAL usualFlags)  # nobody asks for others
+  set(CMAKE_CXX_FLAGS_RELEASE "-O2 -DNDEBUG")
+endif()
 
 if(NOT CMAKE_BUILD_TYPE)
   set(CMAKE_BUILD_TYPE Release CACHE STRING "Release or Debug" FORCE)
 endif()
 
+# Where ccache cannot make its folder it compiles nothing.
+function(zt_try_ccache result)
+  set(probe ${CMAKE_BINARY_DIR}/CMakeFiles/ccache-probe)
+  file(WRITE ${probe}.cpp "")
+  execute_process(COMMAND ${ZT_CCACHE} ${CMAKE_CXX_COMPILER} -c ${probe}.cpp -o ${probe}.o
+    RESULT_VARIABLE status OUTPUT_QUIET ERROR_VARIABLE message ERROR_STRIP_TRAILING_WHITESPACE)
+  set(works ON)
+  if(NOT status EQUAL 0)
+    set(works OFF)
+    message(STATUS "Compiling without ccache: ${message}")
+  endif()
+  set(${result} ${works} PARENT_SCOPE)
+endfunction()
+
 find_program(ZT_CCACHE ccache)
 if(ZT_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
-  # Without this leave it would compile everything that uses a precompiled header again.
-  set(CMAKE_CXX_COMPILER_LAUNCHER env CCACHE_SLOPPINESS=pch_defines,time_macros ${ZT_CCACHE})
+  zt_try_ccache(works)
+  if(works)
+    # Without this leave it would compile everything that uses a precompiled header again.
+    set(CMAKE_CXX_COMPILER_LAUNCHER env CCACHE_SLOPPINESS=pch_defines,time_macros ${ZT_CCACHE})
+  endif()
 endif()
 
 # Every target of the project links this; it is not part of what hosts see.

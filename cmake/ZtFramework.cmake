@@ -12,7 +12,8 @@ set(ZT_EMBED_SCRIPT ${CMAKE_CURRENT_LIST_DIR}/ZtEmbedFramework.cmake)
 # zt_embed_framework(<target> [HEADERS])
 #
 # Copies the library and its modules beside the executable target, whose output folder is Name.app/Contents/Linux, each time that it
-# is linked, and makes it find them there. HEADERS copies the public headers too.
+# is linked or they have changed, and makes it find them there. HEADERS copies the public headers too; all programs of one package say it, or
+# none. Building a target whose output folder is another fails.
 function(zt_embed_framework target)
   cmake_parse_arguments(PARSE_ARGV 1 embed "HEADERS" "" "")
   set(library ZtFoundation::ZtFoundation)
@@ -28,12 +29,13 @@ function(zt_embed_framework target)
     BUILD_WITH_INSTALL_RPATH ON INSTALL_RPATH "$ORIGIN/../Frameworks/ZtFoundation.framework/Versions/A")
   add_custom_command(TARGET ${target} POST_BUILD
     COMMAND ${CMAKE_COMMAND}
-      -D "FRAMEWORKS=$<TARGET_FILE_DIR:${target}>/../Frameworks"
+      -D "PROGRAM=$<TARGET_FILE:${target}>"
+      -D "LOCK=${CMAKE_BINARY_DIR}/CMakeFiles/ZtEmbedFramework.lock"
       -D "LIBRARY=$<TARGET_FILE:${library}>"
       -D "SONAME=$<TARGET_SONAME_FILE_NAME:${library}>"
       -D "MODULES=${moduleFiles}"
       -D "HEADERS=${headers}"
       -P ${ZT_EMBED_SCRIPT}
     VERBATIM)
-  set_property(TARGET ${target} APPEND PROPERTY LINK_DEPENDS ${ZT_EMBED_SCRIPT})
+  set_property(TARGET ${target} APPEND PROPERTY LINK_DEPENDS ${ZT_EMBED_SCRIPT} ${moduleFiles})
 endfunction()

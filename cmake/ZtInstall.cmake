@@ -2,6 +2,8 @@
 # "runtime" is what a user of a program needs, "development" what its author needs beside that; "tools" runs by itself.
 
 set(packageFolder ${CMAKE_INSTALL_LIBDIR}/cmake/ZtFoundation)
+zt_install_folders(runtime ${CMAKE_INSTALL_LIBDIR})
+zt_install_folders(development ${CMAKE_INSTALL_INCLUDEDIR} ${packageFolder} ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 
 install(TARGETS ZtFoundation EXPORT ZtFoundationTargets
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT runtime NAMELINK_COMPONENT development)
@@ -40,6 +42,8 @@ install(CODE "
   if(CMAKE_INSTALL_PREFIX STREQUAL \"/usr\")
     set(folder \"/usr/share/gdb/auto-load\${folder}\")
   endif()
+  set(FOLDERS \"\${folder}\")
+  include(\"${PROJECT_SOURCE_DIR}/cmake/ZtMakeFolders.cmake\")
   file(INSTALL \"${CMAKE_LIBRARY_OUTPUT_DIRECTORY}/libZtFoundation.so.${PROJECT_VERSION}-gdb.py\"
     DESTINATION \"\${folder}\")
   " COMPONENT development)

@@ -1,5 +1,6 @@
 # Debian packages, made by `cpack` in the build folder: libztfoundation1 runs programs, libztfoundation-dev builds them, ztplist is the
-# command-line tool. It is a package of its own so that two versions of the library can be installed side by side.
+# command-line tool, which what only needs the library does not bring along. Modules have no version in their names: those of the next major version
+# need others, so that both can be installed side by side.
 
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME ztfoundation)
@@ -8,8 +9,10 @@ set(CPACK_PACKAGE_CONTACT "ZtFoundation maintainers <ztfoundation@example.org>")
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_COMPONENTS_ALL runtime development tools)
 set(CPACK_STRIP_FILES ON)
+set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS ${CMAKE_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS})
 set(CPACK_VERBATIM_VARIABLES ON)
 set(CPACK_PROJECT_CONFIG_FILE ${PROJECT_SOURCE_DIR}/cmake/ZtPackageOptions.cmake)
+set(CPACK_PRE_BUILD_SCRIPTS ${PROJECT_SOURCE_DIR}/cmake/ZtDebianFiles.cmake)
 
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)

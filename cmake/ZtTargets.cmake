@@ -189,6 +189,8 @@ function(zt_add_tools)
     zt_sources(sources tools/${entry})
     if(sources)
       zt_add_program(${entry} ${entry} bin ${sources})
+      zt_find_library_from_bin(${entry})
+      zt_install_folders(tools ${CMAKE_INSTALL_BINDIR} ${CMAKE_INSTALL_MANDIR}/man1)
       install(TARGETS ${entry} RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tools)
       install(FILES ${PROJECT_SOURCE_DIR}/tools/${entry}/${entry}.1
         DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT tools)
@@ -200,7 +202,15 @@ function(zt_add_program target output folder)
   add_executable(${target} ${ARGN})
   zt_use_library(${target})
   set_target_properties(${target} PROPERTIES
-    OUTPUT_NAME ${output}
-    RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/${folder}
-    INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
+    OUTPUT_NAME ${output} RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/${folder})
+endfunction()
+
+# A program that is installed has one run path for here and there, the way in the build folder last. CMake would make room for a run path that
+# it writes later by empty folders at the end, and an empty one is the current folder.
+function(zt_find_library_from_bin target)
+  file(RELATIVE_PATH installed ${CMAKE_INSTALL_FULL_BINDIR} ${CMAKE_INSTALL_FULL_LIBDIR})
+  file(RELATIVE_PATH built ${CMAKE_BINARY_DIR}/bin ${CMAKE_LIBRARY_OUTPUT_DIRECTORY})
+  set(ways "$ORIGIN/${installed}" "$ORIGIN/${built}")
+  list(REMOVE_DUPLICATES ways)
+  set_target_properties(${target} PROPERTIES BUILD_WITH_INSTALL_RPATH ON INSTALL_RPATH "${ways}")
 endfunction()

@@ -35,6 +35,33 @@ EOF
 { cmake -G Ninja -S . -B build -DCMAKE_PREFIX_PATH="$scratch/installed" -DCMAKE_CXX_COMPILER="$compiler" &&
   cmake --build build; } >cmake.log || fail "$(cat cmake.log)"
 
+framework=$scratch/build/Sorter.app/Contents/Frameworks/ZtFoundation.framework
+module=$(find "$scratch/installed" -name libZtFoundationUnicode.so)
+echo >>"$module"
+cmake --build build >cmake.log || fail "$(cat cmake.log)"
+cmp "$module" "$framework/Versions/A/libZtFoundationUnicode.so" || fail "the package keeps an old module"
+
+# As zt_embed_framework runs it for a program in this folder.
+embed() {  # folder
+  cmake -D PROGRAM="$scratch/$1/program" -D LOCK="$scratch/lock" -D LIBRARY="${module/Unicode/}" -D SONAME=libZtFoundation.so.1 \
+    -D MODULES="$module" -D HEADERS= -P "$(find "$scratch/installed" -name ZtEmbedFramework.cmake)" 2>&1
+}
+
+mkdir -p sources/build sources/Frameworks/ZtFoundation.framework
+touch sources/Frameworks/ZtFoundation.framework/precious
+! said=$(embed sources/build) || fail "a program outside of a package gets the library beside it"
+said=$(tr -s '[:space:]' ' ' <<<"$said")
+[[ $said = *"sources/build/program does not lie"* ]] || fail "the refusal says: $said"
+[ -e sources/Frameworks/ZtFoundation.framework/precious ] || fail "what was beside the program's folder is gone"
+
+# Programs of one package that are linked at the same time.
+runs=()
+for _ in {1..8}; do
+  embed Several.app/Contents/Linux >>embed.log &
+  runs+=($!)
+done
+for run in "${runs[@]}"; do wait "$run" || fail "$(cat embed.log)"; done
+
 mkdir elsewhere
 mv build/Sorter.app "elsewhere/My Sorter.app"
 rm -r "$scratch/build" "$scratch/installed"

@@ -22,7 +22,7 @@ if [ "${1:-}" = inside ]; then
   # Without the triggers of others, such as the index of all man pages.
   dpkg --no-triggers -i ./*.deb >dpkg.log 2>&1 || fail "$(cat dpkg.log)"
 
-  man_page=$(dpkg -L ztplist | grep -E '/man1/ztplist\.1(\.gz)?$') || fail "there is no man page"
+  man_page=$(dpkg -L ztplist | grep '/man1/ztplist\.1\.gz$') || fail "there is no compressed man page"
   [ -f "$man_page" ] || fail "the man page is not there"
   printf '{ Name = Alice; }' >settings.plist
   [ "$(ztplist get Name settings.plist)" = Alice ] || fail "ztplist does not run"
@@ -78,7 +78,7 @@ done
 scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT
 mkdir "$scratch/layer" "$scratch/content"
-(cd "$ZT_BUILD_DIR" && cpack -G DEB -B "$scratch/packages" >"$scratch/cpack.log" 2>&1) || fail "$(cat "$scratch/cpack.log")"
+(umask 077 && cd "$ZT_BUILD_DIR" && cpack -G DEB -B "$scratch/packages" >"$scratch/cpack.log" 2>&1) || fail "$(cat "$scratch/cpack.log")"
 ! grep -i warning "$scratch/cpack.log" || fail "cpack warns"
 
 runtime=$(echo "$scratch"/packages/libztfoundation1_*.deb)
@@ -92,6 +92,14 @@ done
 [ "$(dpkg-deb -f "$development" Depends)" = "libztfoundation1 (= $version)" ] || fail "the two packages may differ in version"
 [[ $(dpkg-deb -f "$tool" Depends) = *"libztfoundation1 (>= $version)"* ]] || fail "the tool would come without its library"
 [[ $(dpkg-deb -I "$runtime" shlibs) = "libZtFoundation 1 libztfoundation1 "* ]] || fail "other packages learn no dependency from it"
+for package in "$runtime" "$tool" "$development"; do
+  closed=$(dpkg-deb -c "$package" | grep -v -e '^drwxr-xr-x root/root' -e '^-rw[x-]r-[x-]r-[x-] root/root' -e '^lrwxrwxrwx root/root') || true
+  [ -z "$closed" ] || fail "closed to others: $closed"
+  changelog=$scratch/changelog.gz
+  dpkg-deb --fsys-tarfile "$package" | tar -xO "./usr/share/doc/$(dpkg-deb -f "$package" Package)/changelog.Debian.gz" >"$changelog"
+  [ "$(gzip -dc "$changelog" | dpkg-parsechangelog -l- -S Version)" = "$version" ] || fail "the changelog is of another version"
+  [ "$(od -An -tx1 -j3 -N5 "$changelog")" = " 00 00 00 00 00" ] || fail "the changelog tells when it was compressed"
+done
 
 cp "$runtime" "$development" "$tool" "$0" "$scratch/content"
 sed -n '/^```cpp$/,/^```$/p' "$ZT_SOURCE_DIR/README.md" | sed '/^```/d' >"$scratch/content/example.cpp"

@@ -1,6 +1,6 @@
 #!/bin/bash
 # Installs the library into a scratch folder, moves it, and builds the README's example against it as another project
-# would: once found by CMake, once by pkg-config. Both programs must run and print the same.
+# would: once found by CMake, once by pkg-config. Both programs must run and print the same. Everybody may use what is installed.
 set -eu
 
 if grep -q '^ZT_SANITIZE:STRING=.' "$ZT_BUILD_DIR/CMakeCache.txt"; then
@@ -12,7 +12,9 @@ scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT
 cd "$scratch"
 
-cmake --install "$ZT_BUILD_DIR" --prefix "$scratch/installed" >install.log || { cat install.log; exit 1; }
+(umask 077 && cmake --install "$ZT_BUILD_DIR" --prefix "$scratch/installed" >install.log) || { cat install.log; exit 1; }
+closed=$(find installed -mindepth 1 ! -type l ! -perm -a=r -o -mindepth 1 -type d ! -perm -a=x)
+[ -z "$closed" ] || { echo "closed to others: $closed"; exit 1; }
 mv installed moved
 prefix=$scratch/moved
 

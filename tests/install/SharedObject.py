@@ -7,7 +7,8 @@ import re
 import subprocess
 import sys
 
-LIBRARY = pathlib.Path(os.environ["ZT_BUILD_DIR"]) / "lib/libZtFoundation.so"
+BUILD = pathlib.Path(os.environ["ZT_BUILD_DIR"])
+LIBRARY = BUILD / "lib/libZtFoundation.so"
 
 NEEDED = {"libstdc++.so.6", "libm.so.6", "libgcc_s.so.1", "libc.so.6", "ld-linux-x86-64.so.2", "ld-linux.so.2"}
 
@@ -29,7 +30,7 @@ def lines_of(*command):
 
 
 def is_sanitized():
-    cache = (pathlib.Path(os.environ["ZT_BUILD_DIR"]) / "CMakeCache.txt").read_text()
+    cache = (BUILD / "CMakeCache.txt").read_text()
     return re.search(r"^ZT_SANITIZE:STRING=.", cache, re.MULTILINE) is not None
 
 
@@ -47,13 +48,22 @@ def unexpected_needs():
             yield f"needs {match[1]}"
 
 
+def folders_of_libraries(file):
+    for line in lines_of("readelf", "--dynamic", "--wide", str(file)):
+        match = re.search(r"\((?:RUNPATH|RPATH)\).*\[(.*)\]", line)
+        yield from match[1].split(":") if match else []
+
+
 def strange_folders():
-    """Where the loader looks for what a module needs; an empty folder is the current one."""
+    """Where the loader looks for what a module or an installed program needs; an empty folder is the current one."""
     for library in sorted(LIBRARY.parent.glob("libZtFoundation*.so")):
-        for line in lines_of("readelf", "--dynamic", "--wide", str(library)):
-            match = re.search(r"\((?:RUNPATH|RPATH)\).*\[(.*)\]", line)
-            if match and match[1] != "$ORIGIN":
-                yield f"looks for libraries in {match[1]} ({library.name})"
+        for folder in folders_of_libraries(library):
+            if folder != "$ORIGIN":
+                yield f"looks for libraries in '{folder}' ({library.name})"
+    for program in sorted((BUILD / "bin").glob("*")):
+        for folder in folders_of_libraries(program):
+            if not folder.startswith("$ORIGIN/"):
+                yield f"looks for libraries in '{folder}' ({program.name})"
 
 
 def is_32_bit():
