@@ -5,7 +5,9 @@
 #include <ZtFoundation/platform/Number.h>
 #include <fcntl.h>
 #include <grp.h>
+#include <linux/posix_acl.h>
 #include <pwd.h>
+#include <sys/statvfs.h>
 #include <sys/xattr.h>
 #include <unistd.h>
 
@@ -40,30 +42,47 @@ constexpr std::string_view kCapability = "security.capability";
 // These are bound to one file and its contents, and the system renews them.
 constexpr std::array<std::string_view, 2> kBoundToFile{"security.ima", "security.evm"};
 
-bool isNotAllowed(int error) { return error == EPERM || error == EACCES || error == ENOTSUP; }
-
 // --- Owner, group and permissions
 
 bool giveOwner(int file, uid_t user, gid_t group) { return ::fchown(file, user, group) == 0; }
 
-// Rights that the old group had are not passed to another one, unless everybody has them.
-mode_t withoutGroup(mode_t mode) {
-  const mode_t everybodys = (mode & S_IRWXO) << 3;
-  return (mode & ~(mode_t{S_IRWXG} | mode_t{S_ISGID})) | (mode & S_IRWXG & everybodys);
+constexpr mode_t kClass = 07;
+
+mode_t withRights(mode_t mode, mode_t group, mode_t others) {
+  return (mode & ~(mode_t{S_IRWXG} | mode_t{S_IRWXO})) | (group & kClass) << 3 | (others & kClass);
 }
 
-// The permissions that may be given once owner and group are as close to the old ones as they get; none on an error.
-std::optional<mode_t> copyOwner(const struct stat& from, int to) {
-  const mode_t mode = from.st_mode & kPermissionBits;
+// The old group's members are others now, and some of the others are the group: both get what both had.
+mode_t withoutGroup(mode_t mode) {
+  const mode_t both = mode >> 3 & mode;
+  return withRights(mode & ~mode_t{S_ISGID}, both, both);
+}
+
+// The bits of the group show the most that the list gives to anybody in it but the owner. Those whom it names are group
+// and others now, which get no more than any of them had. An entry is a tag and rights of two bytes, the lower one
+// first, and a number of four. A list that nobody knows may name anybody.
+mode_t withoutAccessList(mode_t mode, std::string_view list) {
+  constexpr std::size_t kVersion = 4, kEntry = 8;
+  const mode_t most = mode >> 3;
+  mode_t group = list.size() < kVersion ? 0 : kClass;
+  mode_t named = group;
+  list.remove_prefix(std::min(kVersion, list.size()));
+  for (; list.size() >= kEntry; list.remove_prefix(kEntry)) {
+    const auto rights = static_cast<mode_t>(list[2]);
+    if (list[0] == ACL_GROUP_OBJ) group = rights & most;
+    if (list[0] == ACL_USER || list[0] == ACL_GROUP) named &= rights & most;
+  }
+  return withRights(mode, group & named, mode & named);
+}
+
+// Owner and group as close to the old ones as they get; none on an error.
+std::optional<Kept> copyOwner(const struct stat& from, int to) {
   struct stat own;
   if (::fstat(to, &own) != 0) return std::nullopt;
-  if (own.st_uid == from.st_uid && own.st_gid == from.st_gid) return mode;
-  if (giveOwner(to, from.st_uid, from.st_gid)) return mode;
-  if (errno != EPERM && errno != EINVAL)
-    return std::nullopt;  // EINVAL: an owner that this user namespace does not know
-  const bool groupKept = own.st_gid == from.st_gid || giveOwner(to, static_cast<uid_t>(-1), from.st_gid);
-  const mode_t withoutOwner = mode & ~mode_t{S_ISUID};
-  return groupKept ? withoutOwner : withoutGroup(withoutOwner);
+  if (own.st_uid == from.st_uid && own.st_gid == from.st_gid) return Kept{};
+  if (giveOwner(to, from.st_uid, from.st_gid)) return Kept{};
+  if (!isLeftOut(errno)) return std::nullopt;
+  return Kept{.owner = false, .group = own.st_gid == from.st_gid || giveOwner(to, static_cast<uid_t>(-1), from.st_gid)};
 }
 
 bool setPermissions(int file, mode_t mode) {
@@ -103,20 +122,34 @@ std::vector<std::string> splitNames(std::string_view joined) {
 std::optional<std::vector<std::string>> attributeNames(int file) {
   const auto joined = fetchGrowing([file](char* buffer, std::size_t size) { return ::flistxattr(file, buffer, size); });
   if (joined) return splitNames(*joined);
-  if (isNotAllowed(errno)) return std::vector<std::string>();
+  if (isLeftOut(errno)) return std::vector<std::string>();
   return std::nullopt;
 }
 
-bool copyAttribute(int from, int to, const std::string& name) {
-  const auto value =
+enum class Outcome { Copied, LeftOut, Failed };
+
+bool hasRoom(int file) {
+  struct statvfs volume;
+  return ::fstatvfs(file, &volume) == 0 && volume.f_bavail > 0;
+}
+
+// A file system keeps only so much with one item, and may call that a full device.
+bool isTooLarge(int error, int file) { return error == E2BIG || error == ERANGE || (error == ENOSPC && hasRoom(file)); }
+
+// `value` stays as it is where it cannot be read.
+Outcome copyAttribute(int from, int to, const std::string& name, std::string& value) {
+  auto read =
       fetchGrowing([&](char* buffer, std::size_t size) { return ::fgetxattr(from, name.c_str(), buffer, size); });
-  if (!value) return isNotAllowed(errno) || errno == ENODATA;
-  return ::fsetxattr(to, name.c_str(), value->data(), value->size(), 0) == 0 || isNotAllowed(errno);
+  if (!read) return isLeftOut(errno) || errno == ENODATA || errno == E2BIG ? Outcome::LeftOut : Outcome::Failed;
+  value = std::move(*read);
+  if (::fsetxattr(to, name.c_str(), value.data(), value.size(), 0) == 0) return Outcome::Copied;
+  return isLeftOut(errno) || isTooLarge(errno, to) ? Outcome::LeftOut : Outcome::Failed;
 }
 
 // A folder may have given the new file a list that the old one does not have.
 bool removeInheritedAccessList(int file) {
-  return ::fremovexattr(file, kAccessList) == 0 || errno == ENODATA || errno == ENOTSUP;
+  if (::fremovexattr(file, kAccessList) == 0 || errno == ENODATA) return true;
+  return isLeftOut(errno) && ::fgetxattr(file, kAccessList, nullptr, 0) < 0;
 }
 
 bool isCopied(std::string_view name, Contents contents) {
@@ -124,13 +157,20 @@ bool isCopied(std::string_view name, Contents contents) {
          (contents == Contents::Same || name != kCapability);
 }
 
-bool copyExtendedAttributes(int from, int to, Contents contents) {
+// `list` becomes the access list of `from`, if it has one.
+bool copyExtendedAttributes(int from, int to, Contents contents, Kept& kept, std::optional<std::string>& list) {
   const auto names = attributeNames(from);
   if (!names) return false;
   for (const std::string& name : *names) {
-    if (isCopied(name, contents) && !copyAttribute(from, to, name)) return false;
+    if (!isCopied(name, contents)) continue;
+    std::string value;
+    const Outcome outcome = copyAttribute(from, to, name, value);
+    if (outcome == Outcome::Failed) return false;
+    if (name != kAccessList) continue;
+    kept.accessList = outcome == Outcome::Copied;
+    list = std::move(value);
   }
-  return std::ranges::find(*names, kAccessList) != names->end() || removeInheritedAccessList(to);
+  return (list && kept.accessList) || removeInheritedAccessList(to);
 }
 
 // --- Attributes that a host asks for
@@ -171,10 +211,33 @@ void giveOwner(const char* path, uid_t user, gid_t group) noexcept {
 
 }  // namespace
 
+bool isLeftOut(int error) noexcept {
+  return error == EPERM || error == EACCES || error == ENOTSUP || error == ENOSYS || error == EINVAL;
+}
+
+mode_t permissionsOfCopy(const struct stat& status, const Kept& kept, const std::optional<std::string>& list) {
+  mode_t mode = status.st_mode & kPermissionBits;
+  if (!kept.owner) mode &= ~mode_t{S_ISUID};
+  if (list && !(kept.group && kept.accessList)) mode = withoutAccessList(mode, *list);
+  return kept.group ? mode : withoutGroup(mode);
+}
+
+std::optional<std::string> accessListAt(int folder, const char* name) {
+  constexpr int flags = O_PATH | O_NOFOLLOW | O_CLOEXEC;
+  const FileDescriptor item(retryInterrupted([&] { return ::openat(folder, name, flags); }));
+  const PathOfDescriptor path(item.get());
+  auto list =
+      fetchGrowing([&](char* buffer, std::size_t size) { return ::getxattr(path.get(), kAccessList, buffer, size); });
+  if (!list && errno != ENODATA && errno != ENOTSUP) list.emplace();
+  return list;
+}
+
 bool copyAttributes(int from, const struct stat& status, int to, Contents contents) {
-  const auto mode = copyOwner(status, to);
+  auto kept = copyOwner(status, to);
+  std::optional<std::string> list;
+  if (!kept || !copyExtendedAttributes(from, to, contents, *kept, list)) return false;
   // Last, because a change of owner clears bits and an access list sets some.
-  return mode && copyExtendedAttributes(from, to, contents) && setPermissions(to, *mode);
+  return setPermissions(to, permissionsOfCopy(status, *kept, list)) || (contents == Contents::Same && isLeftOut(errno));
 }
 
 WantedAttributes::WantedAttributes(const Ref<NSDictionary>& attributes) : user_(kUnchanged), group_(kUnchanged) {

@@ -14,9 +14,29 @@ namespace ZtFoundation::detail {
 /// Whether a file gets attributes together with the contents that they speak about.
 enum class Contents { New, Same };
 
+/// Why an attribute is missing on a copy that is good without it: the file system cannot keep it, or the process may not
+/// give it.
+bool isLeftOut(int error) noexcept;
+
+/// Which of what the permissions count on a copy has got.
+struct Kept {
+  bool owner = true;
+  bool group = true;
+  bool accessList = true;
+};
+
+/// The permissions for a copy of an item that has this status, and this access list if it has any: nobody has more
+/// rights on the copy.
+mode_t permissionsOfCopy(const struct stat& status, const Kept& kept, const std::optional<std::string>& list);
+
+/// The access list of the item called `name` in an open folder; none where it has none, an empty one where it cannot be
+/// asked.
+std::optional<std::string> accessListAt(int folder, const char* name);
+
 /// Gives the file open as `to` the owner, group, permissions, extended attributes and access control list of the one
-/// open as `from`, whose `status` is known. What the process may not give is left out, together with the rights that
-/// would then be somebody else's. False on any other failure.
+/// open as `from`, whose `status` is known. What `isLeftOut`, or is too large for the file system, is left out, each for
+/// itself, together with the rights that would then be somebody else's; the permissions only with the same contents.
+/// False, with the reason in errno, on any other failure.
 bool copyAttributes(int from, const struct stat& status, int to, Contents contents = Contents::New);
 
 /// What a host asks for a new item. Read before the item is made, as memory may run out meanwhile.

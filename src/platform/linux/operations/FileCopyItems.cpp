@@ -14,26 +14,23 @@ namespace {
 
 int errorOf(int result) { return result == 0 ? 0 : errno; }
 
-// The file system cannot keep it, or the process may not give it: the copy is one without.
-bool isLeftOut(int error) {
-  return error == EPERM || error == EACCES || error == ENOTSUP || error == ENOSYS || error == EINVAL;
-}
 int unlessLeftOut(int error) { return isLeftOut(error) ? 0 : error; }
 
 struct Times : std::array<timespec, 2> {
   explicit Times(const struct stat& status) : array{status.st_atim, status.st_mtim} {}
 };
 
-// As giveAttributes, for an item that is not open. Links have no permissions of their own.
-int giveAttributesByName(const struct stat& status, int folder, const char* name) {
-  const int owner = errorOf(::fchownat(folder, name, status.st_uid, status.st_gid, AT_SYMLINK_NOFOLLOW));
+// As giveAttributes, for items that are not open. Links have no permissions of their own.
+int giveAttributesByName(int from, const char* name, const struct stat& status, int to, const char* newName) {
+  const int owner = errorOf(::fchownat(to, newName, status.st_uid, status.st_gid, AT_SYMLINK_NOFOLLOW));
   if (unlessLeftOut(owner) != 0) return owner;
   if (!S_ISLNK(status.st_mode)) {
-    const mode_t mode = status.st_mode & (owner == 0 ? 07777U : 0707U);  // another group gets no rights
-    const int error = errorOf(::fchmodat(folder, name, mode, AT_SYMLINK_NOFOLLOW));
+    const Kept kept{.owner = owner == 0, .group = owner == 0, .accessList = false};
+    const mode_t mode = permissionsOfCopy(status, kept, accessListAt(from, name));
+    const int error = errorOf(::fchmodat(to, newName, mode, AT_SYMLINK_NOFOLLOW));
     if (unlessLeftOut(error) != 0) return error;
   }
-  return unlessLeftOut(errorOf(::utimensat(folder, name, Times(status).data(), AT_SYMLINK_NOFOLLOW)));
+  return unlessLeftOut(errorOf(::utimensat(to, newName, Times(status).data(), AT_SYMLINK_NOFOLLOW)));
 }
 
 int makeLink(int from, const char* name, int to, const char* newName) {
@@ -44,7 +41,7 @@ int makeLink(int from, const char* name, int to, const char* newName) {
 }  // namespace
 
 int giveAttributes(int from, const struct stat& status, int to) {
-  if (!copyAttributes(from, status, to, Contents::Same) && !isLeftOut(errno)) return errno;
+  if (!copyAttributes(from, status, to, Contents::Same)) return errno;
   return unlessLeftOut(errorOf(::futimens(to, Times(status).data())));
 }
 
@@ -79,7 +76,7 @@ int makeOther(int from, const char* name, const struct stat& status, int to, con
           ? makeLink(from, name, to, newName)
           : errorOf(::mknodat(to, newName, (status.st_mode & S_IFMT) | S_IRUSR | S_IWUSR, status.st_rdev));
   if (error != 0) return error;
-  const int attributes = giveAttributesByName(status, to, newName);
+  const int attributes = giveAttributesByName(from, name, status, to, newName);
   if (attributes != 0) ::unlinkat(to, newName, 0);
   return attributes;
 }

@@ -17,6 +17,7 @@
 #include <random>
 
 #include "platform/linux/SystemCallFaults.h"
+#include "support/AccessList.h"
 #include "support/ChildProcess.h"
 #include "support/ExtendedAttribute.h"
 #include "support/Sanitizers.h"
@@ -32,6 +33,12 @@ using Names = std::set<std::string>;
 bool save(const std::string& path, const std::string& contents) {
   return NSData::dataWithBytes(contents)->writeToFile_atomically(NSString::stringWithFileSystemRepresentation(path),
                                                                  true);
+}
+
+unsigned modeOf(const std::string& path) {
+  struct stat status {};
+  EXPECT_EQ(::stat(path.c_str(), &status), 0);
+  return status.st_mode & 07777U;
 }
 
 // --- Failing system calls
@@ -74,11 +81,7 @@ class Scene {
     }
   }
 
-  void expectMode() const {
-    struct stat status;
-    ASSERT_EQ(::stat(file().c_str(), &status), 0);
-    EXPECT_EQ(status.st_mode & 07777U, situation_.hasFile ? 0640U : 0600U);
-  }
+  void expectMode() const { EXPECT_EQ(modeOf(file()), situation_.hasFile ? 0640U : 0600U); }
 
  private:
   Situation situation_;
@@ -86,11 +89,15 @@ class Scene {
 };
 
 // Where the call comes first in a save over a file, counted from 0.
-int indexOf(const std::string& call) {
-  Scene scene(kSituations[1]);
+int indexOf(const std::string& call, Scene& scene) {
   FaultScript script({});
   EXPECT_TRUE(scene.save("new contents"));
   return static_cast<int>(std::ranges::find(script.calls(), call) - script.calls().begin());
+}
+
+int indexOf(const std::string& call) {
+  Scene scene(kSituations[1]);
+  return indexOf(call, scene);
 }
 
 // Runs `action` before the call of that number, counted from 1.
@@ -187,13 +194,67 @@ TEST(AtomicFileFaultTests, AttributesThatMayNotBeSetAreNoFailure) {
   }
 }
 
-TEST(AtomicFileFaultTests, AnAccessListThatCannotBeThereNeedNotBeRemoved) {
-  for (const auto& [error, isSaved] : {std::pair(ENODATA, true), {ENOTSUP, true}, {EPERM, false}, {EACCES, false}}) {
+TEST(AtomicFileFaultTests, AnAttributeThatIsTooLargeIsLeftOut) {
+  if (!attributeOf(Scene(kSituations[1]).file(), "user.zt.kept")) {
+    GTEST_SKIP() << "no extended attributes on this file system";
+  }
+  for (const auto& [call, error, isSaved] : {std::tuple("fsetxattr", E2BIG, true),
+                                             {"fsetxattr", ERANGE, true},
+                                             {"fsetxattr", ENOSPC, true},
+                                             {"fsetxattr", EDQUOT, false},
+                                             {"fgetxattr", E2BIG, true}}) {
+    Scene scene(kSituations[1]);
+    int at = -1;
+    FaultScript probe({});
+    probe.before("write",
+                 [&, call = call] { probe.before(call, [&] { at = static_cast<int>(probe.calls().size()); }); });
+    ASSERT_TRUE(scene.save("old contents"));
+    FaultScript script({at, error, false});
+    EXPECT_EQ(scene.save("new contents"), isSaved) << call << std::strerror(error);
+    EXPECT_EQ(script.faulted(), call);
+    EXPECT_EQ(attributeOf(scene.file(), "user.zt.kept").has_value(), !isSaved);
+  }
+}
+
+// The mask of the list is where the group's rights are shown.
+TEST(AtomicFileFaultTests, NobodyGainsARightWhenTheAccessListCannotBeKept) {
+  using enum AccessEntry::Who;
+  const std::string list = accessList({{Owner, 6}, {User, 6, 1234}, {Group, 0}, {Mask, 6}, {Others, 4}});
+  for (const int error : {EPERM, EACCES, ENOTSUP, ENOSYS, EINVAL, E2BIG, ENOSPC}) {
+    Scene scene(kSituations[1]);
+    ::removexattr(scene.file().c_str(), "user.zt.kept");
+    if (::setxattr(scene.file().c_str(), kAccessList, list.data(), list.size(), 0) != 0) {
+      GTEST_SKIP() << "no access lists on this file system";
+    }
+    FaultScript script({indexOf("fsetxattr", scene), error, false});
+    EXPECT_TRUE(scene.save("new contents")) << std::strerror(error);
+    EXPECT_EQ(script.faulted(), "fsetxattr");
+    EXPECT_EQ(attributeOf(scene.file(), kAccessList), std::nullopt);
+    EXPECT_EQ(modeOf(scene.file()), 0604U) << std::strerror(error);
+  }
+}
+
+TEST(AtomicFileFaultTests, AnAccessListThatIsNotThereNeedNotBeRemoved) {
+  for (const int error : {ENODATA, ENOTSUP, ENOSYS, EINVAL, EPERM, EACCES}) {
     Scene scene(kSituations[1]);
     FaultScript script({indexOf("fremovexattr"), error, false});
-    EXPECT_EQ(scene.save("new contents"), isSaved) << std::strerror(error);
+    EXPECT_TRUE(scene.save("new contents")) << std::strerror(error);
     EXPECT_EQ(script.faulted(), "fremovexattr");
   }
+}
+
+TEST(AtomicFileFaultTests, AnAccessListThatStaysIsAFailure) {
+  using enum AccessEntry::Who;
+  const std::string list = accessList({{Owner, 6}, {User, 6, 1234}, {Group, 0}, {Mask, 6}, {Others, 0}});
+  Scene scene(kSituations[1]);
+  const std::string folder = std::filesystem::path(scene.file()).parent_path();
+  if (::setxattr(folder.c_str(), kDefaultAccessList, list.data(), list.size(), 0) != 0) {
+    GTEST_SKIP() << "no access lists on this file system";
+  }
+  FaultScript script({indexOf("fremovexattr"), EPERM, false});
+  EXPECT_FALSE(scene.save("new contents"));
+  EXPECT_EQ(script.faulted(), "fremovexattr");
+  EXPECT_EQ(contentsOf(scene.file()), "old contents");
 }
 
 TEST(AtomicFileFaultTests, AttributesThatChangeMeanwhileAreReadAsTheyAre) {

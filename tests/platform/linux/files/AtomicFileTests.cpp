@@ -15,6 +15,7 @@
 #include <array>
 #include <filesystem>
 
+#include "support/AccessList.h"
 #include "support/ChildProcess.h"
 #include "support/ExtendedAttribute.h"
 #include "support/ScratchFolder.h"
@@ -123,42 +124,30 @@ TEST_F(AtomicFileTests, ExtendedAttributesAreKept) {
   EXPECT_EQ(attributeOf(file, "user.zt.long"), std::string(500, 'y'));
 }
 
-// One entry of an access list as the kernel stores it, little-endian: tag, permissions, user.
-std::string accessEntry(std::uint16_t tag, std::uint16_t permissions, std::uint32_t user) {
-  std::string bytes;
-  for (const std::uint32_t part : {std::uint32_t{tag}, std::uint32_t{permissions}}) {
-    bytes += static_cast<char>(part & 0xFF);
-    bytes += static_cast<char>(part >> 8);
-  }
-  for (unsigned shift = 0; shift < 32; shift += 8) bytes += static_cast<char>(user >> shift & 0xFF);
-  return bytes;
-}
-
 // Reading and writing for the owner and for user 1234, nothing for the group and all others.
 std::string accessListForOneMore() {
-  constexpr std::uint32_t kNobody = 0xFFFFFFFF;
-  return std::string("\x02\0\0\0", 4) + accessEntry(0x01, 6, kNobody) + accessEntry(0x02, 6, 1234) +
-         accessEntry(0x04, 0, kNobody) + accessEntry(0x10, 6, kNobody) + accessEntry(0x20, 0, kNobody);
+  using enum AccessEntry::Who;
+  return accessList({{Owner, 6}, {User, 6, 1234}, {Group, 0}, {Mask, 6}, {Others, 0}});
 }
 
 TEST_F(AtomicFileTests, TheAccessListIsKept) {
   writeFile(file, "old");
   const std::string list = accessListForOneMore();
-  if (!setAttribute(file, "system.posix_acl_access", list)) GTEST_SKIP() << "no access lists on this file system";
+  if (!setAttribute(file, kAccessList, list)) GTEST_SKIP() << "no access lists on this file system";
   const unsigned mode = modeOf(file);
   ASSERT_TRUE(save(file, "new"));
-  EXPECT_EQ(attributeOf(file, "system.posix_acl_access"), list);
+  EXPECT_EQ(attributeOf(file, kAccessList), list);
   EXPECT_EQ(modeOf(file), mode);
 }
 
 TEST_F(AtomicFileTests, AFileWithoutAccessListInheritsNone) {
   writeFile(file, "old");
   ::chmod(file.c_str(), 0660);
-  if (!setAttribute(folder.path(), "system.posix_acl_default", accessListForOneMore())) {
+  if (!setAttribute(folder.path(), kDefaultAccessList, accessListForOneMore())) {
     GTEST_SKIP() << "no access lists on this file system";
   }
   ASSERT_TRUE(save(file, "new"));
-  EXPECT_EQ(attributeOf(file, "system.posix_acl_access"), std::nullopt);
+  EXPECT_EQ(attributeOf(file, kAccessList), std::nullopt);
   EXPECT_EQ(modeOf(file), 0660U);
 }
 
@@ -202,6 +191,17 @@ TEST_F(AtomicFileTests, NobodyGainsARightWhenOwnerAndGroupCannotBeKept) {
   EXPECT_EQ(statusOf(file).st_uid, kOrdinaryUser);
   EXPECT_EQ(modeOf(file), 0766U) << "the group's right to execute belonged to another group";
   EXPECT_EQ(contentsOf(file), "new");
+}
+
+TEST_F(AtomicFileTests, WhomTheGroupKeptOutStaysOut) {
+  if (::geteuid() != 0) GTEST_SKIP() << "only root can prepare another user's file";
+  writeFile(file, "old");
+  ASSERT_EQ(::chown(file.c_str(), 1234, 2345), 0);
+  ::chmod(file.c_str(), 0606);
+  ::chmod(folder.path().c_str(), 0777);
+  EXPECT_EQ(asOrdinaryUser([&] { return save(file, "new"); }), 1);
+  EXPECT_EQ(statusOf(file).st_gid, kOrdinaryUser);
+  EXPECT_EQ(modeOf(file), 0600U) << "the old group's members are others now";
 }
 
 // --- Links

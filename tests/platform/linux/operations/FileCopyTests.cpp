@@ -17,6 +17,7 @@
 #include <filesystem>
 #include <thread>
 
+#include "support/AccessList.h"
 #include "support/ChildProcess.h"
 #include "support/ExtendedAttribute.h"
 #include "support/PeakMemory.h"
@@ -117,7 +118,19 @@ TEST_F(FileCopyTests, WhoMayNotGiveFilesAwayPassesNoRightsOn) {
   ASSERT_EQ(::chown((folder / "pipe").c_str(), 1234, 2345), 0);
   ::chmod((folder / "pipe").c_str(), 0774);
   ASSERT_EQ(asOrdinaryUser([&] { return copyInside("pipe", "pipe copy") ? 0 : 1; }), 0);
-  EXPECT_EQ(modeOf(folder / "pipe copy"), 0704U);
+  EXPECT_EQ(modeOf(folder / "pipe copy"), 0744U);
+}
+
+TEST_F(FileCopyTests, WithoutItsAccessListAPipeGivesNobodyMore) {
+  using enum AccessEntry::Who;
+  const std::string list = accessList({{Owner, 6}, {User, 6, 1234}, {Group, 0}, {Mask, 6}, {Others, 4}});
+  ASSERT_EQ(::mkfifo((folder / "pipe").c_str(), 0600), 0);
+  if (::setxattr((folder / "pipe").c_str(), kAccessList, list.data(), list.size(), 0) != 0) {
+    GTEST_SKIP() << "no access lists on this file system";
+  }
+  ASSERT_TRUE(copyInside("pipe", "pipe copy"));
+  EXPECT_EQ(attributeOf(folder / "pipe copy", kAccessList), std::nullopt);
+  EXPECT_EQ(modeOf(folder / "pipe copy"), 0604U);
 }
 
 TEST_F(FileCopyTests, CapabilitiesAreKept) {
