@@ -16,10 +16,12 @@ template <class Record, class Key, class Use>
 int withAccount(int (*lookup)(Key, Record*, char*, std::size_t, Record**), Key key, Use use) {
   Record record{};
   Record* found = nullptr;
-  for (std::vector<char> buffer(1024);; buffer.resize(buffer.size() * 2)) {
+  std::vector<char> buffer(1024);
+  for (;;) {
     const int error = lookup(key, &record, buffer.data(), buffer.size(), &found);
-    if (error == ERANGE) continue;
     if (error == ENOMEM) throw std::bad_alloc();
+    if (error == ERANGE) buffer.resize(buffer.size() * 2);
+    if (error == ERANGE || error == EINTR) continue;
     if (found != nullptr) use(*found);
     return error;
   }
