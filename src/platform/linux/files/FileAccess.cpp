@@ -42,13 +42,6 @@ bool isAllowed(const Ref<NSString>& path, int access) {
   return name && ::faccessat(AT_FDCWD, name->c_str(), access, AT_EACCESS) == 0;
 }
 
-// What a link leads to is what would be written. An item that cannot be asked counts as locked.
-bool isLockedAtEndOfLinks(const Ref<NSString>& path) {
-  const auto name = systemPath(path);
-  const FileDescriptor item(name ? retryInterrupted([&] { return ::open(name->c_str(), O_PATH | O_CLOEXEC); }) : -1);
-  return isLocked(item.get());
-}
-
 // --- Deleting
 
 // An item in its folder, which is open.
@@ -170,8 +163,9 @@ Ref<NSDictionary> attributesOf(const struct statx& status) {
 
 bool NSFileManager::isReadableFileAtPath(const Ref<NSString>& path) { return isAllowed(path, R_OK); }
 
+// What a link leads to is what would be written.
 bool NSFileManager::isWritableFileAtPath(const Ref<NSString>& path) {
-  return isAllowed(path, W_OK) && !isLockedAtEndOfLinks(path);
+  return isAllowed(path, W_OK) && !isEndOfLinksLocked(*systemPath(path));
 }
 
 bool NSFileManager::isExecutableFileAtPath(const Ref<NSString>& path) { return isAllowed(path, X_OK); }

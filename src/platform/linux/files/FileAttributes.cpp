@@ -17,6 +17,7 @@
 #include <cmath>
 #include <optional>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "platform/linux/files/Accounts.h"
@@ -188,7 +189,9 @@ unsigned identifierOf(const std::string& name, int (*lookup)(const char*, Record
 template <class Record, class Member>
 unsigned accountIn(const NSDictionary& attributes, std::string_view idKey, std::string_view nameKey,
                    int (*lookup)(const char*, Record*, char*, std::size_t, Record**), Member member) {
-  if (const auto id = attributes.get<long long>(idKey)) return static_cast<unsigned>(*id);
+  if (const auto id = attributes.get<long long>(idKey)) {
+    return std::in_range<unsigned>(*id) ? static_cast<unsigned>(*id) : kUnchanged;
+  }
   const auto name = attributes.get<std::string>(nameKey);
   return name ? identifierOf(*name, lookup, member) : kUnchanged;
 }
@@ -202,10 +205,10 @@ std::optional<timespec> modificationTimeIn(const NSDictionary& attributes) {
   return timespec{static_cast<time_t>(seconds), std::min(static_cast<long>(fraction * 1e9), 999999999L)};
 }
 
-void giveOwner(const char* path, uid_t user, gid_t group) noexcept {
+void giveWantedOwner(int item, uid_t user, gid_t group) noexcept {
   if (user == kUnchanged && group == kUnchanged) return;
-  if (::chown(path, user, group) != 0) {
-    [[maybe_unused]] const int result = ::chown(path, kUnchanged, group);
+  if (::fchownat(item, "", user, group, AT_EMPTY_PATH) != 0) {
+    [[maybe_unused]] const int result = ::fchownat(item, "", kUnchanged, group, AT_EMPTY_PATH);
   }
 }
 
@@ -250,13 +253,14 @@ WantedAttributes::WantedAttributes(const Ref<NSDictionary>& attributes) : user_(
   modified_ = modificationTimeIn(*attributes);
 }
 
+// These two calls do not take a descriptor that was opened with O_PATH.
 void WantedAttributes::giveTo(int item) const noexcept {
   const PathOfDescriptor path(item);
-  giveOwner(path.get(), user_, group_);
-  if (permissions_) ::chmod(path.get(), *permissions_);
+  giveWantedOwner(item, user_, group_);
+  if (permissions_ && ::fchmod(item, *permissions_) != 0 && errno == EBADF) ::chmod(path.get(), *permissions_);
   if (!modified_) return;
   const timespec times[] = {{0, UTIME_OMIT}, *modified_};
-  ::utimensat(AT_FDCWD, path.get(), times, 0);
+  if (::futimens(item, times) != 0 && errno == EBADF) ::utimensat(AT_FDCWD, path.get(), times, 0);
 }
 
 }  // namespace detail

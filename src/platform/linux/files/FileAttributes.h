@@ -47,7 +47,7 @@ class WantedAttributes {
 
   /// The permission bits, `otherwise` where none are asked for.
   mode_t permissions(mode_t otherwise) const noexcept { return permissions_.value_or(otherwise); }
-  /// To an open item, also one opened with O_PATH, as far as the process may.
+  /// To an open item, also one opened with O_PATH where there is "/proc", as far as the process may.
   void giveTo(int item) const noexcept;
 
  private:

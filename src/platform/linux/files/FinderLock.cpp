@@ -5,6 +5,7 @@
 #include <sys/ioctl.h>
 #include <sys/syscall.h>
 #include <sys/xattr.h>
+#include <unistd.h>
 
 #include <cerrno>
 
@@ -15,14 +16,28 @@ namespace ZtFoundation::detail {
 
 namespace {
 
-FileDescriptor openItem(int folder, const std::string& path, int flags = O_NOFOLLOW) {
-  return FileDescriptor(retryInterrupted([&] { return ::openat(folder, path.c_str(), O_PATH | O_CLOEXEC | flags); }));
+FileDescriptor openItem(int folder, const std::string& path, int flags) {
+  return FileDescriptor(retryInterrupted([&] { return ::openat(folder, path.c_str(), O_CLOEXEC | flags); }));
+}
+
+bool hasPathsOfDescriptors() { return ::access("/proc/self/fd", F_OK) == 0; }
+
+// A folder can be opened once more; any other item would have to be known by its name.
+ssize_t attributeSizeWithoutPaths(int item) {
+  const FileDescriptor folder = openItem(item, ".", O_RDONLY | O_DIRECTORY);
+  return folder ? ::fgetxattr(folder.get(), kLockAttribute, nullptr, 0) : -1;
 }
 
 ssize_t attributeSize(int item) {
-  const ssize_t size = ::fgetxattr(item, kLockAttribute, nullptr, 0);
+  ssize_t size = ::fgetxattr(item, kLockAttribute, nullptr, 0);
   if (size >= 0 || errno != EBADF) return size;
-  return ::getxattr(PathOfDescriptor(item).get(), kLockAttribute, nullptr, 0);
+  size = ::getxattr(PathOfDescriptor(item).get(), kLockAttribute, nullptr, 0);
+  return size < 0 && errno == ENOENT && !hasPathsOfDescriptors() ? attributeSizeWithoutPaths(item) : size;
+}
+
+// 0 when the item has the attribute.
+int attributeError(int item) {
+  return retryInterrupted([&] { return attributeSize(item); }) >= 0 ? 0 : errno;
 }
 
 // --- Where an error hides the answer, the item is safer with a lock.
@@ -36,15 +51,22 @@ bool isNoItem(int error) {
   return error == ENOENT || error == ENOTDIR || error == ELOOP || error == EACCES || error == ENAMETOOLONG;
 }
 
-bool isOpenedLocked(const FileDescriptor& item) { return item ? isLocked(item.get()) : !isNoItem(errno); }
+bool mayCarryLock(const struct statx& status) { return S_ISREG(status.stx_mode) || S_ISDIR(status.stx_mode); }
 
 bool isLocked(int item, const struct statx& status) {
-  return !isLink(status) && (isImmutable(status) || hasLockAttribute(item));
+  return isImmutable(status) || (mayCarryLock(status) && hasLockAttribute(item));
 }
 
-// Not what only counts as locked, because the question failed: it may need the lock yet.
-bool isKnownToBeLocked(int item, const struct statx& status) {
-  return isImmutable(status) || retryInterrupted([&] { return attributeSize(item); }) >= 0;
+bool isLockedForReader(int folder, const std::string& path, int flags) {
+  const FileDescriptor item = openItem(folder, path, O_RDONLY | O_NONBLOCK | O_NOCTTY | flags);
+  return item ? detail::isLocked(item.get()) : !isAnswerNo(errno);
+}
+
+// `flags` tell whether a link at the end is followed.
+bool isLockedAt(int folder, const std::string& path, int flags) {
+  const FileDescriptor item = openItem(folder, path, O_PATH | flags);
+  if (!item) return !isNoItem(errno);
+  return detail::isLocked(item.get()) && (hasPathsOfDescriptors() || isLockedForReader(folder, path, flags));
 }
 
 // --- Asking for the attribute of an item by its name: one call where the system has it
@@ -103,7 +125,8 @@ int unlock(const std::string& path, const struct statx& status) {
 }  // namespace
 
 bool hasLockAttribute(int item) {
-  return retryInterrupted([&] { return attributeSize(item); }) >= 0 || !isAnswerNo(errno);
+  const int error = attributeError(item);
+  return error == 0 || !isAnswerNo(error);
 }
 
 bool hasLockAttributeAt(int folder, const char* name) {
@@ -118,26 +141,32 @@ bool isLocked(int item) {
 
 bool isLocked(const std::string& path) { return isLockedAt(AT_FDCWD, path); }
 
-bool isLockedAt(int folder, const std::string& name) { return isOpenedLocked(openItem(folder, name)); }
+bool isLockedAt(int folder, const std::string& name) { return isLockedAt(folder, name, O_NOFOLLOW); }
+
+bool isEndOfLinksLocked(const std::string& path) { return isLockedAt(AT_FDCWD, path, 0); }
 
 bool isFolderLocked(const std::string& path) {
   const std::size_t end = path.find_last_not_of('/');
   const std::size_t slash = path.rfind('/', end);
-  const std::string folder = slash == std::string::npos ? std::string(".") : path.substr(0, slash + 1);
-  return isOpenedLocked(openItem(AT_FDCWD, folder, 0));
+  return isEndOfLinksLocked(slash == std::string::npos ? std::string(".") : path.substr(0, slash + 1));
 }
 
 int setLocked(int item, bool locked) {
   const auto status = statusOfDescriptor(item);
   if (!status) return errno;
-  const bool isDone = locked ? isKnownToBeLocked(item, *status) : !isLocked(item, *status);
-  if (isLink(*status) || isDone) return 0;
+  if (isLink(*status)) return 0;
+  const int answer = attributeError(item);
+  const bool isHidden = answer == EACCES;
+  const bool isDone =
+      locked ? isImmutable(*status) || answer == 0 : !isImmutable(*status) && isAnswerNo(answer) && !isHidden;
+  if (isDone) return 0;
+  if (locked && isHidden) return EACCES;  // nobody but those who may read the item would see the lock
   const std::string path = PathOfDescriptor(item).get();
   return locked ? changeAsOwner(path, *status, addAttribute) : unlock(path, *status);
 }
 
 int setLocked(const std::string& path, bool locked) {
-  const FileDescriptor item = openItem(AT_FDCWD, path);
+  const FileDescriptor item = openItem(AT_FDCWD, path, O_PATH | O_NOFOLLOW);
   return item ? setLocked(item.get(), locked) : errno;
 }
 

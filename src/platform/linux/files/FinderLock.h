@@ -10,8 +10,9 @@
 ///
 /// What cannot be had: links, and whatever is neither a file nor a folder,
 /// carry no lock; neither do items on a file system without extended
-/// attributes. Who may not read an item does not see its attribute. Any other
-/// error on the way to the answer counts as a lock.
+/// attributes. Who may not read an item does not see its attribute, and so does
+/// not lock it. Any other error on the way to the answer counts as a lock;
+/// without "/proc" an item other than a folder can be asked by its name only.
 #pragma once
 
 #include <string>
@@ -27,6 +28,8 @@ bool isLocked(int item);
 /// false when there is none.
 bool isLocked(const std::string& path);
 bool isLockedAt(int folder, const std::string& name);
+/// The same of what the path leads to, links followed to their end.
+bool isEndOfLinksLocked(const std::string& path);
 /// Whether the folder in which `path` names an item, or would, is locked.
 bool isFolderLocked(const std::string& path);
 

@@ -16,6 +16,7 @@
 #include "platform/linux/SystemCallFaults.h"
 #include "support/ChildProcess.h"
 #include "support/FarDates.h"
+#include "support/PrivateMounts.h"
 #include "support/ScratchFolder.h"
 
 namespace ZtFoundation::test {
@@ -146,7 +147,7 @@ TEST_F(FileManagerTests, AttributesAreForTheNewItemAlone) {
   }
   {
     FaultScript script({});
-    script.before("chmod", [&] { swap("new", "file"); });
+    script.before("fchmod", [&] { swap("new", "file"); });
     manager->createFileAtPath_contents_attributes(folder.string("new"), nullptr, attributes);
   }
   EXPECT_TRUE(std::filesystem::is_symlink(folder / "new"));
@@ -163,6 +164,17 @@ TEST_F(FileManagerTests, PermissionsAreIndependentOfTheUmask) {
     EXPECT_EQ(modeOf(name), static_cast<unsigned>(mode));
     ::chmod((folder / name).c_str(), 0700);  // else only root could remove it
   }
+}
+
+TEST_F(FileManagerTests, WithoutProcFilesGetTheirAttributesAsWell) {
+  PrivateMounts mounts;
+  if (!mounts.isPossible()) GTEST_SKIP() << mounts.whyNot();
+  mounts.bind(mounts.folder("empty"), "/proc");
+  const Ref<NSDictionary> attributes = NSDictionary::dictionaryWithEntries(
+      {{NSFilePosixPermissions, 0604}, {NSFileModificationDate, NSDate::dateWithTimeIntervalSince1970(1000)}});
+  EXPECT_TRUE(manager->createFileAtPath_contents_attributes(folder.string("new"), nullptr, attributes));
+  EXPECT_EQ(modeOf("new"), 0604U);
+  EXPECT_EQ(statusOf("new").st_mtim.tv_sec, 1000);
 }
 
 TEST_F(FileManagerTests, TheModificationDateIsSetToTheNanosecondThatADateHas) {
@@ -231,6 +243,18 @@ TEST_F(FileManagerTests, RootGivesFoldersAway) {
   ASSERT_TRUE(makeFolder("group", group));
   EXPECT_EQ(statusOf("group").st_uid, 0U);
   EXPECT_EQ(statusOf("group").st_gid, 1U);
+}
+
+// Cut to 32 bits, some of them would be somebody's.
+TEST_F(FileManagerTests, AnIdentifierThatNobodyCanHaveIsNone) {
+  if (::geteuid() != 0) GTEST_SKIP() << "only root may give items away";
+  for (const long long identifier : {4294968296LL, 4294967295LL, -1LL, -4294966296LL}) {
+    const Ref<NSDictionary> attributes = NSDictionary::dictionaryWithEntries(
+        {{NSFileOwnerAccountID, identifier}, {NSFileGroupOwnerAccountID, identifier}});
+    EXPECT_TRUE(manager->createFileAtPath_contents_attributes(folder.string("new"), nullptr, attributes));
+    EXPECT_EQ(statusOf("new").st_uid, ::geteuid()) << identifier;
+    EXPECT_EQ(statusOf("new").st_gid, statusOf("file").st_gid) << identifier;
+  }
 }
 
 TEST_F(FileManagerTests, WhoMayNotGiveFoldersAwayMakesThemAllTheSame) {

@@ -16,6 +16,7 @@
 
 #include "platform/linux/files/FileDescriptor.h"
 #include "support/ChildProcess.h"
+#include "support/PrivateMounts.h"
 #include "support/ScratchFolder.h"
 
 namespace ZtFoundation::test {
@@ -185,6 +186,45 @@ TEST_F(FinderLockTests, AnOwnerLocksAFileThatHeMayNotWrite) {
   }
 }
 
+// Else it would be locked for some and not for others, its owner among them.
+TEST_F(FinderLockTests, NobodyLocksWhatHeCannotSeeTheLockOf) {
+  ::chmod(folder.path().c_str(), 0755);
+  for (const unsigned mode : {0200U, 0U}) {
+    if (::geteuid() == 0) {
+      ASSERT_EQ(::chown(file.c_str(), kOrdinaryUser, kOrdinaryUser), 0);
+    }
+    ASSERT_EQ(::chmod(file.c_str(), mode), 0);
+    EXPECT_EQ(asOrdinaryUser([&] { return setLocked(file, true); }), EACCES) << mode;
+    EXPECT_EQ(modeOf(file), mode);
+    ASSERT_EQ(::chmod(file.c_str(), 0600), 0);
+    EXPECT_FALSE(isLocked(file));
+  }
+}
+
+TEST_F(FinderLockTests, ALockThatIsNotSeenIsTakenAway) {
+  ::chmod(folder.path().c_str(), 0755);
+  for (const unsigned mode : {0200U, 0U}) {
+    ASSERT_EQ(setLocked(file, true), 0);
+    if (::geteuid() == 0) {
+      ASSERT_EQ(::chown(file.c_str(), kOrdinaryUser, kOrdinaryUser), 0);
+    }
+    ASSERT_EQ(::chmod(file.c_str(), mode), 0);
+    EXPECT_EQ(asOrdinaryUser([&] { return setLocked(file, false); }), 0) << mode;
+    EXPECT_EQ(modeOf(file), mode);
+    ASSERT_EQ(::chmod(file.c_str(), 0600), 0);
+    EXPECT_FALSE(isLocked(file));
+  }
+}
+
+TEST_F(FinderLockTests, NobodyUnlocksAnothersFileUnseen) {
+  if (::geteuid() != 0) GTEST_SKIP() << "only root can be another user";
+  ::chmod(folder.path().c_str(), 0755);
+  ASSERT_EQ(setLocked(file, true), 0);
+  ::chmod(file.c_str(), 0600);
+  EXPECT_EQ(asOrdinaryUser([&] { return setLocked(file, false); }), EACCES);
+  EXPECT_TRUE(isLocked(file));
+}
+
 TEST_F(FinderLockTests, NobodyLocksAnothersFile) {
   if (::geteuid() != 0) GTEST_SKIP() << "only root can be another user";
   ::chmod(folder.path().c_str(), 0755);
@@ -203,6 +243,47 @@ TEST_F(FinderLockTests, TheRightToActAsAGroupIsNotLost) {
   ASSERT_EQ(::chown(file.c_str(), kOrdinaryUser, 2345) + ::chmod(file.c_str(), 02555), 0);
   EXPECT_EQ(asOrdinaryUser([&] { return setLocked(file, true); }), EACCES);
   EXPECT_EQ(modeOf(file), 02555U);
+}
+
+// --- Without the paths of descriptors
+
+TEST_F(FinderLockTests, WithoutProcItemsAreAskedByTheirNames) {
+  std::filesystem::create_symlink("file", folder / "link");
+  ASSERT_EQ(::mkfifo((folder / "pipe").c_str(), 0600), 0);
+  for (const bool locked : {false, true}) {
+    for (const std::string& path : {file, inner}) ASSERT_EQ(setLocked(path, locked), 0);
+    PrivateMounts mounts;
+    if (!mounts.isPossible()) GTEST_SKIP() << mounts.whyNot();
+    mounts.bind(mounts.folder("empty"), "/proc");
+    EXPECT_EQ(isLocked(file), locked);
+    EXPECT_EQ(isLocked(inner), locked);
+    EXPECT_EQ(isFolderLocked(inner + "/item"), locked);
+    EXPECT_EQ(detail::isEndOfLinksLocked(folder / "link"), locked);
+    for (const char* name : {"link", "pipe", "missing"}) EXPECT_FALSE(isLocked(folder / name)) << name;
+  }
+}
+
+TEST_F(FinderLockTests, WithoutProcAnOpenFolderCanBeAsked) {
+  for (const bool locked : {false, true}) {
+    ASSERT_EQ(setLocked(inner, locked), 0);
+    const FileDescriptor named(::open(inner.c_str(), O_PATH | O_CLOEXEC));
+    PrivateMounts mounts;
+    if (!mounts.isPossible()) GTEST_SKIP() << mounts.whyNot();
+    mounts.bind(mounts.folder("empty"), "/proc");
+    EXPECT_EQ(isLocked(named.get()), locked);
+    EXPECT_TRUE(isLocked(FileDescriptor(::open(file.c_str(), O_PATH | O_CLOEXEC)).get()))
+        << "what cannot be asked may be locked";
+  }
+}
+
+TEST_F(FinderLockTests, WithoutProcWhoMayNotReadAFileSeesNoLock) {
+  if (::geteuid() != 0) GTEST_SKIP() << "only root can be another user";
+  ::chmod(folder.path().c_str(), 0755);
+  ASSERT_EQ(setLocked(file, true) + ::chmod(file.c_str(), 0200), 0);
+  PrivateMounts mounts;
+  if (!mounts.isPossible()) GTEST_SKIP() << mounts.whyNot();
+  mounts.bind(mounts.folder("empty"), "/proc");
+  EXPECT_EQ(asOrdinaryUser([&] { return isLocked(file) ? 1 : 0; }), 0);
 }
 
 // --- Folders
