@@ -2,6 +2,8 @@
 
 #include <fcntl.h>
 #include <limits.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <array>
 
@@ -18,6 +20,18 @@ PlaceInFolder placeOfFile(int at, const std::string& path) {
   if (place.name.empty()) return place;
   place.folder = FileDescriptor(retryInterrupted([&] { return ::openat(at, folder.c_str(), flags); }));
   return place;
+}
+
+// In a folder where everybody may put links, one of another user may be a trap: the system itself follows only the
+// user's own and those of the folder's owner.
+bool mayFollow(const PlaceInFolder& link) {
+  struct stat folder, item;
+  if (::fstat(link.folder.get(), &folder) != 0) return false;
+  if ((folder.st_mode & (S_ISVTX | S_IWOTH)) != (S_ISVTX | S_IWOTH)) return true;
+  if (::fstatat(link.folder.get(), link.name.c_str(), &item, AT_SYMLINK_NOFOLLOW) != 0) return false;
+  const bool isTrusted = item.st_uid == ::geteuid() || item.st_uid == folder.st_uid;
+  if (!isTrusted) errno = EACCES;
+  return isTrusted;
 }
 
 }  // namespace
@@ -42,6 +56,7 @@ PlaceInFolder endOfLinks(const std::string& path) {
   for (int links = 0; place && links <= kLongestChain; ++links) {
     const auto destination = destinationOfLink(place.folder.get(), place.name.c_str());
     if (!destination) return errno == EINVAL || errno == ENOENT ? std::move(place) : PlaceInFolder{};
+    if (!mayFollow(place)) return {};
     place = placeOfFile(place.folder.get(), *destination);
   }
   return {};

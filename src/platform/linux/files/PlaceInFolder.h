@@ -24,7 +24,8 @@ struct PlaceInFolder {
 PlaceInFolder placeOf(std::string path);
 
 /// Where a file is, or would be made, when links are followed to their end. A path with a slash at the end names no
-/// file. A place without a folder is an error.
+/// file. In a sticky folder that all may write, only links of this user and of the folder's owner are followed. A place
+/// without a folder is an error.
 PlaceInFolder endOfLinks(const std::string& path);
 
 /// Where the link `name` in an open folder leads; none on an error, which errno tells, EINVAL when it is no link.

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <filesystem>
@@ -74,6 +75,29 @@ TEST_F(PlaceInFolderTests, LinksLeadToTheEnd) {
   for (const std::string& name : {std::string(), std::string("inner/"), std::string("loop"), std::string("plain/file"),
                                   std::string("missing/file"), std::string(256, 'n')}) {
     EXPECT_FALSE(detail::endOfLinks(folder / name)) << name;
+  }
+}
+
+// Who saves into a folder for all could else be led to any file of his.
+TEST_F(PlaceInFolderTests, LinksOfOthersInAFolderForAllAreNotFollowed) {
+  if (::geteuid() != 0) GTEST_SKIP() << "only root can make another user's links";
+  constexpr uid_t kStranger = 1234, kOwner = 2345;
+  const std::string shared = folder / "shared";
+  std::filesystem::create_directory(shared);
+  std::filesystem::create_symlink("../inner/file", shared + "/link");
+  const struct {
+    mode_t mode;
+    uid_t linksOwner;
+    uid_t foldersOwner;
+    bool isFollowed;
+  } cases[] = {{01777, kStranger, kOwner, false}, {01777, 0, kOwner, true},         {01777, kOwner, kOwner, true},
+               {0777, kStranger, kOwner, true},   {01775, kStranger, kOwner, true}, {01777, kStranger, 0, false}};
+  for (const auto& [mode, linksOwner, foldersOwner, isFollowed] : cases) {
+    ASSERT_EQ(::lchown((shared + "/link").c_str(), linksOwner, linksOwner), 0);
+    ASSERT_EQ(::chown(shared.c_str(), foldersOwner, foldersOwner) + ::chmod(shared.c_str(), mode), 0);
+    errno = 0;
+    EXPECT_EQ(static_cast<bool>(detail::endOfLinks(shared + "/link")), isFollowed) << std::oct << mode << linksOwner;
+    EXPECT_EQ(errno, isFollowed ? errno : EACCES);
   }
 }
 
