@@ -34,12 +34,18 @@ bool giveName(int file, const PlaceInFolder& place) {
   return ::linkat(AT_FDCWD, opened.get(), place.folder.get(), place.name.c_str(), AT_SYMLINK_FOLLOW) == 0;
 }
 
+// Closing a second descriptor makes the file system tell what it tells only then, while there is no name yet.
+bool isWritten(int file) {
+  FileDescriptor second(::fcntl(file, F_DUPFD_CLOEXEC, 0));
+  return second && detail::closeWritten(std::move(second));
+}
+
 // The file gets its name with all its contents; until then it goes with its descriptor, even when the process is
 // killed. None where the file system has no files without a name, or "/proc" is not mounted.
 std::optional<Answer> makeAtOnce(const PlaceInFolder& place, std::string_view contents) {
   const FileDescriptor file = openIn(place, ".", O_TMPFILE);
   if (!file) return std::nullopt;
-  if (!detail::writeAll(file.get(), contents)) return Answer::Impossible;
+  if (!detail::writeAll(file.get(), contents) || !isWritten(file.get())) return Answer::Impossible;
   if (giveName(file.get(), place)) return Answer::Made;
   return errno == EEXIST ? std::optional(Answer::Taken) : std::nullopt;
 }
