@@ -243,9 +243,9 @@ class ZT_EXPORT QvPropertyList : public NSObject {
   /// (a date with a fraction in XML, a string with a space in INI text) stays as it is here and is no change.
   ///
   /// False on failure: the file exists and cannot be read (`readError` tells; a file that a hand has broken is not
-  /// replaced), there is no lock, or as for `saveChanges`; also at once for code that this thread runs inside another
-  /// `saveMergedChanges`, such as a key's description. The file stays as it was then; what was taken in from it stays in
-  /// the working value and in the snapshot.
+  /// replaced), no lock is had within ten seconds, or as for `saveChanges`; also at once for code that this thread runs
+  /// inside another `saveMergedChanges`, such as a key's description. The file stays as it was then; what was taken in
+  /// from it stays in the working value and in the snapshot.
   virtual bool saveMergedChanges();
   /// Why the file could not be read when it was last tried, with line and column or byte where there is one; none when
   /// it could be, or there was no file. So a host tells a broken file from a missing one before it saves. INI text has

@@ -14,6 +14,7 @@
 #include <cerrno>
 #include <cstdarg>
 #include <cstdint>
+#include <ctime>
 #include <utility>
 
 namespace ZtFoundation::test {
@@ -245,6 +246,13 @@ ZT_STAND_IN int syncfs(int file) noexcept {
   static const auto original = next<int (*)(int)>("syncfs");
   if (fails("syncfs")) return -1;
   return ZtFoundation::test::current != nullptr ? 0 : original(file);
+}
+
+// Nobody waits in a test with a script.
+ZT_STAND_IN int nanosleep(const struct timespec* time, struct timespec* rest) {
+  static const auto original = next<int (*)(const timespec*, timespec*)>(kIsWide ? "nanosleep" : "__nanosleep64");
+  if (fails("nanosleep")) return -1;
+  return ZtFoundation::test::current != nullptr ? 0 : original(time, rest);
 }
 
 // A file is closed even when closing tells of an error.

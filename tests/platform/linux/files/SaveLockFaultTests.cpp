@@ -2,7 +2,10 @@
 // never lost.
 #include <ZtFoundation/PropertyLists.h>
 #include <ZtFoundation/platform/Number.h>
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/file.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -88,6 +91,22 @@ TEST(SaveLockFaultTests, WithoutTheLockNothingIsSaved) {
   EXPECT_FALSE(file.store->saveMergedChanges());
   EXPECT_EQ(script.faulted(), "flock");
   EXPECT_EQ(contentsOf(file.folder / "settings"), "{ theirs = 3; }");
+}
+
+// No time passes where system calls are looked at.
+TEST(SaveLockFaultTests, WhoKeepsTheLockIsNotWaitedForForEver) {
+  const SharedFile file;
+  const int keeper = ::open(file.folder.path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  ASSERT_EQ(::flock(keeper, LOCK_EX), 0);
+  {
+    FaultScript script({});
+    EXPECT_FALSE(file.store->saveMergedChanges());
+    EXPECT_EQ(std::ranges::count(script.calls(), "nanosleep"), 10'000) << "of a millisecond each";
+  }
+  FaultScript script({});
+  script.before("nanosleep", [&] { script.before("nanosleep", [&] { ::close(keeper); }); });
+  EXPECT_TRUE(file.store->saveMergedChanges());
+  EXPECT_EQ(std::ranges::count(script.calls(), "nanosleep"), 2);
 }
 
 }  // namespace

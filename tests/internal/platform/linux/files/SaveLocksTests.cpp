@@ -1,10 +1,13 @@
 #include "platform/services/SaveLocks.h"
 
 #include <gtest/gtest.h>
+#include <signal.h>
+#include <unistd.h>
 
 #include <filesystem>
 #include <set>
 
+#include "support/ChildProcess.h"
 #include "support/FolderLock.h"
 #include "support/ScratchFolder.h"
 
@@ -47,6 +50,17 @@ TEST(SaveLocks, AreNotPassedToPrograms) {
     EXPECT_TRUE(flags < 0 || (flags & FD_CLOEXEC) != 0);
   }
   EXPECT_TRUE(isSeen);
+}
+
+TEST(SaveLocks, AreNotPassedToForkedProcesses) {
+  const ScratchFolder folder;
+  auto lock = service<SaveLocks>().lock(folder.string("file"));
+  ASSERT_TRUE(lock);
+  const pid_t child = startChild([] { return ::pause(); });
+  lock.reset();
+  EXPECT_TRUE(isFree(folder.path()));
+  ::kill(child, SIGKILL);
+  waitForChild(child);
 }
 
 TEST(SaveLocks, OnlyWhatIsCertainlyNotThereIsMissing) {
