@@ -3,7 +3,10 @@
 #include <fcntl.h>
 
 #include <algorithm>
+#include <charconv>
 #include <optional>
+#include <unordered_map>
+#include <unordered_set>
 
 #include "platform/linux/files/FileContents.h"
 #include "platform/linux/files/FileDescriptor.h"
@@ -41,24 +44,92 @@ std::vector<std::string_view> split(std::string_view text, char separator) {
   return parts;
 }
 
+// -1 for what is no number.
+int numberIn(std::string_view text) {
+  int number = -1;
+  std::from_chars(text.data(), text.data() + text.size(), number);
+  return number;
+}
+
+struct Mount {
+  MountedFileSystem what;
+  int parent;
+};
+
 // ID, parent, device, root, mount point, options, any number of optional
 // fields, "-", type, source, options.
-std::optional<MountedFileSystem> parseLine(std::string_view line) {
+std::optional<Mount> parseLine(std::string_view line) {
   constexpr std::ptrdiff_t kMountPoint = 4;
   constexpr std::ptrdiff_t kFirstOptional = 6;
   const auto fields = split(line, ' ');
   if (fields.size() < kFirstOptional) return std::nullopt;
   const auto dash = std::find(fields.begin() + kFirstOptional, fields.end(), "-");
   if (fields.end() - dash < 3) return std::nullopt;
-  return MountedFileSystem{unescaped(fields[kMountPoint]), unescaped(dash[1]), unescaped(dash[2])};
+  return Mount{{unescaped(fields[kMountPoint]), unescaped(dash[1]), unescaped(dash[2]), numberIn(fields[0])},
+               numberIn(fields[1])};
 }
+
+std::vector<Mount> parseLines(std::string_view table) {
+  std::vector<Mount> mounts;
+  for (const std::string_view line : split(table, '\n')) {
+    if (auto mount = parseLine(line)) mounts.push_back(std::move(*mount));
+  }
+  return mounts;
+}
+
+// What lies where, as the kernel finds it: from mount to mount, each time at
+// the first of the mounts on the present one that is on the way.
+class MountTree {
+ public:
+  explicit MountTree(const std::vector<Mount>& mounts) : mounts_(mounts) {
+    for (const Mount& mount : mounts) numbers_.insert(mount.what.number);
+    for (const Mount& mount : mounts) children_[isTop(mount) ? kTop : mount.parent].push_back(&mount);
+  }
+
+  bool shows(const Mount& mount) const { return holding(mount.what.mountPoint) == &mount; }
+
+ private:
+  static constexpr int kTop = -1;
+
+  // The process's root may be a folder of a mount that is not told.
+  bool isTop(const Mount& mount) const { return mount.parent == mount.what.number || !numbers_.contains(mount.parent); }
+
+  const Mount* holding(const std::string& path) const {
+    const Mount* found = nullptr;
+    for (std::size_t depth = 0; depth <= mounts_.size(); ++depth) {
+      const Mount* next = nextOnTheWay(found, path);
+      if (next == nullptr) break;
+      found = next;
+    }
+    return found;
+  }
+
+  // The way begins in the root, under what may be mounted over it.
+  const Mount* nextOnTheWay(const Mount* from, const std::string& path) const {
+    const auto children = children_.find(from == nullptr ? kTop : from->what.number);
+    if (children == children_.end()) return nullptr;
+    const Mount* first = nullptr;
+    for (const Mount* mount : children->second) {
+      const std::string& place = mount->what.mountPoint;
+      if (!isInFolder(path, place) || (from != nullptr && place == "/")) continue;
+      if (first == nullptr || place.size() <= first->what.mountPoint.size()) first = mount;
+    }
+    return first;
+  }
+
+  const std::vector<Mount>& mounts_;
+  std::unordered_set<int> numbers_;
+  std::unordered_map<int, std::vector<const Mount*>> children_;
+};
 
 }  // namespace
 
 std::vector<MountedFileSystem> parseMountTable(std::string_view table) {
+  const std::vector<Mount> all = parseLines(table);
+  const MountTree tree(all);
   std::vector<MountedFileSystem> mounts;
-  for (const std::string_view line : split(table, '\n')) {
-    if (auto mount = parseLine(line)) mounts.push_back(std::move(*mount));
+  for (const Mount& mount : all) {
+    if (tree.shows(mount)) mounts.push_back(mount.what);
   }
   return mounts;
 }

@@ -13,10 +13,11 @@ struct MountedFileSystem {
   std::string mountPoint;
   std::string type;
   std::string source;
+  int number = 0;  ///< the kernel's, of the mount
 };
 
-/// In the order of mounting; of those at one place the last is the one that
-/// shows.
+/// Those that show, in the order of the table: no path leads to one that
+/// another hides.
 std::vector<MountedFileSystem> parseMountTable(std::string_view table);
 /// That of this process; empty when it cannot be read.
 std::vector<MountedFileSystem> mountTable();
