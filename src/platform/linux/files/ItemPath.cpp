@@ -9,6 +9,9 @@
 #include <cstdlib>
 #include <new>
 #include <string_view>
+#include <utility>
+
+#include "platform/linux/files/ItemStatus.h"
 
 namespace ZtFoundation::detail {
 
@@ -18,11 +21,6 @@ std::optional<std::string> currentFolder() {
   std::array<char, PATH_MAX> buffer;
   if (::getcwd(buffer.data(), buffer.size()) == nullptr) return std::nullopt;
   return std::string(buffer.data());
-}
-
-// Of an absolute path.
-bool hasParentComponent(std::string_view path) {
-  return path.ends_with("/..") || path.find("/../") != std::string_view::npos;
 }
 
 // Calls for each component that is neither empty nor ".".
@@ -40,8 +38,32 @@ void appendComponents(std::string& path, std::string_view more) {
   visitComponents(more, [&](std::string_view component) { path.append("/").append(component); });
 }
 
-std::optional<std::string> withoutParentComponents(const std::string& path) {
-  return path.ends_with("/..") ? canonicalPath(path) : canonicalItemPath(path);
+// Where the last ".." of an absolute path without "." ends; 0 for none.
+std::size_t endOfParentComponents(std::string_view path) {
+  constexpr std::string_view kParent = "/..";
+  if (path.ends_with(kParent)) return path.size();
+  const std::size_t at = path.rfind("/../");
+  return at == std::string_view::npos ? 0 : at + kParent.size();
+}
+
+std::optional<std::string> withoutParentComponents(std::string path) {
+  const std::size_t end = endOfParentComponents(path);
+  if (end == 0) return path;
+  auto result = canonicalPath(path.substr(0, end));
+  if (result && *result == "/" && end < path.size()) result->clear();
+  if (result) result->append(path, end);
+  return result;
+}
+
+// "link/." is the folder that the link leads to.
+bool isFolderItself(std::string_view path) {
+  path = path.substr(0, path.find_last_not_of('/') + 1);
+  return path == "." || path.ends_with("/.");
+}
+
+bool isLinkAt(const std::string& path) {
+  const auto status = statusOfItem(path);
+  return status && isLink(*status);
 }
 
 }  // namespace
@@ -57,7 +79,8 @@ std::optional<std::string> absolutePath(const std::string& path) {
   }
   appendComponents(result, path);
   if (result.empty()) result += '/';
-  return hasParentComponent(result) ? withoutParentComponents(result) : result;
+  auto absolute = withoutParentComponents(std::move(result));
+  return absolute && isFolderItself(path) && isLinkAt(*absolute) ? canonicalPath(*absolute) : absolute;
 }
 
 std::optional<std::string> canonicalPath(const std::string& path) {

@@ -9,8 +9,8 @@
 namespace ZtFoundation::detail {
 
 /// `path` from the root on, without ".", "..", repeated slashes and one at the
-/// end. Links are left as they are, except those before a
-/// "..". None with the reason in `errno`.
+/// end. Links are left as they are, except those before a ".." and one with a
+/// "." at its end. None with the reason in `errno`.
 std::optional<std::string> absolutePath(const std::string& path);
 
 // Of absolute paths:

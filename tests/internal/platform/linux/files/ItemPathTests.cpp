@@ -46,9 +46,33 @@ TEST(ItemPathTests, ParentComponentsAreResolvedWhereTheyLead) {
   EXPECT_EQ(absolutePath(folder / "a/b/.."), canonical + "/a");
   EXPECT_EQ(absolutePath("/.."), "/");
   EXPECT_EQ(absolutePath(folder / "a/../link"), canonical + "/link") << "the link itself";
+  EXPECT_EQ(absolutePath(folder / "link/../../link/x"), canonical + "/link/x") << "a link behind it";
+  EXPECT_EQ(absolutePath(folder / "link/../b/../../link"), canonical + "/link");
+  EXPECT_EQ(absolutePath(folder / "a/../missing/x"), canonical + "/missing/x");
+  EXPECT_EQ(absolutePath("/../x"), "/x");
   errno = 0;
   EXPECT_EQ(absolutePath(folder / "missing/../x"), std::nullopt);
   EXPECT_EQ(errno, ENOENT);
+}
+
+TEST(ItemPathTests, ALinkWithAPointIsTheFolderThere) {
+  const ScratchFolder folder;
+  const std::string canonical = std::filesystem::canonical(folder.path());
+  std::filesystem::create_directories(folder / "a/b");
+  std::filesystem::create_directory_symlink("a/b", folder / "link");
+  for (const char* path : {"link/.", "link/./", "link/././/", "link//.", "a/../link/."}) {
+    EXPECT_EQ(absolutePath(folder / path), canonical + "/a/b") << path;
+  }
+  EXPECT_EQ(
+      inChild([&] {
+        if (::chdir((folder / "a").c_str()) != 0) return 1;
+        std::filesystem::create_directory_symlink("b", "inner");
+        return absolutePath("./inner/.") == canonical + "/a/b" && absolutePath("./inner") == canonical + "/a/inner" ? 0
+                                                                                                                    : 2;
+      }),
+      0);
+  EXPECT_EQ(absolutePath(folder / "a/."), folder / "a");
+  EXPECT_EQ(absolutePath(folder / "link/x."), folder / "link/x.");
 }
 
 TEST(ItemPathTests, WhereNoPathLeadsThereIsNone) {
