@@ -392,9 +392,9 @@ ZT_EXPORT bool isVisibleFileAtPath(const Ref<NSFileManager>& self, const Ref<NSS
 ZT_EXPORT bool isVisibleFileAtURL(const Ref<NSFileManager>& self, const Ref<NSURL>& url);
 
 /// The path of an open file or folder, by the name that it was opened by and with links resolved; where it is now, if
-/// it or a folder above it was moved. Waits for no server, unless the name ends in " (deleted)".
-/// \returns none when the descriptor is not open, is a pipe, a socket or the like, or the name was removed (another
-/// name of the same file is not looked for); also when "/proc" is not mounted, and for a path of more than 4095 bytes.
+/// it or a folder above it was moved. Waits for no server, unless the name ends in " (deleted)" or its volume is gone.
+/// \returns none when the descriptor is not open, is a pipe, a socket or the like, or no path leads there: the name was
+/// removed (another is not looked for), its volume unmounted or hidden, "/proc" is missing, it has more than 4095 bytes.
 ZT_EXPORT Ref<NSString> pathForFileDescriptor(const Ref<NSFileManager>& self, std::int32_t descriptor);
 
 }  // namespace QvFoundationExtensions

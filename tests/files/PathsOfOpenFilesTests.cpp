@@ -2,6 +2,7 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/mman.h>
+#include <sys/mount.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -9,6 +10,7 @@
 #include <limits>
 
 #include "support/ChildProcess.h"
+#include "support/PrivateMounts.h"
 #include "support/ScratchFolder.h"
 
 namespace ZtFoundation::test {
@@ -26,12 +28,15 @@ class PathsOfOpenFilesTests : public testing::Test {
     EXPECT_GE(opened.back(), 0) << name;
     return opened.back();
   }
-  // The path within the folder, "(none)" for none.
-  std::string nameOf(int descriptor) const {
+  // "(none)" for none.
+  static std::string pathOf(int descriptor) {
     const Ref<NSString> path =
         QvFoundationExtensions::pathForFileDescriptor(NSFileManager::defaultManager(), descriptor);
-    if (!path) return "(none)";
-    const std::string bytes = path->fileSystemRepresentation();
+    return path ? path->fileSystemRepresentation() : "(none)";
+  }
+  // The same within the folder.
+  std::string nameOf(int descriptor) const {
+    const std::string bytes = pathOf(descriptor);
     const std::string start = std::filesystem::canonical(folder.path()).string() + "/";
     return bytes.starts_with(start) ? bytes.substr(start.size()) : bytes;
   }
@@ -72,12 +77,7 @@ TEST_F(PathsOfOpenFilesTests, APathMayLeadWhereTheProcessMayNotGo) {
   const int file = open("sub/file");
   std::filesystem::permissions(folder.path(), std::filesystem::perms::none);
   const std::string expected = std::filesystem::canonical(folder.path()).string() + "/sub/file";
-  EXPECT_EQ(asOrdinaryUser([&] {
-              const Ref<NSString> path =
-                  QvFoundationExtensions::pathForFileDescriptor(NSFileManager::defaultManager(), file);
-              return path && path->fileSystemRepresentation() == expected ? 0 : 1;
-            }),
-            0);
+  EXPECT_EQ(asOrdinaryUser([&] { return pathOf(file) == expected ? 0 : 1; }), 0);
   std::filesystem::permissions(folder.path(), std::filesystem::perms::owner_all);
 }
 
@@ -119,6 +119,48 @@ TEST_F(PathsOfOpenFilesTests, APathThatIsTooLongToBeToldIsNone) {
     ASSERT_GE(inside, 0);
   }
   EXPECT_EQ(nameOf(inside), "(none)");
+}
+
+// The kernel's names of items on mounts that are gone begin at the mount.
+TEST_F(PathsOfOpenFilesTests, WhatIsOnNoMountHasNoPath) {
+  PrivateMounts mounts;
+  const std::string card = mounts.memory("card");
+  if (card.empty()) GTEST_SKIP() << mounts.whyNot();
+  const std::string same = folder / "file";
+  std::filesystem::create_directories((card + same).substr(0, (card + same).rfind('/')));
+  writeFile(card + same, "on the card");
+  opened.push_back(::open((card + same).c_str(), O_RDONLY | O_CLOEXEC));
+  EXPECT_EQ(nameOf(opened.back()), card + same);
+  mounts.unmount(card, MNT_DETACH);
+  EXPECT_EQ(nameOf(opened.back()), "(none)");
+}
+
+TEST_F(PathsOfOpenFilesTests, WhatAMountHidesHasNoPath) {
+  PrivateMounts mounts;
+  if (!mounts.isPossible()) GTEST_SKIP() << mounts.whyNot();
+  std::filesystem::create_directory(folder / "sub");
+  writeFile(folder / "sub/file", "");
+  const int hidden = open("sub/file");
+  const int item = open("sub");
+  mounts.mountAt(folder / "sub", "hiding", "tmpfs", 0, "");
+  EXPECT_EQ(nameOf(hidden), "(none)");
+  EXPECT_EQ(nameOf(item), "(none)");
+  writeFile(folder / "sub/file", "");
+  EXPECT_EQ(nameOf(hidden), "(none)");
+  EXPECT_EQ(nameOf(open("sub/file")), "sub/file");
+  EXPECT_EQ(nameOf(open("sub")), "sub");
+}
+
+TEST_F(PathsOfOpenFilesTests, TheRootNeedBeNoMount) {
+  PrivateMounts mounts;
+  if (!mounts.isPossible()) GTEST_SKIP() << mounts.whyNot();
+  std::filesystem::create_directory(folder / "proc");
+  mounts.bind("/proc", folder / "proc");
+  EXPECT_EQ(inChild([&] {
+              if (::chroot(folder.path().c_str()) != 0) return 1;
+              return pathOf(::open("/file", O_RDONLY | O_CLOEXEC)) == "/file" ? 0 : 2;
+            }),
+            0);
 }
 
 TEST_F(PathsOfOpenFilesTests, ADescriptorThatIsNotOpenHasNoPath) {

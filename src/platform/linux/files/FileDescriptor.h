@@ -40,11 +40,12 @@ class FileDescriptor {
   int descriptor_ = -1;
 };
 
-/// Names an open item, also one opened with O_PATH, whatever becomes of its path; needs "/proc".
+/// Names an open item, also one opened with O_PATH, whatever becomes of its path, or what the kernel tells of it in the
+/// folder "fdinfo"; needs "/proc".
 class PathOfDescriptor {
  public:
-  explicit PathOfDescriptor(int descriptor) noexcept {
-    std::snprintf(path_.data(), path_.size(), "/proc/self/fd/%d", descriptor);
+  explicit PathOfDescriptor(int descriptor, const char* folder = "fd") noexcept {
+    std::snprintf(path_.data(), path_.size(), "/proc/self/%s/%d", folder, descriptor);
   }
   const char* get() const noexcept { return path_.data(); }
 

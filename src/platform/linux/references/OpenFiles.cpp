@@ -1,14 +1,19 @@
 #include "platform/services/OpenFiles.h"
 
+#include <fcntl.h>
 #include <limits.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <array>
+#include <cstdlib>
 #include <optional>
 #include <string>
+#include <string_view>
 
+#include "platform/linux/files/FileContents.h"
 #include "platform/linux/files/FileDescriptor.h"
+#include "platform/linux/volumes/MountTable.h"
 
 namespace ZtFoundation {
 
@@ -34,11 +39,31 @@ bool isLost(const std::string& name, int descriptor) {
   return name.ends_with(" (deleted)") && !isItemAt(name, descriptor);
 }
 
+// The number of the mount that the item was opened on; -1 where it is not told.
+int mountOf(int descriptor) {
+  constexpr std::string_view kKey = "mnt_id:";
+  const detail::FileDescriptor file(detail::retryInterrupted(
+      [&] { return ::open(detail::PathOfDescriptor(descriptor, "fdinfo").get(), O_RDONLY | O_CLOEXEC); }));
+  const std::string text = detail::readToEnd(file.get()).value_or(std::string());
+  const std::size_t at = text.find(kKey);
+  return at == std::string::npos ? -1 : std::atoi(text.c_str() + at + kKey.size());
+}
+
+// The kernel's name of an item counts from the mount: when that is gone, or another one hides it, the same path leads
+// elsewhere. The table of mounts tells without asking a file system; the mount of the root is not in each.
+bool isWhereItsNameSays(const std::string& name, int descriptor) {
+  const auto mounts = detail::mountTable();
+  const detail::MountedFileSystem* mount = detail::mountHolding(mounts, name);
+  return (mount != nullptr && mount->number == mountOf(descriptor)) || isItemAt(name, descriptor);
+}
+
 class LinuxOpenFiles final : public OpenFiles {
  public:
   Ref<NSString> pathForFileDescriptor(std::int32_t descriptor) override {
     const auto name = kernelName(descriptor);
-    if (!name || !name->starts_with('/') || isLost(*name, descriptor)) return nullptr;
+    if (!name || !name->starts_with('/') || isLost(*name, descriptor) || !isWhereItsNameSays(*name, descriptor)) {
+      return nullptr;
+    }
     return NSString::stringWithFileSystemRepresentation(*name);
   }
 };
