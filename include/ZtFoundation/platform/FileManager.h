@@ -14,7 +14,8 @@
 /// - The new contents are written to a temporary file beside the target, flushed to the device, renamed over the
 ///   target, and the folder is flushed. Readers see the old file or the new one, also after a crash.
 /// - A failure anywhere leaves the old contents in place and no temporary file. A process that is killed meanwhile may
-///   leave a temporary file (".ztsave-" and 32 digits); the next save into that folder removes it.
+///   leave a temporary file (".ztsave-" and 32 digits); the next save into that folder removes it, or one of the same
+///   process a minute later.
 /// - A path that is a symbolic link stays one: the file at the end of the chain is replaced, or made if it is missing.
 /// - Of an existing file, permissions, extended attributes and access control list are kept, owner and group too where
 ///   the process may give them; where it may not, nobody gains a right that way. It is a new file nevertheless: other
@@ -105,7 +106,8 @@ class ZT_EXPORT NSFileManager : public NSObject {
   /// What this process may do, by its effective user; links are followed. False when there is no such item, and on a
   /// file system that is mounted for reading only for writing.
   virtual bool isReadableFileAtPath(const Ref<NSString>& path);
-  /// False also for an item under a lock (`setFinderLock:`, or the system's immutable flag), for root too.
+  /// False also for an item under a lock (`setFinderLock:`, or the system's immutable flag), or that cannot be asked for
+  /// it, for root too.
   virtual bool isWritableFileAtPath(const Ref<NSString>& path);
   /// Of a folder: whether it may be entered.
   virtual bool isExecutableFileAtPath(const Ref<NSString>& path);

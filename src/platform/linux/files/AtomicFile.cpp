@@ -7,8 +7,12 @@
 #include <unistd.h>
 
 #include <array>
+#include <atomic>
 #include <cerrno>
+#include <chrono>
+#include <cstdint>
 #include <cstdio>
+#include <functional>
 #include <memory>
 #include <optional>
 
@@ -16,6 +20,7 @@
 #include "platform/linux/files/FileContents.h"
 #include "platform/linux/files/FileDescriptor.h"
 #include "platform/linux/files/FinderLock.h"
+#include "platform/linux/files/ItemStatus.h"
 #include "platform/linux/files/PlaceInFolder.h"
 
 namespace ZtFoundation::detail {
@@ -62,15 +67,16 @@ class TemporaryFile {
   TemporaryFile(const TemporaryFile&) = delete;
   TemporaryFile& operator=(const TemporaryFile&) = delete;
   ~TemporaryFile() {
-    if (file_ && !isRenamed_) ::unlinkat(folder_, name_.c_str(), 0);
+    if (file_) ::unlinkat(folder_, name_.c_str(), 0);
   }
 
   explicit operator bool() const noexcept { return isUsable_; }
   int get() const noexcept { return file_.get(); }
 
-  bool renameTo(const std::string& name) {
-    isRenamed_ = ::renameat(folder_, name_.c_str(), folder_, name.c_str()) == 0;
-    return isRenamed_;
+  // Answers the file, nothing on an error.
+  FileDescriptor renameTo(const std::string& name) && {
+    const bool isRenamed = ::renameat(folder_, name_.c_str(), folder_, name.c_str()) == 0;
+    return isRenamed ? std::move(file_) : FileDescriptor();
   }
 
  private:
@@ -98,7 +104,6 @@ class TemporaryFile {
   FileDescriptor file_;
   std::string name_;
   bool isUsable_ = false;
-  bool isRenamed_ = false;
 };
 
 // Nobody else can take the file for theirs as long as it is open here.
@@ -120,7 +125,35 @@ struct CloseListing {
   void operator()(DIR* listing) const noexcept { ::closedir(listing); }
 };
 
+// Tells the folder from others, for this process; none where the system does not.
+std::optional<std::uint32_t> hashOfFolder(int folder) {
+  const auto status = statusOfDescriptor(folder);
+  if (!status) return std::nullopt;
+  const FSRef::Identity identity = identityOf(*status);
+  const std::array<std::uint64_t, 5> what{identity.device, identity.number,
+                                          static_cast<std::uint64_t>(identity.bornSeconds), identity.bornNanoseconds,
+                                          static_cast<std::uint64_t>(::getpid())};
+  const std::string_view bytes(reinterpret_cast<const char*>(what.data()), sizeof what);
+  return static_cast<std::uint32_t>(std::hash<std::string_view>{}(bytes));
+}
+
+// Not for a folder that was looked into within the last minute: to read all of a large one takes longer than a save.
+// What is forgotten is looked into once more.
+bool isTimeToCleanUp(int folder) {
+  using namespace std::chrono;
+  static std::array<std::atomic<std::uint64_t>, 64> looks;  // the folder in the upper half, seconds in the lower one
+  const auto hash = hashOfFolder(folder);
+  if (!hash) return true;
+  const auto now = static_cast<std::uint32_t>(floor<seconds>(steady_clock::now().time_since_epoch()).count());
+  std::atomic<std::uint64_t>& look = looks[*hash % looks.size()];
+  const std::uint64_t last = look.load(std::memory_order_relaxed);
+  if (last >> 32 == *hash && now - static_cast<std::uint32_t>(last) < 60) return false;
+  look.store(std::uint64_t{*hash} << 32 | now, std::memory_order_relaxed);
+  return true;
+}
+
 void removeAbandonedFiles(int folder) {
+  if (!isTimeToCleanUp(folder)) return;
   FileDescriptor copy = openFolder(folder, ".", O_RDONLY);
   if (!copy) return;
   const std::unique_ptr<DIR, CloseListing> listing(::fdopendir(copy.get()));
@@ -146,7 +179,7 @@ class Replacement {
     if (isLocked(folder()) || !examineExisting()) return false;
     removeAbandonedFiles(folder());
     if (!install(bytes)) return false;
-    if (flush(folder())) return true;
+    if (flushFolder()) return true;
     undo();
     return false;
   }
@@ -168,7 +201,13 @@ class Replacement {
     TemporaryFile temporary(folder());
     return temporary && writeAll(temporary.get(), bytes) &&
            (!existing_ || copyAttributes(existing_.get(), status_, temporary.get())) && flush(temporary.get()) &&
-           ::fstat(temporary.get(), &installed_) == 0 && temporary.renameTo(place_.name);
+           ::fstat(temporary.get(), &installed_) == 0 && (written_ = std::move(temporary).renameTo(place_.name));
+  }
+
+  // A folder that may not be read cannot be flushed alone.
+  bool flushFolder() const {
+    const bool isReadable = (::fcntl(folder(), F_GETFL) & O_PATH) == 0;
+    return isReadable ? flush(folder()) : ::syncfs(written_.get()) == 0;
   }
 
   // The device did not take the folder's change. Nobody can say what a crash would leave now, but until then the file
@@ -190,7 +229,7 @@ class Replacement {
   }
 
   PlaceInFolder place_;
-  FileDescriptor existing_;
+  FileDescriptor existing_, written_;
   struct stat status_ {};
   struct stat installed_ {};
 };
@@ -200,8 +239,10 @@ class Replacement {
 bool replaceFile(const std::string& path, std::string_view bytes) {
   PlaceInFolder place = endOfLinks(path);
   if (!place) return false;
-  place.folder = openFolder(place.folder.get(), ".", O_RDONLY);
-  return place && Replacement(std::move(place)).run(bytes);
+  FileDescriptor readable = openFolder(place.folder.get(), ".", O_RDONLY);
+  if (!readable && errno != EACCES) return false;
+  if (readable) place.folder = std::move(readable);
+  return Replacement(std::move(place)).run(bytes);
 }
 
 }  // namespace ZtFoundation::detail

@@ -344,6 +344,22 @@ TEST_F(AtomicFileTests, AFolderThatMayNotBeWrittenKeepsItsFiles) {
   EXPECT_EQ(folder.names(), Names{"settings"});
 }
 
+TEST_F(AtomicFileTests, AFolderThatMayBeWrittenNeedNotBeReadable) {
+  ::chmod(folder.path().c_str(), 0755);
+  const std::string box = folder / "box";
+  std::filesystem::create_directory(box);
+  if (::geteuid() == 0) {
+    ASSERT_EQ(::chown(box.c_str(), kOrdinaryUser, kOrdinaryUser), 0);
+  }
+  ::chmod(box.c_str(), 0300);
+  for (const char* contents : {"new", "newer"}) {
+    EXPECT_EQ(asOrdinaryUser([&] { return save(box + "/file", contents); }), 1);
+    EXPECT_EQ(asOrdinaryUser([&] { return contentsOf(box + "/file") == contents; }), 1);
+  }
+  ::chmod(box.c_str(), 0700);
+  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(box), {}), 1);
+}
+
 TEST_F(AtomicFileTests, AnotherUsersFileInAStickyFolderStays) {
   if (::geteuid() != 0) GTEST_SKIP() << "only root can prepare another user's file";
   ::chmod(folder.path().c_str(), 01777);
@@ -373,8 +389,29 @@ TEST_F(AtomicFileTests, FilesOfASaveInProgressStay) {
   ASSERT_TRUE(save(file, "new"));
   EXPECT_EQ(folder.names(), (Names{"settings", busy}));
   ::close(holder);
-  ASSERT_TRUE(save(file, "newer"));
-  EXPECT_EQ(folder.names(), Names{"settings"});
+  EXPECT_EQ(inChild([&] { return save(file, "newer"); }), 1);
+  EXPECT_EQ(folder.names(), Names{"settings"}) << "another process looks for them";
+}
+
+// Else a save would take the longer the more files are in the folder.
+TEST_F(AtomicFileTests, AProcessLooksIntoAFolderOnceInAWhile) {
+  std::filesystem::create_directory(folder / "another");
+  const int events = ::inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
+  ::inotify_add_watch(events, folder.path().c_str(), IN_ACCESS | IN_ONLYDIR);
+  const auto wasRead = [&] {
+    alignas(inotify_event) std::array<char, 4096> event;
+    return ::read(events, event.data(), event.size()) > 0;
+  };
+  EXPECT_FALSE(wasRead());
+  ASSERT_TRUE(save(file, "new"));
+  EXPECT_TRUE(wasRead());
+  int looks = 0;
+  for (int i = 0; i < 10; ++i) looks += save(file, "newer") && wasRead();
+  EXPECT_EQ(looks, 0);
+  writeFile(folder / "another/" + abandonedName('a'), "half");
+  ASSERT_TRUE(save(folder / "another/file", "new"));
+  EXPECT_FALSE(std::filesystem::exists(folder / "another/" + abandonedName('a'))) << "each folder for itself";
+  ::close(events);
 }
 
 TEST_F(AtomicFileTests, OnlyOwnTemporaryFilesAreRemoved) {
