@@ -6,6 +6,7 @@
 #include <sys/file.h>
 #include <sys/ioctl.h>
 #include <sys/stat.h>
+#include <sys/statvfs.h>
 #include <sys/syscall.h>
 #include <sys/vfs.h>
 #include <sys/xattr.h>
@@ -88,6 +89,7 @@ ZT_INTERCEPT(int, stat, kIsWide ? "stat64" : "__stat64_time64", -1, (const char*
 ZT_INTERCEPT(int, lstat, kIsWide ? "lstat64" : "__lstat64_time64", -1, (const char* path, struct stat* status),
              (path, status), noexcept)
 ZT_INTERCEPT(int, statfs, "statfs64", -1, (const char* path, struct statfs* status), (path, status), noexcept)
+ZT_INTERCEPT(int, fstatvfs, "fstatvfs64", -1, (int file, struct statvfs* status), (file, status), noexcept)
 ZT_INTERCEPT(dirent*, readdir, "readdir64", nullptr, (DIR * listing), (listing), )
 
 ZT_INTERCEPT(int, access, "access", -1, (const char* path, int mode), (path, mode), noexcept)
@@ -195,6 +197,15 @@ ZT_STAND_IN int ioctl(int file, unsigned long request, ...) noexcept {
   void* const argument = va_arg(list, void*);
   va_end(list);
   return fails("ioctl") ? -1 : original(file, request, argument);
+}
+
+ZT_STAND_IN int fcntl(int file, int command, ...) {
+  static const auto original = next<int (*)(int, int, ...)>("fcntl64");
+  std::va_list list;
+  va_start(list, command);
+  void* const argument = va_arg(list, void*);
+  va_end(list);
+  return fails("fcntl") ? -1 : original(file, command, argument);
 }
 
 ZT_STAND_IN int openat(int folder, const char* path, int flags, ...) {

@@ -46,7 +46,7 @@ int mountOf(int descriptor) {
       [&] { return ::open(detail::PathOfDescriptor(descriptor, "fdinfo").get(), O_RDONLY | O_CLOEXEC); }));
   const std::string text = detail::readToEnd(file.get()).value_or(std::string());
   const std::size_t at = text.find(kKey);
-  return at == std::string::npos ? -1 : std::atoi(text.c_str() + at + kKey.size());
+  return at == std::string::npos ? -1 : static_cast<int>(std::strtol(text.c_str() + at + kKey.size(), nullptr, 10));
 }
 
 // The kernel's name of an item counts from the mount: when that is gone, or another one hides it, the same path leads
