@@ -347,7 +347,7 @@ class Set(ZtplistCase):
     def test_types(self):
         cases = [("string", "a<b 👋", "a<b 👋"), ("string", "", ""), ("integer", "-5", -5), ("integer", "0xff", 255),
                  ("integer", str(2**64 - 1), 2**64 - 1), ("integer", str(-(2**63)), -(2**63)), ("real", "0.1", 0.1),
-                 ("real", "-1e300", -1e300), ("real", "inf", float("inf")), ("boolean", "true", True), ("boolean", "no", False),
+                 ("real", "-1e300", -1e300), ("real", "inf", float("inf")), ("real", "-inf", float("-inf")), ("boolean", "true", True), ("boolean", "no", False),
                  ("date", "2024-02-29T13:45:00Z", datetime.datetime(2024, 2, 29, 13, 45)),
                  ("date", "2024-02-29", datetime.datetime(2024, 2, 29)), ("data", "00ff Ab", b"\0\xff\xab"), ("data", "", b""),
                  ("array", "(a, (b))", ["a", ["b"]]), ("dictionary", "{ a = { b = c; }; }", {"a": {"b": "c"}}),
@@ -613,6 +613,16 @@ class Usage(ZtplistCase):
                           ("convert",), ("print", "-x"), ("print", "--fly"), ("print", "--format"), ("print", "--format", "yaml"),
                           ("print", "-F"), ("get", "a", "--to", "openstep")]:
             self.run_expecting(USAGE, *arguments)
+
+    def test_options_with_empty_values_do_not_count_as_left_out(self):
+        file = self.album()
+        before = file.read_bytes()
+        for option in [("-o", ""), ("--output", ""), ("--output=",)]:
+            self.run_expecting(USAGE, "set", "Year", "integer", "1", *option, file)
+            self.run_expecting(USAGE, "delete", "Year", *option, file)
+            self.run_expecting(USAGE, "convert", "xml1", *option, file)
+            self.run_expecting(USAGE, "convert", "xml1", "-i", *option, file)
+        self.assertEqual(file.read_bytes(), before)
 
     def test_options_in_one_word(self):
         target = self.folder / "out"

@@ -1,6 +1,7 @@
 #include "Arguments.h"
 
 #include <array>
+#include <charconv>
 
 #include "Documents.h"
 #include "Streams.h"
@@ -57,9 +58,15 @@ const Option& findOption(const Command& command, const std::string& word, Matche
   failUsage(command, "it takes no option " + word);
 }
 
+// Also "-inf" and "-nan".
+bool isReal(std::string_view word) {
+  double value = 0;
+  return std::from_chars(word.data(), word.data() + word.size(), value).ptr == word.data() + word.size();
+}
+
 // A negative number is a value, not an option.
 bool isOption(std::string_view word) {
-  return word.size() > 1 && word[0] == '-' && word[1] != '.' && (word[1] < '0' || word[1] > '9');
+  return word.size() > 1 && word[0] == '-' && word[1] != '.' && (word[1] < '0' || word[1] > '9') && !isReal(word);
 }
 
 class Parser {
@@ -90,7 +97,7 @@ class Parser {
     const Option& option = findOption(command_, word, [&](const Option& known) { return known.name == name; });
     const bool hasValue = equals != std::string::npos;
     if (hasValue && option.value.empty()) failUsage(command_, "--" + name + " takes no value");
-    option.apply(arguments_, hasValue ? word.substr(equals + 1) : nextValue(option, word));
+    use(option, word, hasValue ? word.substr(equals + 1) : nextValue(option, word));
   }
 
   void readLetters(const std::string& word) {
@@ -98,15 +105,25 @@ class Parser {
       const Option& option = findOption(
           command_, word, [&](const Option& known) { return !known.onlyLong && known.letter == word[index]; });
       const std::string attached = word.substr(index + 1);
-      if (!option.value.empty() && !attached.empty()) return option.apply(arguments_, attached);
-      option.apply(arguments_, nextValue(option, word));
+      if (!option.value.empty() && !attached.empty()) return use(option, word, attached);
+      use(option, word, nextValue(option, word));
     }
   }
 
   std::string nextValue(const Option& option, const std::string& word) {
     if (option.value.empty()) return {};
-    if (at_ == words_.size()) failUsage(command_, word + " needs a " + std::string(option.value));
+    if (at_ == words_.size()) failWithoutValue(option, word);
     return words_[at_++];
+  }
+
+  // A value that is empty is most likely a variable that a script has not set.
+  void use(const Option& option, const std::string& word, const std::string& value) {
+    if (value.empty() && !option.value.empty()) failWithoutValue(option, word);
+    option.apply(arguments_, value);
+  }
+
+  [[noreturn]] void failWithoutValue(const Option& option, const std::string& word) {
+    failUsage(command_, word + " needs a " + std::string(option.value));
   }
 
   const Command& command_;
