@@ -5,6 +5,7 @@ import os
 import pathlib
 import plistlib
 import pty
+import resource
 import shutil
 import subprocess
 import tempfile
@@ -536,6 +537,28 @@ class Streams(ZtplistCase):
         for file in self.folder, self.folder / "absent", self.write("file", "x") / "below":
             done = self.run_expecting(INPUT_OUTPUT, "print", file)
             self.assertIn(str(file).encode(), done.stderr)
+
+    def with_limit(self, resource_name, limit, *arguments):
+        """The run with such a limit; skips the test where not even the help can be shown under it."""
+        def lower():
+            resource.setrlimit(resource_name, (limit, resource.getrlimit(resource_name)[1]))
+        if subprocess.run([PROGRAM, "help"], preexec_fn=lower, capture_output=True).returncode != SUCCESS:
+            self.skipTest("the program does not start under the limit, as with sanitizers")
+        return subprocess.run([PROGRAM, *map(str, arguments)], preexec_fn=lower, capture_output=True)
+
+    def test_a_file_that_may_not_grow_further(self):
+        file = self.album(value=["x" * 1000])
+        before = file.read_bytes()
+        done = self.with_limit(resource.RLIMIT_FSIZE, 500, "convert", "binary1", "-i", file)
+        self.assertEqual((done.returncode, done.stderr.decode()), (INPUT_OUTPUT, f"ztplist: {file}: File too large\n"))
+        self.assertEqual((file.read_bytes(), self.litter()), (before, []))
+
+    def test_a_file_that_is_too_large_does_not_hide_the_others(self):
+        good, large = self.write("good", "{ a = b; }"), self.write("large", "")
+        os.truncate(large, (1 << 32) - 1)
+        done = self.with_limit(resource.RLIMIT_AS, 1 << 30, "print", good, large, good)
+        self.assertEqual((done.returncode, done.stderr.decode()), (INPUT_OUTPUT, f"ztplist: {large}: out of memory\n"))
+        self.assertEqual(done.stdout.count(b'string "b"'), 2)
 
     def test_names_that_are_not_utf8(self):
         name = os.fsencode(self.folder) + b"/\xff\xfe.plist"

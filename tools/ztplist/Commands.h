@@ -3,9 +3,11 @@
 #pragma once
 
 #include <algorithm>
+#include <exception>
 
 #include "Arguments.h"
 #include "Documents.h"
+#include "Streams.h"
 
 namespace ztplist {
 
@@ -21,8 +23,8 @@ Exit runDiff(const Arguments& arguments, Output& output);
 void writeResult(const Arguments& arguments, Output& output, const std::string& destination, Format format,
                  const ZtFoundation::Ref<ZtFoundation::NSData>& bytes);
 
-/// Runs `operation` for each operand, or once for "-". A failure of one is reported and does not keep others from
-/// running; the highest exit code is the answer.
+/// Runs `operation` for each operand, or once for "-". A failure of one, even to fit into memory, is reported and does
+/// not keep others from running; the highest exit code is the answer.
 template <class Operation>
 Exit forEachFile(const Arguments& arguments, Operation operation) {
   Exit worst = Exit::Success;
@@ -32,9 +34,8 @@ Exit forEachFile(const Arguments& arguments, Operation operation) {
       worst = std::max(worst, operation(arguments.file(index)));
     } catch (const OutputFailure&) {
       throw;  // It will be met for every other file too.
-    } catch (const Failure& failure) {
-      complain(failure.what());
-      worst = std::max(worst, failure.code());
+    } catch (const std::exception&) {
+      worst = std::max(worst, complainAboutException(displayName(arguments.file(index)) + ": "));
     }
   }
   return worst;

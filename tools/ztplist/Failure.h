@@ -32,6 +32,10 @@ class OutputFailure : public Failure {
   explicit OutputFailure(const std::string& reason) : Failure(Exit::InputOutput, "standard output: " + reason) {}
 };
 
+/// Tells about the exception that is being handled, with `prefix` before what no Failure tells of, and answers the exit
+/// code that stands for it.
+Exit complainAboutException(const std::string& prefix);
+
 /// Writes "ztplist: text" as a line to standard error, with control characters made visible.
 void complain(const std::string& text);
 

@@ -2,7 +2,6 @@
 
 #include <array>
 #include <exception>
-#include <new>
 
 #include "Arguments.h"
 #include "Commands.h"
@@ -94,15 +93,8 @@ Exit runGuarded(std::span<char* const> words) {
     const Exit result = run(words, output);
     output.finish();
     return result;
-  } catch (const Failure& failure) {
-    complain(failure.what());
-    return failure.code();
-  } catch (const std::bad_alloc&) {
-    complain("out of memory");
-    return Exit::InputOutput;
-  } catch (const std::exception& error) {
-    complain(error.what());
-    return Exit::Invalid;
+  } catch (const std::exception&) {
+    return complainAboutException("");
   }
 }
 

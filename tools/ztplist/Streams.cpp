@@ -9,6 +9,7 @@
 #include <cerrno>
 #include <csignal>
 #include <cstring>
+#include <new>
 #include <utility>
 
 #include "Failure.h"
@@ -46,9 +47,11 @@ int openForReading(const std::string& file) {
   return number;
 }
 
+// A 32-bit build has no addresses for large files.
 std::size_t sizeHint(int descriptor) {
   struct stat status {};
   if (::fstat(descriptor, &status) != 0 || !S_ISREG(status.st_mode)) return kBufferSize;
+  if (!std::in_range<std::ptrdiff_t>(status.st_size)) throw std::bad_alloc();
   return static_cast<std::size_t>(status.st_size) + 1;  // One more, so that the end is met without growing.
 }
 
@@ -69,6 +72,7 @@ void keepTaken(int descriptor, int mode) {
 
 void prepareStandardStreams() {
   std::signal(SIGPIPE, SIG_IGN);
+  std::signal(SIGXFSZ, SIG_IGN);
   // Opened the wrong way round, so that using a stream that was closed is an error still.
   keepTaken(STDIN_FILENO, O_WRONLY);
   keepTaken(STDOUT_FILENO, O_RDONLY);

@@ -13,7 +13,7 @@ namespace ztplist {
 inline constexpr std::string_view kStandardStream = "-";
 
 /// Sees to it that descriptors 0 to 2 are taken, so that no file opened later is mistaken for a standard stream, and
-/// that a reader that goes away is met as an error of writing.
+/// that a reader that goes away and a file that may not grow further are met as errors of writing.
 void prepareStandardStreams();
 
 /// How messages call the operand.
