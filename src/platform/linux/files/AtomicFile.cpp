@@ -166,6 +166,13 @@ void removeAbandonedFiles(int folder) {
 
 // --- Replacing
 
+// The system has no error of its own for what a user has locked.
+bool refusesChange(int item) {
+  if (!isLocked(item)) return false;
+  errno = EPERM;
+  return true;
+}
+
 // True as well where the file system has no way to flush such an item.
 bool flush(int item) {
   return retryInterrupted([&] { return ::fsync(item); }) == 0 || errno == EINVAL || errno == ENOTSUP;
@@ -176,7 +183,7 @@ class Replacement {
   explicit Replacement(PlaceInFolder place) : place_(std::move(place)) {}
 
   bool run(std::string_view bytes) {
-    if (isLocked(folder()) || !examineExisting()) return false;
+    if (refusesChange(folder()) || !examineExisting()) return false;
     removeAbandonedFiles(folder());
     if (!install(bytes)) return false;
     if (flushFolder()) return true;
@@ -194,7 +201,7 @@ class Replacement {
     constexpr int flags = O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
     existing_ = FileDescriptor(retryInterrupted([&] { return ::openat(folder(), place_.name.c_str(), flags); }));
     return existing_ && ::fstat(existing_.get(), &status_) == 0 && S_ISREG(status_.st_mode) &&
-           !isLocked(existing_.get());
+           !refusesChange(existing_.get());
   }
 
   bool install(std::string_view bytes) {
