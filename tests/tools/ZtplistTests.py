@@ -1,6 +1,7 @@
 #!/usr/bin/env python3
 """Runs ztplist as a user does: every command, standard input and output, exit codes, messages, hostile input."""
 import datetime
+import fcntl
 import os
 import pathlib
 import plistlib
@@ -559,6 +560,78 @@ class Streams(ZtplistCase):
         done = self.with_limit(resource.RLIMIT_AS, 1 << 30, "print", good, large, good)
         self.assertEqual((done.returncode, done.stderr.decode()), (INPUT_OUTPUT, f"ztplist: {large}: out of memory\n"))
         self.assertEqual(done.stdout.count(b'string "b"'), 2)
+
+    def test_output_to_what_is_no_file_is_written_there(self):
+        file = self.album()
+        expected = ztplist("convert", "binary1", file).stdout
+        pipe = self.folder / "pipe"
+        os.mkfifo(pipe)
+        for target in "/dev/stdout", "/dev/fd/1", "/proc/self/fd/1":
+            self.assertEqual(self.run_expecting(SUCCESS, "convert", "binary1", "-o", target, file).stdout, expected)
+        with subprocess.Popen(["cat", pipe], stdout=subprocess.PIPE) as reader:
+            self.run_expecting(SUCCESS, "convert", "binary1", "-o", pipe, file)
+            self.assertEqual(reader.stdout.read(), expected)
+        self.run_expecting(SUCCESS, "convert", "binary1", "-o", "/dev/null", file)
+        out, into = os.pipe()
+        self.run_expecting(SUCCESS, "convert", "binary1", "-o", f"/dev/fd/{into}", file, pass_fds=[into])
+        self.assertEqual(os.read(out, len(expected) + 1), expected)
+        os.close(out)
+        os.close(into)
+
+    def test_the_file_of_standard_output_is_not_replaced(self):
+        file, target = self.album(), self.write("out", "")
+        with open(target, "wb") as out:
+            out.write(b"before ")
+            out.flush()
+            self.assertEqual(subprocess.run([PROGRAM, "convert", "xml1", "-o", "/dev/stdout", file], stdout=out).returncode, SUCCESS)
+            out.write(b"after")
+        shown = ztplist("convert", "xml1", file).stdout
+        # The offset belongs to both processes.
+        self.assertEqual(target.read_bytes(), b"before " + shown + b"after")
+
+    def test_reasons_are_those_of_the_system(self):
+        file = self.album()
+        for target, reason in [(self.folder, "Is a directory"), (self.folder / "absent/out", "No such file or directory"),
+                               ("/dev/full", "No space left on device"), (file / "below", "Not a directory")]:
+            done = self.run_expecting(INPUT_OUTPUT, "convert", "binary1", "-o", target, file)
+            self.assertEqual(done.stderr.decode(), f"ztplist: {target}: {reason}\n")
+
+    def test_a_locked_file_is_not_permitted_to_change(self):
+        file = self.album()
+        try:
+            os.setxattr(file, "user.ZtFoundation.locked", b"1")
+        except OSError as error:
+            self.skipTest(f"no extended attributes here: {error}")
+        done = self.run_expecting(INPUT_OUTPUT, "set", "Year", "integer", "1", file)
+        self.assertEqual(done.stderr.decode(), f"ztplist: {file}: Operation not permitted\n")
+
+    def test_what_is_no_file_is_not_written_back_to(self):
+        data = plistlib.dumps({})
+        for arguments in [("set", "a", "integer", "1"), ("delete", "a"), ("convert", "xml1", "-i")]:
+            done = self.run_expecting(INPUT_OUTPUT, *arguments, "/dev/stdin", stdin=data)
+            self.assertIn(b"no regular file", done.stderr)
+
+    def test_edits_of_one_file_take_turns(self):
+        file = self.album(value={})
+        folder = os.open(self.folder, os.O_RDONLY)
+        self.addCleanup(os.close, folder)
+        for arguments in [("set", "b", "integer", "2"), ("delete", "c"), ("convert", "binary1", "-i")]:
+            fcntl.flock(folder, fcntl.LOCK_EX)
+            run = subprocess.Popen([PROGRAM, *arguments, file])
+            with self.assertRaises(subprocess.TimeoutExpired):
+                run.wait(0.05)
+            file.write_bytes(plistlib.dumps({"a": 1, "c": 3}))
+            fcntl.flock(folder, fcntl.LOCK_UN)
+            self.assertEqual(run.wait(60), SUCCESS)
+            self.assertEqual(plistlib.loads(file.read_bytes())["a"], 1)
+
+    def test_an_edit_that_goes_elsewhere_waits_for_nobody(self):
+        file = self.album()
+        folder = os.open(self.folder, os.O_RDONLY)
+        self.addCleanup(os.close, folder)
+        fcntl.flock(folder, fcntl.LOCK_EX)
+        self.run_expecting(SUCCESS, "set", "Year", "integer", "1", "-o", self.folder / "other", file)
+        self.run_expecting(SUCCESS, "get", "Year", file)
 
     def test_names_that_are_not_utf8(self):
         name = os.fsencode(self.folder) + b"/\xff\xfe.plist"

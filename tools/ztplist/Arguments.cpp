@@ -25,7 +25,9 @@ constexpr std::array<Option, 10> kOptions{{
     {'T', "to", "FORMAT", "write a property list in FORMAT (xml1, binary1 or ini)",
      [](Arguments& arguments, const std::string& value) { arguments.to = outputFormatNamed(value); }, true},
     {'o', "output", "FILE", "write to FILE (- for standard output); it is replaced as a whole or not at all",
-     [](Arguments& arguments, const std::string& value) { arguments.output = value; }},
+     [](Arguments& arguments, const std::string& value) {
+       arguments.output = isStandardOutput(value) ? kStandardStream : value;
+     }},
     {'i', "in-place", "", "write each file back to where it was read",
      [](Arguments& arguments, const std::string&) { arguments.inPlace = true; }},
     {'s', "sort-keys", "", "write the keys of each dictionary in order, for small differences between versions",

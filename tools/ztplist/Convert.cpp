@@ -1,6 +1,7 @@
 #include <ZtFoundation/platform/PropertyListCopy.h>
 
 #include "Commands.h"
+#include "EditLock.h"
 #include "Streams.h"
 
 namespace ztplist {
@@ -41,10 +42,12 @@ Exit runConvert(const Arguments& given, Output& output) {
   const Arguments arguments = takeFormat(given);
   checkDestinations(arguments);
   return forEachFile(arguments, [&](const std::string& file) {
+    const std::string destination = destinationOf(arguments, file);
+    const EditLock lock(file, destination);
     const Document document = load(file, arguments.format);
     const auto root = arguments.sortKeys ? ZtFoundation::propertyListWithSortedKeys(document.root) : document.root;
     const auto bytes = encode(root, arguments.to, displayName(file));
-    writeResult(arguments, output, destinationOf(arguments, file), arguments.to, bytes);
+    writeResult(arguments, output, destination, arguments.to, bytes);
     return Exit::Success;
   });
 }

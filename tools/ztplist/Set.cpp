@@ -1,6 +1,7 @@
 #include <ZtFoundation/platform/String.h>
 
 #include "Commands.h"
+#include "EditLock.h"
 #include "INIText.h"
 #include "KeyPath.h"
 #include "Streams.h"
@@ -21,6 +22,10 @@ Format formatToWrite(const Arguments& arguments, const Document& document) {
   if (arguments.to != kDetect) return arguments.to;
   if (document.format == kOpenStep) throw Failure(Exit::Usage, "openstep is never written; say --to FORMAT");
   return document.format;
+}
+
+std::string destinationOf(const Arguments& arguments, const std::string& file) {
+  return arguments.output.empty() ? file : arguments.output;
 }
 
 std::string editedINI(const Document& document, const Edit& edit) {
@@ -53,7 +58,7 @@ void writeEdited(const Arguments& arguments, Output& output, const std::string& 
   const Format format = formatToWrite(arguments, document);
   const bool editsText = format == kINI && document.format == kINI;
   const auto bytes = editsText ? encodeINIEdit(document, edit, name) : encode(document.root, format, name);
-  writeResult(arguments, output, arguments.output.empty() ? file : arguments.output, format, bytes);
+  writeResult(arguments, output, destinationOf(arguments, file), format, bytes);
 }
 
 }  // namespace
@@ -61,6 +66,7 @@ void writeEdited(const Arguments& arguments, Output& output, const std::string& 
 Exit runSet(const Arguments& arguments, Output& output) {
   const Edit edit{parseKeyPath(arguments.operands[0]), valueFromText(arguments.operands[1], arguments.operands[2])};
   const std::string file = arguments.file(3);
+  const EditLock lock(file, destinationOf(arguments, file));
   Document document = load(file, arguments.format);
   document.root = setValue(document.root, edit.path, edit.value);
   writeEdited(arguments, output, file, document, edit);
@@ -71,6 +77,7 @@ Exit runDelete(const Arguments& arguments, Output& output) {
   const Edit edit{parseKeyPath(arguments.operands[0]), nullptr};
   if (edit.path.empty()) throw Failure(Exit::Usage, "delete: the root cannot be deleted");
   const std::string file = arguments.file(1);
+  const EditLock lock(file, destinationOf(arguments, file));
   const Document document = load(file, arguments.format);
   if (!removeValue(document.root, edit.path)) {
     throw Failure(Exit::No, displayName(file) + ": nothing at " + firstMissing(document.root, edit.path));

@@ -6,12 +6,14 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <csignal>
 #include <cstring>
 #include <new>
 #include <utility>
 
+#include "Descriptor.h"
 #include "Failure.h"
 
 namespace ztplist {
@@ -25,20 +27,6 @@ constexpr std::size_t kBufferSize = 1 << 16;
 [[noreturn]] void failWithErrno(const std::string& what) {
   throw Failure(Exit::InputOutput, what + ": " + std::strerror(errno));
 }
-
-class Descriptor {
- public:
-  explicit Descriptor(int number) noexcept : number_(number) {}
-  Descriptor(const Descriptor&) = delete;
-  Descriptor& operator=(const Descriptor&) = delete;
-  ~Descriptor() {
-    if (number_ > STDERR_FILENO) ::close(number_);
-  }
-  int get() const noexcept { return number_; }
-
- private:
-  int number_;
-};
 
 int openForReading(const std::string& file) {
   if (file == kStandardStream) return STDIN_FILENO;
@@ -63,6 +51,12 @@ std::size_t readSome(int descriptor, char* bytes, std::size_t capacity, const st
   }
 }
 
+// Pipes and devices have no place that something else could take. A folder is refused by opening.
+bool isReplaced(const std::string& file) {
+  struct stat status {};
+  return ::stat(file.c_str(), &status) != 0 || S_ISREG(status.st_mode);
+}
+
 void keepTaken(int descriptor, int mode) {
   // The lowest free descriptor is the one that open answers, and lower ones have been seen to before.
   if (::fcntl(descriptor, F_GETFD) < 0) (void)!::open("/dev/null", mode);
@@ -77,6 +71,11 @@ void prepareStandardStreams() {
   keepTaken(STDIN_FILENO, O_WRONLY);
   keepTaken(STDOUT_FILENO, O_RDONLY);
   keepTaken(STDERR_FILENO, O_WRONLY);
+}
+
+bool isStandardOutput(std::string_view file) {
+  constexpr std::array<std::string_view, 4> kNames{kStandardStream, "/dev/stdout", "/dev/fd/1", "/proc/self/fd/1"};
+  return std::ranges::find(kNames, file) != kNames.end();
 }
 
 std::string displayName(const std::string& file) { return file == kStandardStream ? "standard input" : file; }
@@ -95,7 +94,7 @@ Ref<NSData> readBytes(const std::string& file) {
 
 void saveBytes(const std::string& file, const Ref<NSData>& bytes) {
   errno = 0;
-  if (bytes->writeToFile_atomically(NSString::stringWithFileSystemRepresentation(file), true)) return;
+  if (bytes->writeToFile_atomically(NSString::stringWithFileSystemRepresentation(file), isReplaced(file))) return;
   if (errno != 0) failWithErrno(file);
   throw Failure(Exit::InputOutput, file + ": cannot be written");
 }

@@ -16,13 +16,17 @@ inline constexpr std::string_view kStandardStream = "-";
 /// that a reader that goes away and a file that may not grow further are met as errors of writing.
 void prepareStandardStreams();
 
+/// Whether `file`, named for writing, stands for standard output: "-", or one of the names that the system has for it.
+bool isStandardOutput(std::string_view file);
+
 /// How messages call the operand.
 std::string displayName(const std::string& file);
 
 /// All bytes of the file, or of standard input for "-". Throws Failure.
 ZtFoundation::Ref<ZtFoundation::NSData> readBytes(const std::string& file);
 
-/// Replaces the file as a whole or leaves it as it was; a symbolic link stays one. Throws Failure.
+/// Replaces the file as a whole or leaves it as it was; a symbolic link stays one. What is no regular file is written to
+/// as it is. Throws Failure.
 void saveBytes(const std::string& file, const ZtFoundation::Ref<ZtFoundation::NSData>& bytes);
 
 /// True when standard output is a terminal.
