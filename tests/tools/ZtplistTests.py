@@ -237,6 +237,28 @@ class Convert(ZtplistCase):
         self.run_expecting(USAGE, "convert", "openstep", stdin=b"{}")
         self.run_expecting(USAGE, "convert", "yaml", stdin=b"{}")
 
+    def test_what_would_not_come_back_from_ini_is_refused(self):
+        lost = {"S.k1": {"S": {"k1": "x\n[Other]\nkk=v"}}, "S.a=b": {"S": {"a=b": "c"}}, "S.e": {"S": {"e": ""}},
+                "S.;c": {"S": {"aa": "b", ";c": "d"}}, "S.[k": {"S": {"[k": "v]"}}, "T\\n": {"T\n": {"u": "v"}}, "/": {"": {}},
+                "S.last": {"S": {"last": "\u2028"}}, "S": {"S": {}, "T\n[S]\nk=\n[T": {}}}
+        for place, value in lost.items():
+            with self.subTest(place):
+                file = self.album(value=value)
+                before = file.read_bytes()
+                done = self.run_expecting(INVALID, "convert", "ini", "-i", file)
+                self.assertIn(b"cannot be written as INI", done.stderr)
+                self.assertEqual(file.read_bytes(), before)
+                self.assertEqual(self.run_expecting(INVALID, "get", "/", "--to", "ini", file).stdout, b"")
+                self.run_expecting(INVALID, "set", "New", "dictionary", "{}", "--to", "ini", file)
+        self.assertIn(b"form for S.k1\n", ztplist("convert", "ini", stdin=plistlib.dumps(lost["S.k1"])).stderr)
+
+    def test_all_that_ini_has_a_form_for_is_written(self):
+        value = {"[a=b]": {"k ": " ", "x": "=;[]", "d": b"\1", "when": datetime.datetime(2001, 1, 1), "\tä": "ü"}, ";": {"#": "1"}}
+        back = plistlib.loads(ztplist("convert", "xml1", "--format", "ini",
+                                      stdin=self.output_of("convert", "ini", stdin=plistlib.dumps(value))).stdout)
+        self.assertEqual(back, {"[a=b]": {"k ": '" "', "x": "=;[]", "d": '"<01>"', "when": '"2001-01-01 00:00:00 +0000"', "\tä": "ü"},
+                                ";": {"#": "1"}})
+
     def test_to_a_file(self):
         target = self.folder / "out.plist"
         self.assertEqual(self.output_of("convert", "binary1", "-o", target, self.album()), "")

@@ -1,8 +1,12 @@
 #include "Documents.h"
 
+#include <ZtFoundation/platform/Dictionary.h>
+
 #include <array>
 
 #include "Failure.h"
+#include "INILoss.h"
+#include "KeyPath.h"
 #include "Streams.h"
 
 namespace ztplist {
@@ -46,6 +50,13 @@ void checkINIText(const Ref<NSData>& bytes, const std::string& name) {
   if (!NSString::stringWithData_encoding(bytes, NSUTF8StringEncoding)) {
     throw Failure(Exit::Invalid, name + ": not UTF-8 text");
   }
+}
+
+// Nothing is escaped in INI text, so that not all that the writer takes comes back.
+void checkINIResult(const Ref<NSData>& bytes, const Ref<NSObject>& value, const std::string& name) {
+  const auto lost = firstLostInINI(*as<NSDictionary>(value), *as<NSDictionary>(parse(bytes, kINI, name).root));
+  if (lost)
+    throw Failure(Exit::Invalid, name + ": cannot be written as INI, which has no form for " + keyPathText(*lost));
 }
 
 void checkFormat(Format wanted, Format found, const std::string& name) {
@@ -95,6 +106,7 @@ Ref<NSData> encode(const Ref<NSObject>& value, Format format, const std::string&
   Ref<NSString> error;
   const Ref<NSData> bytes =
       QvPropertyListSerialization::dataFromPropertyList_format_errorDescription(value, format, &error);
+  if (bytes && format == kINI) checkINIResult(bytes, value, name);
   if (bytes) return bytes;
   const char* otherwise =
       format == kINI ? "ini holds sections of text, numbers, dates and data only" : "cannot be written";
