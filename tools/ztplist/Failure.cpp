@@ -1,5 +1,8 @@
 #include "Failure.h"
 
+#include <ZtFoundation/platform/String.h>
+
+#include <algorithm>
 #include <cstdio>
 #include <exception>
 #include <new>
@@ -9,6 +12,27 @@ namespace ztplist {
 namespace {
 
 bool isControl(unsigned char byte) { return byte < 0x20 || byte == 0x7F; }
+
+void appendByte(std::string& to, char character) {
+  constexpr char kHexDigits[] = "0123456789abcdef";
+  const auto byte = static_cast<unsigned char>(character);
+  to += {'\\', 'x', kHexDigits[byte >> 4U], kHexDigits[byte & 15U]};
+}
+
+// The length of the character that `rest` begins with; 0 when no character does.
+std::size_t lengthOfCharacter(std::string_view rest) {
+  const auto first = static_cast<unsigned char>(rest.front());
+  const std::size_t length = first < 0x80 ? 1 : first < 0xE0 ? 2 : first < 0xF0 ? 3 : 4;
+  const std::string_view character = rest.substr(0, length);
+  return first < 0x80 || ZtFoundation::NSString::stringWithValidUTF8(character) ? length : 0;
+}
+
+// U+0080 to U+009F are controls too.
+bool isShown(std::string_view character, std::string_view kept) {
+  const auto first = static_cast<unsigned char>(character.front());
+  if (character.size() == 1) return !isControl(first) || kept.find(character) != std::string_view::npos;
+  return first != 0xC2 || static_cast<unsigned char>(character[1]) >= 0xA0;
+}
 
 }  // namespace
 
@@ -30,19 +54,29 @@ Exit complainAboutException(const std::string& prefix) {
   }
 }
 
-void complain(const std::string& text) {
-  constexpr char kHexDigits[] = "0123456789abcdef";
-  std::string line = "ztplist: ";
-  for (const char character : text) {
-    const auto byte = static_cast<unsigned char>(character);
-    if (isControl(byte)) {
-      line += {'\\', 'x', kHexDigits[byte >> 4U], kHexDigits[byte & 15U]};
+std::string visible(std::string_view text, std::string_view kept) {
+  std::string result;
+  while (!text.empty()) {
+    const std::size_t length = lengthOfCharacter(text);
+    const std::string_view character = text.substr(0, std::max<std::size_t>(length, 1));
+    if (length > 0 && isShown(character, kept)) {
+      result += character;
     } else {
-      line += character;
+      for (const char byte : character) appendByte(result, byte);
     }
+    text.remove_prefix(character.size());
   }
-  line += '\n';
+  return result;
+}
+
+void tell(const std::string& text) {
+  const std::string line = "ztplist: " + visible(text) + "\n";
   std::fwrite(line.data(), 1, line.size(), stderr);
+}
+
+void complain(const std::string& text) {
+  tell(text);
+  std::fflush(stderr);
 }
 
 }  // namespace ztplist

@@ -4,6 +4,7 @@
 
 #include <stdexcept>
 #include <string>
+#include <string_view>
 
 namespace ztplist {
 
@@ -36,7 +37,14 @@ class OutputFailure : public Failure {
 /// code that stands for it.
 Exit complainAboutException(const std::string& prefix);
 
-/// Writes "ztplist: text" as a line to standard error, with control characters made visible.
+/// `text` with control characters but those of `kept`, and bytes that are no UTF-8, as `\x1b`, so that names and texts
+/// from outside drive no terminal and begin no line.
+std::string visible(std::string_view text, std::string_view kept = "");
+
+/// Writes "ztplist: text" as a line to standard error, made visible. It is seen when the next complaint is, or the
+/// buffer is full.
+void tell(const std::string& text);
+/// The same, seen at once.
 void complain(const std::string& text);
 
 }  // namespace ztplist

@@ -33,7 +33,7 @@ void writeValue(const Arguments& arguments, Output& output, const NSObject& valu
   } else if (arguments.typed || isContainer(value)) {
     printTree(output, "", "", value);
   } else {
-    output << plainText(value) << '\n';
+    output << (writesToTerminal() ? visible(plainText(value), "\n\t") : plainText(value)) << '\n';
   }
 }
 

@@ -9,6 +9,7 @@
 #include <array>
 #include <cerrno>
 #include <csignal>
+#include <cstdio>
 #include <cstring>
 #include <new>
 #include <utility>
@@ -71,6 +72,7 @@ void prepareStandardStreams() {
   keepTaken(STDIN_FILENO, O_WRONLY);
   keepTaken(STDOUT_FILENO, O_RDONLY);
   keepTaken(STDERR_FILENO, O_WRONLY);
+  std::setvbuf(stderr, nullptr, _IOFBF, kBufferSize);
 }
 
 bool isStandardOutput(std::string_view file) {

@@ -13,7 +13,8 @@ namespace ztplist {
 inline constexpr std::string_view kStandardStream = "-";
 
 /// Sees to it that descriptors 0 to 2 are taken, so that no file opened later is mistaken for a standard stream, and
-/// that a reader that goes away and a file that may not grow further are met as errors of writing.
+/// that a reader that goes away and a file that may not grow further are met as errors of writing. Buffers standard error, for messages by the
+/// million.
 void prepareStandardStreams();
 
 /// Whether `file`, named for writing, stands for standard output: "-", or one of the names that the system has for it.
