@@ -60,6 +60,14 @@ class ZtplistCase(unittest.TestCase):
     def output_of(self, *arguments, **options):
         return self.run_expecting(SUCCESS, *arguments, **options).stdout.decode()
 
+    def with_limit(self, resource_name, limit, *arguments):
+        """The run with such a limit; skips the test where not even the help can be shown under it."""
+        def lower():
+            resource.setrlimit(resource_name, (limit, resource.getrlimit(resource_name)[1]))
+        if subprocess.run([PROGRAM, "help"], preexec_fn=lower, capture_output=True).returncode != SUCCESS:
+            self.skipTest("the program does not start under the limit, as with sanitizers")
+        return subprocess.run([PROGRAM, *map(str, arguments)], preexec_fn=lower, capture_output=True)
+
     def litter(self):
         return [path for path in self.folder.iterdir() if path.name.startswith(".")]
 
@@ -488,7 +496,17 @@ class SetINI(ZtplistCase):
         self.assertEqual(after("Other"), INI[:INI.index("[Other]")])
         self.assertEqual(after("S.k1", "[S]\nk1=1\nk2=2\nk1=3\n"), "[S]\nk2=2\n")
         self.assertEqual(after("S", "\ufeff[S]\nk1=1\n[T]\n[S]\nk2=1"), "\ufeff[T]\n")
+        self.assertEqual(after("S.k1", "\ufeff[S]\nk1=1\n;end"), "\ufeff[S]\n;end")
         self.run_expecting(NO, "delete", "Main.Absent", "--format", "ini", stdin=INI)
+
+    def test_comments_above_the_next_header_belong_to_it(self):
+        def after(text):
+            return self.output_of("delete", "S", "--format", "ini", stdin=text)
+        self.assertEqual(after("[S]\n;of S\nk1=1\n\n;of T\n;too\n[T]\n;in T\nk2=2\n"), ";of T\n;too\n[T]\n;in T\nk2=2\n")
+        self.assertEqual(after("\ufeff[S]\n;of T\n[T]\n"), "\ufeff;of T\n[T]\n")
+        self.assertEqual(after("[R]\n;of S\n[S]\n;of S\n\n[T]\n"), "[R]\n;of S\n[T]\n")
+        self.assertEqual(after("[S]\n;of S\n[S]\nk1=1\n;of S\n"), "")
+        self.assertEqual(after("[S]\n;of S\nk1=1\n[T]\n"), "[T]\n")
 
 
 class Delete(ZtplistCase):
@@ -560,14 +578,6 @@ class Streams(ZtplistCase):
         for file in self.folder, self.folder / "absent", self.write("file", "x") / "below":
             done = self.run_expecting(INPUT_OUTPUT, "print", file)
             self.assertIn(str(file).encode(), done.stderr)
-
-    def with_limit(self, resource_name, limit, *arguments):
-        """The run with such a limit; skips the test where not even the help can be shown under it."""
-        def lower():
-            resource.setrlimit(resource_name, (limit, resource.getrlimit(resource_name)[1]))
-        if subprocess.run([PROGRAM, "help"], preexec_fn=lower, capture_output=True).returncode != SUCCESS:
-            self.skipTest("the program does not start under the limit, as with sanitizers")
-        return subprocess.run([PROGRAM, *map(str, arguments)], preexec_fn=lower, capture_output=True)
 
     def test_a_file_that_may_not_grow_further(self):
         file = self.album(value=["x" * 1000])
@@ -710,6 +720,29 @@ class Streams(ZtplistCase):
         done = self.run_expecting(INPUT_OUTPUT, "print", self.folder / "\x1b[31m")
         self.assertIn(b"\\x1b[31m", done.stderr)
         self.assertNotIn(b"\x1b", done.stderr)
+
+    def test_ini_files_of_many_lines_take_little_memory(self):
+        lines = self.write("lines", b"[S]\nabc=1\n" + b"\n" * 2_000_000)
+        for arguments in [("lint",), ("set", "S.abc", "string", "2", "-o", "-"), ("delete", "S", "-o", "-")]:
+            done = self.with_limit(resource.RLIMIT_AS, 100 << 20, *arguments, "--format", "ini", lines)
+            self.assertEqual((done.returncode, done.stderr), (SUCCESS, b""), arguments)
+
+    def test_names_forge_no_lines_and_drive_no_terminal(self):
+        name = os.fsencode(self.folder) + b"/\x1b]0;\n\xc2\x9bm\xff\xc3\xa4\xe2\x82\xac\xf0\x9f\x91\x8b\xe2\x82"
+        shown = os.fsencode(self.folder) + rb"/\x1b]0;\x0a\xc2\x9bm\xff" + "ä€👋".encode() + rb"\xe2\x82"
+        pathlib.Path(os.fsdecode(name)).write_bytes(b"{}")
+        self.assertEqual(subprocess.check_output([PROGRAM, "lint", name]), shown + b": sound, openstep\n")
+        self.assertEqual(subprocess.check_output([PROGRAM, "print", name, name]),
+                         2 * (shown + b" (openstep):\ndictionary, 0 entries\n"))
+        done = subprocess.run([PROGRAM, "get", "a", name], capture_output=True)
+        self.assertEqual(done.stderr, b"ztplist: " + shown + b": nothing at a\n")
+        done = ztplist("lint", "--format", "ini", stdin="[\u009b]\n[\u009b]\n")
+        self.assertIn(rb"the section \xc2\x9b again", done.stderr)
+
+    def test_values_do_not_drive_the_terminal(self):
+        file = self.album(plistlib.FMT_BINARY, "a\n\tb\\\x1b\x9b")
+        self.assertEqual(ztplist("get", "/", file).stdout, b"a\n\tb\\\x1b\xc2\x9b\n")
+        self.assertEqual(self.on_terminal("get", "/", file), (SUCCESS, b"a\r\n\tb\\\\x1b\\xc2\\x9b\r\n"))
 
 
 class Usage(ZtplistCase):

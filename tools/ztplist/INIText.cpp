@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <map>
+#include <utility>
 
 #include <ZtFoundation/platform/String.h>
 
@@ -22,6 +23,8 @@ struct Line {
   std::string_view name;  // of the section or the entry
   std::string_view section;
   bool isInSection = false;
+
+  bool exists() const noexcept { return end > 0; }
 };
 
 // CR LF, LF, CR, U+0085, U+2028 and U+2029.
@@ -69,11 +72,16 @@ void classify(Line& line, std::string_view contents) {
   }
 }
 
-std::vector<Line> linesOf(std::string_view text) {
+std::size_t markLength(std::string_view text) {
   constexpr std::string_view kMark = "\xEF\xBB\xBF";
-  std::vector<Line> lines;
+  return text.starts_with(kMark) ? kMark.size() : 0;
+}
+
+// Line by line, since a line's description takes more room than a short line.
+template <class Visitor>
+void forEachLine(std::string_view text, Visitor visit) {
   Line line;
-  for (std::size_t at = text.starts_with(kMark) ? kMark.size() : 0; at < text.size(); at = line.end) {
+  for (std::size_t at = markLength(text); at < text.size(); at = line.end) {
     line.begin = at;
     line.contentsEnd = findTerminator(text, at);
     line.end = line.contentsEnd + terminatorLength(text.substr(line.contentsEnd));
@@ -82,12 +90,9 @@ std::vector<Line> linesOf(std::string_view text) {
       line.section = line.name;
       line.isInSection = true;
     }
-    lines.push_back(line);
+    visit(line);
   }
-  return lines;
 }
-
-using Lines = std::vector<Line>;
 
 bool isHeaderOf(const Line& line, std::string_view section) {
   return line.kind == LineKind::Header && line.name == section;
@@ -97,11 +102,25 @@ bool isEntryOf(const Line& line, std::string_view section, std::string_view key)
   return line.kind == LineKind::Entry && line.isInSection && line.section == section && line.name == key;
 }
 
-// The header of the section as it counts: the last of its name.
-Lines::const_reverse_iterator findHeader(const Lines& lines, std::string_view section) {
-  return std::ranges::find_if(lines.rbegin(), lines.rend(),
-                              [&](const Line& line) { return isHeaderOf(line, section); });
-}
+// Where an entry is to be set.
+struct Place {
+  Line first;    // of the file
+  Line last;     // of the file
+  Line before;   // the last entry of the section, or its header
+  Line present;  // the entry as it is
+
+  void pass(const Line& line, std::string_view section, std::string_view key) {
+    if (!first.exists()) first = line;
+    last = line;
+    if (isHeaderOf(line, section)) {  // It makes those before of no account.
+      before = line;
+      present = {};
+    }
+    if (line.kind != LineKind::Entry || !line.isInSection || line.section != section) return;
+    before = line;
+    if (line.name == key) present = line;
+  }
+};
 
 std::string lineEndOf(std::string_view text, const Line& line) {
   return line.end > line.contentsEnd ? std::string(text.substr(line.contentsEnd, line.end - line.contentsEnd)) : "\n";
@@ -111,12 +130,12 @@ std::string entryText(std::string_view key, std::string_view value) {
   return std::string(key) + "=" + std::string(value);
 }
 
-std::string appendSection(std::string_view text, const Lines& lines, std::string_view section,
+std::string appendSection(std::string_view text, const Place& place, std::string_view section,
                           const std::string& entry) {
-  const std::string lineEnd = lines.empty() ? "\n" : lineEndOf(text, lines.front());
+  const std::string lineEnd = place.first.exists() ? lineEndOf(text, place.first) : "\n";
   std::string result(text);
-  if (!lines.empty() && lines.back().end == lines.back().contentsEnd) result += lineEnd;
-  if (!lines.empty() && lines.back().kind != LineKind::Empty) result += lineEnd;
+  if (place.last.exists() && place.last.end == place.last.contentsEnd) result += lineEnd;
+  if (place.last.exists() && place.last.kind != LineKind::Empty) result += lineEnd;
   return result + "[" + std::string(section) + "]" + lineEnd + entry + lineEnd;
 }
 
@@ -125,26 +144,26 @@ std::string insertAfter(std::string_view text, const Line& line, const std::stri
   return std::string(text.substr(0, line.contentsEnd)) + lineEnd + entry + std::string(text.substr(line.contentsEnd));
 }
 
-template <class Drops>
-std::string without(std::string_view text, Drops drops) {
-  std::string result(text);
-  std::size_t kept = 0;
-  const Lines lines = linesOf(text);
-  if (!lines.empty()) kept = lines.front().begin;
-  for (const Line& line : lines) {
-    if (drops(line)) continue;
-    kept += text.copy(result.data() + kept, line.end - line.begin, line.begin);
-  }
-  result.resize(kept);
-  return result;
-}
+// Copies the parts of a text that stay, in their order; the mark at the beginning does.
+class Remainder {
+ public:
+  explicit Remainder(std::string_view text) : text_(text), kept_(text.substr(0, markLength(text))) {}
+
+  void keep(std::size_t begin, std::size_t end) { kept_ += text_.substr(begin, end - begin); }
+  std::string&& take() { return std::move(kept_); }
+
+ private:
+  std::string_view text_;
+  std::string kept_;
+};
 
 class FaultFinder {
  public:
-  std::vector<std::string> find(std::string_view text) {
+  explicit FaultFinder(const std::function<void(const std::string&)>& tell) : tell_(tell) {}
+
+  void find(std::string_view text) {
     std::size_t number = 0;
-    for (const Line& line : linesOf(text)) examine(line, ++number);
-    return std::move(faults_);
+    forEachLine(text, [&](const Line& line) { examine(line, ++number); });
   }
 
  private:
@@ -184,40 +203,45 @@ class FaultFinder {
     place->second = number;
   }
 
-  void report(std::size_t number, const std::string& text) {
-    faults_.push_back("line " + std::to_string(number) + ": " + text);
-  }
+  void report(std::size_t number, const std::string& text) { tell_("line " + std::to_string(number) + ": " + text); }
 
+  const std::function<void(const std::string&)>& tell_;
   std::map<std::string_view, std::size_t> sections_;
   std::map<std::string_view, std::size_t> keys_;
-  std::vector<std::string> faults_;
 };
 
 }  // namespace
 
 std::string setINIEntry(std::string_view text, std::string_view section, std::string_view key, std::string_view value) {
-  const Lines lines = linesOf(text);
   const std::string entry = entryText(key, value);
-  const auto header = findHeader(lines, section);
-  if (header == lines.rend()) return appendSection(text, lines, section, entry);
-  const Line* last = &*header;
-  const Line* present = nullptr;
-  for (auto line = header.base(); line != lines.end() && line->kind != LineKind::Header; ++line) {
-    if (isEntryOf(*line, section, key)) present = &*line;
-    if (line->kind == LineKind::Entry) last = &*line;
-  }
-  if (present == nullptr) return insertAfter(text, *last, entry);
-  return std::string(text.substr(0, present->begin)) + entry + std::string(text.substr(present->contentsEnd));
+  Place place;
+  forEachLine(text, [&](const Line& line) { place.pass(line, section, key); });
+  if (!place.before.exists()) return appendSection(text, place, section, entry);
+  if (!place.present.exists()) return insertAfter(text, place.before, entry);
+  return std::string(text.substr(0, place.present.begin)) + entry + std::string(text.substr(place.present.contentsEnd));
 }
 
 std::string removeINIEntry(std::string_view text, std::string_view section, std::string_view key) {
-  return without(text, [&](const Line& line) { return isEntryOf(line, section, key); });
+  Remainder rest(text);
+  forEachLine(text, [&](const Line& line) {
+    if (!isEntryOf(line, section, key)) rest.keep(line.begin, line.end);
+  });
+  return rest.take();
 }
 
 std::string removeINISection(std::string_view text, std::string_view section) {
-  return without(text, [&](const Line& line) { return line.isInSection && line.section == section; });
+  Remainder rest(text);
+  std::size_t next = markLength(text);  // where the comments begin that stand directly above the line
+  forEachLine(text, [&](const Line& line) {
+    const bool isDropped = line.isInSection && line.section == section;
+    if (!isDropped) rest.keep(line.kind == LineKind::Header ? next : line.begin, line.end);
+    if (!isDropped || line.kind != LineKind::Comment) next = line.end;
+  });
+  return rest.take();
 }
 
-std::vector<std::string> findINIFaults(std::string_view text) { return FaultFinder().find(text); }
+void findINIFaults(std::string_view text, const std::function<void(const std::string&)>& tell) {
+  FaultFinder(tell).find(text);
+}
 
 }  // namespace ztplist

@@ -3,9 +3,9 @@
 /// drop.
 #pragma once
 
+#include <functional>
 #include <string>
 #include <string_view>
-#include <vector>
 
 namespace ztplist {
 
@@ -14,10 +14,11 @@ namespace ztplist {
 std::string setINIEntry(std::string_view text, std::string_view section, std::string_view key, std::string_view value);
 /// `text` without the entry.
 std::string removeINIEntry(std::string_view text, std::string_view section, std::string_view key);
-/// `text` without any section of that name.
+/// `text` without any section of that name. Comments directly above the header that follows belong to that header and
+/// stay.
 std::string removeINISection(std::string_view text, std::string_view section);
 
-/// What reading `text` loses without a word, a line of text each: "line 3: ...".
-std::vector<std::string> findINIFaults(std::string_view text);
+/// Tells what reading `text` loses without a word, fault by fault: "line 3: ...".
+void findINIFaults(std::string_view text, const std::function<void(const std::string&)>& tell);
 
 }  // namespace ztplist

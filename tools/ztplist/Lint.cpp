@@ -17,9 +17,12 @@ Document loadForLint(const std::string& file, Format format) {
 }
 
 Exit reportINIFaults(const Document& document, const std::string& name) {
-  const auto faults = findINIFaults(document.bytes->view());
-  for (const auto& fault : faults) complain(name + ": " + fault);
-  return faults.empty() ? Exit::Success : Exit::No;
+  Exit result = Exit::Success;
+  findINIFaults(document.bytes->view(), [&](const std::string& fault) {
+    tell(name + ": " + fault);
+    result = Exit::No;
+  });
+  return result;
 }
 
 }  // namespace
@@ -30,7 +33,7 @@ Exit runLint(const Arguments& arguments, Output& output) {
     const Document document = loadForLint(file, arguments.format);
     const Exit result = document.format == kINI ? reportINIFaults(document, name) : Exit::Success;
     if (result == Exit::Success && !arguments.quiet)
-      output << name << ": sound, " << nameOfFormat(document.format) << '\n';
+      output << visible(name) << ": sound, " << nameOfFormat(document.format) << '\n';
     return result;
   });
 }
