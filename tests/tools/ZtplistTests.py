@@ -562,6 +562,38 @@ class Diff(ZtplistCase):
         self.assertEqual(self.diff(list(range(9)), list(range(1, 9))), "- 0: integer 0\n")
         self.assertEqual(self.diff([1, 1], [1, 1, 1]), "+ 2: integer 1\n")
 
+    def test_long_paths_are_cut(self):
+        def nested(keys, leaf):
+            for key in reversed(keys):
+                leaf = {key: leaf}
+            return leaf
+        def shown(keys):
+            return self.diff(nested(keys, 1), nested(keys, 2)).splitlines()[0]
+        self.assertEqual(shown(["ä." * 100]), "- " + "ä\\." * 100 + ": integer 1")
+        self.assertEqual(shown(["k" * 201, "/"]), "- " + "k" * 200 + "…./: integer 1")
+        self.assertEqual(shown(["/"]), "- \\/: integer 1")
+        keys = [str(number) for number in range(100)]
+        self.assertEqual(shown(keys[:32]), "- " + ".".join(keys[:32]) + ": integer 1")
+        self.assertEqual(shown(keys[:33]), "- " + ".".join(keys[:16] + ["…"] + keys[17:33]) + ": integer 1")
+        self.assertEqual(shown(keys), "- " + ".".join(keys[:16] + ["…"] + keys[84:]) + ": integer 1")
+
+    def processor_time(self, before, after):
+        files = [self.write(name, plistlib.dumps(value, fmt=plistlib.FMT_BINARY)) for name, value in [("one", before), ("other", after)]]
+        run = subprocess.Popen([PROGRAM, "diff", *files], stdout=subprocess.DEVNULL)
+        _, status, usage = os.wait4(run.pid, 0)
+        run.returncode = os.waitstatus_to_exitcode(status)
+        self.assertEqual(run.returncode, NO)
+        return usage.ru_utime + usage.ru_stime
+
+    def test_a_difference_far_below_is_searched_for_once(self):
+        def nested(leaf):
+            for _ in range(500):
+                leaf = [leaf]
+            return leaf
+        same = [{"k": index} for index in range(20_000)]
+        flat = self.processor_time([*same, 1], [*same, 2])
+        self.assertLess(self.processor_time(nested([*same, 1]), nested([*same, 2])), 5 * flat)
+
     def test_standard_input_on_one_side(self):
         file = self.album()
         self.run_expecting(SUCCESS, "diff", "-", file, stdin=file.read_bytes())

@@ -2,6 +2,9 @@
 #include <ZtFoundation/platform/Data.h>
 #include <ZtFoundation/platform/Dictionary.h>
 
+#include <set>
+#include <utility>
+
 #include "Commands.h"
 #include "Display.h"
 #include "KeyPath.h"
@@ -12,6 +15,45 @@ namespace ztplist {
 using namespace ZtFoundation;
 
 namespace {
+
+// Tells equality of values. Containers that differ are remembered: which ones do on the way to a difference deep below
+// is found out once, not anew on each level.
+class Equality {
+ public:
+  bool holds(const NSObject& one, const NSObject& other) {
+    const auto* oneArray = as<NSArray>(&one);
+    const auto* otherArray = as<NSArray>(&other);
+    if (oneArray != nullptr && otherArray != nullptr) return holdsOnce(*oneArray, *otherArray);
+    const auto* oneDictionary = as<NSDictionary>(&one);
+    const auto* otherDictionary = as<NSDictionary>(&other);
+    if (oneDictionary != nullptr && otherDictionary != nullptr) return holdsOnce(*oneDictionary, *otherDictionary);
+    return one.isEqual(&other);
+  }
+
+ private:
+  template <class Container>
+  bool holdsOnce(const Container& one, const Container& other) {
+    const std::pair<const NSObject*, const NSObject*> pair(&one, &other);
+    if (different_.contains(pair)) return false;
+    if (one.count() == other.count() && holdsWithin(one, other)) return true;
+    different_.insert(pair);
+    return false;
+  }
+
+  bool holdsWithin(const NSArray& one, const NSArray& other) {
+    return std::equal(one.begin(), one.end(), other.begin(),
+                      [&](const auto& mine, const auto& its) { return holds(*mine, *its); });
+  }
+
+  bool holdsWithin(const NSDictionary& one, const NSDictionary& other) {
+    return std::all_of(one.begin(), one.end(), [&](const DictionaryEntry& entry) {
+      const NSObject* its = other.lookUp(entry.key.get());
+      return its != nullptr && holds(*entry.value, *its);
+    });
+  }
+
+  std::set<std::pair<const NSObject*, const NSObject*>> different_;
+};
 
 class Comparison {
  public:
@@ -47,9 +89,12 @@ class Comparison {
   void compareElements(const NSArray& before, const NSArray& after) {
     const NSUInteger shorter = std::min(before.count(), after.count());
     NSUInteger start = 0;
-    while (start < shorter && before[start]->isEqual(after[start])) ++start;
+    while (start < shorter && equality_.holds(*before[start], *after[start])) ++start;
     NSUInteger end = 0;
-    while (start + end < shorter && before[before.count() - 1 - end]->isEqual(after[after.count() - 1 - end])) ++end;
+    while (start + end < shorter &&
+           equality_.holds(*before[before.count() - 1 - end], *after[after.count() - 1 - end])) {
+      ++end;
+    }
     const NSUInteger longer = std::max(before.count(), after.count());
     for (NSUInteger index = start; index + end < longer; ++index) {
       at(std::to_string(index), elementBefore(before, index, end), elementBefore(after, index, end));
@@ -87,10 +132,11 @@ class Comparison {
 
   void show(std::string_view prefix, const NSObject& value) {
     found_ = true;
-    printTree(output_, prefix, keyPathText(path_) + ": ", value);
+    printTree(output_, prefix, shownKeyPath(path_) + ": ", value);
   }
 
   Output& output_;
+  Equality equality_;
   KeyPath path_;
   bool found_ = false;
 };

@@ -16,6 +16,7 @@ using namespace ZtFoundation;
 namespace {
 
 constexpr std::string_view kRoot = "/";
+constexpr std::string_view kLeftOut = "…";
 
 std::optional<char16_t> unitFromHex(std::u16string_view digits) {
   constexpr std::size_t kDigits = 4;
@@ -100,6 +101,13 @@ NSObject* childOf(NSObject* parent, const Ref<NSString>& step) {
   return index && *index < array->count() ? (*array)[*index].get() : nullptr;
 }
 
+void appendShownKey(std::string& to, const NSString& key) {
+  constexpr NSUInteger kUnitsShown = 200;
+  if (key.length() <= kUnitsShown) return appendEscaped(to, key, ".");
+  appendEscaped(to, *key.substringToIndex(kUnitsShown), ".");
+  to += kLeftOut;
+}
+
 KeyPath beginningOf(const KeyPath& path, std::size_t length) {
   return {path.begin(), path.begin() + static_cast<std::ptrdiff_t>(length)};
 }
@@ -149,6 +157,22 @@ std::string keyPathText(const KeyPath& path) {
   for (const auto& key : path) {
     if (&key != &path.front()) text += '.';
     appendEscaped(text, *key, ".");
+  }
+  return text == kRoot ? "\\/" : text;
+}
+
+std::string shownKeyPath(const KeyPath& path) {
+  constexpr std::size_t kStepsAtEachEnd = 16;
+  if (path.empty()) return std::string(kRoot);
+  std::string text;
+  for (std::size_t step = 0; step < path.size(); ++step) {
+    if (step > 0) text += '.';
+    if (step == kStepsAtEachEnd && path.size() > 2 * kStepsAtEachEnd) {
+      text += kLeftOut;
+      step = path.size() - kStepsAtEachEnd - 1;
+    } else {
+      appendShownKey(text, *path[step]);
+    }
   }
   return text == kRoot ? "\\/" : text;
 }

@@ -20,6 +20,8 @@ using KeyPath = std::vector<ZtFoundation::Ref<ZtFoundation::NSString>>;
 KeyPath parseKeyPath(std::string_view text);
 /// The text that `parseKeyPath` turns into the path again.
 std::string keyPathText(const KeyPath& path);
+/// The same for people, of bounded length: … stands for the rest of long keys and for what lies in the middle of many.
+std::string shownKeyPath(const KeyPath& path);
 
 /// The value at `path`, null when there is none.
 ZtFoundation::NSObject* findValue(const ZtFoundation::Ref<ZtFoundation::NSObject>& root, const KeyPath& path);
