@@ -14,7 +14,7 @@ namespace {
 bool isControl(unsigned char byte) { return byte < 0x20 || byte == 0x7F; }
 
 void appendByte(std::string& to, char character) {
-  constexpr char kHexDigits[] = "0123456789abcdef";
+  constexpr std::string_view kHexDigits = "0123456789abcdef";
   const auto byte = static_cast<unsigned char>(character);
   to += {'\\', 'x', kHexDigits[byte >> 4U], kHexDigits[byte & 15U]};
 }
