@@ -344,6 +344,17 @@ TEST_F(FinderLockTests, ALockedFolderGetsNoNewItemsAndKeepsItsOwn) {
   EXPECT_EQ(std::distance(std::filesystem::directory_iterator(inner), {}), 1);
 }
 
+TEST_F(FinderLockTests, TheErrorOfASaveIsThatOfWhatIsNotPermitted) {
+  writeFile(inner + "/old", "text");
+  ASSERT_EQ(setLocked(file, true), 0);
+  ASSERT_EQ(setLocked(inner, true), 0);
+  for (const std::string& path : {file, inner + "/old", inner + "/new"}) {
+    errno = 0;
+    EXPECT_FALSE(save(path, true));
+    EXPECT_EQ(errno, EPERM) << path;
+  }
+}
+
 TEST_F(FinderLockTests, WhereTheAnswerCannotBeHadTheItemCountsAsLocked) {
   const auto work = [&]() -> int {
     const rlimit none{0, 0};
