@@ -10,6 +10,8 @@
 #include <ZtFoundation/Utilities.h>
 #include <ZtFoundation/platform/Exception.h>
 
+#include "support/LettingGo.h"
+
 namespace ZtFoundation {
 namespace {
 
@@ -276,26 +278,13 @@ class Collector : public NSObject {
   std::vector<std::string> taken;
 };
 
-struct Owner {
-  Ref<NSArray> objects;
-  Ref<NSSet> members;
-  int alive = 0;
-  int fewestAlive = 0;
-};
-
 // Whatever it is asked, its owner lets go of all objects.
 class Leaver : public NSObject {
   ZT_OBJECT(Leaver, NSObject)
  public:
-  explicit Leaver(Owner& owner) : owner_(owner) { owner.fewestAlive = ++owner.alive; }
-  ~Leaver() override { --owner_.alive; }
+  explicit Leaver(test::Owner& owner) : owner_(owner) {}
 
-  void leave() const {
-    Owner& owner = owner_;
-    owner.objects = nullptr;
-    owner.members = nullptr;
-    owner.fewestAlive = std::min(owner.fewestAlive, owner.alive);
-  }
+  void leave() const { owner_.leave(); }
   bool leaveFor(const NSObject* other) const {
     leave();
     return other == nullptr;
@@ -307,7 +296,7 @@ class Leaver : public NSObject {
   void leaveWith(const Ref<NSObject>&) { leave(); }
 
  private:
-  Owner& owner_;
+  test::OwnedBy owner_;
 };
 
 }  // namespace
@@ -354,7 +343,7 @@ TEST(CollectionExtensions, OwnersMayLetGoOfAnArrayThatIsWalked) {
       [](const Ref<NSArray>& objects) { numberOfObjectsEqualTo(objects, "text"); },
   };
   for (const auto& walk : walks) {
-    Owner owner;
+    test::Owner owner;
     owner.objects = NSArray::of(make<Leaver>(owner), make<Leaver>(owner));
     walk(owner.objects);
     EXPECT_FALSE(owner.objects) << &walk - walks;
@@ -363,7 +352,7 @@ TEST(CollectionExtensions, OwnersMayLetGoOfAnArrayThatIsWalked) {
 }
 
 TEST(CollectionExtensions, OwnersMayLetGoOfWhatIsSentToEachObject) {
-  Owner owner;
+  test::Owner owner;
   const Ref<Leaver> receiver = make<Leaver>(owner);
   owner.objects = NSArray::of(make<Leaver>(owner), make<Leaver>(owner));
   performSelector_withEachObjectInArray(receiver, ZT_SELECTOR("leaveWith:"), owner.objects);

@@ -12,6 +12,7 @@
 #include <ZtFoundation/platform/Runtime.h>
 #include <ZtFoundation/platform/Set.h>
 
+#include "support/LettingGo.h"
 #include "support/ReplacedMethod.h"
 
 namespace ZtFoundation {
@@ -294,30 +295,19 @@ class Throwing : public Shape {
   Throwing() { throw std::runtime_error("cannot be made"); }
 };
 
-struct Owner {
-  Ref<NSArray> objects;
-  int alive = 0;
-  int fewestAlive = 0;
-};
-
 // When it represents itself, its owner lets go of all.
 class Leaver : public NSObject {
   ZT_OBJECT(Leaver, NSObject)
  public:
-  explicit Leaver(Owner& owner) : owner_(owner) { owner.fewestAlive = ++owner.alive; }
-  ~Leaver() override { --owner_.alive; }
-  void leave() const {
-    Owner& owner = owner_;
-    owner.objects = nullptr;
-    owner.fewestAlive = std::min(owner.fewestAlive, owner.alive);
-  }
+  explicit Leaver(test::Owner& owner) : owner_(owner) {}
+  void leave() const { owner_.leave(); }
   Ref<NSDictionary> propertyListRepresentation() const {
     leave();
     return NSDictionary::dictionary();
   }
 
  private:
-  Owner& owner_;
+  test::OwnedBy owner_;
 };
 
 // The same when it is made.
@@ -407,7 +397,7 @@ TEST(Representation, WhatCannotBeMadeIsSkipped) {
 }
 
 TEST(Representation, OwnersMayLetGoOfTheArrayThatIsWalked) {
-  Owner owner;
+  test::Owner owner;
   owner.objects = NSArray::of(make<Leaver>(owner), make<Leaver>(owner));
   EXPECT_EQ(propertyListRepresentation(owner.objects)->count(), 2U);
   EXPECT_FALSE(owner.objects);

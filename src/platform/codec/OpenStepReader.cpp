@@ -9,6 +9,7 @@
 #include <ZtFoundation/platform/String.h>
 
 #include "platform/codec/Codec.h"
+#include "platform/codec/Containers.h"
 #include "platform/codec/Limits.h"
 #include "platform/codec/OpenStepCharacters.h"
 #include "platform/codec/TextInput.h"
@@ -87,8 +88,6 @@ class OpenStepReader {
   bool isAtEndOf(Container kind) const;
   void readSeparator(Container kind);
   void close();
-  Ref<NSObject> takeDictionary(std::size_t base);
-  Ref<NSObject> takeArray(std::size_t base);
 
   // --- Strings
   bool isAtString() const { return !isAtEnd() && (text_[at_] == '"' || text_[at_] == '\'' || isUnquoted(text_[at_])); }
@@ -266,31 +265,7 @@ void OpenStepReader::close() {
   const auto [kind, base] = frames_.back();
   frames_.pop_back();
   if (kind != Container::DictionaryWithoutBraces) ++at_;
-  place(kind == Container::Array ? takeArray(base) : takeDictionary(base));
-}
-
-Ref<NSObject> OpenStepReader::takeDictionary(std::size_t base) {
-  const std::span<DictionaryEntry> entries = std::span(entries_).subspan(base);
-  Ref<NSObject> result;
-  if (mutability_ == Mutability::Immutable) {
-    result = NSDictionary::dictionaryByTaking(entries);
-  } else {
-    result = NSMutableDictionary::dictionaryByTaking(entries);
-  }
-  entries_.resize(base);
-  return result;
-}
-
-Ref<NSObject> OpenStepReader::takeArray(std::size_t base) {
-  const std::span<Ref<NSObject>> items = std::span(items_).subspan(base);
-  Ref<NSObject> result;
-  if (mutability_ == Mutability::Immutable) {
-    result = NSArray::arrayByTaking(items);
-  } else {
-    result = NSMutableArray::arrayByTaking(items);
-  }
-  items_.resize(base);
-  return result;
+  place(kind == Container::Array ? takeArray(items_, base, mutability_) : takeDictionary(entries_, base, mutability_));
 }
 
 // --- Strings

@@ -14,6 +14,7 @@
 
 #include "platform/codec/Base64.h"
 #include "platform/codec/Codec.h"
+#include "platform/codec/Containers.h"
 #include "platform/codec/DateText.h"
 #include "platform/codec/Limits.h"
 #include "platform/codec/TextInput.h"
@@ -62,8 +63,7 @@ class XMLReader {
   Ref<NSObject> readBoolean(const XMLTag& tag);
   Ref<NSObject> readDate(const XMLTag& tag);
   Ref<NSObject> readData(const XMLTag& tag);
-  Ref<NSObject> takeDictionary(std::size_t base);
-  Ref<NSObject> takeArray(std::size_t base);
+  Ref<NSObject> takeOpenDictionary(std::size_t base);
   [[noreturn]] void refuse(const XMLTag& tag, std::string_view text, const char* why);
 
   XMLScanner scanner_;
@@ -148,7 +148,8 @@ void XMLReader::open(const XMLTag& tag) {
 void XMLReader::close() {
   const Frame frame = frames_.back();
   frames_.pop_back();
-  place(frame.tag.element == XMLElement::Dictionary ? takeDictionary(frame.base) : takeArray(frame.base));
+  place(frame.tag.element == XMLElement::Dictionary ? takeOpenDictionary(frame.base)
+                                                    : takeArray(items_, frame.base, mutability_));
 }
 
 void XMLReader::place(Ref<NSObject>&& value) {
@@ -161,29 +162,9 @@ void XMLReader::place(Ref<NSObject>&& value) {
   }
 }
 
-Ref<NSObject> XMLReader::takeDictionary(std::size_t base) {
-  const std::span<DictionaryEntry> entries = std::span(entries_).subspan(base);
-  const std::span<const std::uint32_t> hashes = std::span(hashes_).subspan(base);
-  Ref<NSObject> result;
-  if (mutability_ == Mutability::Immutable) {
-    result = NSDictionary::dictionaryByTaking(entries, hashes);
-  } else {
-    result = NSMutableDictionary::dictionaryByTaking(entries, hashes);
-  }
-  entries_.resize(base);
+Ref<NSObject> XMLReader::takeOpenDictionary(std::size_t base) {
+  Ref<NSObject> result = takeDictionary(entries_, base, mutability_, std::span(hashes_).subspan(base));
   hashes_.resize(base);
-  return result;
-}
-
-Ref<NSObject> XMLReader::takeArray(std::size_t base) {
-  const std::span<Ref<NSObject>> items = std::span(items_).subspan(base);
-  Ref<NSObject> result;
-  if (mutability_ == Mutability::Immutable) {
-    result = NSArray::arrayByTaking(items);
-  } else {
-    result = NSMutableArray::arrayByTaking(items);
-  }
-  items_.resize(base);
   return result;
 }
 
