@@ -282,7 +282,7 @@ class Collector : public NSObject {
 class Leaver : public NSObject {
   ZT_OBJECT(Leaver, NSObject)
  public:
-  explicit Leaver(test::Owner& owner) : owner_(owner) {}
+  explicit Leaver(test::Holder& owner) : owner_(owner) {}
 
   void leave() const { owner_.leave(); }
   bool leaveFor(const NSObject* other) const {
@@ -296,7 +296,7 @@ class Leaver : public NSObject {
   void leaveWith(const Ref<NSObject>&) { leave(); }
 
  private:
-  test::OwnedBy owner_;
+  test::HeldBy owner_;
 };
 
 }  // namespace
@@ -343,7 +343,7 @@ TEST(CollectionExtensions, OwnersMayLetGoOfAnArrayThatIsWalked) {
       [](const Ref<NSArray>& objects) { numberOfObjectsEqualTo(objects, "text"); },
   };
   for (const auto& walk : walks) {
-    test::Owner owner;
+    test::Holder owner;
     owner.objects = NSArray::of(make<Leaver>(owner), make<Leaver>(owner));
     walk(owner.objects);
     EXPECT_FALSE(owner.objects) << &walk - walks;
@@ -352,7 +352,7 @@ TEST(CollectionExtensions, OwnersMayLetGoOfAnArrayThatIsWalked) {
 }
 
 TEST(CollectionExtensions, OwnersMayLetGoOfWhatIsSentToEachObject) {
-  test::Owner owner;
+  test::Holder owner;
   const Ref<Leaver> receiver = make<Leaver>(owner);
   owner.objects = NSArray::of(make<Leaver>(owner), make<Leaver>(owner));
   performSelector_withEachObjectInArray(receiver, ZT_SELECTOR("leaveWith:"), owner.objects);

@@ -299,7 +299,7 @@ class Throwing : public Shape {
 class Leaver : public NSObject {
   ZT_OBJECT(Leaver, NSObject)
  public:
-  explicit Leaver(test::Owner& owner) : owner_(owner) {}
+  explicit Leaver(test::Holder& owner) : owner_(owner) {}
   void leave() const { owner_.leave(); }
   Ref<NSDictionary> propertyListRepresentation() const {
     leave();
@@ -307,7 +307,7 @@ class Leaver : public NSObject {
   }
 
  private:
-  test::OwnedBy owner_;
+  test::HeldBy owner_;
 };
 
 // The same when it is made.
@@ -397,7 +397,7 @@ TEST(Representation, WhatCannotBeMadeIsSkipped) {
 }
 
 TEST(Representation, OwnersMayLetGoOfTheArrayThatIsWalked) {
-  test::Owner owner;
+  test::Holder owner;
   owner.objects = NSArray::of(make<Leaver>(owner), make<Leaver>(owner));
   EXPECT_EQ(propertyListRepresentation(owner.objects)->count(), 2U);
   EXPECT_FALSE(owner.objects);

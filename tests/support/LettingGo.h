@@ -9,7 +9,7 @@
 
 namespace ZtFoundation::test {
 
-struct Owner {
+struct Holder {
   Ref<NSArray> objects;
   Ref<NSSet> members;
   int alive = 0;
@@ -17,22 +17,22 @@ struct Owner {
 };
 
 /// What such an object has in itself.
-class OwnedBy {
+class HeldBy {
  public:
-  explicit OwnedBy(Owner& owner) : owner_(owner) { owner.fewestAlive = ++owner.alive; }
-  OwnedBy(const OwnedBy&) = delete;
-  OwnedBy& operator=(const OwnedBy&) = delete;
-  ~OwnedBy() { --owner_.alive; }
+  explicit HeldBy(Holder& owner) : owner_(owner) { owner.fewestAlive = ++owner.alive; }
+  HeldBy(const HeldBy&) = delete;
+  HeldBy& operator=(const HeldBy&) = delete;
+  ~HeldBy() { --owner_.alive; }
 
   void leave() const {
-    Owner& owner = owner_;
+    Holder& owner = owner_;
     owner.objects = nullptr;
     owner.members = nullptr;
     owner.fewestAlive = std::min(owner.fewestAlive, owner.alive);
   }
 
  private:
-  Owner& owner_;
+  Holder& owner_;
 };
 
 }  // namespace ZtFoundation::test
