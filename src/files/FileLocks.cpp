@@ -1,7 +1,6 @@
 #include <ZtFoundation/Files.h>
 
 #include "files/LoggedCalls.h"
-#include "platform/services/Service.h"
 
 namespace ZtFoundation::QvFoundationExtensions {
 
@@ -29,15 +28,10 @@ bool setLocked(const LoggedCalls& calls, const Ref<NSString>& path, bool locked)
 
 bool isVolumeLockedAtPath(const Ref<NSFileManager>& self, const Ref<NSString>& path) {
   const LoggedCalls calls("isVolumeLockedAtPath:");
-  FSRef item;
-  FSCatalogInfo info;
+  FSVolumeRefNum number = kFSInvalidVolumeRefNum;
   FSVolumeInfo volume;
-  if (!self) return false;
-  // A root is known without asking the volume itself, whose server may be gone.
-  info.volume = service<Volumes>().volumeRootedAt(path);
-  const bool isTold = info.volume != kFSInvalidVolumeRefNum ||
-                      (calls.FSPathMakeRef(path, &item) && calls.FSGetCatalogInfo(item, kFSCatInfoVolume, &info));
-  return isTold && calls.FSGetVolumeInfo(info.volume, kFSVolInfoFlags, &volume) && saysLocked(volume);
+  return self && calls.volumeOf(path, &number) && calls.FSGetVolumeInfo(number, kFSVolInfoFlags, &volume) &&
+         saysLocked(volume);
 }
 
 bool isFileLockedAtPath(const Ref<NSFileManager>& self, const Ref<NSString>& path) {

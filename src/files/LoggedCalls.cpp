@@ -45,6 +45,16 @@ bool LoggedCalls::FSFindFolder(FSVolumeRefNum volumeOrDomain, OSType type, bool 
   return check(service<FolderManager>().FSFindFolder(volumeOrDomain, type, create, folder), "FSFindFolder");
 }
 
+bool LoggedCalls::volumeOf(const Ref<NSString>& path, FSVolumeRefNum* volume) const {
+  FSRef item;
+  FSCatalogInfo info;
+  info.volume = service<Volumes>().volumeRootedAt(path);
+  const bool isTold = info.volume != kFSInvalidVolumeRefNum ||
+                      (FSPathMakeRef(path, &item) && FSGetCatalogInfo(item, kFSCatInfoVolume, &info));
+  if (isTold) *volume = info.volume;
+  return isTold;
+}
+
 Ref<NSURL> LoggedCalls::CFURLCreateFromFSRef(const FSRef& item) const {
   Ref<NSURL> url = service<FileCatalog>().CFURLCreateFromFSRef(&item);
   if (!url) NSLog("[NSFileManager %s] CFURLCreateFromFSRef failed.", operation_);

@@ -25,6 +25,9 @@ class LoggedCalls {
   /// The log has an older name for this call.
   bool FSGetVolumeMountInfo(FSVolumeRefNum volume, void* buffer, std::size_t size) const;
   bool FSFindFolder(FSVolumeRefNum volumeOrDomain, OSType type, bool create, FSRef* folder) const;
+  /// The volume that the item at `path` lies on. The root of one is known without asking the volume itself, whose server
+  /// may be gone.
+  bool volumeOf(const Ref<NSString>& path, FSVolumeRefNum* volume) const;
   /// None when it fails.
   Ref<NSURL> CFURLCreateFromFSRef(const FSRef& item) const;
 

@@ -147,13 +147,9 @@ namespace QvFoundationExtensions {
 
 FSVolumeRefNum volumeRefWithPath(const Ref<NSFileManager>& self, const Ref<NSString>& path) {
   if (!self) return kFSInvalidVolumeRefNum;
-  const FSVolumeRefNum rooted = service<Volumes>().volumeRootedAt(path);
-  if (rooted != kFSInvalidVolumeRefNum) return rooted;
-  const LoggedCalls calls("volumeRefWithPath:");
-  FSRef item;
-  FSCatalogInfo info;
-  const bool isTold = calls.FSPathMakeRef(path, &item) && calls.FSGetCatalogInfo(item, kFSCatInfoVolume, &info);
-  return isTold ? info.volume : kFSInvalidVolumeRefNum;
+  FSVolumeRefNum volume = kFSInvalidVolumeRefNum;
+  LoggedCalls("volumeRefWithPath:").volumeOf(path, &volume);
+  return volume;
 }
 
 OSType volumeTypeWithPath(const Ref<NSFileManager>& self, const Ref<NSString>& path) {

@@ -61,19 +61,12 @@ void forget(const Mount& mount) {
   if (mnt_update_set_fs(update.get(), 0, mount.point.c_str(), nullptr) == 0) mnt_update_table(update.get(), nullptr);
 }
 
-OSErr unmountDirectly(const Mount& mount) {
-  const OwnedFile folder(openFolderOf(mount.point));
-  if (folder.get() < 0) return errorFor(errno);
+OSErr unmountDirectly(const Mount& mount, int folder) {
   std::string path = "/proc/self/fd/";
-  path.append(std::to_string(folder.get())).append(mount.point, mount.point.rfind('/'));
+  path.append(std::to_string(folder)).append(mount.point, mount.point.rfind('/'));
   if (::umount2(path.c_str(), UMOUNT_NOFOLLOW) != 0) return errorFor(errno);
   forget(mount);
   return noErr;
-}
-
-bool isReachedByLinks(const Mount& mount) {
-  const OwnedFile folder(openFolderOf(mount.point));
-  return folder.get() < 0 && errno == ELOOP;
 }
 
 // Helpers talk to the standard streams, which would be those of the host.
@@ -109,9 +102,11 @@ OSErr unmountByPrograms(const Mount& mount, const std::string& device, const std
 OSErr unmount(const Mount& mount, const std::string& device, const std::function<bool()>& isGone) {
   // The kernel would not unmount it but make it read-only for everybody.
   if (mount.point == "/") return fBsyErr;
-  if (isReachedByLinks(mount)) return nsvErr;
+  const OwnedFile folder(openFolderOf(mount.point));
+  const int failure = folder.get() < 0 ? errno : 0;
+  if (failure == ELOOP) return nsvErr;
   if (hasHelper(mount) || !isRoot()) return unmountByPrograms(mount, device, isGone);
-  const OSErr error = unmountDirectly(mount);
+  const OSErr error = failure == 0 ? unmountDirectly(mount, folder.get()) : errorFor(failure);
   return isGone() ? OSErr{noErr} : error != noErr ? error : OSErr{fBsyErr};
 }
 

@@ -13,6 +13,7 @@
 #include "platform/linux/applications/Executable.h"
 #include "platform/linux/files/FileErrors.h"
 #include "platform/linux/files/ItemPath.h"
+#include "platform/linux/files/ItemStatus.h"
 #include "platform/linux/files/SmallFile.h"
 #include "platform/linux/folders/Folders.h"
 #include "platform/services/Service.h"
@@ -72,8 +73,7 @@ OSStatus findItem(const std::string& path, Item* item) {
     return fileError(errno);
   }
   item->isFolder = S_ISDIR(status.stx_mode);
-  const bool isTold = (status.stx_attributes_mask & STATX_ATTR_MOUNT_ROOT) != 0;
-  item->mayBeVolume = !isTold || (status.stx_attributes & STATX_ATTR_MOUNT_ROOT) != 0;
+  item->mayBeVolume = isMountRoot(status).value_or(true);
   item->path = tellingPath(path);
   return noErr;
 }

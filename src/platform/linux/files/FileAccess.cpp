@@ -4,9 +4,7 @@
 #include <ZtFoundation/platform/Number.h>
 #include <fcntl.h>
 #include <grp.h>
-#include <linux/capability.h>
 #include <pwd.h>
-#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -65,23 +63,7 @@ std::optional<Entry> entryOf(const Ref<NSString>& path) {
 }
 
 bool isMountPoint(const struct statx& item, const struct statx& folder) {
-  if ((item.stx_attributes_mask & STATX_ATTR_MOUNT_ROOT) != 0) {
-    return (item.stx_attributes & STATX_ATTR_MOUNT_ROOT) != 0;
-  }
-  return identityOf(item).device != identityOf(folder).device;
-}
-
-bool hasCapability(unsigned capability) {
-  __user_cap_header_struct header{_LINUX_CAPABILITY_VERSION_3, 0};
-  __user_cap_data_struct data[_LINUX_CAPABILITY_U32S_3] = {};
-  return ::syscall(SYS_capget, &header, data) == 0 && (data[capability / 32].effective >> (capability % 32) & 1U) != 0;
-}
-
-// In a sticky folder only those who own the item or the folder may remove it.
-bool isKeptBySticky(const struct statx& item, const struct statx& folder) {
-  const uid_t user = ::geteuid();
-  return (folder.stx_mode & S_ISVTX) != 0 && user != item.stx_uid && user != folder.stx_uid &&
-         !hasCapability(CAP_FOWNER);
+  return isMountRoot(item).value_or(identityOf(item).device != identityOf(folder).device);
 }
 
 bool mayChangeEntries(int folder) {

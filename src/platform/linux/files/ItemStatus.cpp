@@ -1,7 +1,10 @@
 #include "platform/linux/files/ItemStatus.h"
 
 #include <fcntl.h>
+#include <linux/capability.h>
+#include <sys/syscall.h>
 #include <sys/sysmacros.h>
+#include <unistd.h>
 
 namespace ZtFoundation::detail {
 
@@ -12,6 +15,12 @@ std::optional<struct statx> status(int folder, const char* path, int flags) noex
   struct statx result;
   if (::statx(folder, path, flags | AT_NO_AUTOMOUNT, wanted, &result) != 0) return std::nullopt;
   return result;
+}
+
+bool hasCapability(unsigned capability) noexcept {
+  __user_cap_header_struct header{_LINUX_CAPABILITY_VERSION_3, 0};
+  __user_cap_data_struct data[_LINUX_CAPABILITY_U32S_3] = {};
+  return ::syscall(SYS_capget, &header, data) == 0 && (data[capability / 32].effective >> (capability % 32) & 1U) != 0;
 }
 
 }  // namespace
@@ -39,6 +48,12 @@ FSRef::Identity identityOf(const struct statx& status) noexcept {
   }
   identity.isFolder = isFolder(status);
   return identity;
+}
+
+bool isKeptBySticky(const struct statx& item, const struct statx& folder) noexcept {
+  const uid_t user = ::geteuid();
+  return (folder.stx_mode & S_ISVTX) != 0 && user != item.stx_uid && user != folder.stx_uid &&
+         !hasCapability(CAP_FOWNER);
 }
 
 }  // namespace ZtFoundation::detail

@@ -27,5 +27,12 @@ inline bool isLink(const struct statx& status) noexcept { return S_ISLNK(status.
 inline bool isImmutable(const struct statx& status) noexcept {
   return (status.stx_attributes & STATX_ATTR_IMMUTABLE) != 0;
 }
+/// Whether something is mounted there; none from kernels before 5.8.
+inline std::optional<bool> isMountRoot(const struct statx& status) noexcept {
+  if ((status.stx_attributes_mask & STATX_ATTR_MOUNT_ROOT) == 0) return std::nullopt;
+  return (status.stx_attributes & STATX_ATTR_MOUNT_ROOT) != 0;
+}
+/// In a sticky folder only those who own the item or the folder may take the item away.
+bool isKeptBySticky(const struct statx& item, const struct statx& folder) noexcept;
 
 }  // namespace ZtFoundation::detail

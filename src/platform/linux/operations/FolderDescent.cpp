@@ -4,6 +4,8 @@
 
 #include <algorithm>
 
+#include "platform/linux/files/ItemStatus.h"
+
 namespace ZtFoundation::detail {
 
 namespace {
@@ -19,11 +21,9 @@ std::uint64_t deviceOf(const struct statx& status) {
   return (std::uint64_t{status.stx_dev_major} << 32) | status.stx_dev_minor;
 }
 
-// Kernels before 5.8 do not tell; then another device than that of the folder around does.
+// Where the kernel does not tell, another device than that of the folder around does.
 bool isMountPoint(const struct statx& status, int folder, const char* name) {
-  if ((status.stx_attributes_mask & STATX_ATTR_MOUNT_ROOT) != 0) {
-    return (status.stx_attributes & STATX_ATTR_MOUNT_ROOT) != 0;
-  }
+  if (const auto isTold = isMountRoot(status)) return *isTold;
   struct statx around;
   const char* const outer = *name == '\0' ? ".." : "";
   return ::statx(folder, outer, AT_EMPTY_PATH, STATX_INO, &around) != 0 || deviceOf(around) != deviceOf(status);
@@ -37,7 +37,7 @@ bool identify(int folder, const char* name, FolderIdentity& identity) noexcept {
   identity.device = deviceOf(status);
   identity.number = status.stx_ino;
   identity.isMountPoint = isMountPoint(status, folder, name);
-  identity.isImmutable = (status.stx_attributes & STATX_ATTR_IMMUTABLE) != 0;
+  identity.isImmutable = isImmutable(status);
   identity.accessed.tv_sec = static_cast<time_t>(status.stx_atime.tv_sec);
   identity.accessed.tv_nsec = static_cast<long>(status.stx_atime.tv_nsec);
   return true;

@@ -43,8 +43,8 @@ class LinuxModuleKeeper final : public ModuleKeeper {
 }  // namespace
 
 ModuleKeeper& ModuleKeeper::production() {
-  alignas(
-      LinuxModuleKeeper) static std::byte storage[sizeof(LinuxModuleKeeper)];  // asked also where there is no memory
+  // Asked also where there is no memory.
+  alignas(LinuxModuleKeeper) static std::byte storage[sizeof(LinuxModuleKeeper)];
   static ModuleKeeper& keeper = *new (storage) LinuxModuleKeeper;
   return keeper;
 }

@@ -46,14 +46,11 @@ int askForName(const Renaming& names) {
   return errno == ENOENT ? 0 : errno;
 }
 
-// In a sticky folder another user's item may get a new name, but not lose the old one.
+// Else it may get a new name, but not lose the old one.
 bool mayLoseItsName(const Renaming& names) {
-  struct stat folder;
-  struct stat item;
-  if (::fstat(names.folder, &folder) != 0 || (folder.st_mode & S_ISVTX) == 0) return true;
-  const uid_t user = ::geteuid();
-  return folder.st_uid == user ||
-         (::fstatat(names.folder, names.from.c_str(), &item, AT_SYMLINK_NOFOLLOW) == 0 && item.st_uid == user);
+  const auto folder = statusOfDescriptor(names.folder);
+  const auto item = statusOfItem(names.folder, names.from);
+  return !folder || !item || !isKeptBySticky(*item, *folder);
 }
 
 // For file systems that cannot refuse to replace. A new link never replaces;
