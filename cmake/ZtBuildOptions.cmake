@@ -33,8 +33,9 @@ find_program(ZT_CCACHE ccache)
 if(ZT_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
   zt_try_ccache(works)
   if(works)
-    # Without this leave it would compile everything that uses a precompiled header again.
-    set(CMAKE_CXX_COMPILER_LAUNCHER env CCACHE_SLOPPINESS=pch_defines,time_macros ${ZT_CCACHE})
+    # Without this leave it would compile everything that uses a precompiled header again. What it has not yet is not
+    # preprocessed twice: the compiler itself tells it what a source includes.
+    set(CMAKE_CXX_COMPILER_LAUNCHER env CCACHE_SLOPPINESS=pch_defines,time_macros CCACHE_DEPEND=1 ${ZT_CCACHE})
   endif()
 endif()
 
