@@ -651,11 +651,12 @@ TEST(AliasesOnOverlaysTests, AnItemOfALowerLayerIsItsOwnSuccessor) {
 
 // --- Items that look like the right one
 
-TEST_F(AliasesTests, AnItemOfAnotherKindIsNotTheItemWhateverItsNumber) {
+// On a volume of its own, all of which is searched.
+TEST_F(AliasesOfVolumes, AnItemOfAnotherKindIsNotTheItemWhateverItsNumber) {
   constexpr std::uint8_t kSocket = 12;
-  const KeptAlias alias = forged(aliasOf(path), [](detail::AliasContents& contents) { contents.item.kind = kSocket; });
+  const KeptAlias alias = forged(aliasOf(file), [](detail::AliasContents& contents) { contents.item.kind = kSocket; });
   EXPECT_EQ(resolve(alias).error, fnfErr);
-  fs::rename(path, folder / "moved");
+  fs::rename(file, root + "/moved");
   EXPECT_EQ(resolve(alias).error, fnfErr);
 }
 
