@@ -5,6 +5,7 @@
 #include <ZtFoundation/platform/Runtime.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <sys/xattr.h>
 
 #include <filesystem>
 
@@ -114,7 +115,8 @@ TEST_F(AutonamingStepsTests, WithoutContentsRoomIsNotAskedFor) {
   EXPECT_EQ(requests, std::vector<std::string>{"from_1 empty"});
 }
 
-TEST_F(AutonamingStepsTests, ACopyNeedsThePhysicalSizeInRoom) {
+TEST_F(AutonamingStepsTests, ACopyNeedsThePhysicalSizeOfBothForksInRoom) {
+  ::setxattr((folder / "from").c_str(), "user.ZtFoundation.resources", "fork", 4, 0);  // where there are attributes
   const std::uint64_t physical = JxFileCatalogInformation::filePhysicalSize(folder.string("from"));
   ASSERT_GT(physical, 100U) << "whole blocks";
   volume.freeBytes = physical - 1;

@@ -95,7 +95,7 @@ class StandInVolumes final : public Volumes {
     calls_.push_back("FSGetVolumeParms " + std::to_string(volume) + " " + std::to_string(size));
     const unsigned char* bytes = reinterpret_cast<const unsigned char*>(parameters);
     parametersWereClear = std::all_of(bytes, bytes + size, [](unsigned char byte) { return byte == 0; });
-    if (parametersError == noErr) std::memcpy(reinterpret_cast<char*>(parameters) + 14, &serverAddress, 4);
+    std::memcpy(reinterpret_cast<char*>(parameters) + 14, &serverAddress, 4);  // after an error nobody may look at it
     return parametersError;
   }
   OSErr FSGetVolumeMountInfoSize(FSVolumeRefNum volume, std::size_t* size) override {
@@ -105,7 +105,7 @@ class StandInVolumes final : public Volumes {
   }
   OSErr FSGetVolumeMountInfo(FSVolumeRefNum volume, void* buffer, std::size_t size) override {
     calls_.push_back("FSGetVolumeMountInfo " + std::to_string(volume) + " " + std::to_string(size));
-    if (mountError == noErr) mountInformation.copy(static_cast<char*>(buffer), size);
+    mountInformation.copy(static_cast<char*>(buffer), size);  // after an error nobody may look at it
     return mountError;
   }
   OSErr FSUnmountVolumeSync(FSVolumeRefNum volume) override {
