@@ -18,7 +18,7 @@
 ///                                                const Ref<NSString>& format, FormatArguments arguments) override;
 ///   };
 ///   ZT_REGISTER_CLASS(CountingManager, ZT_METHOD("appendToLogger:level:format:arguments:",
-///                                                &CountingManager::appendToLogger_level_format_arguments))
+///                                                &CountingManager::appendToLogger_level_format_arguments));
 /// \endcode
 /// Packed as a bundle (Bundle.h), with the class as its principal class, it can be loaded from a file.
 ///

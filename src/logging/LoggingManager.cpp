@@ -63,12 +63,7 @@ void ZtLoggingManager::configureWithPath_watch(const Ref<NSString>&, bool) {}
 
 void ZtLoggingManager::appendToLogger_level_format_arguments(const Ref<NSObject>& logger, std::int32_t level,
                                                              const Ref<NSString>& format, FormatArguments arguments) {
-  const std::string_view shown = token(level);
-  if (shown.empty()) {
-    formatText(format, arguments);
-  } else {
-    detail::logMessage(shown, logger, format, arguments);
-  }
+  detail::logMessage(token(level), logger, format, arguments);
 }
 
 void detail::appendToManager(ZtLoggingManager* manager, const Ref<NSObject>& logger, std::int32_t level,
@@ -85,7 +80,8 @@ void detail::appendToSharedManager(const Ref<NSObject>& logger, std::int32_t lev
 }
 
 Ref<ZtLoggingManager> ZtLoggingManager::loggingManagerWithBundlePath(const Ref<NSString>& path) {
-  if (!path || !NSFileManager::defaultManager()->fileExistsAtPath(path)) return nullptr;
+  const Ref<NSFileManager> files = NSFileManager::defaultManager();
+  if (!path || !send<bool>(files, ZT_SELECTOR("fileExistsAtPath:"), path)) return nullptr;
   const Ref<NSBundle> bundle = NSBundle::bundleWithPath(path);
   if (!bundle || !bundle->load()) return nullptr;
   Class principal = bundle->principalClass();

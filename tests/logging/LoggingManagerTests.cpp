@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 
+#include <new>
 #include <sstream>
 #include <stdexcept>
 #include <string>
@@ -44,6 +45,15 @@ class PlainManager : public ZtLoggingManager {
 };
 ZT_IMPLEMENT_CLASS(PlainManager);
 
+class Counter : public NSObject {
+  ZT_OBJECT(Counter, NSObject)
+ public:
+  Ref<NSString> description() const override { return std::to_string(++asked); }
+
+  mutable int asked = 0;
+};
+ZT_IMPLEMENT_CLASS(Counter);
+
 /// Runs the statement and answers what it wrote to standard error, by lines, without the log's own prefix.
 template <class Statement>
 std::vector<std::string> linesOf(Statement&& statement) {
@@ -80,7 +90,9 @@ TEST_F(Logging, PlainLinesWithWrongArgumentsAreHarmless) {
 
 TEST_F(Logging, WithoutManagerIsSilent) {
   EXPECT_FALSE(ZtLoggingManager::sharedLoggingManager());
-  EXPECT_THAT(linesOf([] { YbLog("camera", ZtLogLevelFatal, "%d", 5); }), IsEmpty());
+  const Ref<Counter> counter = make<Counter>();
+  EXPECT_THAT(linesOf([&] { YbLog("camera", ZtLogLevelFatal, "%@", counter); }), IsEmpty());
+  EXPECT_EQ(counter->asked, 0);
 }
 
 TEST_F(Logging, LevelsHaveTheirLines) {
@@ -108,20 +120,28 @@ TEST_F(Logging, OtherLevelsAreSilent) {
   }
 }
 
-class Counter : public NSObject {
-  ZT_OBJECT(Counter, NSObject)
- public:
-  Ref<NSString> description() const override { return std::to_string(++asked); }
-
-  mutable int asked = 0;
-};
-ZT_IMPLEMENT_CLASS(Counter);
-
 TEST_F(Logging, TextIsMadeForSilentLevelsToo) {
   ZtLoggingManager::setSharedLoggingManager(make<ZtLoggingManager>());
   const Ref<Counter> counter = make<Counter>();
-  EXPECT_THAT(linesOf([&] { YbLog("camera", 5, "%@", counter); }), IsEmpty());
-  EXPECT_EQ(counter->asked, 1);
+  int count = 0;
+  for (const std::int32_t level : {1, 2, 5, 8, INT32_MAX, -1}) {
+    EXPECT_THAT(linesOf([&] { YbLog("camera", level, "%@", counter); }), IsEmpty());
+    EXPECT_EQ(counter->asked, ++count) << level;
+  }
+}
+
+class Exhausting : public NSObject {
+  ZT_OBJECT(Exhausting, NSObject)
+ public:
+  Ref<NSString> description() const override { throw std::bad_alloc(); }
+};
+ZT_IMPLEMENT_CLASS(Exhausting);
+
+TEST_F(Logging, TextThatThereIsNoMemoryForIsDroppedAtAnyLevel) {
+  ZtLoggingManager::setSharedLoggingManager(make<ZtLoggingManager>());
+  for (const std::int32_t level : {std::int32_t{ZtLogLevelWarn}, 5, 9}) {
+    EXPECT_THAT(linesOf([&] { EXPECT_NO_THROW(YbLog("camera", level, "%@", make<Exhausting>())); }), IsEmpty());
+  }
 }
 
 TEST_F(Logging, LoggerIsAnyObject) {

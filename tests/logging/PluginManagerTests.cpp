@@ -5,8 +5,10 @@
 #include <sys/stat.h>
 
 #include "logging/TestBundle.h"
+#include "support/ReplacedMethod.h"
 
 #include <ZtFoundation/platform/Bundle.h>
+#include <ZtFoundation/platform/FileManager.h>
 
 namespace plugintests {
 
@@ -47,6 +49,15 @@ TEST(PluginManager, ReceivesMessages) {
   EXPECT_EQ(lastMessage(manager), "camera 7 3 of ten");
   manager->appendToLogger_level_message("lens", 5, "plain");
   EXPECT_EQ(lastMessage(manager), "lens 5 plain");
+}
+
+bool nothingExists(NSFileManager&, const Ref<NSString>&) { return false; }
+
+TEST(PluginManager, IsLoadedOnlyFromWhatTheFileManagerFinds) {
+  const TestBundle bundle("Recording", "RecordingManager");
+  const ZtFoundation::test::ReplacedMethod<&nothingExists> replaced(NSFileManager::classObject(),
+                                                                    ZT_SELECTOR("fileExistsAtPath:"));
+  EXPECT_FALSE(load(bundle));
 }
 
 TEST(PluginManager, IsNewEachTime) {

@@ -29,7 +29,8 @@ ZT_EXPORT void NSLogv(const Ref<NSString>& format, FormatArguments arguments);
 namespace detail {
 
 /// Writes one line: `level`, a blank, the description of `logger`, " - " and the text that `format` makes of
-/// `arguments`, which is made before the description is asked for.
+/// `arguments`, which is made before the description is asked for. Of an empty level only that text is made, and nothing
+/// written.
 ZT_EXPORT void logMessage(std::string_view level, const Ref<NSObject>& logger, const Ref<NSString>& format,
                           FormatArguments arguments);
 

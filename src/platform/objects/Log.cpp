@@ -108,7 +108,13 @@ void NSLogv(const Ref<NSString>& format, FormatArguments arguments) {
 
 void detail::logMessage(std::string_view level, const Ref<NSObject>& logger, const Ref<NSString>& format,
                         FormatArguments arguments) {
-  writeIfPossible([&] { writeLevelled(level, logger, format, arguments); });
+  writeIfPossible([&] {
+    if (level.empty()) {
+      formatText(format, arguments);
+    } else {
+      writeLevelled(level, logger, format, arguments);
+    }
+  });
 }
 
 }  // namespace ZtFoundation
