@@ -83,7 +83,7 @@ ZT_EXPORT bool ZtLSIsPlainFileAtPath(const Ref<NSString>& path);
 ZT_EXPORT bool ZtLSIsDirectoryAtURL(const Ref<NSURL>& url);
 ZT_EXPORT bool ZtLSIsDirectoryAtPath(const Ref<NSString>& path);
 
-/// True for the root of a volume. No server is asked.
+/// True for the root of a volume, which is known without asking its server; other items are looked at where they are.
 ZT_EXPORT bool ZtLSIsVolumeAtURL(const Ref<NSURL>& url);
 ZT_EXPORT bool ZtLSIsVolumeAtPath(const Ref<NSString>& path);
 

@@ -29,10 +29,8 @@ Ref<NSString> findFolderForType_inVolumeWithPath_create(const Ref<NSFileManager>
                                                         const Ref<NSString>& path, bool create) {
   if (!self) return nullptr;
   const LoggedCalls calls("findFolderForType:inVolumeWithPath:create:");
-  FSRef item;
-  FSCatalogInfo info;
-  if (!calls.FSPathMakeRef(path, &item) || !calls.FSGetCatalogInfo(item, kFSCatInfoVolume, &info)) return nullptr;
-  return findFolderForType_inVolume_create(self, type, info.volume, create);
+  FSVolumeRefNum volume = kFSInvalidVolumeRefNum;
+  return calls.volumeOf(path, &volume) ? findFolderForType_inVolume_create(self, type, volume, create) : nullptr;
 }
 
 }  // namespace QvFoundationExtensions

@@ -44,6 +44,12 @@ TEST_F(SpecialFoldersTests, ByAPathOnTheVolume) {
                                    "CFURLCreateFromFSRef /folders/found"}));
 }
 
+TEST_F(SpecialFoldersTests, TheRootOfAVolumeIsNotAsked) {
+  platform.knownRoot = "/x";
+  EXPECT_TRUE(findFolderForType_inVolumeWithPath_create(files, kTrashFolderType, "/x", false));
+  EXPECT_EQ(platform.calls, (Lines{"FSFindFolder -7 0x74727368 find", "CFURLCreateFromFSRef /folders/found"}));
+}
+
 TEST_F(SpecialFoldersTests, AFolderThatIsNotFound) {
   platform.failures["FSFindFolder"] = fnfErr;
   EXPECT_FALSE(findFolderForType_inDomain_create(files, kDesktopFolderType, kUserDomain, false));

@@ -7,10 +7,11 @@
 
 #include <algorithm>
 #include <iterator>
+#include <optional>
+#include <string>
 
 #include "platform/linux/files/FileDescriptor.h"
 #include "platform/linux/files/ItemPath.h"
-#include "platform/services/FileCatalog.h"
 #include "platform/services/Service.h"
 #include "platform/services/Volumes.h"
 
@@ -32,20 +33,21 @@ Ref<NSString> startUpVolumeName() {
 
 // Where desktops mount the media and servers that a user sees as volumes; mounts elsewhere are folders of the tree to
 // them.
-bool isAmongVolumes(const Ref<NSString>& path) {
-  return path->hasPrefix("/media/") || path->hasPrefix("/run/media/") || path->hasPrefix("/Volumes/");
+bool isAmongVolumes(const std::string& path) {
+  return path.starts_with("/media/") || path.starts_with("/run/media/") || path.starts_with("/Volumes/");
 }
 
-// The name of the volume whose root the item is; none for other items.
+// The name of the volume whose root the item is; none for other items. No server is asked.
 Ref<NSString> volumeNameAt(const Ref<NSString>& path) {
-  FSRef item;
-  if (!isAmongVolumes(path) || service<FileCatalog>().FSPathMakeRef(path, &item, nullptr) != noErr) return nullptr;
+  const auto bytes = detail::systemPath(path);
+  const auto absolute = bytes ? detail::absolutePath(*bytes) : std::nullopt;
+  if (!absolute || !isAmongVolumes(*absolute)) return nullptr;
   Volumes& volumes = service<Volumes>();
+  const FSVolumeRefNum volume = volumes.volumeRootedAt(NSString::stringWithFileSystemRepresentation(*absolute));
   HFSUniStr255 name;
-  FSRef root;
-  const OSErr error =
-      volumes.FSGetVolumeInfo(volumes.volumeHolding(item), 0, nullptr, kFSVolInfoNone, nullptr, &name, &root);
-  return error == noErr && root.path()->isEqual(item.path()) ? nameOf(name) : nullptr;
+  if (volume == kFSInvalidVolumeRefNum) return nullptr;
+  const OSErr error = volumes.FSGetVolumeInfo(volume, 0, nullptr, kFSVolInfoNone, nullptr, &name, nullptr);
+  return error == noErr ? nameOf(name) : nullptr;
 }
 
 bool isThere(const std::string& path) {

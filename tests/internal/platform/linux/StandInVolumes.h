@@ -45,6 +45,11 @@ class StandInVolumes final : public NoVolumes {
     }
     return holding;
   }
+  FSVolumeRefNum volumeRootedAt(const Ref<NSString>& path) override {
+    const auto found =
+        std::ranges::find(volumes, path->fileSystemRepresentation(), [](const auto& each) { return each.second.root; });
+    return found != volumes.end() ? found->first : kFSInvalidVolumeRefNum;
+  }
 
   static constexpr FSVolumeRefNum kStartUp = -2;
   std::map<FSVolumeRefNum, Volume> volumes{{kStartUp, {"/", u"Startup"}}};

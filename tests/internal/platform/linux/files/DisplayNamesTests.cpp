@@ -97,7 +97,9 @@ class DisplayNamesOfMedia : public DisplayNamesTests {
 
 TEST_F(DisplayNamesOfMedia, BeginWithTheVolume) {
   EXPECT_EQ(name("/media/me/stick"), "My Stick");
-  EXPECT_EQ(name("/media/me/stick/"), "My Stick");
+  for (const char* path : {"/media/me/stick/", "//media/me//stick", "/run/../media/me/stick", "/media/me/stick/."}) {
+    EXPECT_EQ(name(path), "My Stick") << path;
+  }
   EXPECT_EQ(components("/media/me/stick"), "My Stick");
   EXPECT_EQ(components("/media/me/stick/Trips/2024"), "My Stick|Trips|2024");
   EXPECT_EQ(components("/media/me/stick/Trips/../Trips"), "My Stick|Trips");
@@ -109,6 +111,18 @@ TEST_F(DisplayNamesOfMedia, AreThoseOfFoldersBesideVolumes) {
   EXPECT_EQ(components("/media/me"), "Startup|media|me");
   EXPECT_EQ(name("/media/me/stick/Trips"), "Trips");
   EXPECT_EQ(name("/media/me/missing"), "missing");
+}
+
+TEST_F(DisplayNamesOfMedia, DoNotDependOnHowThePathOfAVolumeIsWritten) {
+  volumes.add(-5, "/media", u"All Media");
+  for (const char* path : {"/media", "/media/", "//media"}) EXPECT_EQ(name(path), "media") << path;
+  EXPECT_EQ(inChild([&] { return ::chdir("/media/me") == 0 && name("stick") == "My Stick" ? 0 : 1; }), 0);
+}
+
+// Its server would keep whoever asks waiting.
+TEST_F(DisplayNamesOfMedia, AreToldWithoutAskingTheVolume) {
+  volumes.add(-5, "/media/me/gone", u"Far Away");
+  EXPECT_EQ(name("/media/me/gone"), "Far Away") << "though nothing is there";
 }
 
 }  // namespace
