@@ -180,7 +180,7 @@ Ref<String> attributedStringWithAttributedString(const Ref<NSAttributedString>& 
 }
 
 /// Sends `selector` to `self` once for each element, in order, with the element as the argument. Answers are dropped.
-/// Does nothing for none; raises what a message raises that finds no method. The array must not change meanwhile.
+/// Does nothing for none; raises what `performSelector_withObject` raises. The array must not change meanwhile.
 ZT_EXPORT void performSelector_withEachObjectInArray(const Ref<NSObject>& self, SEL selector,
                                                      const Ref<NSArray>& objects);
 /// The same for each member of a set, in its order.

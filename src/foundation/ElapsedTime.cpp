@@ -14,6 +14,13 @@ namespace {
 
 constexpr std::uint64_t kNanosecondsPerMillisecond = 1'000'000;
 
+// What the root class's own `init` answers, which may have been replaced.
+Ref<NSObject> initialisedAsObject(const Ref<NSObject>& watch) {
+  const SEL init = ZT_SELECTOR("init");
+  const Method method = class_getInstanceMethod(NSObject::classObject(), init);
+  return callMethod<Ref<NSObject>>(method_getImplementation(method), watch, init);
+}
+
 }  // namespace
 
 QvElapsedTime::QvElapsedTime() { init(); }
@@ -24,6 +31,7 @@ Ref<QvElapsedTime> QvElapsedTime::elapsedTime() {
 }
 
 Ref<QvElapsedTime> QvElapsedTime::init() {
+  if (!initialisedAsObject(this)) return nullptr;
   const mach_timebase_info_data_t base = service<TickClock>().mach_timebase_info();
   timebaseInfo = {base.numer, base.denom};
   epochTime = service<TickClock>().mach_absolute_time();

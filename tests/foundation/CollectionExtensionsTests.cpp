@@ -275,6 +275,10 @@ class Collector : public NSObject {
   ZT_OBJECT(Collector, NSObject)
  public:
   void take(const Ref<NSObject>& object) { taken.push_back(object->description()->utf8()); }
+  int count(const Ref<NSObject>& object) {
+    take(object);
+    return static_cast<int>(taken.size());
+  }
   std::vector<std::string> taken;
 };
 
@@ -309,7 +313,7 @@ ZT_REGISTER_CLASS(Asked);
 ZT_REGISTER_CLASS(Flatterer);
 ZT_REGISTER_CLASS(Mimic, ZT_METHOD("isKindOfClass:", &Mimic::isKindOfClass));
 ZT_REGISTER_CLASS(StyledString);
-ZT_REGISTER_CLASS(Collector, ZT_METHOD("take:", &Collector::take));
+ZT_REGISTER_CLASS(Collector, ZT_METHOD("take:", &Collector::take), ZT_METHOD("count:", &Collector::count));
 
 namespace {
 
@@ -317,6 +321,8 @@ TEST(CollectionExtensions, SendsOncePerElementInOrder) {
   const Ref<Collector> collector = make<Collector>();
   performSelector_withEachObjectInArray(collector, ZT_SELECTOR("take:"), NSArray::of("a", 1, "a"));
   EXPECT_THAT(collector->taken, testing::ElementsAre("a", "1", "a"));
+  performSelector_withEachObjectInArray(collector, ZT_SELECTOR("count:"), NSArray::of("b", "c"));
+  EXPECT_THAT(collector->taken, testing::ElementsAre("a", "1", "a", "b", "c")) << "answers are dropped";
 }
 
 TEST(CollectionExtensions, SendsOncePerMember) {

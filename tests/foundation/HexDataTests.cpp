@@ -128,6 +128,8 @@ TEST(HexDataTests, TheFirstIllegalDigitRaises) {
   EXPECT_EQ(reasonFor("0x0x12"), reasonNaming("x"));
   EXPECT_EQ(reasonFor("x1"), reasonNaming("x"));
   EXPECT_EQ(reasonFor("1x23"), reasonNaming("x")) << "only 0 stands before an x";
+  EXPECT_EQ(reasonFor(u"0\u015812"), reasonNaming("X")) << "an x by its low byte only";
+  EXPECT_EQ(reasonFor(u"\u0130x12"), reasonNaming("x")) << "a 0 by its low byte only";
   EXPECT_EQ(reasonFor("y"), reasonNaming("y"));
   EXPECT_EQ(reasonFor("1-2z"), reasonNaming("-"));
   EXPECT_EQ(reasonFor("\xC3\xA9"), reasonNaming("\xC3\xA9"));

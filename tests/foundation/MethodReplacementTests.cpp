@@ -33,6 +33,7 @@ ZT_IMPLEMENT_CLASS(Zeroed, ZT_CLASS_METHOD("count", &Zeroed::count));
 
 int five(const Vehicle&) { return 5; }
 int hundredMore(const Ref<Vehicle>& self) { return send<int>(self, ZT_SELECTOR("originalWheels")) + 100; }
+bool respondsToAll(NSObject&, SEL) { return true; }
 double typedOtherwise(const Vehicle&) { return 0.5; }
 
 // Every test has classes of its own: what is replaced stays replaced.
@@ -53,8 +54,6 @@ class Replacement : public testing::Test {
     return method_getImplementation(class_getInstanceMethod(one, selector));
   }
   static int eight(const Vehicle&) { return 8; }
-
- private:
   static Class subclassOf(Class one) {
     static int made = 0;
     return registerSubclass(one, "Vehicle" + std::to_string(++made));
@@ -62,10 +61,13 @@ class Replacement : public testing::Test {
 };
 
 TEST_F(Replacement, OfAnInheritedMethodLeavesTheSuperclassAlone) {
+  Class below = subclassOf(derived);
   EXPECT_EQ(wheels(derived), 4);  // so that caches are filled
+  EXPECT_EQ(wheels(below), 4);
   const IMP old = implementation(base, ZT_SELECTOR("wheels"));
   EXPECT_EQ(QvReplaceMethodImplementation(derived, ZT_SELECTOR("wheels"), methodImplementation<&five>()), old);
   EXPECT_EQ(wheels(derived), 5);
+  EXPECT_EQ(wheels(below), 5);
   EXPECT_EQ(wheels(base), 4);
   EXPECT_EQ(wheels(sibling), 4);
   EXPECT_STREQ(method_getTypeEncoding(class_getInstanceMethod(derived, ZT_SELECTOR("wheels"))), "i@:");
@@ -122,6 +124,8 @@ TEST_F(Replacement, WithMissingSourceEmptiesTheMethod) {
   EXPECT_EQ(implementation(derived, ZT_SELECTOR("wheels")), nullptr);
   EXPECT_THROW(wheels(derived), NSException);
   EXPECT_EQ(wheels(base), 4);
+  EXPECT_EQ(QvReplaceMethodImplementation(derived, ZT_SELECTOR("wheels"), methodImplementation<&five>()), nullptr);
+  EXPECT_EQ(wheels(derived), 5) << "what was emptied can be filled";
 }
 
 TEST_F(Replacement, WithMissingSourceClassEmptiesTheMethod) {
@@ -146,12 +150,23 @@ TEST_F(Replacement, ReachesTheRootClass) {
   const IMP old = implementation(NSObject::classObject(), ZT_SELECTOR("respondsToSelector:"));
   EXPECT_EQ(QvReplaceMethodImplementation(NSObject::classObject(), ZT_SELECTOR("respondsToSelector:"), old), old);
   EXPECT_EQ(QvClassImplementingMethod(derived, ZT_SELECTOR("respondsToSelector:")), NSObject::classObject());
+  const auto responds = [&] {
+    return send<bool>(class_createInstance(derived), ZT_SELECTOR("respondsToSelector:"), SEL());
+  };
+  EXPECT_FALSE(responds());
+  EXPECT_EQ(QvReplaceMethodImplementation(NSObject::classObject(), ZT_SELECTOR("respondsToSelector:"),
+                                          methodImplementation<&respondsToAll>()),
+            old);
+  EXPECT_TRUE(responds());
+  QvReplaceMethodImplementation(NSObject::classObject(), ZT_SELECTOR("respondsToSelector:"), old);
+  EXPECT_FALSE(responds());
 }
 
 TEST_F(Replacement, DuplicateKeepsTheOldImplementation) {
   const IMP old = implementation(base, ZT_SELECTOR("wheels"));
   EXPECT_EQ(QvDuplicateInstanceMethodWithSelector(derived, ZT_SELECTOR("wheels"), ZT_SELECTOR("originalWheels")), old);
   EXPECT_EQ(implementation(derived, ZT_SELECTOR("originalWheels")), old);
+  EXPECT_STREQ(method_getTypeEncoding(class_getInstanceMethod(derived, ZT_SELECTOR("originalWheels"))), "i@:");
   EXPECT_FALSE(instancesRespondToSelector(base, ZT_SELECTOR("originalWheels")));
   QvReplaceMethodImplementation(derived, ZT_SELECTOR("wheels"), methodImplementation<&hundredMore>());
   EXPECT_EQ(wheels(derived), 104);

@@ -12,12 +12,14 @@ namespace {
 class FakeClock : public TickClock {
  public:
   std::uint64_t mach_absolute_time() const override { return now; }
+  /// Takes a millisecond, which nobody may measure.
   mach_timebase_info_data_t mach_timebase_info() const override {
     ++timesBaseWasRead;
+    now += 1'000'000;
     return base;
   }
 
-  std::uint64_t now = 1000;
+  mutable std::uint64_t now = 1000;
   mach_timebase_info_data_t base{1, 1};
   mutable int timesBaseWasRead = 0;
 };
@@ -41,6 +43,7 @@ TEST_F(ElapsedTime, ReadsTheTimeBaseOnce) {
 }
 
 Ref<QvElapsedTime> answerNone(const Ref<QvElapsedTime>&) { return nullptr; }
+Ref<NSObject> noObject(const Ref<NSObject>&) { return nullptr; }
 Ref<QvElapsedTime> answerItself(const Ref<QvElapsedTime>& self) { return self; }
 
 TEST_F(ElapsedTime, IsStartedByAMessage) {
@@ -54,6 +57,23 @@ TEST_F(ElapsedTime, IsStartedByAMessage) {
   EXPECT_FALSE(QvElapsedTime::elapsedTime());
   QvReplaceMethodImplementation(watches, ZT_SELECTOR("init"), original);
   EXPECT_EQ(QvElapsedTime::elapsedTime()->elapsedMillisecondsAsUInt32(), 0U);
+}
+
+TEST_F(ElapsedTime, IsNoneWhereItsBaseCannotBeInitialised) {
+  Class objects = NSObject::classObject();
+  const IMP original = method_getImplementation(class_getInstanceMethod(objects, ZT_SELECTOR("init")));
+  QvReplaceMethodImplementation(objects, ZT_SELECTOR("init"), methodImplementation<&noObject>());
+  EXPECT_FALSE(QvElapsedTime::elapsedTime());
+  QvReplaceMethodImplementation(objects, ZT_SELECTOR("init"), original);
+  EXPECT_EQ(clock.timesBaseWasRead, 0);
+  EXPECT_TRUE(QvElapsedTime::elapsedTime());
+}
+
+TEST_F(ElapsedTime, IsOfItsOwnClassWhoeverIsAsked) {
+  Class derived = registerSubclass(QvElapsedTime::classObject(), "WatchOfAHost");
+  const auto watch = send<Ref<NSObject>>(derived, ZT_SELECTOR("elapsedTime"));
+  ASSERT_TRUE(watch);
+  EXPECT_TRUE(watch->isMemberOfClass(QvElapsedTime::classObject()));
 }
 
 TEST_F(ElapsedTime, CutsWholeMilliseconds) {
@@ -118,8 +138,9 @@ TEST_F(ElapsedTime, NanosecondsBeyondTheSignedRangeAreUnsigned) {
 }
 
 TEST_F(ElapsedTime, TheCounterItselfMayWrap) {
-  clock.now = std::numeric_limits<std::uint64_t>::max();
   const Ref<QvElapsedTime> watch = QvElapsedTime::elapsedTime();
+  clock.now = std::numeric_limits<std::uint64_t>::max();
+  watch->resetEpochTime();
   clock.now += 2'000'000;
   EXPECT_EQ(watch->elapsedMillisecondsAsUInt32(), 2U);
 }
