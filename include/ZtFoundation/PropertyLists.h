@@ -35,8 +35,8 @@
 
 namespace ZtFoundation {
 
-/// The format of a property list: 1 OpenStep text, 100 XML, 200 binary, 65535 INI text. Values that name no format
-/// are refused by the platform's codec.
+/// The format of a property list: 1 OpenStep text, 100 XML, 200 binary, 65535 INI text. Writing refuses OpenStep text
+/// and values that name no format; for reading it only matters whether it is INI text.
 using QvPropertyListFormat = std::int32_t;
 inline constexpr QvPropertyListFormat QvPropertyListINIFormat = 0xFFFF;
 
@@ -85,9 +85,9 @@ class ZT_EXPORT QvPropertyListSerialization : public NSObject {
   }
 
   /// The value that the bytes hold. When `*format` is INI text on entry they are read as that, which never fails: bytes
-  /// that are not UTF-8 and lines that say nothing give nothing. Else the format is detected and, on success, stored in
+  /// that are not UTF-8 anywhere give an empty dictionary, and lines that say nothing are passed over. Else the format is detected and, on success, stored in
   /// `*format`; none on failure, with a text in `errorDescription`, which may be null. `mutabilityOption` is 0 for an
-  /// immutable result, 1 for mutable containers, 2 for mutable containers and strings (keys stay immutable). Raises
+  /// immutable result, 1 for mutable containers, 2 for mutable containers and strings (keys stay immutable); other numbers mean 1. Raises
   /// NSInvalidArgumentException when `format` is null.
   static Ref<NSObject> propertyListFromData_mutabilityOption_format_errorDescription(const Ref<NSData>& data,
                                                                                      std::int32_t mutabilityOption,
@@ -131,13 +131,14 @@ ZT_EXPORT Ref<NSObject> propertyListFromPropertyList_mutabilityOption_errorDescr
 
 // --- Deep copies, differences, arrays of objects
 //
-// Copies and differences go to any depth, for shared containers within the limit of PropertyListCopy.h; beyond it, and
-// for a container inside itself, they are none. A receiver that is none gives none. Nobody may change a value while it
-// is looked at.
+// Copies and differences go to any depth, for shared containers within the limit of PropertyListCopy.h; beyond it they
+// are none. So is the copy of a container inside itself, and a difference that comes to compare a dictionary inside
+// itself. A receiver that is none gives none. Nobody may change a value while it is looked at.
 
 namespace JxPropertyListExtensions {
 
-/// A copy in which every object is new and all dictionaries, arrays and strings but keys are mutable.
+/// A copy in which every object but keys and the two booleans is new, and all dictionaries, arrays and strings but keys
+/// are mutable.
 /// \returns none when the receiver is no property list.
 ZT_EXPORT Ref<NSMutableArray> deepCopyWithMutabilityContainersAndLeavesOption(const Ref<NSArray>& self);
 ZT_EXPORT Ref<NSMutableDictionary> deepCopyWithMutabilityContainersAndLeavesOption(const Ref<NSDictionary>& self);

@@ -136,8 +136,8 @@ Ref<NSObject> objectFrom(const Ref<NSDictionary>& representation) {
   static const SEL selector = NSSelectorFromString("initWithPropertyListRepresentation:");
   if (!representation) return nullptr;
   Class const one = NSClassFromString(as<NSString>(representation->objectForKey(kClassKey)));
-  if (!instancesRespondToSelector(one, selector)) return nullptr;
-  const Ref<NSObject> instance = class_createInstance(one);
+  if (one == nullptr || !send<bool>(one, ZT_SELECTOR("instancesRespondToSelector:"), selector)) return nullptr;
+  const Ref<NSObject> instance = send<Ref<NSObject>>(one, ZT_SELECTOR("alloc"));
   return instance ? initialised(instance, selector, representation) : nullptr;
 }
 

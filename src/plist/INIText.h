@@ -6,8 +6,8 @@
 
 namespace ZtFoundation::detail {
 
-/// False for bytes that begin as XML or a binary property list do, and for text that has no header of a section, though
-/// there is more in it than comments.
+/// False for bytes that begin as XML or a binary property list do, and for text without a line that begins with "[",
+/// though there is more in it than comments.
 bool isINIText(std::string_view bytes) noexcept;
 
 }  // namespace ZtFoundation::detail

@@ -264,6 +264,7 @@ TEST_F(BundlePropertyListTests, AStoreOnINITextIsEmpty) {
   ASSERT_TRUE(store);
   EXPECT_EQ(as<NSDictionary>(store->values())->count(), 0U);
   EXPECT_TRUE(store->hasUnsavedChanges());
+  EXPECT_EQ(store->format(), NSPropertyListXMLFormat_v1_0);
 }
 
 }  // namespace

@@ -283,6 +283,20 @@ class Shy : public Shape {
   bool respondsToSelector(SEL) const { return false; }
 };
 
+// Its class says that its objects do not respond.
+class Denied : public Shape {
+  ZT_OBJECT(Denied, Shape)
+ public:
+  static bool instancesRespondToSelector(Class, SEL) { return false; }
+};
+
+// Its class makes objects of another one.
+class Delegated : public Shape {
+  ZT_OBJECT(Delegated, Shape)
+ public:
+  static Ref<NSObject> alloc() { return make<Plain>(); }
+};
+
 class Demanding : public Shape {
   ZT_OBJECT(Demanding, Shape)
  public:
@@ -334,6 +348,8 @@ ZT_REGISTER_CLASS(Shape, ZT_METHOD("propertyListRepresentation", &Shape::propert
 ZT_REGISTER_CLASS(Plain, ZT_METHOD("propertyListRepresentation", &Plain::propertyListRepresentation),
                   ZT_METHOD("initWithPropertyListRepresentation:", &Plain::initWithPropertyListRepresentation));
 ZT_REGISTER_CLASS(Shy, ZT_METHOD("respondsToSelector:", &Shy::respondsToSelector));
+ZT_REGISTER_CLASS(Denied, ZT_CLASS_METHOD("instancesRespondToSelector:", &Denied::instancesRespondToSelector));
+ZT_REGISTER_CLASS(Delegated, ZT_CLASS_METHOD("alloc", &Delegated::alloc));
 ZT_REGISTER_CLASS(Demanding);
 ZT_REGISTER_CLASS(Shifting, ZT_METHOD("hash", &Shifting::hash));
 ZT_REGISTER_CLASS(Leaver, ZT_METHOD("propertyListRepresentation", &Leaver::propertyListRepresentation));
@@ -371,6 +387,9 @@ TEST(Representation, ThatCanBeChangedIsTaggedInPlace) {
   plain->kept_ = NSMutableDictionary::dictionary();
   EXPECT_EQ(propertyListRepresentation(NSArray::of(plain))->objectAtIndex(0), plain->kept_);
   EXPECT_EQ(plain->kept_->count(), 1U);
+  as<NSMutableDictionary>(plain->kept_)->setObject_forKey("Other", "ClassForPlistRep");
+  propertyListRepresentation(NSArray::of(plain));
+  EXPECT_TRUE(isEqual(plain->kept_, dictionary({{"ClassForPlistRep", "Plain"}})));
 }
 
 TEST(Representation, GoesThereAndBack) {
@@ -424,6 +443,13 @@ Ref<NSArray> representationNamed(const char* name) {
 
 TEST(Representation, OfAClassWithoutDefaultConstructorIsSkipped) {
   EXPECT_EQ(arrayFromPropertyListRepresentation(representationNamed("Demanding"))->count(), 0U);
+}
+
+TEST(Representation, ClassesOfHostsSayWhetherAndWhatTheyMake) {
+  EXPECT_EQ(arrayFromPropertyListRepresentation(representationNamed("Denied"))->count(), 0U);
+  const Ref<NSMutableArray> made = arrayFromPropertyListRepresentation(representationNamed("Delegated"));
+  ASSERT_EQ(made->count(), 1U);
+  EXPECT_TRUE(as<Plain>(made->objectAtIndex(0)));
 }
 
 TEST(Representation, WhatMakingAnObjectThrowsPassesThrough) {

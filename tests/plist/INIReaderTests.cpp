@@ -1,6 +1,7 @@
 #include <ZtFoundation/PropertyLists.h>
 #include <ZtFoundation/platform/Array.h>
 #include <ZtFoundation/platform/Exception.h>
+#include <ZtFoundation/platform/Runtime.h>
 #include <gtest/gtest.h>
 
 #include <ctime>
@@ -10,6 +11,18 @@
 #include "support/Sanitizers.h"
 
 namespace ZtFoundation::test {
+
+/// Reads otherwise than the class that it derives from.
+class ReadsItself : public QvPropertyListSerialization {
+  ZT_OBJECT(ReadsItself, QvPropertyListSerialization)
+ public:
+  static Ref<NSObject> read(const Ref<NSData>&, std::int32_t, QvPropertyListFormat*, Ref<NSString>*) {
+    return Ref<NSString>("read by the class");
+  }
+};
+ZT_REGISTER_CLASS(ReadsItself, ZT_CLASS_METHOD("propertyListFromData:mutabilityOption:format:errorDescription:",
+                                               &ReadsItself::read));
+
 namespace {
 
 Ref<NSDictionary> readINI(std::string_view text, int option = 0) {
@@ -88,6 +101,16 @@ TEST(INIReaderTests, OnlyTheFirstUnitMakesAComment) {
       {"[S]\n ;k=v", "[S] ;k=v;"},
       {"[S]\n\t;k=v", "[S]\t;k=v;"},
       {"[S]\n;\nk=v", "[S]k=v;"},
+  });
+}
+
+TEST(INIReaderTests, WhatMarksALineIsAUnitWhateverFollowsIt) {
+  expectContents({
+      {"[S]\n;\xCC\x81k=v", "[S]"},
+      {"[S]\n\xCD\xBEk=v", "[S]\xCD\xBEk=v;"},  // U+037E looks like a semicolon
+      {"[S]\nk=\xCC\xB8v", "[S]k=\xCC\xB8v;"},
+      {"[S]\nk\xE2\x89\xA0v", "[S]"},  // "=" and U+0338 in one
+      {"[S]\n[T]\xCC\x81\nk=v", "[S]k=v;"},
   });
 }
 
@@ -232,11 +255,34 @@ TEST(INIReaderTests, OtherFormatsAreDetected) {
           QvPropertyListSerialization::propertyListFromData_mutabilityOption_format_errorDescription(data, 1, &format,
                                                                                                      &error);
       EXPECT_TRUE(isEqual(result, value));
-      EXPECT_TRUE(result && result->isMutable());
       EXPECT_EQ(format, written);
       EXPECT_FALSE(error);
     }
   }
+}
+
+TEST(INIReaderTests, OtherFormatsTakeTheOptionAsItIs) {
+  const Ref<NSData> data = NSData::dataWithBytes("<plist><dict><key>k</key><string>v</string></dict></plist>");
+  for (const std::int32_t option : {0, 1, 2, 3, -1}) {
+    QvPropertyListFormat format = 100;
+    const Ref<NSObject> result =
+        QvPropertyListSerialization::propertyListFromData_mutabilityOption_format_errorDescription(data, option,
+                                                                                                   &format, nullptr);
+    ASSERT_TRUE(result);
+    EXPECT_EQ(result->isMutable(), option != 0) << option;
+    EXPECT_EQ(as<NSDictionary>(result)->lookUp("k")->isMutable(), option == 2) << option;
+  }
+}
+
+TEST(INIReaderTests, TheReceivingClassReads) {
+  QvPropertyListFormat format = QvPropertyListINIFormat;
+  const auto readBy = [&](Class receiver) {
+    return QvPropertyListSerialization::propertyListFromData_mutabilityOption_format_errorDescription(
+        receiver, NSData::dataWithBytes("[S]"), 0, &format, nullptr);
+  };
+  EXPECT_TRUE(isEqual(readBy(ReadsItself::classObject()), Ref<NSString>("read by the class")));
+  EXPECT_TRUE(as<NSDictionary>(readBy(QvPropertyListSerialization::classObject())));
+  EXPECT_FALSE(readBy(nullptr));
 }
 
 TEST(INIReaderTests, TextIsNoINITextUnlessAskedFor) {
@@ -278,6 +324,9 @@ std::string randomText(std::mt19937& random, bool mayBeInvalid) {
                                                  "\xE2\x80\xA9",
                                                  "😀",
                                                  "日本",
+                                                 "\xCC\x81",
+                                                 "\xCC\xB8",
+                                                 "\xCD\xBE",
                                                  "\x01",
                                                  "[x]",
                                                  "k=v",

@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <utility>
 
 #include "support/Interchange.h"
 
@@ -16,6 +17,20 @@ class AcceptsAnything : public QvPropertyListSerialization {
   ZT_OBJECT(AcceptsAnything, QvPropertyListSerialization)
  public:
   static bool propertyList_isValidForFormat(const Ref<NSObject>&, QvPropertyListFormat) { return true; }
+};
+
+/// Notes what it is asked about.
+class AsksBack : public QvPropertyListSerialization {
+  ZT_OBJECT(AsksBack, QvPropertyListSerialization)
+ public:
+  static bool propertyList_isValidForFormat(const Ref<NSObject>& value, QvPropertyListFormat format) {
+    askedAbout = value;
+    askedFor = format;
+    return true;
+  }
+
+  static inline Ref<NSObject> askedAbout;
+  static inline QvPropertyListFormat askedFor = 0;
 };
 
 /// Refuses whatever it is given.
@@ -77,6 +92,7 @@ class Leaver : public Label {
 };
 
 ZT_IMPLEMENT_CLASS(AcceptsAnything);
+ZT_IMPLEMENT_CLASS(AsksBack);
 ZT_IMPLEMENT_CLASS(RefusesAnything);
 ZT_IMPLEMENT_CLASS(AnswersMessages, ZT_CLASS_METHOD("propertyList:isValidForFormat:", &AnswersMessages::anything));
 ZT_IMPLEMENT_CLASS(Unchanged);
@@ -217,16 +233,32 @@ TEST(INIWriterTests, ADerivedClassDecidesWhatIsValid) {
 }
 
 TEST(INIWriterTests, ADerivedClassMayRefuseWhatIsValid) {
+  const Ref<NSString> untouched = "untouched";
+  Ref<NSString> error = untouched;
   EXPECT_FALSE(RefusesAnything::dataFromPropertyList_format_errorDescription<RefusesAnything>(
-      fileWith("v"), QvPropertyListINIFormat, nullptr));
+      fileWith("v"), QvPropertyListINIFormat, &error));
+  EXPECT_EQ(error, untouched);
+}
+
+TEST(INIWriterTests, ADerivedClassIsAskedAboutTheValueAndTheFormat) {
+  const Ref<NSObject> value = fileWith("v");
+  EXPECT_TRUE(
+      AsksBack::dataFromPropertyList_format_errorDescription<AsksBack>(value, QvPropertyListINIFormat, nullptr));
+  EXPECT_EQ(std::exchange(AsksBack::askedAbout, nullptr), value);
+  EXPECT_EQ(AsksBack::askedFor, QvPropertyListINIFormat);
 }
 
 TEST(INIWriterTests, ADerivedClassHasNoSayInOtherFormats) {
+  Ref<NSString> error = "old";
   const Ref<NSData> expected = NSPropertyListSerialization::dataFromPropertyList_format_errorDescription(
       fileWithArray(), NSPropertyListXMLFormat_v1_0, nullptr);
   EXPECT_TRUE(isEqual(AcceptsAnything::dataFromPropertyList_format_errorDescription<AcceptsAnything>(
-                          fileWithArray(), NSPropertyListXMLFormat_v1_0, nullptr),
+                          fileWithArray(), NSPropertyListXMLFormat_v1_0, &error),
                       expected));
+  EXPECT_FALSE(error);
+  EXPECT_FALSE(
+      AcceptsAnything::dataFromPropertyList_format_errorDescription<AcceptsAnything>(fileWithArray(), 1, &error));
+  EXPECT_TRUE(error);
   EXPECT_TRUE(isEqual(RefusesAnything::dataFromPropertyList_format_errorDescription<RefusesAnything>(
                           fileWithArray(), NSPropertyListXMLFormat_v1_0, nullptr),
                       expected));

@@ -50,9 +50,25 @@ class Remarking : public QvPropertyListSerialization {
 bool neverSave(QvPropertyList&) { return false; }
 bool alwaysSaved(QvPropertyList&) { return true; }
 bool nothingExists(NSFileManager&, const Ref<NSString>&) { return false; }
+void loadNothing(QvPropertyList&) {}
+Ref<NSObject> leaveUninitialised(QvPropertyList& store, const Ref<NSString>&, QvPropertyListFormat format) {
+  EXPECT_EQ(format, 100);
+  return &store;
+}
+
+/// Reads what no property list can hold.
+class Unwritable : public QvPropertyListSerialization {
+  ZT_OBJECT(Unwritable, QvPropertyListSerialization)
+ public:
+  static Ref<NSObject> read(const Ref<NSData>&, std::int32_t, QvPropertyListFormat*, Ref<NSString>*) {
+    return NSSet::set();
+  }
+};
 
 ZT_IMPLEMENT_CLASS(CountingStore);
 ZT_REGISTER_CLASS(Remarking, ZT_CLASS_METHOD("dataFromPropertyList:format:errorDescription:", &Remarking::write));
+ZT_REGISTER_CLASS(Unwritable,
+                  ZT_CLASS_METHOD("propertyListFromData:mutabilityOption:format:errorDescription:", &Unwritable::read));
 
 namespace {
 
@@ -180,11 +196,12 @@ TEST_F(PropertyListStoreTests, INITextIsReadOnlyWhenAskedFor) {
 }
 
 TEST_F(PropertyListStoreTests, WhatCannotBeParsedIsLoggedTwice) {
-  writeFile(file, "<plist><dict><key>broken</dict></plist>");
+  const std::string broken = "<plist><dict>%@ %n</dict></plist>";
+  writeFile(file, broken);
   Ref<NSString> error;
   NSPropertyListSerialization::propertyListFromData_mutabilityOption_format_errorDescription(
       NSData::dataWithContentsOfFile(path), 0, nullptr, &error);
-  ASSERT_TRUE(error);
+  ASSERT_TRUE(error && error->utf8().find("%@ %n") != std::string::npos);
   LogCapture log;
   const Ref<QvPropertyList> store = QvPropertyList::initWithPath_format(path, 200);
   EXPECT_EQ(log.texts(), (std::vector<std::string>{error->utf8(), error->utf8()}));
@@ -193,7 +210,7 @@ TEST_F(PropertyListStoreTests, WhatCannotBeParsedIsLoggedTwice) {
   EXPECT_EQ(valuesOf(store)->count(), 0U);
   EXPECT_FALSE(store->_serializedValues());
   EXPECT_TRUE(store->hasUnsavedChanges());
-  EXPECT_EQ(contentsOf(file), "<plist><dict><key>broken</dict></plist>") << "not overwritten unless asked to";
+  EXPECT_EQ(contentsOf(file), broken) << "not overwritten unless asked to";
 }
 
 TEST_F(PropertyListStoreTests, INITextIsNeverAFailure) {
@@ -284,6 +301,7 @@ TEST_F(PropertyListStoreTests, SavingMakesFoldersAndFileAndTellsSo) {
 }
 
 TEST_F(PropertyListStoreTests, TheNotificationComesWhenAllIsDone) {
+  EXPECT_EQ(QvPropertyListDidSaveValuesNotification, "QvPropertyListDidSaveValues");
   const Ref<QvPropertyList> store = QvPropertyList::initWithPath(path);
   bool wasSaved = false;
   const Ref<NSObject> token = NSNotificationCenter::defaultCenter()->addObserverForName_object_usingBlock(
@@ -323,14 +341,15 @@ TEST_F(PropertyListStoreTests, WhatCannotBeWrittenIsLoggedOnce) {
 }
 
 TEST_F(PropertyListStoreTests, WhatINITextCannotHoldIsNotLogged) {
-  const Ref<QvPropertyList> store = QvPropertyList::initWithPath_format(path, QvPropertyListINIFormat);
+  const Ref<QvPropertyList> store =
+      QvPropertyList::initWithPath_format(folder.string("new/settings"), QvPropertyListINIFormat);
   valuesOf(store)->setObject_forKey("no section", "k");
   Observer observer;
   LogCapture log;
   EXPECT_FALSE(store->saveChanges());
   EXPECT_TRUE(log.texts().empty());
   EXPECT_EQ(observer.count, 0);
-  EXPECT_TRUE(folder.names().empty());
+  EXPECT_TRUE(folder.names().empty()) << "no folder is made for what is not written";
 }
 
 TEST_F(PropertyListStoreTests, AFolderOrFileThatCannotBeMadeIsASilentFailure) {
@@ -340,11 +359,14 @@ TEST_F(PropertyListStoreTests, AFolderOrFileThatCannotBeMadeIsASilentFailure) {
       folder.string("settings/below"),         folder.string("folder"), folder.string(std::string(300, 'n')),
       folder.string(std::string("ze\0ro", 5)), Ref<NSString>(""),       Ref<NSString>()};
   for (const Ref<NSString>& bad : paths) {
+    const Ref<QvPropertyList> ini = QvPropertyList::initWithPath_format(bad, QvPropertyListINIFormat);
+    valuesOf(ini)->setObject_forKey(NSDictionary::dictionaryWithObject_forKey("v", "k"), "section");
     const Ref<QvPropertyList> store = QvPropertyList::initWithPath(bad);
     valuesOf(store)->setObject_forKey("v", "k");
     Observer observer;
     LogCapture log;
     EXPECT_FALSE(store->saveChanges()) << bad;
+    EXPECT_FALSE(ini->saveChanges()) << bad;
     EXPECT_TRUE(log.texts().empty());
     EXPECT_EQ(observer.count, 0);
     EXPECT_FALSE(store->_serializedValues());
@@ -395,6 +417,7 @@ TEST_F(PropertyListStoreTests, PathsNeedNotBeUTF8) {
 TEST_F(PropertyListStoreTests, NoValuesCannotBeSaved) {
   const Ref<QvPropertyList> store = QvPropertyList::initWithPath(path);
   store->setValues(nullptr);
+  EXPECT_TRUE(store->hasUnsavedChanges()) << "none is like nothing, not even none";
   LogCapture log;
   EXPECT_FALSE(store->saveChanges());
   EXPECT_EQ(log.texts().size(), 1U);
@@ -564,6 +587,21 @@ TEST_F(PropertyListStoreTests, WhatIsSaidAboutASuccessIsNoError) {
   EXPECT_EQ(log.texts(), std::vector<std::string>());
 }
 
+TEST_F(PropertyListStoreTests, ASnapshotThatCannotBeCopiedLeavesNoValues) {
+  const SEL reading = ZT_SELECTOR("propertyListFromData:mutabilityOption:format:errorDescription:");
+  const Method method = class_getClassMethod(QvPropertyListSerialization::classObject(), reading);
+  const IMP unwritable = method_getImplementation(class_getClassMethod(Unwritable::classObject(), reading));
+  writeFile(file, "anything");
+  const IMP before = method_setImplementation(method, unwritable);
+  const Ref<QvPropertyList> store = QvPropertyList::initWithPath(path);
+  method_setImplementation(method, before);
+  LogCapture log;
+  store->discardChanges();
+  EXPECT_EQ(log.texts(), std::vector<std::string>{"A set is no property-list value."});
+  EXPECT_FALSE(store->values());
+  EXPECT_TRUE(store->hasUnsavedChanges());
+}
+
 TEST_F(PropertyListStoreTests, ReplacedMethodsCount) {
   const Ref<QvPropertyList> store = QvPropertyList::initWithPath(path);
   {
@@ -577,6 +615,15 @@ TEST_F(PropertyListStoreTests, ReplacedMethodsCount) {
   }
   EXPECT_TRUE(store->synchronize());
   EXPECT_EQ(folder.names().size(), 1U);
+  {
+    const test::ReplacedMethod<&loadNothing> replaced(QvPropertyList::classObject(), ZT_SELECTOR("_init"));
+    EXPECT_FALSE(QvPropertyList::initWithPath(path)->values());
+  }
+  {
+    const test::ReplacedMethod<&leaveUninitialised> replaced(QvPropertyList::classObject(),
+                                                             ZT_SELECTOR("initWithPath:format:"));
+    EXPECT_FALSE(QvPropertyList::initWithPath(path)->values());
+  }
 
   const test::ReplacedMethod<&nothingExists> replaced(NSFileManager::classObject(), ZT_SELECTOR("fileExistsAtPath:"));
   EXPECT_FALSE(QvPropertyList::initWithPath(path)->_serializedValues());

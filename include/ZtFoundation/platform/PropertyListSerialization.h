@@ -65,8 +65,8 @@ class ZT_EXPORT NSPropertyListSerialization {
   /// None when it cannot be written: it is none or holds an object that is no property list, a key that is no string, a
   /// date that is not a finite number of seconds, containers more than 512 deep inside each other or inside themselves,
   /// what the format cannot carry, or the format is OpenStep text or unknown. XML cannot carry most control characters,
-  /// unpaired surrogates, and dates before -2^63 or from 2^63 seconds on, for which there is no calendar; binary cannot
-  /// carry more shared values than the limit above. `error`, if not null, gets the reason then, and none on success.
+  /// unpaired surrogates, and dates 2^63 seconds away or further, for which there is no calendar; binary cannot carry
+  /// more shared values than the limit above. `error`, if not null, gets the reason then, and none on success.
   static Ref<NSData> dataFromPropertyList_format_errorDescription(const Ref<NSObject>& propertyList, NSUInteger format,
                                                                   Ref<NSString>* error);
 

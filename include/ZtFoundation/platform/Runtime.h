@@ -14,7 +14,7 @@
 ///   ZT_REGISTER_CLASS(Camera,
 ///                     ZT_METHOD("model", &Camera::model),
 ///                     ZT_METHOD("setZoom:animated:", &Camera::setZoom_animated),
-///                     ZT_CLASS_METHOD("cameraWithModel:", &Camera::cameraWithModel))
+///                     ZT_CLASS_METHOD("cameraWithModel:", &Camera::cameraWithModel));
 ///
 ///   Ref<NSObject> camera = class_createInstance(NSClassFromString("Camera"));
 ///   send<void>(camera, ZT_SELECTOR("setZoom:animated:"), 2.0, true);

@@ -254,7 +254,7 @@ void BinaryWriter::putTrailer(Output& out) const {
 /// What is written can be read again.
 bool isWithinExpansion(const binary::Flattening& flattening, std::uint64_t fileSize, CodecError& error) {
   if (flattening.cost() <= binary::largestExpansion(fileSize)) return true;
-  error.text = "Containers are shared between so many places that they expand to more than " +
+  error.text = "Objects are shared between so many places that they expand to more than " +
                std::to_string(binary::largestExpansion(fileSize)) + " values.";
   return false;
 }

@@ -279,7 +279,7 @@ TEST(BinaryWriter, WhatSharedContainersExpandToIsLimited) {
   for (int level = 0; level < 12; ++level) value = NSArray::of(value, value);
   EXPECT_TRUE(isEqual(read(write(value).bytes()).value, value));
   for (int level = 0; level < 300; ++level) value = NSArray::of(value, value);
-  EXPECT_NE(write(value).error.find("Containers are shared between so many places that they expand to more than"),
+  EXPECT_NE(write(value).error.find("Objects are shared between so many places that they expand to more than"),
             std::string::npos);
 }
 
