@@ -4,7 +4,7 @@
 ///   if (ZtGestaltOSVersion() >= 0x1200) { ... }   // version 12.0.0 or later
 /// \endcode
 /// Threads: may be called from any thread. None blocks beyond reading two small files. Nothing is thrown: without
-/// memory the answer cannot be had (the error in the log is -108), and the line in the log may be missing.
+/// memory the answer cannot be had (the error in the log is 0xffffff94, -108), and the line in the log may be missing.
 #pragma once
 
 #include <ZtFoundation/platform/Export.h>

@@ -7,6 +7,7 @@
 
 #include <filesystem>
 
+#include "support/ReplacedMethod.h"
 #include "support/ScratchFolder.h"
 
 namespace ZtFoundation::test {
@@ -40,6 +41,10 @@ class BeatenManager : public NSFileManager {
 
 ZT_IMPLEMENT_CLASS(BeatenManager);
 
+bool everythingIsAFolder(NSFileManager&, const Ref<NSString>&, bool* isFolder) {
+  *isFolder = true;
+  return true;
+}
 bool refuseToMakeFolders(NSFileManager&, const Ref<NSString>&, const Ref<NSDictionary>&) { return false; }
 
 ZT_IMPLEMENT_CLASS(NotingManager);
@@ -92,7 +97,9 @@ TEST_F(RecursiveFoldersTests, AFileInTheWayFails) {
   EXPECT_FALSE(make("a/f/g"));
   EXPECT_FALSE(make("a/f"));
   std::filesystem::create_symlink("f", folder / "a/link");
+  ::testing::internal::CaptureStderr();
   EXPECT_FALSE(make("a/link/g"));
+  EXPECT_EQ(::testing::internal::GetCapturedStderr(), "");
   EXPECT_EQ(contentsOf(folder / "a/f"), "text");
 }
 
@@ -122,6 +129,8 @@ TEST_F(RecursiveFoldersTests, WithoutTheFlagOneFolderIsMade) {
   EXPECT_TRUE(make("b", false));
   EXPECT_FALSE(make("b", false)) << "exists already";
   EXPECT_FALSE(make("a/f", false));
+  EXPECT_TRUE(make("private", false, NSDictionary::dictionaryWithObject_forKey(0711, NSFilePosixPermissions)));
+  EXPECT_EQ(modeOf("private"), 0711U);
 }
 
 TEST_F(RecursiveFoldersTests, WhatWasMadeBeforeAFailureStays) {
@@ -151,6 +160,16 @@ TEST_F(RecursiveFoldersTests, TheReceiverMakesEachFolder) {
   EXPECT_FALSE(createDirectoryAtPath_attributes_recursively(noting, folder.string("a/d/e/f"), nullptr, true));
   EXPECT_EQ(noting->made.size(), 4U) << "nothing is tried after a failure";
   EXPECT_TRUE(isFolder("a/d"));
+  noting->limit = 100;
+  EXPECT_FALSE(createDirectoryAtPath_attributes_recursively(noting, folder.string("a/f/g"), nullptr, true));
+  EXPECT_EQ(noting->made.size(), 4U) << "nothing is made over or behind a file";
+}
+
+TEST_F(RecursiveFoldersTests, TheDefaultManagerIsAskedByMessage) {
+  const ReplacedMethod<&everythingIsAFolder> replaced(NSFileManager::classObject(),
+                                                      ZT_SELECTOR("fileExistsAtPath:isDirectory:"));
+  EXPECT_TRUE(make("a/f/g"));
+  EXPECT_EQ(contentsOf(folder / "a/f"), "text");
 }
 
 TEST_F(RecursiveFoldersTests, AFolderThatAnotherProcessMakesInBetweenIsAFailure) {

@@ -3,6 +3,7 @@
 
 #include <ZtFoundation/Applications.h>
 
+#include "support/RecordingLog.h"
 #include "support/StandInLaunchServices.h"
 
 namespace ZtFoundation {
@@ -16,6 +17,9 @@ using Search = StandInLaunchServices::Search;
 
 class ApplicationLookupTests : public ::testing::Test {
  protected:
+  void TearDown() override { EXPECT_THAT(log_.lines(), IsEmpty()); }
+
+  testing::RecordingLog log_;
   StandInLaunchServices services_;
 };
 

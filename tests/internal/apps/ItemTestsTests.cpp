@@ -3,6 +3,7 @@
 
 #include <ZtFoundation/Applications.h>
 
+#include "support/RecordingLog.h"
 #include "support/StandInLaunchServices.h"
 
 namespace ZtFoundation {
@@ -32,6 +33,9 @@ constexpr ItemTest kTests[] = {
 
 class ItemTestsTests : public ::testing::Test {
  protected:
+  void TearDown() override { EXPECT_THAT(log_.lines(), IsEmpty()); }
+
+  testing::RecordingLog log_;
   StandInLaunchServices services_;
 };
 

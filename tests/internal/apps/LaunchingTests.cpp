@@ -3,6 +3,7 @@
 
 #include <ZtFoundation/Applications.h>
 
+#include "support/RecordingLog.h"
 #include "support/StandInLaunchServices.h"
 
 namespace ZtFoundation {
@@ -14,6 +15,9 @@ using ::testing::IsEmpty;
 
 class LaunchingTests : public ::testing::Test {
  protected:
+  void TearDown() override { EXPECT_THAT(log_.lines(), IsEmpty()); }
+
+  testing::RecordingLog log_;
   const Ref<NSURL> file_ = NSURL::URLWithString("file:///d/a%20b");
   const Ref<NSURL> application_ = NSURL::URLWithString("file:///x.app");
   const Ref<NSURL> noPath_ = NSURL::URLWithString("file:");
@@ -33,6 +37,13 @@ TEST_F(LaunchingTests, TheWorkspaceOpens) {
   EXPECT_TRUE(ZtLSOpenFileWithApplicationAtPath("f", "x", true));
   EXPECT_THAT(workspace_.calls, ElementsAre("open /d/a b with /x.app", "open /d/a b with /x.app, giving way",
                                             "open f with x", "open f with x, giving way"));
+}
+
+TEST_F(LaunchingTests, OfAnyURLThePathCounts) {
+  EXPECT_TRUE(ZtLSLaunchApplicationAtURL(NSURL::URLWithString("http://host/x.app?q")));
+  EXPECT_TRUE(ZtLSOpenFileWithApplicationAtURL(NSURL::URLWithString("ftp://host/d/f#a"),
+                                               NSURL::URLWithString("http://host/x.app?q"), false));
+  EXPECT_THAT(workspace_.calls, ElementsAre("launch /x.app", "open /d/f with /x.app"));
 }
 
 TEST_F(LaunchingTests, ItsRefusalIsTheResult) {

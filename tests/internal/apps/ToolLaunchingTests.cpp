@@ -4,14 +4,15 @@
 
 #include "platform/services/ChildProcesses.h"
 #include "platform/services/LaunchServices.h"
+#include "support/RecordingLog.h"
 
 namespace ZtFoundation::test {
 namespace {
 
-using testing::ElementsAre;
+using ::testing::ElementsAre;
 
 /// Registry and processes that note what is asked and answer as they are told.
-class ToolLaunchingSteps : public testing::Test, public LaunchServices, public ChildProcesses {
+class ToolLaunchingSteps : public ::testing::Test, public LaunchServices, public ChildProcesses {
  protected:
   class Child : public ChildProcess {
    public:
@@ -42,11 +43,14 @@ class ToolLaunchingSteps : public testing::Test, public LaunchServices, public C
 
   LSItemInfoFlags flags = kLSItemInfoIsPlainFile;
   OSStatus status = 0;
+  void TearDown() override { EXPECT_THAT(log.lines(), ElementsAre()); }
+
   bool starts = true;
   bool isStillRunning = true;
   std::vector<std::string> steps;
   ScopedService<LaunchServices> registry{*this};
   ScopedService<ChildProcesses> processes{*this};
+  ZtFoundation::testing::RecordingLog log;
 };
 
 TEST_F(ToolLaunchingSteps, TheRegistryIsAskedBeforeTheToolIsStarted) {

@@ -4,7 +4,9 @@
 
 #include <gtest/gtest.h>
 #include <sys/resource.h>
+#include <sys/sysinfo.h>
 #include <sys/utsname.h>
+#include <unistd.h>
 
 #include <filesystem>
 #include <optional>
@@ -39,6 +41,29 @@ TEST(GestaltTests, TheVersionIsThatOfTheDistributionElseOfTheKernel) {
     EXPECT_EQ(Gestalt::production().ask(gestaltSystemVersion, version), 0);
     EXPECT_EQ(version, expected) << text;
   }
+}
+
+TEST(GestaltTests, TheVersionMayStandWithTheSystemsOwnFiles) {
+  if (::geteuid() != 0) GTEST_SKIP() << "only root can change the root";
+  const test::ScratchFolder root;
+  std::filesystem::create_directories(root / "usr/lib");
+  test::writeFile(root / "usr/lib/os-release", "VERSION_ID=7.8");
+  EXPECT_EQ(test::inChild([&] {
+              std::int32_t version = 0;
+              return ::chroot(root.path().c_str()) == 0 &&
+                             Gestalt::production().ask(gestaltSystemVersion, version) == 0 && version == 0x780
+                         ? 0
+                         : 1;
+            }),
+            0);
+}
+
+TEST(GestaltTests, MegabytesAreOf1048576Bytes) {
+  struct sysinfo machine;
+  ASSERT_EQ(::sysinfo(&machine), 0);
+  std::int32_t megabytes = 0;
+  EXPECT_EQ(Gestalt::production().ask(gestaltPhysicalRAMSizeInMegabytes, megabytes), 0);
+  EXPECT_EQ(static_cast<std::uint64_t>(megabytes), std::uint64_t{machine.totalram} * machine.mem_unit >> 20);
 }
 
 TEST(GestaltTests, AVersionThatCannotBeReadNowIsNotThatOfTheKernel) {
