@@ -18,7 +18,7 @@ using namespace ZtFoundation;
 
 const int kFolders = bench::fullOrQuick(400, 40);
 constexpr int kItemsInEach = 500;
-constexpr int kRounds = 9;
+constexpr std::size_t kRounds = 9;
 constexpr double kMillisecondsAllowed = 200;
 
 std::string nameOf(int number) { return std::string("item ").append(std::to_string(number)); }
@@ -39,19 +39,20 @@ AliasHandle aliasOf(const std::string& path, MakeAlias make) {
   return alias;
 }
 
-// Each round resolves a fresh copy: a resolved one has been brought up to date.
+// Of a fresh copy: a resolved one has been brought up to date.
+double timeOf(AliasHandle alias, const std::string& expected) {
+  AliasHandle copy = nullptr;
+  bench::require(PtrToHand(*alias, &copy, GetHandleSize(alias)) == noErr, "copy");
+  Ref<NSString> path;
+  const double taken =
+      bench::processorMilliseconds([&] { path = JxFileSystemRepresentation::pathStringFromAliasHandle(copy); });
+  bench::require((path ? path->fileSystemRepresentation() : std::string()) == expected, "resolve");
+  DisposeHandle(copy);
+  return taken;
+}
+
 bench::Samples timesOf(AliasHandle alias, const std::string& expected) {
-  bench::Samples times;
-  for (int round = 0; round < kRounds; ++round) {
-    AliasHandle copy = nullptr;
-    bench::require(PtrToHand(*alias, &copy, GetHandleSize(alias)) == noErr, "copy");
-    Ref<NSString> path;
-    times.push_back(
-        bench::processorMilliseconds([&] { path = JxFileSystemRepresentation::pathStringFromAliasHandle(copy); }));
-    bench::require((path ? path->fileSystemRepresentation() : std::string()) == expected, "resolve");
-    DisposeHandle(copy);
-  }
-  return times;
+  return bench::inTurns(kRounds, {[&] { return timeOf(alias, expected); }})[0];
 }
 
 void measure(const std::string& root) {

@@ -15,6 +15,7 @@
 #include <new>
 #include <string>
 #include <thread>
+#include <vector>
 
 #include <ZtFoundation/Applications.h>
 
@@ -145,12 +146,11 @@ struct Series {
 void compare(const bench::Report& report, const std::string& how, const Lookup& ours,
              [[maybe_unused]] const Lookup& gio) {
   Series library, peer;
-  for (int round = 0; round < bench::fullOrQuick(21, 7); ++round) {
-    library.add(timesInNewProcess(ours));
+  std::vector<std::function<void()>> contenders{[&] { library.add(timesInNewProcess(ours)); }};
 #if ZT_BENCH_HAS_GIO
-    peer.add(timesInNewProcess(gio));
+  contenders.emplace_back([&] { peer.add(timesInNewProcess(gio)); });
 #endif
-  }
+  bench::takeTurns(bench::fullOrQuick(21U, 3U), contenders);
   report.add({"first lookup by " + how, "ms", library.first, "GIO", peer.first, 1});
   report.add({"later lookup by " + how, "ms", library.later, "GIO", peer.later, 1});
 }

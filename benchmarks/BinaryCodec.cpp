@@ -74,11 +74,9 @@ int main() {
   const Ref<NSData> data = writeOurs(value);
   require(static_cast<bool>(data), "writing");
   Times immutable, containers, libplist;
-  for (std::size_t round = 0; round < rounds; ++round) {
-    runOurs(value, data, NSPropertyListImmutable, immutable);
-    runOurs(value, data, NSPropertyListMutableContainers, containers);
-    runLibplist(data, libplist);
-  }
+  bench::takeTurns(rounds, {[&] { runOurs(value, data, NSPropertyListImmutable, immutable); },
+                            [&] { runOurs(value, data, NSPropertyListMutableContainers, containers); },
+                            [&] { runLibplist(data, libplist); }});
 
   const bench::Report report("Property lists as binary");
   const std::string size = std::to_string(megabytes) + " MB as XML";

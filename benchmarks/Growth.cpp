@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <cstdlib>
+#include <functional>
 #include <new>
 #include <string>
 #include <utility>
@@ -129,12 +130,14 @@ std::vector<Series> measured(const Format& format, const std::vector<std::size_t
     });
   }
   std::vector<Series> result(sizes.size());
-  for (std::size_t round = 0; round < rounds; ++round) {
-    for (std::size_t at = 0; at < sizes.size(); ++at) {
+  std::vector<std::function<void()>> contenders;
+  for (std::size_t at = 0; at < sizes.size(); ++at) {
+    contenders.emplace_back([&, at] {
       inProcessOfItsOwn([&] { *cost = costOf(format.number, fileOf(sizes[at])); });
       result[at].add(*cost);
-    }
+    });
   }
+  bench::takeTurns(rounds, contenders);
   return result;
 }
 

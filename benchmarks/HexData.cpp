@@ -49,10 +49,7 @@ int main() {
   for (std::size_t at = 0; at < bytes; ++at) pattern[at] = static_cast<char>(at);
   const Ref<NSData> data = NSData::dataWithString(std::move(pattern));
   Times ours, python;
-  for (int round = 0; round < 9; ++round) {
-    runOurs(data, ours);
-    runPython(bytes, python);
-  }
+  bench::takeTurns(bench::fullOrQuick(9U, 5U), {[&] { runOurs(data, ours); }, [&] { runPython(bytes, python); }});
   const bench::Report report("Hexadecimal text");
   const std::string size = std::to_string(bytes / 1000 / 1000) + " MB";
   report.add({"write, " + size, "ms", ours.write, "Python's bytes.hex", python.write, 0.5});

@@ -123,10 +123,7 @@ void runGKeyFile([[maybe_unused]] const std::string& original, [[maybe_unused]] 
 void compare(const bench::Report& report, const std::string& name, const std::string& text, std::size_t rounds,
              const char* peer, void (*runPeer)(const std::string&, Times&), double bound) {
   Times ours, theirs;
-  for (std::size_t round = 0; round < rounds; ++round) {
-    runOurs(text, ours);
-    runPeer(text, theirs);
-  }
+  bench::takeTurns(rounds, {[&] { runOurs(text, ours); }, [&] { runPeer(text, theirs); }});
   report.add({"read " + name, "ms", ours.read, peer, theirs.read, bound});
   if (!theirs.write.empty()) report.add({"write " + name, "ms", ours.write, peer, theirs.write});
 }

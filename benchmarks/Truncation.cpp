@@ -43,6 +43,15 @@ struct Cut {
   double measurements, milliseconds;
 };
 
+struct Series {
+  bench::Samples measurements, times;
+
+  void add(const Cut& cut) {
+    measurements.push_back(cut.measurements);
+    times.push_back(cut.milliseconds);
+  }
+};
+
 Cut cut(const Ref<NSString>& name, std::int16_t code, bool addsUp) {
   Measurer measurer(addsUp);
   const ScopedService<TextMeasurer> scope(measurer);
@@ -54,17 +63,12 @@ Cut cut(const Ref<NSString>& name, std::int16_t code, bool addsUp) {
 }
 
 void compare(const bench::Report& report, const std::string& where, const Ref<NSString>& name, std::int16_t code) {
-  bench::Samples measurements, times, slowMeasurements, slowTimes;
-  for (int round = 0; round < 5; ++round) {
-    const Cut quick = cut(name, code, true), slow = cut(name, code, false);
-    measurements.push_back(quick.measurements);
-    times.push_back(quick.milliseconds);
-    slowMeasurements.push_back(slow.measurements);
-    slowTimes.push_back(slow.milliseconds);
-  }
-  report.addLimit("measurements, cut " + where, "times", measurements, 10);
-  report.add({"measurements, cut " + where, "times", measurements, "widths that do not add up", slowMeasurements});
-  report.add({"time, cut " + where, "ms", times, "widths that do not add up", slowTimes});
+  Series quick, slow;
+  bench::takeTurns(5, {[&] { quick.add(cut(name, code, true)); }, [&] { slow.add(cut(name, code, false)); }});
+  const std::string peer = "widths that do not add up";
+  report.addLimit("measurements, cut " + where, "times", quick.measurements, 10);
+  report.add({"measurements, cut " + where, "times", quick.measurements, peer, slow.measurements});
+  report.add({"time, cut " + where, "ms", quick.times, peer, slow.times});
 }
 
 }  // namespace

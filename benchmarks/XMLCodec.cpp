@@ -107,6 +107,21 @@ void runPugixml([[maybe_unused]] const std::string& text, [[maybe_unused]] Times
 #endif
 }
 
+void runPython(const std::string& path, Times& times) {
+  const std::vector<double> figures = bench::python(
+      "import plistlib, time\n"
+      "text = open(\"" +
+          path +
+          "\", \"rb\").read()\n"
+          "begin = time.process_time(); value = plistlib.loads(text); middle = time.process_time()\n"
+          "plistlib.dumps(value, sort_keys=False); end = time.process_time()\n"
+          "print(1e3 * (middle - begin), 1e3 * (end - middle))",
+      2);
+  if (figures.empty()) return;
+  times.read.push_back(figures[0]);
+  times.write.push_back(figures[1]);
+}
+
 Samples heapOfEachValue(const Ref<NSData>& data) {
   malloc_trim(0);
   const std::size_t before = heapInUse();
@@ -119,11 +134,8 @@ void compareNative(const bench::Report& report, std::size_t megabytes, std::size
   const std::string text = bench::MediaLibrary::xml(megabytes * 1000 * 1000);
   const Ref<NSData> data = NSData::dataWithBytes(text);
   Times ours, libplist, pugixml;
-  for (std::size_t round = 0; round < rounds; ++round) {
-    runOurs(data, ours);
-    runLibplist(text, libplist);
-    runPugixml(text, pugixml);
-  }
+  bench::takeTurns(
+      rounds, {[&] { runOurs(data, ours); }, [&] { runLibplist(text, libplist); }, [&] { runPugixml(text, pugixml); }});
   const std::string size = std::to_string(megabytes) + " MB";
   report.add({"read, " + size, "ms", ours.read, "libplist", libplist.read, 0.30});
   report.add({"read, " + size, "ms", ours.read, "pugixml, bare parse", pugixml.read, 1.5});
@@ -139,21 +151,7 @@ void comparePython(const bench::Report& report, std::size_t megabytes, std::size
   std::ofstream(path) << text;
   const Ref<NSData> data = NSData::dataWithBytes(text);
   Times ours, python;
-  for (std::size_t round = 0; round < rounds; ++round) {
-    runOurs(data, ours);
-    const std::vector<double> figures = bench::python(
-        "import plistlib, time\n"
-        "text = open(\"" +
-            path +
-            "\", \"rb\").read()\n"
-            "begin = time.process_time(); value = plistlib.loads(text); middle = time.process_time()\n"
-            "plistlib.dumps(value, sort_keys=False); end = time.process_time()\n"
-            "print(1e3 * (middle - begin), 1e3 * (end - middle))",
-        2);
-    if (figures.empty()) break;
-    python.read.push_back(figures[0]);
-    python.write.push_back(figures[1]);
-  }
+  bench::takeTurns(rounds, {[&] { runOurs(data, ours); }, [&] { runPython(path, python); }});
   const std::string size = std::to_string(megabytes) + " MB";
   report.add({"read, " + size, "ms", ours.read, "Python's plistlib", python.read});
   report.add({"write, " + size, "ms", ours.write, "Python's plistlib", python.write});

@@ -1,5 +1,6 @@
 #!/usr/bin/env python3
-"""The page and the chart that are made of what the benchmarks measured: rows, marks of what was missed, a chart that is well-formed."""
+"""The benchmarks' programs, and the page and the chart that are made of what they measured: rows, marks of what was missed, a chart that
+is well-formed."""
 import importlib.util
 import json
 import os
@@ -41,6 +42,12 @@ HUGE = row("far too much", 37.0, 2, group="Other")
 ABSENT = {"program": "bench-Some", "group": "Other", "name": "no peer", "unit": "ns", "rounds": 5, "ours": 7.25, "peer": "peer that is missing",
           "bound": 1}
 ROWS = [REACHED, JUST, MISSED, PLAIN, TINY, HUGE, ABSENT]
+
+
+class SourceCase(unittest.TestCase):
+    def test_rounds_are_made_where_contenders_take_turns(self):
+        self.assertEqual([source.name for source in sorted(FOLDER.rglob("*.[ch]*")) if "++round" in source.read_text()],
+                         ["Report.h", "Timing.h"])
 
 
 class FigureCase(unittest.TestCase):
