@@ -79,8 +79,8 @@ int main() {
   test::PrivateMounts mounts;
   const std::string root = mounts.disk({.type = "ext4", .format = "-N 250000", .megabytes = 600});
   if (root.empty()) {
-    std::printf("skipped: %s\n", mounts.whyNot().c_str());
-  } else {
-    measure(root);
+    std::fprintf(stderr, "skipped: %s\n", mounts.whyNot().c_str());
+    return bench::kSkipped;
   }
+  measure(root);
 }
