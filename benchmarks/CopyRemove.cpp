@@ -19,8 +19,8 @@ namespace {
 
 using namespace ZtFoundation;
 
-const std::size_t kMegabytes = bench::fullOrQuick(1024U, 64U);
-const int kFiles = bench::fullOrQuick(100000, 10000);
+const std::size_t kMegabytes = bench::fullOrQuick(1024U, 16U);
+const int kFiles = bench::fullOrQuick(100000, 2000);
 // As in trees of sources: few in a folder, and small.
 constexpr int kFilesInFolder = 10;
 constexpr std::size_t kFileSize = 1000;
@@ -93,7 +93,7 @@ void compareRemovals(const bench::Report& report, const std::string& folder, int
   compare(report, {.name = "removal of " + described(kFiles, filesInFolder),
                    .command = "rm -rf",
                    .bound = 1.05,
-                   .rounds = 9,
+                   .rounds = bench::fullOrQuick(9U, 3U),
                    .before = [&] { makeTree(tree, kFiles, filesInFolder); },
                    .ours = [&] { removeByLibrary(tree); },
                    .theirs =
@@ -109,7 +109,7 @@ void compareCopiesOfOneFile(const bench::Report& report, const std::string& fold
   compare(report, {.name = "copy of a file of " + std::to_string(kMegabytes) + " MiB",
                    .command = "cp",
                    .bound = 1.05,
-                   .rounds = 9,
+                   .rounds = bench::fullOrQuick(9U, 3U),
                    .before = [] {},
                    .ours = [&] { copyByLibrary(from, to); },
                    .theirs =
@@ -126,7 +126,7 @@ void compareCopiesOfTrees(const bench::Report& report, const std::string& folder
   compare(report, {.name = "copy of " + described(kFiles, kFilesInFolder),
                    .command = "cp -a",
                    .bound = 1.1,
-                   .rounds = 7,
+                   .rounds = bench::fullOrQuick(7U, 3U),
                    .before = [] {},
                    .ours = [&] { copyByLibrary(from, to); },
                    .theirs =
@@ -145,7 +145,7 @@ void compareMoves(const bench::Report& report, const std::string& folder) {
   compare(report, {.name = "move of " + described(files, kFilesInFolder) + ", to another file system",
                    .command = "mv",
                    .bound = 0,
-                   .rounds = 7,
+                   .rounds = bench::fullOrQuick(7U, 3U),
                    .before = [&] { makeTree(from, files, kFilesInFolder); },
                    .ours = [&] { moveByLibrary(from, to); },
                    .theirs =

@@ -13,6 +13,7 @@ namespace {
 using namespace ZtFoundation;
 
 constexpr int kCalls = 20'000;
+const std::size_t kRounds = bench::fullOrQuick(31U, 5U);
 constexpr double kAllowed = 1.5;
 
 struct Item {
@@ -53,7 +54,8 @@ double timeOf(const Question& question, const Item& item) {
 }
 
 void compare(const bench::Report& report, const Question& question, const Item& item) {
-  const auto times = bench::inTurns(31, {[&] { return timeOf(question, item); }, [&] { return timeOfBareCall(item); }});
+  const auto times =
+      bench::inTurns(kRounds, {[&] { return timeOf(question, item); }, [&] { return timeOfBareCall(item); }});
   report.add({std::string(question.name) + ", " + item.name, "ns", times[0], "stat(2)", times[1], kAllowed});
 }
 

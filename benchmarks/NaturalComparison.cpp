@@ -19,7 +19,7 @@ namespace {
 using namespace ZtFoundation;
 
 constexpr std::size_t kNames = 1000;
-constexpr std::size_t kRounds = 41;
+const std::size_t kRounds = bench::fullOrQuick(41U, 9U);
 constexpr int kRepeats = 10;
 
 struct Names {

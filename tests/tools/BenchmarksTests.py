@@ -13,6 +13,7 @@ import xml.etree.ElementTree as ElementTree
 
 FOLDER = pathlib.Path(os.environ["ZT_SOURCE_DIR"]) / "benchmarks"
 SCRIPT = FOLDER / "summarize.py"
+PROGRAMS = pathlib.Path(os.environ["ZT_BUILD_DIR"]) / "benchmarks"
 SVG = "{http://www.w3.org/2000/svg}"
 
 
@@ -44,7 +45,46 @@ ABSENT = {"program": "bench-Some", "group": "Other", "name": "no peer", "unit": 
 ROWS = [REACHED, JUST, MISSED, PLAIN, TINY, HUGE, ABSENT]
 
 
+class ProgramCase(unittest.TestCase):
+    def setUp(self):
+        if not PROGRAMS.is_dir():
+            self.skipTest("this build is one without the benchmarks")
+        scratch = tempfile.TemporaryDirectory()
+        self.addCleanup(scratch.cleanup)
+        self.results = pathlib.Path(scratch.name) / "results.jsonl"
+
+    def run_program(self, name, *before):
+        environment = {**os.environ, "ZT_BENCH_QUICK": "1", "ZT_BENCH_RESULTS": str(self.results)}
+        return subprocess.run([*before, PROGRAMS / f"bench-{name}"], env=environment, capture_output=True, text=True)
+
+    def test_each_is_a_test(self):
+        listed = subprocess.run(["ctest", "--test-dir", PROGRAMS, "--show-only=json-v1"], check=True, capture_output=True, text=True).stdout
+        self.assertEqual({test["name"] for test in json.loads(listed)["tests"]}, {f"bench-{source.stem}" for source in FOLDER.glob("*.cpp")})
+
+    def test_what_one_writes_goes_into_the_page(self):
+        done = self.run_program("Truncation")
+        self.assertEqual(done.returncode, 0, done.stderr)
+        rows = summarize.read_results(self.results)
+        self.assertEqual([(one["program"], one["name"], one["peer"], "bound" in one) for one in rows[:2]],
+                         [("bench-Truncation", "measurements, cut at the end", "limit", True),
+                          ("bench-Truncation", "measurements, cut at the end", "widths that do not add up", False)])
+        self.assertEqual(summarize.table(rows).count("| measurements, cut "), 6)
+
+    def test_what_cannot_be_measured_here_is_no_success(self):
+        may_not_mount = ["setpriv", "--bounding-set=-sys_admin"] if os.geteuid() == 0 else []
+        if subprocess.run([*may_not_mount, "true"], capture_output=True).returncode != 0:
+            self.skipTest("the right to mount cannot be given up here")
+        done = self.run_program("AliasSearch", *may_not_mount)
+        self.assertEqual((done.returncode, done.stdout), (77, ""))
+        self.assertTrue(done.stderr.startswith("skipped: "), done.stderr)
+        self.assertFalse(self.results.exists())
+
+
 class SourceCase(unittest.TestCase):
+    def test_the_builds_of_test_have_the_benchmarks(self):
+        presets = json.loads((FOLDER.parent / "CMakePresets.json").read_text())["configurePresets"]
+        self.assertIn("release", [preset["name"] for preset in presets if preset.get("cacheVariables", {}).get("ZT_BUILD_BENCHMARKS") == "ON"])
+
     def test_rounds_are_made_where_contenders_take_turns(self):
         self.assertEqual([source.name for source in sorted(FOLDER.rglob("*.[ch]*")) if "++round" in source.read_text()],
                          ["Report.h", "Timing.h"])
