@@ -25,6 +25,8 @@ OSStatus createFile(const Ref<NSString>& self, const Ref<NSData>& contents, bool
   if (!JxFileExistence::directoryExists(parent)) return fnfErr;
   if (!JxFileAccessibility::isWritable(parent)) return afpAccessDenied;
   if (contents && freeSpaceAt(parent) < contents->length()) return dskFulErr;
+  // A look at a path that the system could not answer makes it free as well, and another process may have taken it.
+  if (autoname && JxFileExistence::exists(target)) return paramErr;
   return statusFor(send<bool>(NSFileManager::defaultManager(), ZT_SELECTOR("createFileAtPath:contents:attributes:"),
                               target, contents, Ref<NSDictionary>()));
 }

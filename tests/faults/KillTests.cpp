@@ -4,6 +4,7 @@
 #include <ZtFoundation/Files.h>
 #include <ZtFoundation/PropertyLists.h>
 #include <ZtFoundation/platform/Data.h>
+#include <ZtFoundation/platform/FileErrors.h>
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <signal.h>
@@ -92,10 +93,18 @@ Ref<QvPropertyList> storeAt(const std::string& path, QvPropertyListFormat format
   return store;
 }
 
-bool saveSettings(const std::string& path, QvPropertyListFormat format, int number) {
-  const Ref<QvPropertyList> store = storeAt(path, format);
+struct Saving {
+  friend void PrintTo(const Saving& saving, std::ostream* stream) { *stream << saving.name; }
+
+  std::string name;
+  QvPropertyListFormat format;
+  bool (QvPropertyList::*save)();
+};
+
+bool saveSettings(const std::string& path, const Saving& saving, int number) {
+  const Ref<QvPropertyList> store = storeAt(path, saving.format);
   store->setValues(settings(number));
-  return store->saveChanges();
+  return ((*store).*saving.save)();
 }
 
 // The number of the settings in the file, 0 where there is no file, -1 for anything else.
@@ -109,7 +118,7 @@ int savedNumber(const std::string& path, QvPropertyListFormat format) {
   return number > 0 && isEqual(all, settings(number)) ? number : -1;
 }
 
-class KilledStoreTests : public KillTests, public testing::WithParamInterface<QvPropertyListFormat> {};
+class KilledStoreTests : public KillTests, public testing::WithParamInterface<Saving> {};
 
 TEST_P(KilledStoreTests, LeavesOldOrNewSettings) {
   const QuietStandardError quiet;
@@ -124,16 +133,16 @@ TEST_P(KilledStoreTests, LeavesOldOrNewSettings) {
       last = 0;
     }
     killer.killDuring([&, next = last]() mutable { return saveSettings(path, GetParam(), ++next); });
-    const int found = savedNumber(path, GetParam());
+    const int found = savedNumber(path, GetParam().format);
     ASSERT_GE(found, last) << "round " << storm.rounds();
     last = found;
   }
   ASSERT_TRUE(saveSettings(path, GetParam(), last + 1));
-  EXPECT_EQ(savedNumber(path, GetParam()), last + 1);
+  EXPECT_EQ(savedNumber(path, GetParam().format), last + 1);
   EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder / "made/at/once"), {}), 1)
       << "the next save takes away what killed ones left";
-  const std::string format = GetParam() == kXML ? "XML" : GetParam() == kBinary ? "binary" : "INI text";
-  tell(("save of settings as " + format).c_str(), killer, "old or new settings, no litter after the next save");
+  tell(("save of settings as " + GetParam().name).c_str(), killer,
+       "old or new settings, no litter after the next save");
 }
 
 TEST_P(KilledStoreTests, ManySaveAtOnce) {
@@ -153,16 +162,42 @@ TEST_P(KilledStoreTests, ManySaveAtOnce) {
     }));
   }
   int reads = 0;
-  for (Storm storm; storm.goesOn(); ++reads) ASSERT_GT(savedNumber(path, GetParam()), 0);
+  for (Storm storm; storm.goesOn(); ++reads) ASSERT_GT(savedNumber(path, GetParam().format), 0);
   for (const pid_t writer : writers) EXPECT_EQ(waitForChild(writer), 0);
-  EXPECT_GT(savedNumber(path, GetParam()), 1000000);
+  EXPECT_GT(savedNumber(path, GetParam().format), 1000000);
   EXPECT_EQ(folder.names(), Names{"settings"});
-  const std::string format = GetParam() == kXML ? "XML" : GetParam() == kBinary ? "binary" : "INI text";
-  report("at once", "five processes save settings as " + format, reads,
+  report("at once", "five processes save settings as " + GetParam().name, reads,
          "each read finds the settings of one of them, whole");
 }
 
-INSTANTIATE_TEST_SUITE_P(Formats, KilledStoreTests, testing::Values(kXML, kBinary, QvPropertyListINIFormat));
+INSTANTIATE_TEST_SUITE_P(Savings, KilledStoreTests,
+                         testing::Values(Saving{"XML", kXML, &QvPropertyList::saveChanges},
+                                         Saving{"binary", kBinary, &QvPropertyList::saveChanges},
+                                         Saving{"INI text", QvPropertyListINIFormat, &QvPropertyList::saveChanges},
+                                         Saving{"XML, merged", kXML, &QvPropertyList::saveMergedChanges}));
+
+TEST_F(KillTests, OfThoseWhoMergeNoneLosesAKey) {
+  const ScratchFolder folder;
+  const std::string path = folder / "settings";
+  constexpr int kProcesses = 4;
+  constexpr int kKeys = kIsSanitized ? 10 : 40;
+  std::vector<pid_t> writers;
+  for (int process = 0; process < kProcesses; ++process) {
+    writers.push_back(startChild([&, process]() -> int {
+      const Ref<QvPropertyList> store = storeAt(path, kXML);
+      for (int key = 0; key < kKeys; ++key) {
+        const std::string name = std::to_string(process) + "-" + std::to_string(key);
+        as<NSMutableDictionary>(store->values())->setObject_forKey("value", stringOf(name));
+        if (!store->saveMergedChanges()) return 1;
+      }
+      return 0;
+    }));
+  }
+  for (const pid_t writer : writers) EXPECT_EQ(waitForChild(writer), 0);
+  EXPECT_EQ(as<NSDictionary>(storeAt(path, kXML)->values())->count(), unsigned{kProcesses * kKeys});
+  EXPECT_EQ(folder.names(), Names{"settings"});
+  report("at once", "four processes bring their keys together in one file", kProcesses * kKeys, "none is lost");
+}
 
 // --- Copies, moves, removals
 
@@ -230,6 +265,53 @@ TEST_F(KillTests, ACopyOfAFileIsABeginningOfIt) {
   EXPECT_LE(folder.names().size(), 2U);
   tell("copy of a file and its removal", killer,
        "source whole; of the copy nothing, a beginning for its owner only, or all");
+}
+
+TEST_F(KillTests, AFileThatIsWrittenInPlaceHoldsABeginning) {
+  const ScratchFolder folder;
+  const std::string& text = largeText();
+  const Ref<NSData> contents = NSData::dataWithBytes(text);
+  writeFile(folder / "kept", "kept");
+  const auto write = [&, path = folder.string("file")] {
+    return manager()->createFileAtPath_contents_attributes(path, contents, nullptr) &&
+           JxFileOperation::createFileWithContents(path, contents) == noErr &&
+           contents->writeToFile_atomically(path, false);
+  };
+  Killer killer;
+  Storm storm;
+  while (storm.goesOn() || killer.killed() < kLeast) {
+    killer.killDuring([&] { return write() && remove(folder / "file"); });
+    if (exists(folder / "file")) {
+      ASSERT_TRUE(text.starts_with(readWhole(folder / "file")));
+    }
+    ASSERT_TRUE(write());
+    ASSERT_TRUE(readWhole(folder / "file") == text);
+  }
+  EXPECT_EQ(readWhole(folder / "kept"), "kept");
+  EXPECT_EQ(folder.names(), (Names{"file", "kept"}));
+  tell("creation of a file and writing in place", killer, "a beginning or all; the next call writes all");
+}
+
+TEST_F(KillTests, AFileUnderAFreeNameIsWhole) {
+  const ScratchFolder folder;
+  const int nameless = ::open(folder.path().c_str(), O_WRONLY | O_TMPFILE | O_CLOEXEC, 0600);
+  if (nameless < 0) GTEST_SKIP() << "no files without a name on this file system";
+  ::close(nameless);
+  const std::string& text = largeText();
+  const Ref<NSData> contents = NSData::dataWithBytes(text);
+  Killer killer;
+  Storm storm;
+  while (storm.goesOn() || killer.killed() < kLeast) {
+    killer.killDuring([&] {
+      const Ref<NSString> path = JxTalvoZtWdExensions::createUnusedFinderFile(folder.string("file"), contents);
+      return path && remove(path->fileSystemRepresentation());
+    });
+    for (const std::string& name : folder.names()) {
+      ASSERT_TRUE(readWhole(folder / name) == text);
+      ASSERT_TRUE(remove(folder / name));
+    }
+  }
+  tell("creation of a file with a free name", killer, "nothing, or all");
 }
 
 TEST_F(KillTests, ACopyOfAFolderHoldsNothingElse) {

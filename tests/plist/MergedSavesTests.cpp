@@ -7,7 +7,6 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
-#include <array>
 #include <cstdio>
 #include <filesystem>
 #include <functional>
@@ -391,27 +390,6 @@ TEST_F(MergedSavesTests, WhatCannotBeSavedLeavesTheFile) {
   EXPECT_TRUE(isEqual(valuesOf(store)->objectForKey("a"), Ref<NSObject>(2))) << "what was taken in stays";
   EXPECT_TRUE(isEqual(store->_serializedValues(), NSDictionary::of({{"a", 2}})));
   EXPECT_TRUE(store->hasUnsavedChanges());
-}
-
-// --- Several at once
-
-TEST_F(MergedSavesTests, OfManyProcessesNoneLosesAKey) {
-  constexpr int kProcesses = 4;
-  constexpr int kKeys = 10;
-  std::array<pid_t, kProcesses> children;
-  for (int process = 0; process < kProcesses; ++process) {
-    children[static_cast<std::size_t>(process)] = startChild([&] {
-      const Store store = open();
-      for (int key = 0; key < kKeys; ++key) {
-        valuesOf(store)->setObject_forKey(key, std::to_string(process).append("-").append(std::to_string(key)));
-        if (!store->saveMergedChanges()) return 1;
-      }
-      return 0;
-    });
-  }
-  for (const pid_t child : children) EXPECT_EQ(waitForChild(child), 0);
-  EXPECT_EQ(as<NSDictionary>(valuesInFile())->count(), unsigned{kProcesses * kKeys});
-  EXPECT_EQ(folder.names(), (std::set<std::string>{"settings"}));
 }
 
 }  // namespace

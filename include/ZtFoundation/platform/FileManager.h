@@ -44,9 +44,9 @@ class NSDictionary;
 
 // Keys of the attributes for new items. Others, and values of another kind than told here, are ignored.
 
-/// A number: the permission bits, independent of the umask.
+/// A number: the permission bits, independent of the umask. An operation that cannot set them answers false.
 ZT_EXPORT extern const std::string_view NSFilePosixPermissions;
-/// A date.
+/// A date, set where the process may and the file system can.
 ZT_EXPORT extern const std::string_view NSFileModificationDate;
 /// Numbers: the user and the group that own the item, set where the process may. An identifier goes before a name.
 ZT_EXPORT extern const std::string_view NSFileOwnerAccountID;
@@ -89,15 +89,17 @@ class ZT_EXPORT NSFileManager : public NSObject {
   virtual bool fileExistsAtPath_isDirectory(const Ref<NSString>& path, bool* isDirectory);
 
   /// Makes one folder whose parent exists, with the permissions that the umask leaves unless `attributes` (may be none)
-  /// has its own. False when anything exists there already, which is left as it is, or the folder cannot be made.
+  /// has its own. False when anything exists there already, which is left as it is, or the folder cannot be made with
+  /// them, and there is none then.
   virtual bool createDirectoryAtPath_attributes(const Ref<NSString>& path, const Ref<NSDictionary>& attributes);
 
   /// The whole file, following links; none when it cannot be read or is a folder.
   virtual Ref<NSData> contentsAtPath(const Ref<NSString>& path);
   /// Makes a file, or empties the one that exists, and writes `contents` (none: nothing) into it, not atomically. A new
   /// file gets the permissions that the umask leaves unless `attributes` (may be none) has its own; of an existing file
-  /// they are changed only if `attributes` has them. False when it cannot be made or written; what was written so far
-  /// stays. False too, and nothing is written, for a file that is locked and for a new one in a locked folder.
+  /// they are changed only if `attributes` has them. False when it cannot be made or written, or not be given them;
+  /// what was written so far stays. False too, and nothing is written, for a file that is locked and for a new one in a
+  /// locked folder.
   virtual bool createFileAtPath_contents_attributes(const Ref<NSString>& path, const Ref<NSData>& contents,
                                                     const Ref<NSDictionary>& attributes);
 

@@ -212,6 +212,17 @@ void giveWantedOwner(int item, uid_t user, gid_t group) noexcept {
   }
 }
 
+// The calls for an open item do not take a descriptor that was opened with O_PATH.
+bool giveWantedPermissions(int item, const char* path, mode_t mode) noexcept {
+  return setPermissions(item, mode) || (errno == EBADF && ::chmod(path, mode) == 0);
+}
+
+bool giveWantedDate(int item, const char* path, const timespec& modified) noexcept {
+  const timespec times[] = {{0, UTIME_OMIT}, modified};
+  return ::futimens(item, times) == 0 || (errno == EBADF && ::utimensat(AT_FDCWD, path, times, 0) == 0) ||
+         isLeftOut(errno);
+}
+
 }  // namespace
 
 bool isLeftOut(int error) noexcept {
@@ -253,14 +264,11 @@ WantedAttributes::WantedAttributes(const Ref<NSDictionary>& attributes) : user_(
   modified_ = modificationTimeIn(*attributes);
 }
 
-// These two calls do not take a descriptor that was opened with O_PATH.
-void WantedAttributes::giveTo(int item) const noexcept {
+bool WantedAttributes::giveTo(int item) const noexcept {
   const PathOfDescriptor path(item);
   giveWantedOwner(item, user_, group_);
-  if (permissions_ && ::fchmod(item, *permissions_) != 0 && errno == EBADF) ::chmod(path.get(), *permissions_);
-  if (!modified_) return;
-  const timespec times[] = {{0, UTIME_OMIT}, *modified_};
-  if (::futimens(item, times) != 0 && errno == EBADF) ::utimensat(AT_FDCWD, path.get(), times, 0);
+  return (!permissions_ || giveWantedPermissions(item, path.get(), *permissions_)) &&
+         (!modified_ || giveWantedDate(item, path.get(), *modified_));
 }
 
 }  // namespace detail

@@ -70,8 +70,9 @@ bool NSFileManager::createDirectoryAtPath_attributes(const Ref<NSString>& path, 
   const detail::WantedAttributes wanted(attributes);
   if (name) name->erase(name->find_last_not_of('/') + 1);  // beyond it links would be followed
   if (!name || detail::isFolderLocked(*name) || ::mkdir(name->c_str(), wanted.permissions(0777)) != 0) return false;
-  wanted.giveTo(openFolderItself(*name).get());
-  return true;
+  if (wanted.giveTo(openFolderItself(*name).get())) return true;
+  ::unlinkat(AT_FDCWD, name->c_str(), AT_REMOVEDIR);
+  return false;
 }
 
 Ref<NSData> NSFileManager::contentsAtPath(const Ref<NSString>& path) { return NSData::dataWithContentsOfFile(path); }
@@ -83,8 +84,7 @@ bool NSFileManager::createFileAtPath_contents_attributes(const Ref<NSString>& pa
   const detail::WantedAttributes wanted(attributes);
   FileDescriptor file = detail::openEmpty(*name, wanted.permissions(0666));
   if (!file || (contents && !detail::writeAll(file.get(), contents->view()))) return false;
-  wanted.giveTo(file.get());
-  return detail::closeWritten(std::move(file));
+  return wanted.giveTo(file.get()) && detail::closeWritten(std::move(file));
 }
 
 }  // namespace ZtFoundation

@@ -9,7 +9,10 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <cerrno>
 #include <cmath>
+#include <cstring>
 #include <filesystem>
 #include <limits>
 
@@ -263,6 +266,78 @@ TEST_F(FileManagerTests, WhoMayNotGiveFoldersAwayMakesThemAllTheSame) {
       NSDictionary::dictionaryWithEntries({{NSFileOwnerAccountID, 1234}, {NSFilePosixPermissions, 0701}});
   EXPECT_EQ(asOrdinaryUser([&] { return makeFolder("new", attributes); }), 1);
   EXPECT_EQ(modeOf("new"), 0701U);
+}
+
+// --- What cannot be given
+
+class RefusedAttributeTests : public FileManagerTests {
+ protected:
+  /// The first call of the function `name` in `work` fails.
+  template <class Work>
+  bool withFailing(const std::string& name, int error, Work work) const {
+    int at = 0;
+    {
+      const FaultScript probe({});
+      EXPECT_TRUE(work());
+      at = static_cast<int>(std::ranges::find(probe.calls(), name) - probe.calls().begin());
+    }
+    restore();
+    const FaultScript script({at, error, false});
+    const bool success = work();
+    EXPECT_EQ(script.faulted(), name);
+    return success;
+  }
+
+  void restore() const {
+    std::filesystem::remove_all(folder / "new");
+    writeFile(folder / "file", "text");
+    ::chmod((folder / "file").c_str(), 0644);
+  }
+
+  bool rewriteFile(const Ref<NSDictionary>& attributes) const {
+    return manager->createFileAtPath_contents_attributes(folder.string("file"), NSData::dataWithBytes("new"),
+                                                         attributes);
+  }
+};
+
+// Others might read what was meant for its owner alone.
+TEST_F(RefusedAttributeTests, WithoutItsPermissionsItIsAFailure) {
+  const auto narrow = NSDictionary::dictionaryWithObject_forKey(0600, NSFilePosixPermissions);
+  const auto wide = NSDictionary::dictionaryWithObject_forKey(0777, NSFilePosixPermissions);
+  for (const int error : {EPERM, EACCES, ENOTSUP, EIO}) {
+    SCOPED_TRACE(std::strerror(error));
+    EXPECT_FALSE(withFailing("fchmod", error, [&] { return rewriteFile(narrow); }));
+    EXPECT_EQ(modeOf("file"), 0644U);
+    EXPECT_FALSE(withFailing("chmod", error, [&] { return makeFolder("new", wide); }));
+    EXPECT_FALSE(std::filesystem::exists(folder / "new"));
+  }
+}
+
+TEST_F(RefusedAttributeTests, PermissionsThatAreThereNeedNotBeGiven) {
+  const FaultScript script({});
+  EXPECT_TRUE(rewriteFile(NSDictionary::dictionaryWithObject_forKey(0644, NSFilePosixPermissions)));
+  EXPECT_TRUE(makeFolder("new", NSDictionary::dictionaryWithObject_forKey(0755, NSFilePosixPermissions)));
+  for (const char* call : {"fchmod", "chmod"}) EXPECT_EQ(std::ranges::count(script.calls(), call), 0) << call;
+}
+
+TEST_F(RefusedAttributeTests, ADateThatIsRefusedIsLeftOut) {
+  const auto date = NSDate::dateWithTimeIntervalSince1970(1000);
+  const auto dated = NSDictionary::dictionaryWithObject_forKey(date, NSFileModificationDate);
+  for (const int error : {EPERM, EACCES, ENOTSUP, ENOSYS, EIO}) {
+    SCOPED_TRACE(std::strerror(error));
+    EXPECT_EQ(withFailing("futimens", error, [&] { return rewriteFile(dated); }), error != EIO);
+    EXPECT_EQ(contentsOf(folder / "file"), "new");
+    EXPECT_EQ(withFailing("utimensat", error, [&] { return makeFolder("new", dated); }), error != EIO);
+    EXPECT_EQ(std::filesystem::exists(folder / "new"), error != EIO);
+  }
+}
+
+TEST_F(RefusedAttributeTests, WhoMayOnlyWriteAFileCannotNarrowIt) {
+  if (::geteuid() != 0) GTEST_SKIP() << "only root can be another user";
+  ::chmod(folder.path().c_str(), 0777);
+  ::chmod((folder / "file").c_str(), 0666);
+  const auto narrow = NSDictionary::dictionaryWithObject_forKey(0600, NSFilePosixPermissions);
+  EXPECT_EQ(asOrdinaryUser([&] { return rewriteFile(narrow); }), 0);
 }
 
 // --- Files
