@@ -44,7 +44,8 @@ class NSDictionary;
 
 // Keys of the attributes for new items. Others, and values of another kind than told here, are ignored.
 
-/// A number: the permission bits, independent of the umask. An operation that cannot set them answers false.
+/// A number: the permission bits, independent of the umask. An operation that cannot set them answers false, except where
+/// the file system has none.
 ZT_EXPORT extern const std::string_view NSFilePosixPermissions;
 /// A date, set where the process may and the file system can.
 ZT_EXPORT extern const std::string_view NSFileModificationDate;

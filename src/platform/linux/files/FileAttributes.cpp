@@ -212,9 +212,13 @@ void giveWantedOwner(int item, uid_t user, gid_t group) noexcept {
   }
 }
 
-// The calls for an open item do not take a descriptor that was opened with O_PATH.
+// Left out where the file system has no permissions. The calls for an open item do not take a descriptor that was opened
+// with O_PATH.
 bool giveWantedPermissions(int item, const char* path, mode_t mode) noexcept {
-  return setPermissions(item, mode) || (errno == EBADF && ::chmod(path, mode) == 0);
+  struct stat own;
+  if (::fstat(item, &own) != 0) return false;
+  return (own.st_mode & kPermissionBits) == mode || ::fchmod(item, mode) == 0 ||
+         (errno == EBADF && ::chmod(path, mode) == 0) || errno == ENOTSUP || errno == ENOSYS;
 }
 
 bool giveWantedDate(int item, const char* path, const timespec& modified) noexcept {

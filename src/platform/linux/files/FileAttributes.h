@@ -48,7 +48,7 @@ class WantedAttributes {
   /// The permission bits, `otherwise` where none are asked for.
   mode_t permissions(mode_t otherwise) const noexcept { return permissions_.value_or(otherwise); }
   /// To an open item, also one opened with O_PATH where there is "/proc": the owner as far as the process may, a date
-  /// unless it `isLeftOut`. False when the permissions are not those asked for, or on any other failure.
+  /// unless it `isLeftOut`, permissions where the file system has some. False on any other failure.
   bool giveTo(int item) const noexcept;
 
  private:

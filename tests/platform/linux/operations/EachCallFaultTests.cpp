@@ -228,7 +228,8 @@ class EachCallFaultTests : public testing::TestWithParam<Operation> {
     }
     SCOPED_TRACE(testing::Message() << "call " << at << " (" << faulted << "): " << std::strerror(error));
     EXPECT_EQ(openDescriptors(), files);
-    operation.check(scene, success);
+    const bool hasNoPermissions = error == ENOSYS && faulted.ends_with("chmod");  // the file system
+    if (!hasNoPermissions) operation.check(scene, success);
     const Items now = itemsIn(scene.path());
     checkItems(success, now);
     if (now != whole) checkRepetition(scene);
