@@ -208,6 +208,8 @@ function(zt_add_program target output folder)
   zt_use_library(${target})
   set_target_properties(${target} PROPERTIES
     OUTPUT_NAME ${output} RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/${folder})
+  # Where only some tests are built, so is only what they need.
+  set_target_properties(${target} PROPERTIES EXCLUDE_FROM_ALL ${ZT_ONLY_THREADED_TESTS})
 endfunction()
 
 # A program that is installed has one run path for here and there, the way in the build folder last. CMake would make room for a run path that
