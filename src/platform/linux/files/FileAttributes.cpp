@@ -65,8 +65,8 @@ mode_t withoutGroup(mode_t mode) {
 mode_t withoutAccessList(mode_t mode, std::string_view list) {
   constexpr std::size_t kVersion = 4, kEntry = 8;
   const mode_t most = mode >> 3;
-  mode_t group = list.size() < kVersion ? 0 : kClass;
-  mode_t named = group;
+  mode_t group = 0;
+  mode_t named = list.size() < kVersion ? 0 : kClass;
   list.remove_prefix(std::min(kVersion, list.size()));
   for (; list.size() >= kEntry; list.remove_prefix(kEntry)) {
     const auto rights = static_cast<mode_t>(list[2]);

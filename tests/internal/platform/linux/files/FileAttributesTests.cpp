@@ -50,6 +50,10 @@ TEST(FileAttributesTests, NobodyGainsARightWithoutTheAccessList) {
        0644},
       // Nothing but what the permissions say.
       {0654, accessList({{Owner, 6}, {Group, 5}, {Others, 4}}), 0654},
+      // A group that is not in the list has nothing by it.
+      {0664, accessList({}), 0604},
+      {0604, accessList({}), 0604},
+      {0664, accessList({{Owner, 6}, {User, 6, 1234}, {Mask, 6}, {Others, 4}}), 0604},
       // A list that cannot be read.
       {0664, "", 0600},
       {0664, std::string("\2\0\0", 3), 0600}};
