@@ -1,11 +1,12 @@
 // Any bytes as the kernel's table of mounts, as both of its readers understand it. What comes of it must be a table of
-// volumes in which everything is found again.
+// volumes in which everything is found again. The same bytes as the label of a volume, as the system escapes it.
 
 #include <set>
 #include <string>
 
 #include "Input.h"
 #include "platform/linux/volumes/MountTable.h"
+#include "platform/mounts/VolumeName.h"
 #include "platform/mounts/VolumeTable.h"
 
 using namespace ZtFoundation;
@@ -50,6 +51,23 @@ void checkVolumes(const std::vector<Mount>& all) {
   for (const Mount& each : all) table.ofMount(each.id);
 }
 
+std::string escaped(std::string_view label) {
+  constexpr std::string_view digits = "0123456789abcdef";
+  std::string link;
+  for (const char c : label) {
+    const auto byte = static_cast<unsigned char>(c);
+    const bool isPlain = (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') || byte > 0x7F;
+    link.append(isPlain ? std::string{c} : std::string{'\\', 'x', digits[byte / 16], digits[byte % 16]});
+  }
+  return link;
+}
+
+void checkLabel(const std::string& text) {
+  require(mounts::labelInLink(escaped(text)) == text, "a label is as it was before it was escaped");
+  require(mounts::labelInLink(text).size() <= text.size(), "no label is longer than the name of its link");
+  require(text.find('\\') != std::string::npos || mounts::labelInLink(text) == text, "all else stays");
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
@@ -58,5 +76,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const std::vector<Mount> all = mounts::parseMounts(text);
   require(mounts::reachable(all).size() == all.size(), "an answer for each mount");
   checkVolumes(all);
+  checkLabel(text);
   return 0;
 }

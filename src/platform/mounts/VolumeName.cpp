@@ -35,20 +35,6 @@ unsigned hexValue(char digit) {
   return static_cast<unsigned>(digit <= '9' ? digit - '0' : (digit | 0x20) - 'a' + 10) & 0xF;
 }
 
-// In the names of links bytes are written as \x20.
-std::string unescaped(const std::string& name) {
-  std::string label;
-  for (std::size_t at = 0; at < name.size(); ++at) {
-    if (name.compare(at, 2, "\\x") == 0 && at + 3 < name.size()) {
-      label += static_cast<char>(hexValue(name[at + 2]) << 4 | hexValue(name[at + 3]));
-      at += 3;
-    } else {
-      label += name[at];
-    }
-  }
-  return label;
-}
-
 bool isLinkTo(const std::string& path, dev_t device) {
   struct stat status;
   return stat(path.c_str(), &status) == 0 && S_ISBLK(status.st_mode) && status.st_rdev == device;
@@ -63,7 +49,7 @@ std::string labelByLink(dev_t device, const std::string& labels) {
   std::string label;
   while (const dirent* const entry = list ? readdir(list.get()) : nullptr) {
     if (!isUnfinished(entry->d_name) && isLinkTo(labels + "/" + entry->d_name, device))
-      label = unescaped(entry->d_name);
+      label = labelInLink(entry->d_name);
   }
   return label;
 }
@@ -93,6 +79,19 @@ std::string machineName() {
 }
 
 }  // namespace
+
+std::string labelInLink(const std::string& name) {
+  std::string label;
+  for (std::size_t at = 0; at < name.size(); ++at) {
+    if (name.compare(at, 2, "\\x") == 0 && at + 3 < name.size()) {
+      label += static_cast<char>(hexValue(name[at + 2]) << 4 | hexValue(name[at + 3]));
+      at += 3;
+    } else {
+      label += name[at];
+    }
+  }
+  return label;
+}
 
 std::string nameOf(const Volume& volume, const std::string& labels) {
   const std::string label = labelOf(volume, labels);
