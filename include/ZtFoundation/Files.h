@@ -30,7 +30,8 @@ namespace ZtFoundation {
 //   }
 //
 // FileReference.h says what references, aliases and file description records are. A path or URL whose last component is
-// a symbolic link names the link itself; links before it are followed. A URL that is no file URL names nothing.
+// a symbolic link names the link itself; links before it are followed. One that ends with "/" names a folder or a link,
+// no other file. A URL that is no file URL names nothing.
 //
 // A false or empty answer leaves the caller's record as it is: there is no such item, the process may not get to it,
 // the URL or the path is none, or the pointer is null.
@@ -39,9 +40,10 @@ namespace ZtFoundation {
 // search of its volume, which begins near the old place, reads every folder that the process may read, and ends after
 // five seconds at the latest. If the item is nowhere any more, what now has its path is taken for its successor, as an
 // editor leaves one that saves by replacing the file; but only what is of the same kind, and never while the item
-// itself lives. Where numbers of items do not last (file systems of user programs, sshfs for instance, and memory cards
-// that keep no dates of birth) only the path counts. The path that an alias finds has no links before its last
-// component. A reference, which is a thing of the moment, searches for a second at the most and takes no successor.
+// itself lives where the process may look. Where numbers of items do not last (file systems of user programs, sshfs for
+// instance, and memory cards that keep no dates of birth) only the path counts. The path that an alias finds has no
+// links before its last component. A reference, which is a thing of the moment, searches for a second at the most and
+// takes no successor.
 //
 // Blocks as long as the file system does. Threads: different records may be used by different threads at once.
 
@@ -186,21 +188,23 @@ ZT_EXPORT OSStatus copyFileTo(const Ref<NSString>& self, const Ref<NSString>& de
 /// Makes the folder and, with `recursively`, every missing folder above it. Names are taken as they stand, also with a
 /// ":".
 /// \returns 0 when at least one folder was made; -48 when all exist already and, without `recursively`, when the folder
-/// above is missing or the path ends with "/"; -50 for no path; else the error of the first folder that could not be
-/// made. Folders made so far stay.
+/// above is missing or the path ends with "/" or has two in a row; -50 for no path; else the error of the first folder
+/// that could not be made. Folders made so far stay.
 ZT_EXPORT OSStatus createDirectoryWithRecursively(const Ref<NSString>& self, bool recursively);
 
 /// Gives the item another name in its folder; `newName` is a single name. Never replaces another item. Of a link, the
 /// link itself.
 /// \returns -50 for no new name, nothing at the path, or an empty new name; -37 for a name that cannot be one (it has a
-/// "/", or is too long); -48 when it is taken; -45 for a locked item; else the error of the system.
+/// "/" or U+0000, or is "." or ".."); -45 for a locked item and in a locked folder; -48 when the name is taken; -37 when
+/// it is too long; else the error of the system.
 ZT_EXPORT OSStatus renameFileTo(const Ref<NSString>& self, const Ref<NSString>& newName);
 
 /// Removes the item for good, a folder with all that is in it, by the default manager's `removeFileAtPath_handler`.
 /// With `unlocking` a lock of the item itself is taken away first.
 /// \returns -50 when nothing exists at the path (a link that leads nowhere is nothing); -5000 when the owner of the
-/// item, or of the folder around it, has no permission to write it, whoever asks; -50 when it cannot be removed as a
-/// whole, as a locked item cannot without `unlocking`.
+/// item (of a link: of what it leads to; what is removed is the link), or of the folder around it, has no permission to
+/// write it, whoever asks, and for a path that is a single name; -50 when it cannot be removed as a whole, as a locked
+/// item cannot without `unlocking`.
 ZT_EXPORT OSStatus removeFileForcefully(const Ref<NSString>& self, bool unlocking);
 
 }  // namespace JxFileOperation

@@ -6,6 +6,7 @@
 
 #include <filesystem>
 
+#include "support/ChildProcess.h"
 #include "support/ScratchFolder.h"
 
 namespace ZtFoundation::test {
@@ -28,6 +29,13 @@ class FileOperationsTests : public testing::Test {
   bool isFolder(const std::string& name) const { return std::filesystem::is_directory(folder / name); }
   bool exists(const std::string& name) const {
     return std::filesystem::exists(std::filesystem::symlink_status(folder / name));
+  }
+  // Runs `work` and expects that the log stays empty.
+  template <class Work>
+  void expectNoLines(Work work) {
+    testing::internal::CaptureStderr();
+    work();
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
   }
 
   ScratchFolder folder;
@@ -68,7 +76,7 @@ TEST_F(FileOperationsTests, AFolderThatExistsIsNoSuccess) {
 }
 
 TEST_F(FileOperationsTests, MissingFoldersAboveAreMadeOnlyWithTheFlag) {
-  EXPECT_EQ(makeFolder("a/b/c", false), dupFNErr);
+  expectNoLines([&] { EXPECT_EQ(makeFolder("a/b/c", false), dupFNErr); });
   EXPECT_FALSE(exists("a/b"));
   EXPECT_EQ(makeFolder("a/b/c", true), noErr);
   EXPECT_TRUE(isFolder("a/b/c"));
@@ -83,6 +91,10 @@ TEST_F(FileOperationsTests, ASlashAtTheEndCountsWithoutTheFlag) {
   EXPECT_FALSE(exists("a/b"));
   EXPECT_EQ(makeFolder("a/b/", true), noErr);
   EXPECT_TRUE(isFolder("a/b"));
+  EXPECT_EQ(makeFolder("a//c", false), dupFNErr);
+  EXPECT_FALSE(exists("a/c"));
+  EXPECT_EQ(makeFolder("a//c", true), noErr);
+  EXPECT_TRUE(isFolder("a/c"));
 }
 
 TEST_F(FileOperationsTests, AColonStaysAColon) {
@@ -120,14 +132,17 @@ TEST_F(FileOperationsTests, ItemsGetOtherNames) {
 
 TEST_F(FileOperationsTests, NamesThatCannotBeAreRefused) {
   writeFile(folder / "a/g", "other");
-  EXPECT_EQ(renameFileTo(folder.string("a/f"), nullptr), paramErr);
-  EXPECT_EQ(renameFileTo(folder.string("a/f"), ""), paramErr);
-  EXPECT_EQ(renameFileTo(folder.string("a/missing"), "x"), paramErr);
-  EXPECT_EQ(renameFileTo(nullptr, "x"), paramErr);
-  EXPECT_EQ(renameFileTo(folder.string("a/f"), "g"), dupFNErr);
-  EXPECT_EQ(renameFileTo(folder.string("a/f"), "../x"), bdNamErr);
-  EXPECT_EQ(renameFileTo(folder.string("a/f"), ".."), bdNamErr);
-  EXPECT_EQ(renameFileTo(folder.string("a/f"), std::string(300, 'n')), bdNamErr);
+  expectNoLines([&] {
+    EXPECT_EQ(renameFileTo(folder.string("a/f"), nullptr), paramErr);
+    EXPECT_EQ(renameFileTo(folder.string("a/f"), ""), paramErr);
+    EXPECT_EQ(renameFileTo(folder.string("a/f/"), "x"), paramErr);
+    EXPECT_EQ(renameFileTo(folder.string("a/missing"), "x"), paramErr);
+    EXPECT_EQ(renameFileTo(nullptr, "x"), paramErr);
+    EXPECT_EQ(renameFileTo(folder.string("a/f"), "g"), dupFNErr);
+    EXPECT_EQ(renameFileTo(folder.string("a/f"), "../x"), bdNamErr);
+    EXPECT_EQ(renameFileTo(folder.string("a/f"), ".."), bdNamErr);
+    EXPECT_EQ(renameFileTo(folder.string("a/f"), std::string(300, 'n')), bdNamErr);
+  });
   EXPECT_EQ(contentsOf(folder / "a/f"), "text");
   EXPECT_EQ(contentsOf(folder / "a/g"), "other");
 }
@@ -141,11 +156,13 @@ TEST_F(FileOperationsTests, ItemsAreRemovedWithAllThatIsInThem) {
 
 TEST_F(FileOperationsTests, WhatDoesNotExistCannotBeRemoved) {
   std::filesystem::create_symlink("nowhere", folder / "broken");
-  for (const bool unlocking : {false, true}) {
-    EXPECT_EQ(removeFileForcefully(folder.string("missing"), unlocking), paramErr);
-    EXPECT_EQ(removeFileForcefully(folder.string("broken"), unlocking), paramErr);
-    EXPECT_EQ(removeFileForcefully(nullptr, unlocking), paramErr);
-  }
+  expectNoLines([&] {
+    for (const bool unlocking : {false, true}) {
+      EXPECT_EQ(removeFileForcefully(folder.string("missing"), unlocking), paramErr);
+      EXPECT_EQ(removeFileForcefully(folder.string("broken"), unlocking), paramErr);
+      EXPECT_EQ(removeFileForcefully(nullptr, unlocking), paramErr);
+    }
+  });
 }
 
 TEST_F(FileOperationsTests, TheOwnersPermissionsCountForEverybody) {
@@ -176,7 +193,10 @@ TEST_F(FileOperationsTests, WhatIsRefusedKeepsItsLock) {
 TEST_F(FileOperationsTests, LockedItemsAndFoldersKeepTheirNames) {
   JxFileCatalogInformation::setFinderLock(folder.string("a"), true);
   if (!JxFileCatalogInformation::isLockedByFinder(folder.string("a"))) GTEST_SKIP() << "no locks here";
-  EXPECT_EQ(renameFileTo(folder.string("a"), "b"), fLckdErr);
+  writeFile(folder / "b", "");
+  for (const std::string& name : {std::string("c"), std::string("b"), std::string(300, 'n')}) {
+    EXPECT_EQ(renameFileTo(folder.string("a"), name), fLckdErr) << name;
+  }
   EXPECT_EQ(renameFileTo(folder.string("a/f"), "g"), fLckdErr);
   EXPECT_EQ(makeFolder("a/b", false), fLckdErr);
   EXPECT_EQ(makeFolder("a/b", true), fLckdErr);
@@ -198,6 +218,40 @@ TEST_F(FileOperationsTests, ALockIsTakenAwayOnlyWithTheFlag) {
   EXPECT_EQ(removeFileForcefully(folder.string("a"), true), paramErr) << "the lock of what is inside stays";
   EXPECT_EQ(removeFileForcefully(folder.string("a/f"), true), noErr);
   EXPECT_FALSE(exists("a/f"));
+}
+
+TEST_F(FileOperationsTests, ALinkIsRemovedByTheRightsOfWhatItLeadsTo) {
+  std::filesystem::create_symlink("f", folder / "a/link");
+  ::chmod((folder / "a/f").c_str(), 0444);
+  EXPECT_EQ(removeFileForcefully(folder.string("a/link"), true), afpAccessDenied);
+  EXPECT_TRUE(exists("a/link"));
+  ::chmod((folder / "a/f").c_str(), 0644);
+  EXPECT_EQ(removeFileForcefully(folder.string("a/link"), false), noErr);
+  EXPECT_FALSE(exists("a/link"));
+  EXPECT_EQ(contentsOf(folder / "a/f"), "text");
+}
+
+TEST_F(FileOperationsTests, WhatALinkLeadsToKeepsItsLock) {
+  std::filesystem::create_symlink("f", folder / "a/link");
+  JxFileCatalogInformation::setFinderLock(folder.string("a/f"), true);
+  if (!JxFileCatalogInformation::isLockedByFinder(folder.string("a/f"))) GTEST_SKIP() << "no locks here";
+  EXPECT_EQ(removeFileForcefully(folder.string("a/link"), true), noErr);
+  EXPECT_FALSE(exists("a/link"));
+  EXPECT_EQ(contentsOf(folder / "a/f"), "text");
+  EXPECT_TRUE(JxFileCatalogInformation::isLockedByFinder(folder.string("a/f")));
+}
+
+// --- Paths that are a single name
+
+TEST_F(FileOperationsTests, OfASingleNameTheFolderAroundItCountsAsMissing) {
+  const auto work = [&] {
+    if (::chdir((folder / "a").c_str()) != 0) return 1;
+    if (copyFileTo("f", folder.string("copy")) != noErr || contentsOf(folder / "copy") != "text") return 2;
+    if (renameFileTo("f", "g") != noErr || contentsOf(folder / "a/g") != "text") return 3;
+    if (removeFileForcefully("g", true) != afpAccessDenied || !exists("a/g")) return 4;
+    return createDirectoryWithRecursively("n", true) == dupFNErr && !exists("a/n") ? 0 : 5;
+  };
+  EXPECT_EQ(inChild(work), 0);
 }
 
 }  // namespace

@@ -11,16 +11,18 @@
 
 #include "platform/services/FileCatalog.h"
 #include "platform/services/Service.h"
+#include "support/RecordingLog.h"
 #include "support/ScratchFolder.h"
 
 namespace ZtFoundation::test {
 namespace {
 
 using namespace JxFileCatalogInformation;
+using ZtFoundation::testing::RecordingLog;
 
 // --- Real items
 
-class CatalogInformationTests : public testing::Test {
+class CatalogInformationTests : public ::testing::Test {
  protected:
   CatalogInformationTests() { writeFile(folder / "file", std::string(5000, 'x')); }
 
@@ -93,11 +95,14 @@ void expectNothing(const Ref<NSString>& path) {
 }
 
 TEST_F(CatalogInformationTests, OfNothingThereIsNothing) {
+  const RecordingLog log;
   expectNothing(folder.string("missing"));
+  expectNothing(folder.string("file/"));
   expectNothing(nullptr);
   expectNothing("");
   EXPECT_EQ(catalogInformations(path), nullptr);
   EXPECT_EQ(folder.names(), std::set<std::string>{"file"});
+  EXPECT_TRUE(log.lines().empty());
 }
 
 // --- What is asked of the catalog

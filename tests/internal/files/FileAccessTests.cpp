@@ -135,6 +135,18 @@ TEST(FileAccessStepsTests, PrivilegesAreAskedOfTheDefaultManagerByItsMessage) {
   EXPECT_FALSE(userPrivileges(nullptr, &privileges)) << "nobody is asked about no path";
 }
 
+Ref<NSDictionary> attributesWithoutPermissions(NSFileManager&, const Ref<NSString>&, bool) {
+  return NSDictionary::dictionary();
+}
+
+TEST(FileAccessStepsTests, AttributesThatTellNoPermissionsAreNoAnswer) {
+  const ReplacedMethod<&attributesWithoutPermissions> replaced(NSFileManager::classObject(),
+                                                               ZT_SELECTOR("fileAttributesAtPath:traverseLink:"));
+  std::uint8_t privileges = 0x55;
+  EXPECT_FALSE(userPrivileges("/item", &privileges));
+  EXPECT_EQ(privileges, 0x55);
+}
+
 // --- URLs
 
 using Question = bool (*)(const Ref<NSFileManager>&, const Ref<NSURL>&);

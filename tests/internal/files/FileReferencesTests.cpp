@@ -8,16 +8,18 @@
 #include "platform/services/Aliases.h"
 #include "platform/services/FileCatalog.h"
 #include "platform/services/Service.h"
+#include "support/RecordingLog.h"
 #include "support/ScratchFolder.h"
 
 namespace ZtFoundation::test {
 namespace {
 
 using namespace JxFileSystemRepresentation;
+using ZtFoundation::testing::RecordingLog;
 
 // --- Real items
 
-class FileReferencesTests : public testing::Test {
+class FileReferencesTests : public ::testing::Test {
  protected:
   FileReferencesTests() {
     writeFile(folder / "a b", "text");
@@ -65,8 +67,9 @@ TEST_F(FileReferencesTests, ThereAndBackByAlias) {
 }
 
 TEST_F(FileReferencesTests, AMissingItemHasNoRecord) {
+  const RecordingLog log;
   const Ref<NSString> missing = folder.string("missing");
-  const Ref<NSString> paths[] = {missing, nullptr, "", folder.string("a b/x")};
+  const Ref<NSString> paths[] = {missing, nullptr, "", folder.string("a b/x"), folder.string("a b/")};
   const Ref<NSURL> urls[] = {NSURL::fileURLWithPath(missing), nullptr, NSURL::URLWithString("http://example.org/etc")};
   FSRef ref;
   FSSpec description;
@@ -82,6 +85,7 @@ TEST_F(FileReferencesTests, AMissingItemHasNoRecord) {
   EXPECT_TRUE(ref.isEmpty());
   EXPECT_EQ(alias, nullptr);
   EXPECT_EQ(std::int32_t{description.parID}, 0);
+  EXPECT_TRUE(log.lines().empty());
 }
 
 TEST_F(FileReferencesTests, NoPointerNoAnswer) {

@@ -198,8 +198,9 @@ class Resolution {
     return isInFolder(folder, mount_.mountPoint) ? folder : mount_.mountPoint;
   }
 
+  // A link on the way may lead to another volume.
   bool isFolderHere(const std::string& path) const {
-    const auto status = isOnVolume(path) ? statusOfItem(path) : std::nullopt;
+    const auto status = isOnVolume(path) && canonicalPath(path) == path ? statusOfItem(path) : std::nullopt;
     return status && isFolder(*status);
   }
 
@@ -230,6 +231,11 @@ OSErr resolve(const AliasContents& alias, std::optional<ItemPlace>& place) {
   if (mount == nullptr) return nsvErr;
   place = Resolution(alias, mounts, *mount).run();
   return place ? noErr : fnfErr;
+}
+
+// Links may have come to stand on the way.
+void leaveLinksBehind(ItemPlace& place) {
+  if (auto path = canonicalItemPath(place.path)) place.path = std::move(*path);
 }
 
 // --- The handle
@@ -276,6 +282,7 @@ class LinuxAliases final : public Aliases {
     std::optional<ItemPlace> place;
     OSErr error = resolve(*contents, place);
     if (error != noErr) return error;
+    leaveLinksBehind(*place);
     FSRef found = referenceTo(*place);
     const bool isChanged = !saysSo(*contents, *place);
     if (isChanged) error = bringUpToDate(alias, *contents, *place);

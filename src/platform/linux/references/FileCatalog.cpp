@@ -99,6 +99,15 @@ OSErr fillDescription(const ItemPlace& place, FSSpec& description) {
   return description.vRefNum != kFSInvalidVolumeRefNum ? noErr : nsvErr;
 }
 
+// --- References
+
+// With the slash at the end that says that it is a folder's.
+Ref<NSString> wholePath(const NSURL& url) {
+  const Ref<NSString> path = url.path();
+  const bool hasSlash = path->length() > 1 && !url.query() && !url.fragment() && url.absoluteString()->hasSuffix("/");
+  return hasSlash ? path->stringByAppendingString("/") : path;
+}
+
 class LinuxFileCatalog final : public FileCatalog {
  public:
   OSErr FSPathMakeRef(const Ref<NSString>& path, FSRef* ref, bool* isDirectory) override {
@@ -113,7 +122,7 @@ class LinuxFileCatalog final : public FileCatalog {
   }
 
   bool CFURLGetFSRef(const Ref<NSURL>& url, FSRef* ref) override {
-    return url && url->isFileURL() && FSPathMakeRef(url->path(), ref, nullptr) == noErr;
+    return url && url->isFileURL() && FSPathMakeRef(wholePath(*url), ref, nullptr) == noErr;
   }
 
   Ref<NSURL> CFURLCreateFromFSRef(const FSRef* ref) override {

@@ -1,5 +1,7 @@
 #include "platform/linux/references/ItemReference.h"
 
+#include <cerrno>
+
 #include "platform/linux/files/ItemPath.h"
 #include "platform/linux/files/ItemStatus.h"
 #include "platform/linux/references/ItemSearch.h"
@@ -53,12 +55,19 @@ std::optional<ItemPlace> searchFor(const FSRef::Identity& identity, const std::s
   return found ? placeIfSame(*found, identity) : std::nullopt;
 }
 
+// Told by its end, which the absolute path has not.
+bool isPathOfFolder(const std::string& path) { return path.ends_with('/') || path.ends_with("/."); }
+
 }  // namespace
 
 std::optional<ItemPlace> placeOfPath(const std::string& path) {
   const auto absolute = absolutePath(path);
   const auto status = absolute ? statusOfItem(*absolute) : std::nullopt;
   if (!status) return std::nullopt;
+  if (isPathOfFolder(path) && !isFolder(*status) && !isLink(*status)) {
+    errno = ENOTDIR;
+    return std::nullopt;
+  }
   return ItemPlace{*absolute, *status};
 }
 

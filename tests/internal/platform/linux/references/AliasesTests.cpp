@@ -448,6 +448,22 @@ TEST_F(AliasesOfVolumes, ASearchStaysOnTheVolume) {
   EXPECT_EQ(folderReading.count, 2) << "what the root holds, and that there is no more";
 }
 
+TEST_F(AliasesOfVolumes, ALinkOnTheOldWayLeadsNoSearchToAnotherVolume) {
+  const std::string other = mounts.memory("other");
+  fs::create_directories(other + "/by/deep");
+  const KeptAlias alias = aliasOf(file, true);
+  fs::rename(root + "/near", root + "/moved");
+  fs::rename(root + "/moved/by/file", root + "/moved/by/renamed");
+  const auto foldersRead = [&] {
+    folderReading.count = 0;
+    EXPECT_EQ(resolve(alias).path, root + "/moved/by/renamed");
+    return folderReading.count;
+  };
+  const int withoutLink = foldersRead();
+  fs::create_directory_symlink(other, root + "/near");
+  EXPECT_EQ(foldersRead(), withoutLink);
+}
+
 TEST_F(AliasesOfVolumes, TheRootOfAVolumeMayBeTheRootOfAProcess) {
   fs::create_directory(root + "/proc");
   mounts.bind("/proc", root + "/proc");
@@ -583,6 +599,26 @@ TEST_F(AliasesTests, LinksOnTheWayAreLeftBehind) {
   fs::create_directory_symlink("inner", folder / "link");
   const KeptAlias alias = aliasOf(folder / "link/file");
   EXPECT_EQ(resolve(alias).path, fs::canonical(folder / "inner/file").string());
+}
+
+TEST_F(AliasesTests, LinksThatCameToStandOnTheWayAreLeftBehind) {
+  fs::create_directories(folder / "near/by");
+  fs::rename(path, folder / "near/by/file");
+  const KeptAlias full = aliasOf(folder / "near/by/file"), minimal = aliasOf(folder / "near/by/file", true);
+  fs::rename(folder / "near", folder / "moved");
+  fs::create_directory_symlink("moved", folder / "near");
+  const std::string now = fs::canonical(folder / "moved/by").string();
+  const auto expectFound = [&](const std::string& expected) {
+    for (const KeptAlias* alias : {&full, &minimal}) {
+      const Resolved result = resolve(*alias);
+      EXPECT_EQ(result.path, expected);
+      EXPECT_TRUE(result.wasChanged);
+      EXPECT_EQ(detail::decodeAlias(result.bytes)->path, expected);
+    }
+  };
+  expectFound(now + "/file");
+  fs::rename(now + "/file", now + "/renamed");
+  expectFound(now + "/renamed");
 }
 
 TEST_F(AliasesTests, AnotherProcessReadsItBack) {

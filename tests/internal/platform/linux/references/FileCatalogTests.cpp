@@ -117,6 +117,35 @@ TEST_F(FileCatalogTests, ALinkAtTheEndIsTheItemAndLinksBeforeAreFollowed) {
   EXPECT_EQ(pathOf(refTo("dangling")), folder / "dangling");
 }
 
+TEST_F(FileCatalogTests, ASlashAtTheEndNamesNoFile) {
+  writeFile(folder / "file", "text");
+  std::filesystem::create_symlink("file", folder / "link");
+  FSRef ref;
+  for (const char* name : {"file/", "file//", "file/.", "file/./", "link/."}) {
+    EXPECT_EQ(catalog.FSPathMakeRef(folder.string(name), &ref, nullptr), fnfErr) << name;
+    EXPECT_FALSE(catalog.CFURLGetFSRef(NSURL::fileURLWithPath(folder.string(name)), &ref)) << name;
+  }
+  EXPECT_TRUE(ref.isEmpty());
+  for (const char* name : {"", "/", ".", "./"}) {
+    EXPECT_EQ(pathOf(refTo(name)), folder.path()) << name;
+    EXPECT_TRUE(catalog.CFURLGetFSRef(NSURL::fileURLWithPath(folder.string(name)), &ref)) << name;
+  }
+  EXPECT_TRUE(catalog.CFURLGetFSRef(NSURL::fileURLWithPath("/"), &ref));
+  EXPECT_EQ(pathOf(ref), "/");
+}
+
+// The slash belongs to what stands behind the path, or there is no path at all.
+TEST_F(FileCatalogTests, OtherSlashesOfAURLSayNothing) {
+  writeFile(folder / "file", "text");
+  FSRef ref;
+  for (const char* more : {"?/", "#/", "?a#/"}) {
+    const Ref<NSURL> url = NSURL::URLWithString(std::string("file://").append(folder / "file").append(more));
+    EXPECT_TRUE(catalog.CFURLGetFSRef(url, &ref)) << more;
+    EXPECT_EQ(pathOf(ref), folder / "file");
+  }
+  EXPECT_FALSE(catalog.CFURLGetFSRef(NSURL::URLWithString("file://"), &ref));
+}
+
 TEST_F(FileCatalogTests, NamesOfAnyBytesSurvive) {
   writeFile(folder / "\xE4\xF6 \xE3\x81\x82", "text");
   EXPECT_EQ(pathOf(refTo("\xE4\xF6 \xE3\x81\x82")), folder / "\xE4\xF6 \xE3\x81\x82");
