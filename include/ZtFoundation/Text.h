@@ -36,7 +36,8 @@ Ref<String> newOfClass(const Ref<NSString>& text) {
 /// Conversion to Shift-JIS never refuses: each character without a code becomes one "?". U+301C, U+2212, U+2016,
 /// U+2014, U+00A2, U+00A3 and U+00AC, which other flavours give for codes of this one, have those codes.
 ///
-/// "Cannot be converted" below happens to text that is not ASCII when the Unicode module is not installed.
+/// "Cannot be converted" below happens to text that is not ASCII when the Unicode module is not installed; then bytes
+/// that are not ASCII give none.
 namespace JxOldConversionExtensions {
 
 /// A new string of class `String` from a length byte and that many bytes in the encoding `CFStringGetSystemEncoding`
