@@ -77,7 +77,7 @@ int main() {
   const std::size_t length = bench::fullOrQuick(10'000U, 1000U);
   std::u16string text;
   for (std::size_t at = 0; at < length; ++at) text += static_cast<char16_t>(u'a' + at % 26);
-  const bench::Report report("Truncation of a name of " + std::to_string(length) + " units");
+  const bench::Report report("Truncation of a name of " + std::to_string(length) + " units, widths that add up");
   compare(report, "at the end", text, kTruncateAtEnd);
   compare(report, "in the middle", text, kTruncateInMiddle);
   compare(report, "at the start", text, kTruncateAtStart);

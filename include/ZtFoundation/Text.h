@@ -36,7 +36,8 @@ Ref<String> newOfClass(const Ref<NSString>& text) {
 /// Conversion to Shift-JIS never refuses: each character without a code becomes one "?". U+301C, U+2212, U+2016,
 /// U+2014, U+00A2, U+00A3 and U+00AC, which other flavours give for codes of this one, have those codes.
 ///
-/// "Cannot be converted" below happens to text that is not ASCII when the Unicode module is not installed.
+/// "Cannot be converted" below happens to text that is not ASCII when the Unicode module is not installed; then bytes
+/// that are not ASCII give none.
 namespace JxOldConversionExtensions {
 
 /// A new string of class `String` from a length byte and that many bytes in the encoding `CFStringGetSystemEncoding`
@@ -91,9 +92,8 @@ inline constexpr std::int16_t kTruncateInMiddle = 0x4000;
 /// One U+2026 stands for the removed run of UTF-16 units: the shortest one, at the place that the code names, that
 /// makes the text fit. At least two units stay before it (at the start: one after it). A run may begin or end inside a
 /// surrogate pair or a composed character. Family and size of the font are the desktop's; the first use opens the
-/// desktop module, and measuring blocks while fonts are read. Where the widths of single characters do not add up, as
-/// in fonts that kern, each attempt is one measurement of the whole text: a name of 300 units takes some 10 ms to
-/// shorten to a few, one of 1000 units a third of a second.
+/// desktop module, and measuring blocks while fonts are read. Each attempt is one measurement of the whole text: a
+/// name of 300 units takes some 10 ms to shorten to a few, one of 1000 units a third of a second.
 namespace JxTruncateExtensions {
 
 /// \param drawingWidth in points; text exactly as wide fits.

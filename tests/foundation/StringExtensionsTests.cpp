@@ -114,11 +114,14 @@ TEST(StringExtensionsTests, ContainsWhatTheSearchFinds) {
   EXPECT_TRUE(containsString_options_range(text, "World", 0, {6, 5}));
   EXPECT_FALSE(containsString_options_range(text, "World", 0, {6, 4}));
   EXPECT_FALSE(containsString_options_range(text, "Hello", NSAnchoredSearch, {1, 10}));
+  EXPECT_FALSE(containsString_options_range(text, "llo", NSAnchoredSearch, {1, 10}));
+  EXPECT_TRUE(containsString_options_range(text, "WORLD", NSCaseInsensitiveSearch, {6, 5}));
   EXPECT_TRUE(containsCharacterInSet(text, set("W")));
   EXPECT_FALSE(containsCharacterInSet(text, set("w")));
   EXPECT_TRUE(containsCharacterInSet_options(text, set("w"), NSCaseInsensitiveSearch));
   EXPECT_TRUE(containsCharacterInSet_options_range(text, set("W"), 0, {6, 1}));
   EXPECT_FALSE(containsCharacterInSet_options_range(text, set("W"), 0, {0, 6}));
+  EXPECT_TRUE(containsCharacterInSet_options_range(text, set("w"), NSCaseInsensitiveSearch, {6, 1}));
 }
 
 TEST(StringExtensionsTests, ContainmentTreatsFormsAlikeUnlessLiteral) {
@@ -162,6 +165,7 @@ TEST(StringExtensionsTests, ReplacesFromLeftToRightWithoutSearchingWhatWasPutIn)
       {u"aaa", u"aa", u"b", u"ba"},
       {u"aaaa", u"aa", u"a", u"aa"},
       {u"a-b-c", u"-", u"", u"abc"},
+      {u"aAa", u"a", u"x", u"xAx"},
       {u"abc", u"abc", u"", u""},
       {u"x\u65E5x", u"x", u"\u672C", u"\u672C\u65E5\u672C"},
       {u"cafe\u0301 caf\u00E9", u"\u00E9", u"e", u"cafe cafe"},
@@ -213,6 +217,8 @@ TEST(StringExtensionsTests, NoneStaysNoneAndNoReplacementIsTheEmptyOne) {
 }
 
 TEST(StringExtensionsTests, EachMemberOfASetIsReplacedOnItsOwn) {
+  EXPECT_FALSE(stringByReplacingAllOccurrencesOfCharactersInSet_withString("a1", set("1"), "#")->isMutable());
+  EXPECT_EQ(stringByReplacingAllOccurrencesOfCharactersInSet_withString("aA", set("a"), "x")->utf8(), "xA");
   EXPECT_EQ(stringByReplacingAllOccurrencesOfCharactersInSet_withString("a123b4", set("1234"), "#")->utf8(), "a###b#");
   EXPECT_EQ(stringByReplacingAllOccurrencesOfCharactersInSet_withString("aa", set("a"), "aa")->utf8(), "aaaa");
   const Ref<NSCharacterSet> face = NSCharacterSet::characterSetWithCharactersInString(u"\xD83D\xDE00");
@@ -236,6 +242,7 @@ TEST(StringExtensionsTests, EscapesControlCharactersButNoSpaces) {
   for (const auto& each : cases)
     EXPECT_EQ(stringByReplacingAllOccurrencesOfWhiteSpaces(each.text)->utf8(), each.expected);
   EXPECT_EQ(stringByReplacingAllOccurrencesOfWhiteSpaces("a\tb")->length(), 4U);
+  EXPECT_FALSE(stringByReplacingAllOccurrencesOfWhiteSpaces("a\tb")->isMutable());
 }
 
 TEST(StringExtensionsTests, Deletes) {
@@ -243,6 +250,8 @@ TEST(StringExtensionsTests, Deletes) {
   EXPECT_EQ(stringByDeletingAllOccurrencesOfString("aabb", "ab")->utf8(), "ab");  // not searched again
   EXPECT_EQ(stringByDeletingAllOccurrencesOfCharactersInSet("0x1f 2e", set(" x"))->utf8(), "01f2e");
   EXPECT_EQ(stringByDeletingAllOccurrencesOfCharactersInSet("aaa", set("a"))->length(), 0U);
+  EXPECT_FALSE(stringByDeletingAllOccurrencesOfString("ab", "b")->isMutable());
+  EXPECT_FALSE(stringByDeletingAllOccurrencesOfCharactersInSet("ab", set("b"))->isMutable());
 }
 
 TEST(StringExtensionsTests, ReplacingTakesLinearTime) {

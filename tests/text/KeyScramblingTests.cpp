@@ -49,8 +49,13 @@ TEST(KeyScramblingTests, ReadsPairsAsAScannerDoes) {
       {" 7", {0x07}},          // blanks are skipped
       {"\t7", {0x07}},
       {"  ", {0}},
-      {"\b7", {0}},  // no blank, though beside them
-      {":7", {0}},   // no digits either
+      {"\r7", {0x07}},
+      {"\b7", {0}},  // no blanks, though beside them
+      {"\0167", {0}},
+      {"4/", {0x04}},  // no digits, though beside them
+      {"4g", {0x04}},
+      {"4`", {0x04}},
+      {":7", {0}},
       {"7@", {0x07}},
       {"+7", {0x07}},
       {"-1", {0xFFFF}},
@@ -106,6 +111,7 @@ TEST(KeyScramblingTests, WithoutMemoryThereIsNone) {
 
 TEST(KeyScramblingDeathTests, StopsTheProcessRatherThanWriteMoreThanTwoDigits) {
   EXPECT_DEATH((void)ZtSimpleEncriptedKey("\xC3\xA9", "k"), "cannot be scrambled; stopping");
+  EXPECT_DEATH((void)ZtSimpleEncriptedKey(u"\u00EB", "k"), "cannot be scrambled; stopping");  // 0x80
 }
 
 }  // namespace

@@ -34,6 +34,7 @@ TEST(ParameterSubstitutionTests, FillsPlaceholders) {
       {"%11", NSArray::of("%"), "%"},  // what a parameter completes is found too
       {"%1!", NSArray::of("%"), "%!"},
       {"%1", NSArray::of(""), ""},
+      {"%1\xCC\x81", NSArray::of("a"), "a\xCC\x81"},  // unit by unit: the accent is no part of the 1
       {"%1 %2", NSArray::of(7, 1.5), "7 1.5"},
       {"\xE6\x97\xA5%1", NSArray::of("\xE6\x9C\xAC"), "\xE6\x97\xA5\xE6\x9C\xAC"},
   };
@@ -43,6 +44,12 @@ TEST(ParameterSubstitutionTests, FillsPlaceholders) {
 TEST(ParameterSubstitutionTests, TheTenthPlaceholderIsTheFirstAndADigit) {
   const Ref<NSArray> ten = NSArray::of("a", "b", "c", "d", "e", "f", "g", "h", "i", "j");
   EXPECT_EQ(filled("%10", ten), "a0");
+}
+
+// A parameter may bring "%10" when the first is done.
+TEST(ParameterSubstitutionTests, PlaceholdersMayHaveTwoDigits) {
+  const Ref<NSArray> ten = NSArray::of("a", "b", "c", "d", "e", "f", "g", "h", "<%10>", "j");
+  EXPECT_EQ(filled("%1%2%3%4%5%6%7%8%9", ten), "abcdefgh<j>");
 }
 
 TEST(ParameterSubstitutionTests, TheResultIsANewMutableString) {

@@ -239,7 +239,7 @@ class ZT_EXPORT NSString : public NSObject {
   /// True for text that begins with Y, y, T, t or a number other than 0.
   bool boolValue() const;
 
-  // --- Paths: see the class comment of each rule in docs/
+  // --- Paths
 
   /// True when the text begins with a slash.
   bool isAbsolutePath() const;

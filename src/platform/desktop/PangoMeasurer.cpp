@@ -88,6 +88,7 @@ class PangoMeasurer final : public TextMeasurer {
     return sum;
   }
 
+  // System fonts kern, and what else a font does to neighbours cannot be told from here.
   std::optional<std::vector<double>> widthsThatAddUp(std::u16string_view, double) override { return std::nullopt; }
 
  private:

@@ -21,7 +21,11 @@ struct NumberedCharset {
   std::string_view registeredName;
 };
 
+// What is converted most stands first. Of the numbers of one name the first is the one that the name gives.
 constexpr NumberedCharset kCharsets[] = {
+    {0x0A01, NSShiftJISStringEncoding, "Shift_JIS"},
+    {0x0420, NSShiftJISStringEncoding, "Shift_JIS"},
+    {0x0001, 0, "Shift_JIS"},
     {0x0000, NSMacOSRomanStringEncoding, "macintosh"},
     {0x0202, NSISOLatin2StringEncoding, "ISO_8859-2:1987"},
     {0x0203, 0, "ISO_8859-3:1988"},
@@ -68,14 +72,11 @@ constexpr NumberedCharset kCharsets[] = {
     {0x0920, NSJapaneseEUCStringEncoding, "Extended_UNIX_Code_Packed_Format_for_Japanese"},
     {0x0930, 0, "GB2312"},
     {0x0940, 0, "EUC-KR"},
-    {0x0A01, NSShiftJISStringEncoding, "Shift_JIS"},
     {0x0A02, 0, "KOI8-R"},
     {0x0A03, 0, "Big5"},
     {0x0A05, 0, "HZ-GB-2312"},
     {0x0A06, 0, "Big5-HKSCS"},
     {0x0A08, 0, "KOI8-U"},
-    {0x0420, NSShiftJISStringEncoding, "Shift_JIS"},
-    {0x0001, 0, "Shift_JIS"},
 };
 
 struct NumberedTransformation {

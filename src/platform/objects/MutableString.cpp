@@ -22,11 +22,6 @@ bool needsWideStorage(UnitView units) noexcept {
   return units.isWide() && detail::unionOfUnits(units.wide().data(), units.size()) > 0xFF;
 }
 
-bool isASCIIText(UnitView units) noexcept {
-  if (!units.isWide()) return detail::isASCII(units.narrow());
-  return detail::unionOfUnits(units.wide().data(), units.size()) < 0x80;
-}
-
 void copyUnits(UnitView from, void* to, bool wide) noexcept {
   if (from.empty()) return;
   if (wide && from.isWide()) {
@@ -103,7 +98,7 @@ void NSMutableString::replaceRange(NSRange range, UnitView incoming) {
   }
   if (incoming.size() > NSNotFound - length_) throw std::bad_alloc();
   reserve(length_ - range.length + incoming.size(), needsWideStorage(incoming));
-  if (!isASCIIText(incoming)) setFlags(static_cast<std::uint8_t>(flags() & ~kASCIIFlag));
+  if (!detail::isASCII(incoming)) setFlags(static_cast<std::uint8_t>(flags() & ~kASCIIFlag));
 
   const NSUInteger size = isWide() ? sizeof(char16_t) : 1;
   char* const hole = static_cast<char*>(const_cast<void*>(units_)) + range.location * size;

@@ -80,15 +80,14 @@ Ref<NSString> decodeUTF8(std::string_view bytes) {
   return NSString::stringWithValidUTF8(bytes);
 }
 
-// Encodings in which ASCII text has the same bytes, and text that is often nothing else.
-bool keepsASCII(NSStringEncoding encoding) noexcept {
-  return encoding == NSShiftJISStringEncoding || encoding == NSMacOSRomanStringEncoding;
-}
+// Charsets in which ASCII text has the same bytes, and text that is often nothing else.
+bool keepsASCII(std::string_view charset) noexcept { return charset == "Shift_JIS" || charset == "macintosh"; }
 
 Ref<NSString> decodeWithTables(std::string_view bytes, NSStringEncoding encoding) {
-  if (keepsASCII(encoding) && detail::isASCII(bytes)) return NSString::stringWithASCII(bytes);
   const auto charset = detail::charsetOf(encoding);
-  const auto units = charset ? service<Unicode>().decode(*charset, bytes) : std::nullopt;
+  if (!charset) return nullptr;
+  if (keepsASCII(*charset) && detail::isASCII(bytes)) return NSString::stringWithASCII(bytes);
+  const auto units = service<Unicode>().decode(*charset, bytes);
   return units ? NSString::stringWithCharacters_length(units->data(), units->size()) : nullptr;
 }
 
@@ -177,10 +176,17 @@ Bytes encodeUTF32(UnitView units, ByteOrder order, bool mark, bool lossy) {
   return complete ? Bytes(std::move(bytes)) : std::nullopt;
 }
 
+std::string narrowed(UnitView ascii) {
+  if (!ascii.isWide()) return std::string(ascii.narrow());
+  std::string bytes(ascii.size(), '\0');
+  detail::narrowUnits(ascii.wide().data(), bytes.size(), bytes.data());
+  return bytes;
+}
+
 Bytes encodeWithTables(UnitView units, NSStringEncoding encoding, bool lossy) {
-  if (keepsASCII(encoding) && !units.isWide() && detail::isASCII(units.narrow())) return std::string(units.narrow());
   const auto charset = detail::charsetOf(encoding);
   if (!charset) return std::nullopt;
+  if (keepsASCII(*charset) && detail::isASCII(units)) return narrowed(units);
   detail::UnitBuffer wide(units);
   return service<Unicode>().encode(*charset, {wide.data(), units.size()}, lossy);
 }

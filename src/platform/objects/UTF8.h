@@ -75,6 +75,9 @@ inline bool isASCII(std::string_view bytes) noexcept { return asciiPrefix(bytes)
 
 /// All units or'ed together: below 0x80 for ASCII, below 0x100 when each fits a byte.
 char16_t unionOfUnits(const char16_t* units, std::size_t length) noexcept;
+inline bool isASCII(UnitView units) noexcept {
+  return units.isWide() ? unionOfUnits(units.wide().data(), units.size()) < 0x80 : isASCII(units.narrow());
+}
 
 /// Each unit cut to a byte.
 void narrowUnits(const char16_t* units, std::size_t length, char* bytes) noexcept;

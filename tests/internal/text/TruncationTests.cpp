@@ -3,7 +3,9 @@
 #include <limits>
 #include <optional>
 #include <random>
+#include <set>
 #include <string>
+#include <utility>
 
 #include <ZtFoundation/Text.h>
 
@@ -17,6 +19,8 @@ using namespace JxTruncateExtensions;
 
 constexpr std::int16_t kCodes[] = {kTruncateAtEnd, kTruncateAtStart, kTruncateInMiddle, 7};
 
+double pointsOf(ControlSize size) { return size == ControlSize::Small ? 11 : size == ControlSize::Mini ? 9 : 13; }
+
 // Ten points a unit at any size.
 class FixedWidth : public TextMeasurer {
  public:
@@ -24,18 +28,21 @@ class FixedWidth : public TextMeasurer {
   bool addsUp = false;
   bool hasFont = true;
   std::optional<ControlSize> lastSize;
+  std::set<double> measuredSizes;
 
   std::optional<double> systemFontSize(ControlSize size) override {
     lastSize = size;
-    return hasFont ? std::optional<double>(13) : std::nullopt;
+    return hasFont ? std::optional(pointsOf(size)) : std::nullopt;
   }
-  double width(std::u16string_view units, double) override {
+  double width(std::u16string_view units, double fontSize) override {
     ++measurements;
+    measuredSizes.insert(fontSize);
     double sum = 0;
     for (const char16_t unit : units) sum += widthOf(unit);
     return sum;
   }
-  std::optional<std::vector<double>> widthsThatAddUp(std::u16string_view units, double) override {
+  std::optional<std::vector<double>> widthsThatAddUp(std::u16string_view units, double fontSize) override {
+    measuredSizes.insert(fontSize);
     if (!addsUp) return std::nullopt;
     std::vector<double> widths;
     for (const char16_t unit : units) widths.push_back(widthOf(unit));
@@ -110,6 +117,12 @@ Ref<NSString> truncated(const Ref<NSString>& string, float width, std::int16_t c
 class TruncationTests : public testing::TestWithParam<bool> {
  protected:
   TruncationTests() { fixed_.addsUp = GetParam(); }
+  // What was measured since the last question was in the font of `size`.
+  void expectMeasuredIn(ControlSize size) {
+    EXPECT_EQ(fixed_.lastSize, size);
+    EXPECT_EQ(std::exchange(fixed_.measuredSizes, {}), std::set{pointsOf(size)});
+  }
+
   FixedWidth fixed_;
   ScopedService<TextMeasurer> scope_{fixed_};
 };
@@ -220,22 +233,22 @@ TEST_P(TruncationTests, ControlSizes) {
       EXPECT_EQ(text(truncateControlStringWithDrawingWidth_truncCode_controlSize_bold("abcdef", 40, kTruncateAtEnd,
                                                                                       each.controlSize, bold)),
                 "abc\u2026");
-      EXPECT_EQ(fixed_.lastSize, each.expected);
+      expectMeasuredIn(each.expected);
     }
     EXPECT_EQ(text(truncateControlStringWithDrawingWidth_truncCode_controlSize("abcdef", 40, kTruncateAtStart,
                                                                                each.controlSize)),
               "\u2026def");
-    EXPECT_EQ(fixed_.lastSize, each.expected);
+    expectMeasuredIn(each.expected);
   }
 }
 
 TEST_P(TruncationTests, ControlsOfOneSize) {
   EXPECT_EQ(text(truncateControlStringWithDrawingWidth_truncCode("abcdef", 40, kTruncateAtEnd)), "abc\u2026");
-  EXPECT_EQ(fixed_.lastSize, ControlSize::Regular);
+  expectMeasuredIn(ControlSize::Regular);
   EXPECT_EQ(text(truncateSmallControlStringWithDrawingWidth_truncCode("abcdef", 40, kTruncateAtStart)), "\u2026def");
-  EXPECT_EQ(fixed_.lastSize, ControlSize::Small);
+  expectMeasuredIn(ControlSize::Small);
   EXPECT_EQ(text(truncateMiniControlStringWithDrawingWidth_truncCode("abcdef", 40, kTruncateInMiddle)), "ab\u2026f");
-  EXPECT_EQ(fixed_.lastSize, ControlSize::Mini);
+  expectMeasuredIn(ControlSize::Mini);
 }
 
 TEST_P(TruncationTests, WithoutAFontThereIsNone) {

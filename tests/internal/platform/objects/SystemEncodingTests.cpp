@@ -43,6 +43,8 @@ TEST(SystemEncodingTests, IsThatOfPascalStrings) {
   user.languages = {"ja_JP"};
   EXPECT_EQ(decoded("\4\x93\xFA\x96\x7B"), u"\u65E5\u672C");
   EXPECT_EQ(decoded("\1\x93"), u"none");
+  EXPECT_EQ(decoded("\3abc"), u"abc");
+  EXPECT_EQ(decoded("\0"), u"");
 }
 
 }  // namespace

@@ -2,17 +2,23 @@
 
 #include <gtest/gtest.h>
 
+#include <ZtFoundation/Text.h>
 #include <ZtFoundation/Utilities.h>
 #include <ZtFoundation/platform/CharacterSet.h>
 #include <ZtFoundation/platform/StringEncoding.h>
 
 #include "platform/linux/process/ModuleLoader.h"
 #include "platform/services/Service.h"
+#include "platform/services/UserLanguages.h"
 
 namespace ZtFoundation {
 namespace {
 
 using namespace QvFoundationExtensions;
+
+// Shift-JIS and Mac Roman by their short and long numbers.
+constexpr NSStringEncoding kKeepASCII[] = {NSShiftJISStringEncoding,   0x80000A01, 0x80000420, 0x80000001,
+                                           NSMacOSRomanStringEncoding, 0x80000000};
 
 // What a machine without the module answers.
 class WithoutUnicodeTests : public testing::Test {
@@ -57,6 +63,50 @@ TEST_F(WithoutUnicodeTests, CharsetsWithTablesAreUnknown) {
   EXPECT_EQ(CFStringConvertIANACharSetNameToEncoding("shift_jis"), kCFStringEncodingInvalidId);
   EXPECT_FALSE(stringWithData_encoding(NSData::dataWithBytes("\x93\xFA"), NSShiftJISStringEncoding));
   EXPECT_FALSE(Ref<NSString>(u"\u65E5")->dataUsingEncoding(NSShiftJISStringEncoding));
+}
+
+TEST_F(WithoutUnicodeTests, ASCIIIsConvertedByEachNumberOfATableThatKeepsIt) {
+  for (const NSStringEncoding encoding : kKeepASCII) {
+    EXPECT_EQ(stringWithData_encoding(NSData::dataWithBytes("a\\~"), encoding)->utf8(), "a\\~") << encoding;
+    EXPECT_EQ(stringWithData_encoding(NSData::data(), encoding)->length(), 0U) << encoding;
+    EXPECT_EQ(Ref<NSString>("a\\~")->dataUsingEncoding(encoding)->view(), "a\\~") << encoding;
+  }
+  EXPECT_FALSE(Ref<NSString>("abc")->dataUsingEncoding(NSISO2022JPStringEncoding));
+}
+
+TEST_F(WithoutUnicodeTests, TextThatHasBecomeASCIIIsConverted) {
+  const Ref<NSMutableString> text = NSMutableString::stringWithString(u"a\u65E5b");
+  text->deleteCharactersInRange({1, 1});
+  EXPECT_EQ(text->dataUsingEncoding(NSShiftJISStringEncoding)->view(), "ab");
+}
+
+class Japanese final : public UserLanguages {
+ public:
+  std::vector<std::string> inOrder() override { return {"ja_JP"}; }
+};
+
+TEST_F(WithoutUnicodeTests, PascalStringsOfAJapaneseUserMayBeASCII) {
+  using JxOldConversionExtensions::stringWithPascalString;
+  Japanese user;
+  const ScopedService<UserLanguages> scope(user);
+  const unsigned char abc[] = {3, 'a', 'b', 'c'}, empty[] = {0}, kanji[] = {2, 0x93, 0xFA};
+  EXPECT_EQ(stringWithPascalString(abc)->utf8(), "abc");
+  EXPECT_EQ(stringWithPascalString(empty)->utf8(), "");
+  EXPECT_FALSE(stringWithPascalString(kanji));
+}
+
+TEST_F(WithoutUnicodeTests, OtherTextHasNoShiftJISForm) {
+  using namespace JxOldConversionExtensions;
+  const Ref<NSString> text = u"\u65E5";
+  EXPECT_EQ(sjisStringLength(text), 0U);
+  std::string buffer = "before";
+  EXPECT_EQ(getSJISString_maxLength(text, buffer.data(), 4), nullptr);
+  EXPECT_EQ(buffer, std::string(4, '\0') + "re");
+  buffer = "before";
+  EXPECT_EQ(getSJISData_maxBufferSize(text, buffer.data(), 4), nullptr);
+  EXPECT_EQ(buffer, std::string(4, '\0') + "re");
+  EXPECT_FALSE(stringWithSJISSizeLimitation(text, 2));
+  EXPECT_EQ(JxOSExtensions::osType(text), 0U);
 }
 
 TEST_F(WithoutUnicodeTests, SetsOfCharacterClassesHoldASCII) {
@@ -107,8 +157,10 @@ TEST(UnicodeTests, ASCIINeverOpensTheModule) {
   EXPECT_TRUE(Ref<NSString>("Abc")->lowercaseString());
   EXPECT_TRUE(stringWithData_charset(NSData::dataWithBytes("abc"), "UTF-8"));
   EXPECT_TRUE(stringWithData_charset(NSData::dataWithBytes("abc"), "iso-8859-1"));
-  EXPECT_TRUE(stringWithData_encoding(NSData::dataWithBytes("abc"), NSShiftJISStringEncoding));
-  EXPECT_TRUE(Ref<NSString>("abc")->dataUsingEncoding(NSMacOSRomanStringEncoding));
+  for (const NSStringEncoding encoding : kKeepASCII) {
+    EXPECT_TRUE(stringWithData_encoding(NSData::dataWithBytes("abc"), encoding));
+    EXPECT_TRUE(Ref<NSString>("abc")->dataUsingEncoding(encoding));
+  }
   EXPECT_TRUE(NSCharacterSet::whitespaceAndNewlineCharacterSet()->characterIsMember(' '));
   EXPECT_EQ(asked.times, 0);
 }
