@@ -3,8 +3,8 @@
 ///
 /// A program that uses this needs tests/faults/allocations/FailingAllocations.cpp, which takes the place of `operator
 /// new` and of `malloc` and its kin. Only what the testing thread asks for during an operation is counted and fails:
-/// all of `operator new`, and `malloc` where the library, its modules, ICU or the C library call it (other libraries
-/// end the process when they get no memory).
+/// all of `operator new`, and `malloc` where the library, its modules, ICU, libmount, libblkid or the C library call it
+/// (other libraries end the process when they get no memory).
 /// \code
 ///   struct Receiver {                                   // made anew for each run
 ///     Ref<NSMutableArray> array = NSMutableArray::array();
@@ -115,6 +115,7 @@ struct AllocationRules {
   bool mayChange = false;                 ///< the receiver stays valid but need not stay as it was
   bool throwsAnyway = false;              ///< the operation ends in an exception of its own, with memory and without
   bool keepsMemory = false;               ///< what it allocates is kept for good: no leak
+  std::size_t dense = 200;                ///< so many points are tried one by one, then ever fewer
 };
 
 namespace allocations {

@@ -81,6 +81,9 @@ TEST_F(AllocationFailureVolumes, Questions) {
 TEST_F(AllocationFailureVolumes, AfterAChange) {
   if (!JustMounted::mounts().isPossible()) GTEST_SKIP() << JustMounted::mounts().whyNot();
   const EachOf<JustMounted> each;
+  each("JxVolumeCatalogInformation::volumePaths (changed)",
+       [](JustMounted&) { return JxVolumeCatalogInformation::volumePaths()->count(); },
+       {.keepsMemory = true, .dense = 2000});
   each("JxVolumeCatalogInformation::volumePath (changed)",
        [](JustMounted& m) { return JxVolumeCatalogInformation::volumePath(m.item); }, {.keepsMemory = true});
   each("JxVolumeCatalogInformation::isVolume (changed)",

@@ -153,14 +153,15 @@ struct CodeRanges {
   std::array<Range, 64> ranges{};
   std::size_t count = 0;
 
+  static bool isIn(const dl_phdr_info* info, const char* name) { return std::strstr(info->dlpi_name, name) != nullptr; }
   static int visit(dl_phdr_info* info, std::size_t, void* self) {
     CodeRanges& all = *static_cast<CodeRanges*>(self);
     const bool isProgram = info->dlpi_name[0] == '\0';
     // Without memory on first use, ICU does not try again and the C library (reading who the users are) ends the
     // process.
-    const bool isOfOthers = std::strstr(info->dlpi_name, "/libc.so") || std::strstr(info->dlpi_name, "/libicu");
-    const bool isCounted = isProgram || std::strstr(info->dlpi_name, "libZtFoundation") ||
-                           (isOfOthers && std::getenv(kFirstUseVariable) == nullptr);
+    const bool isLateOnly = isIn(info, "/libc.so") || isIn(info, "/libicu");
+    const bool isCounted = isProgram || isIn(info, "libZtFoundation") || isIn(info, "/libmount") ||
+                           isIn(info, "/libblkid") || (isLateOnly && std::getenv(kFirstUseVariable) == nullptr);
     for (int i = 0; isCounted && i < info->dlpi_phnum && all.count < all.ranges.size(); ++i) {
       const auto& part = info->dlpi_phdr[i];
       if (part.p_type != PT_LOAD || (part.p_flags & PF_X) == 0) continue;
@@ -319,7 +320,7 @@ class Points {
   std::size_t operator()() {
     if (!knowNormalRun()) return 0;
     for (const Failing mode : {Failing::One, Failing::AllFrom}) {
-      for (std::size_t k = 1; !isWrong_ && tryPoint(k, mode); k = following(k, 200)) ++points_;
+      for (std::size_t k = 1; !isWrong_ && tryPoint(k, mode); k = following(k, rules_.dense)) ++points_;
     }
     return points_;
   }

@@ -2,6 +2,8 @@
 #include <support/FailingAllocations.h>
 #include <support/ScopedEnvironment.h>
 
+#include <dlfcn.h>
+
 #include <array>
 #include <cstdlib>
 #include <memory>
@@ -41,6 +43,32 @@ TEST(FailingAllocations, TheLibraryAsksHere) {
   const auto grow = [](Nothing&) { NSMutableData::dataWithLength(100)->setLength(1000); };
   EXPECT_GT(forEachFailingAllocation<Nothing>("malloc", grow), 2U) << "realloc does not count";
 }
+
+struct Maker {
+  const char* library;
+  const char* make;
+  const char* release;
+};
+
+class FailingAllocationsElsewhere : public testing::TestWithParam<Maker> {};
+
+TEST_P(FailingAllocationsElsewhere, TheLibrariesBelowAskHere) {
+  void* const library = ::dlopen(GetParam().library, RTLD_NOW);
+  ASSERT_NE(library, nullptr) << ::dlerror();
+  auto* const make = reinterpret_cast<void* (*)()>(::dlsym(library, GetParam().make));
+  auto* const release = reinterpret_cast<void (*)(void*)>(::dlsym(library, GetParam().release));
+  const auto tryToMake = [&](Nothing&) {
+    void* const made = make();
+    release(made);
+    return made != nullptr;
+  };
+  EXPECT_EQ(forEachFailingAllocation<Nothing>(GetParam().make, tryToMake, {.documented = {"0"}}), 2U);
+  ::dlclose(library);
+}
+
+INSTANTIATE_TEST_SUITE_P(OfMounts, FailingAllocationsElsewhere,
+                         testing::Values(Maker{"libmount.so.1", "mnt_new_fs", "mnt_unref_fs"},
+                                         Maker{"libblkid.so.1", "blkid_new_probe", "blkid_free_probe"}));
 
 TEST(FailingAllocations, WhatCannotFailHasNoPoints) {
   EXPECT_EQ(forEachFailingAllocation<Nothing>("nothing", [](Nothing&) { return 1; }), 0U);
