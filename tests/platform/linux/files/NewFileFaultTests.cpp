@@ -10,11 +10,13 @@
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
+#include <iterator>
 
 #include "internal/platform/linux/references/CardOfACamera.h"
 #include "platform/linux/SystemCallFaults.h"
 #include "support/PrivateMounts.h"
 #include "support/ScratchFolder.h"
+#include "support/Storm.h"
 
 namespace ZtFoundation::test {
 namespace {
@@ -45,7 +47,7 @@ std::size_t closeThatTells(const std::vector<std::string>& calls) {
 }
 
 // A file is there with all its contents, under the path that is told, or nothing is there.
-void tryEachCallIn(const std::string& folder) {
+void tryEachCallIn(const std::string& folder, const std::string& operation) {
   const std::vector<std::string> calls = callsIn(folder);
   const std::size_t closed = closeThatTells(calls);
   for (const int error : kErrors) {
@@ -63,11 +65,12 @@ void tryEachCallIn(const std::string& folder) {
       EXPECT_TRUE(at != closed || static_cast<bool>(path) == (error == EINTR));
     }
   }
+  report("failing call", operation, static_cast<long>(std::size(kErrors) * calls.size()), "whole, or nothing");
 }
 
 TEST(NewFileFaultTests, AnyFailingCallMakesTheFileOrLeavesNothing) {
   const ScratchFolder folder;
-  tryEachCallIn(folder.path());
+  tryEachCallIn(folder.path(), "creation of a file with a free name");
 }
 
 TEST(NewFileFaultTests, AFileGetsItsNameWithItsContents) {
@@ -87,7 +90,7 @@ TEST(NewFileFaultTests, WithoutProcAFileIsMadeUnderItsName) {
   if (!mounts.isPossible()) GTEST_SKIP() << mounts.whyNot();
   mounts.bind(mounts.folder("empty"), "/proc");
   const ScratchFolder folder;
-  tryEachCallIn(folder.path());
+  tryEachCallIn(folder.path(), "creation of a file with a free name, without /proc");
 }
 
 TEST(NewFileFaultTests, WhereEachFileHasAName) {
@@ -96,7 +99,7 @@ TEST(NewFileFaultTests, WhereEachFileHasAName) {
   if (card.root.empty()) GTEST_SKIP() << "no root, no mount.exfat-fuse or no /dev/fuse here";
   const std::string folder = card.root + "/folder";
   std::filesystem::create_directory(folder);
-  tryEachCallIn(folder);
+  tryEachCallIn(folder, "creation of a file with a free name on a memory card");
   makeEmpty(folder);
   EXPECT_TRUE(create(folder));
   EXPECT_EQ(create(folder)->fileSystemRepresentation(), folder + "/file 1");
