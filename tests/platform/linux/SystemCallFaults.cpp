@@ -90,6 +90,7 @@ ZT_INTERCEPT(int, lstat, kIsWide ? "lstat64" : "__lstat64_time64", -1, (const ch
              (path, status), noexcept)
 ZT_INTERCEPT(int, statfs, "statfs64", -1, (const char* path, struct statfs* status), (path, status), noexcept)
 ZT_INTERCEPT(int, fstatvfs, "fstatvfs64", -1, (int file, struct statvfs* status), (file, status), noexcept)
+ZT_INTERCEPT(int, statvfs, "statvfs64", -1, (const char* path, struct statvfs* status), (path, status), noexcept)
 ZT_INTERCEPT(dirent*, readdir, "readdir64", nullptr, (DIR * listing), (listing), )
 
 ZT_INTERCEPT(int, access, "access", -1, (const char* path, int mode), (path, mode), noexcept)
@@ -112,6 +113,7 @@ ZT_INTERCEPT(int, name_to_handle_at, "name_to_handle_at", -1,
              (folder, path, handle, mount, flags), noexcept)
 ZT_INTERCEPT(int, open_by_handle_at, "open_by_handle_at", -1, (int mount, file_handle* handle, int flags),
              (mount, handle, flags), )
+ZT_INTERCEPT(DIR*, opendir, "opendir", nullptr, (const char* path), (path), )
 ZT_INTERCEPT(DIR*, fdopendir, "fdopendir", nullptr, (int file), (file), )
 ZT_INTERCEPT(int, faccessat, "faccessat", -1, (int folder, const char* path, int mode, int flags),
              (folder, path, mode, flags), noexcept)

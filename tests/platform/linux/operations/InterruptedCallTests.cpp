@@ -25,7 +25,7 @@ namespace {
 // Those that wait: for a device, a server or another process. Closing is no call to repeat.
 const std::set<std::string> kInterruptible{"open",      "openat",          "read",       "pread", "write", "pwrite",
                                            "ftruncate", "copy_file_range", "getdents64", "fsync", "flock", "fgetxattr",
-                                           "close",     "getxattrat"};
+                                           "close",     "getxattrat",      "statvfs"};
 
 Ref<NSFileManager> manager() { return NSFileManager::defaultManager(); }
 
@@ -132,6 +132,10 @@ const Operation kOperations[] = {
      }},
     {"may it be deleted", 1,
      [](const ScratchFolder& folder) { return JxFileAccessibility::isDeletable(folder.string("file")); }},
+    {"space of a volume", 1,
+     [](const ScratchFolder& folder) {
+       return JxVolumeCatalogInformation::volumeTotalSpace(folder.string("file")) > 0;
+     }},
     {"display name", 1,
      [](const ScratchFolder& folder) {
        return JxTalvoZtWdExensions::displayPathWithSeparetor(folder.string("file"), "/") != nullptr;
