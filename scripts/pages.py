@@ -15,9 +15,9 @@ def machine():
     return f"{name}, {os.cpu_count()} processors, {memory} GiB, Linux {platform.release()}"
 
 
-def renew(name, results):
-    """Puts the results of scripts/NAME into docs/NAME.md, in the place of the former ones."""
+def renew(name, results, kind="results"):
+    """Puts the results of scripts/NAME into docs/NAME.md, in the place of the former ones of that kind."""
     page = ROOT / "docs" / f"{name}.md"
-    begin, end = f"<!-- results of scripts/{name} -->", "<!-- end of results -->"
+    begin, end = f"<!-- {kind} of scripts/{name} -->", f"<!-- end of {kind} -->"
     before, rest = page.read_text().split(begin)
     page.write_text(f"{before}{begin}\n{results}\n{end}{rest.split(end)[1]}")

@@ -173,6 +173,10 @@ struct Trial {
 /// Set in the environment, it has operations tried in processes that have not used the library yet.
 inline constexpr char kFirstUseVariable[] = "ZT_FIRST_USE";
 
+/// For the table of docs/faults.md: how many points of a case failed, all of them as they may. The case belongs to the
+/// family that its test is named for.
+void reportPoints(const std::string& kind, const std::string& name, std::size_t points);
+
 /// Answers how many points failed.
 std::size_t tryAllPoints(const Trial& trial, const AllocationRules& rules);
 

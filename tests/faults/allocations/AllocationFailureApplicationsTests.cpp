@@ -125,9 +125,11 @@ struct EachStart {
   template <class Operation>
   void operator()(const std::string& name, Operation operation) const {
     const Subreaper subreaper;
+    std::size_t points = 0;
     for (const Failing mode : {Failing::One, Failing::AllFrom}) {
-      for (std::size_t at = 1; !isDone(name, operation, at, mode); ++at) continue;
+      for (std::size_t at = 1; !isDone(name, operation, at, mode); ++at) ++points;
     }
+    allocations::reportPoints("failing allocation", name, points);
   }
 
  private:

@@ -107,7 +107,7 @@ struct Strings {
   std::string describe() const { return answerText(NSArray::of(text, wide)); }
 };
 
-TEST(AllocationFailureUtility, Strings) {
+TEST(AllocationFailureText, Strings) {
   const EachOf<Strings> each;
   using S = Strings;
   each("QvFoundationExtensions::initWithData_charset",
@@ -169,7 +169,7 @@ struct Collections {
   std::string describe() const { return answerText(array).append(answerText(set)).append(answerText(other)); }
 };
 
-TEST(AllocationFailureUtility, Collections) {
+TEST(AllocationFailureText, Collections) {
   const EachOf<Collections> each;
   using C = Collections;
   each("QvFoundationExtensions::arrayByRemovingObject",
@@ -201,7 +201,7 @@ TEST(AllocationFailureUtility, Collections) {
        [](C& c) { return Q::attributedStringWithAttributedString<>(c.attributed); });
 }
 
-TEST(AllocationFailureUtility, Numbers) {
+TEST(AllocationFailureText, Numbers) {
   const EachOf<Collections> each;
   using C = Collections;
   each("JxArithmeticExtensions::plus", [](C& c) { return JxArithmeticExtensions::plus(c.a, c.b); });
@@ -220,7 +220,7 @@ struct Watch {
   Ref<QvElapsedTime> watch = QvElapsedTime::elapsedTime();
 };
 
-TEST(AllocationFailureUtility, ElapsedTime) {
+TEST(AllocationFailureText, ElapsedTime) {
   const EachOf<Watch> each;
   using W = Watch;
   each("QvElapsedTime::QvElapsedTime", [](W&) { return make<QvElapsedTime>() != nullptr; });
@@ -246,7 +246,7 @@ struct Names {
   }
 };
 
-TEST(AllocationFailureUtility, DisplayNames) {
+TEST(AllocationFailureText, DisplayNames) {
   const EachOf<Names> each;
   using N = Names;
   each("QvDisplayNameTransformer::transformedValueClass",

@@ -1,11 +1,8 @@
 #!/usr/bin/env python3
 """Whether each operation that the library exports has a case with failing allocations.
 
-usage: Completeness.py [--renew]        --renew writes the table of docs/faults.md
-
 The cases are the lines `each("Class::operation (variant)", ...)` of AllocationFailure*Tests.cpp; each must really call what its name says.
 """
-import collections
 import os
 import pathlib
 import re
@@ -13,8 +10,6 @@ import sys
 
 HERE = pathlib.Path(__file__).resolve().parent
 ROOT = pathlib.Path(os.environ.get("ZT_SOURCE_DIR", HERE.parents[2]))
-PAGE = ROOT / "docs/faults.md"
-BEGIN, END = "<!-- table of failing allocations -->\n", "<!-- end of table -->"
 
 # What needs no case, with the reason.
 EXEMPT = {
@@ -65,13 +60,12 @@ def hidden_members():
 
 
 def cases():
-    """Each case as its family, its name and its text."""
+    """Each case as its name and its text."""
     for source in sorted(HERE.glob("AllocationFailure*Tests.cpp")):
-        family = re.match(r"AllocationFailure(\w+)Tests", source.stem).group(1)
         text = source.read_text()
         found = list(CASE.finditer(text))
         for case, following in zip(found, found[1:] + [None]):
-            yield family, case.group(1) or case.group(2), text[case.end() : following.start() if following else len(text)]
+            yield case.group(1) or case.group(2), text[case.end() : following.start() if following else len(text)]
 
 
 def does_what_it_says(operation, text):
@@ -101,38 +95,20 @@ SHOWN_BY = {
 }
 
 
-def table(families):
-    lines = ["| family | operations | cases |", "|---|---|---|"]
-    for family, names in sorted(families.items()):
-        lines.append(f"| {family} | {len({name.split(' (')[0] for name in names})} | {len(names)} |")
-    everything = [name for names in families.values() for name in names]
-    lines.append(f"| all | {len({name.split(' (')[0] for name in everything})} | {len(everything)} |")
-    return "\n".join(lines) + "\n"
-
-
-def main(arguments):
-    families = collections.defaultdict(list)
+def main():
+    covered = set()
     complaints = []
-    for family, name, text in cases():
-        families[family].append(name)
-        if not does_what_it_says(name.split(" (")[0], text):
+    for name, text in cases():
+        operation = name.split(" (")[0]
+        covered.add(operation)
+        if not does_what_it_says(operation, text):
             complaints.append(f"{name}: the case calls something else")
-    covered = {name.split(" (")[0] for names in families.values() for name in names}
     hidden = hidden_members()
     for operation in sorted(exported_operations() - covered):
         if operation not in hidden and not any(re.fullmatch(pattern, operation) for pattern in EXEMPT):
             complaints.append(f"{operation}: no case")
-
-    page = PAGE.read_text()
-    renewed = re.sub(re.escape(BEGIN) + ".*?" + END, lambda _: BEGIN + table(families) + END, page, flags=re.S)
-    if "--renew" in arguments:
-        PAGE.write_text(renewed)
-    elif renewed != page:
-        complaints.append("docs/faults.md has another table: tests/faults/allocations/Completeness.py --renew")
-    if BEGIN not in page:
-        complaints.append("docs/faults.md has no table")
     print("\n".join(complaints) or f"{len(covered)} operations have cases")
     return 1 if complaints else 0
 
 
-sys.exit(main(sys.argv[1:]))
+sys.exit(main())

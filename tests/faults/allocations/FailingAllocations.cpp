@@ -24,6 +24,7 @@
 #include <ZtFoundation/platform/Exception.h>
 
 #include <support/Sanitizers.h>
+#include <support/Storm.h>
 
 // What lies below: the sanitizers' allocator where there is one, else the C library's.
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
@@ -308,6 +309,14 @@ std::string exceptionText() {
 Unwatched::Unwatched() noexcept { ++watch.pauses; }
 Unwatched::~Unwatched() { --watch.pauses; }
 
+void reportPoints(const std::string& kind, const std::string& name, std::size_t points) {
+  const std::string suite = testing::UnitTest::GetInstance()->current_test_info()->test_suite_name();
+  const std::string start = "AllocationFailure";
+  if (!suite.starts_with(start)) return;  // a test of the harness
+  test::report(kind, suite.substr(start.size()).append(": ").append(name), static_cast<long>(points),
+               "as the rule says");
+}
+
 namespace {
 
 /// The next point after `k`: every one at first, then ever fewer.
@@ -465,14 +474,16 @@ class FirstUse {
   }
 
   std::string complaint(const std::string& right) {
+    std::size_t points = 0;
     std::size_t k = 1;
     Run run = runAt(k);
-    while (run.count.failed > 0 && k < kMostPoints) {
+    for (; run.count.failed > 0 && k < kMostPoints; ++points) {
       const bool isGood = run.end == Run::End::NoMemory || textOf(run) == right || isDocumented(run.answer);
       if (!isGood) return "allocation " + std::to_string(k) + " failing: <" + right + "> <" + textOf(run) + ">";
       k = following(k, 50);
       run = runAt(k);
     }
+    reportPoints("first use", trial_.name, points);
     const std::string last = textOf(runAt(0));
     return last == right ? "" : "with memory again: <" + right + "> <" + last + ">";
   }
@@ -517,7 +528,7 @@ std::size_t tryAllPoints(const Trial& trial, const AllocationRules& rules) {
     return 0;
   }
   const std::size_t points = Points(trial, rules)();
-  if (std::getenv("ZT_SHOW_POINTS") != nullptr) std::printf("%6zu points in %s\n", points, trial.name.c_str());
+  reportPoints("failing allocation", trial.name, points);
   return points;
 }
 
