@@ -8,7 +8,7 @@
 ///   if (settings->hasUnsavedChanges() && !settings->saveChanges()) { ... }
 /// \endcode
 /// The INI text format holds a dictionary of sections, each a dictionary of entries:
-/// \code
+/// \code{.unparsed}
 ///   [Main]
 ///   Name=Alice
 ///   Motto="to be or not to be"

@@ -7,6 +7,8 @@
 #include <ZtFoundation/Utilities.h>
 #include <ZtFoundation/platform/Exception.h>
 
+#include "support/Sanitizers.h"
+
 namespace ZtFoundation {
 namespace {
 
@@ -166,6 +168,19 @@ TEST(HexDataTests, WhatStandsBetweenTheGroupsOfADumpCounts) {
     EXPECT_EQ(bytesOf(longer), bytesOf(std::string("0").append(longer))) << place;
     EXPECT_EQ(bytesOf(longer).size(), 65U) << place;
   }
+}
+
+// One byte less is written among the cases of tests/limits.
+TEST(HexDataTests, DataOfTwoToThe31BytesGivesNone) {
+  constexpr NSUInteger kLength = NSUInteger{1} << 31;
+  if (test::kIsSanitized) GTEST_SKIP() << "a sanitizer would take memory for data that nobody touches";
+  Ref<NSData> data;
+  try {
+    data = NSData::dataWithLength(kLength, [](unsigned char*) {});  // nothing is written, so no memory is taken
+  } catch (const std::bad_alloc&) {
+    GTEST_SKIP() << "there is no room for the data here";
+  }
+  EXPECT_FALSE(hexRepresentation(data));
 }
 
 // A 32-bit build could not even count the units.

@@ -1,9 +1,11 @@
 // Files of more than two gigabytes, and results of that size.
 
 #include <ZtFoundation/PropertyLists.h>
+#include <ZtFoundation/Text.h>
 #include <ZtFoundation/Utilities.h>
 #include <ZtFoundation/platform/Array.h>
 #include <ZtFoundation/platform/Data.h>
+#include <ZtFoundation/platform/FileManager.h>
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -36,6 +38,9 @@ Ref<NSData> repeated(std::size_t size, std::string_view before, std::string_view
     std::memcpy(bytes + all, after.data(), after.size());
   });
 }
+
+// ASCII only.
+Ref<NSString> textOf(const Ref<NSData>& bytes) { return NSString::stringWithASCII(bytes->view()); }
 
 struct Input {
   friend void PrintTo(const Input& input, std::ostream* stream) { *stream << input.name; }
@@ -231,6 +236,112 @@ TEST(HugeCharsetTests, TextIsDecoded) {
   EXPECT_EQ(text->length(), bytes->length());
   EXPECT_EQ(text->characterAtIndex(0), u'\u20AC');
   measured.answer(std::to_string(text->length()) + " characters");
+}
+
+TEST(HugeCharsetTests, ShiftJISIsDecodedAndEncoded) {
+  Case measured("read and write Shift-JIS", inUnits(huge()));
+  const Ref<NSData> bytes = repeated(huge(), "\x82\xA0", "\x93\xFA\x96{ text", "\x82\xA2");
+  const auto size = static_cast<std::uint32_t>(bytes->length());
+  const Ref<NSString> text =
+      measured.measure([&] { return JxOldConversionExtensions::stringWithSJISDataBytes_length(bytes->bytes(), size); });
+  ASSERT_TRUE(text);
+  EXPECT_EQ(text->length(), 2 + (bytes->length() - 4) / 9 * 7);
+  EXPECT_EQ(text->characterAtIndex(text->length() - 1), u'\u3044');
+  const Ref<NSData> again = measured.measure([&] { return text->dataUsingEncoding(NSShiftJISStringEncoding); });
+  ASSERT_TRUE(again);
+  EXPECT_TRUE(again->isEqual(bytes));
+  measured.answer(std::to_string(text->length()) + " characters, all kept");
+}
+
+// --- Hexadecimal text
+
+constexpr std::size_t kHexLimit = std::size_t{1} << 31;
+
+std::size_t mostHex() { return sized(kIsWide ? kHexLimit - 1 : 0x0FFFFFFF, (3 << 20) - 1); }
+
+Ref<NSData> exes(std::size_t size) {
+  return NSData::dataWithLength(size, [&](unsigned char* bytes) { std::memset(bytes, 'x', size); });
+}
+
+Ref<NSString> sevens(std::size_t size) {
+  return NSString::stringWithASCIILength(size, [&](auto* characters) { std::memset(characters, '7', size); });
+}
+
+TEST(HugeHexTests, DataIsWrittenUpToTheLimit) {
+  Case measured("write hexadecimal text", inUnits(mostHex()));
+  const Ref<NSData> bytes = exes(mostHex());
+  const Ref<NSString> text = measured.measure([&] { return QvFoundationExtensions::hexRepresentation(bytes); });
+  ASSERT_TRUE(text);
+  EXPECT_EQ(text->length(), 2 * mostHex() + (mostHex() - 1) / 4);
+  EXPECT_TRUE(text->hasSuffix("78787878 787878"));
+  measured.answer("writes " + inUnits(text->length()));
+}
+
+TEST(HugeHexTests, DigitsAreReadUpToTheLimit) {
+  Case measured("read hexadecimal text, digits alone", inUnits(mostHex()));
+  const Ref<NSString> text = sevens(mostHex());
+  const Ref<NSData> data = measured.measure([&] { return QvFoundationExtensions::dataWithHexRepresentation(text); });
+  ASSERT_TRUE(data);
+  EXPECT_EQ(data->length(), (mostHex() + 1) / 2);
+  EXPECT_TRUE(data->view().ends_with("www"));
+  measured.answer(std::to_string(data->length()) + " bytes");
+}
+
+TEST(HugeHexTests, WhatWasWrittenIsReadUpToTheLimit) {
+  const std::size_t most = mostHex() / 2;
+  Case measured("read hexadecimal text as it was written", inUnits(2 * most));
+  const Ref<NSData> bytes = exes(most);
+  const Ref<NSString> text = QvFoundationExtensions::hexRepresentation(bytes);
+  const Ref<NSData> again = measured.measure([&] { return QvFoundationExtensions::dataWithHexRepresentation(text); });
+  ASSERT_TRUE(again);
+  EXPECT_TRUE(again->isEqual(bytes));
+  measured.answer(std::to_string(again->length()) + " bytes");
+}
+
+TEST(HugeHexTests, MoreGivesNone) {
+  if (!isFull() || !kIsWide) GTEST_SKIP() << "this takes several gigabytes";
+  Case measured("write and read longer hexadecimal text", inUnits(kHexLimit));
+  const auto dataFrom = [&](const Ref<NSString>& text) {
+    return measured.measure([&] { return QvFoundationExtensions::dataWithHexRepresentation(text); });
+  };
+  EXPECT_FALSE(measured.measure([] { return QvFoundationExtensions::hexRepresentation(exes(kHexLimit)); }));
+  EXPECT_FALSE(dataFrom(sevens(kHexLimit)));
+  EXPECT_FALSE(dataFrom(QvFoundationExtensions::hexRepresentation(exes(kHexLimit / 2))));
+  measured.answer("none");
+}
+
+// --- Comparing
+
+TEST(HugeComparisonTests, TextIsComparedNaturally) {
+  Case measured("compare two strings naturally", inUnits(huge()));
+  const Ref<NSString> first = textOf(repeated(huge(), "", "Plain Text 7 ", "9 x"));
+  const Ref<NSString> second = textOf(repeated(huge(), "", "plain text 7 ", "10 "));
+  EXPECT_EQ(measured.measure([&] { return QvFoundationExtensions::naturalCompare(first, second); }),
+            NSOrderedAscending);
+}
+
+// --- Files of that size
+
+TEST(HugeFileTests, DataIsSavedAtomically) {
+  Case measured("save a file atomically", inUnits(huge()));
+  const test::ScratchFolder folder;
+  test::writeFile(folder / "file", "old");
+  const Ref<NSData> bytes = repeated(huge(), "first ", "contents ", "last");
+  ASSERT_TRUE(measured.measure([&] { return bytes->writeToFile_atomically(folder.string("file"), true); }));
+  EXPECT_EQ(folder.names(), (std::set<std::string>{"file"}));
+  EXPECT_TRUE(NSData::dataWithContentsOfFile(folder.string("file"))->isEqual(bytes));
+}
+
+TEST(HugeFileTests, AFileIsCopied) {
+  Case measured("copy a file", inUnits(huge()));
+  const test::ScratchFolder folder;
+  const Ref<NSData> bytes = repeated(huge(), "first ", "contents ", "last");
+  ASSERT_TRUE(bytes->writeToFile_atomically(folder.string("file"), false));
+  ASSERT_TRUE(measured.measure([&] {
+    return NSFileManager::defaultManager()->copyPath_toPath_handler(folder.string("file"), folder.string("copy"),
+                                                                    nullptr);
+  }));
+  EXPECT_TRUE(NSData::dataWithContentsOfFile(folder.string("copy"))->isEqual(bytes));
 }
 
 // --- Files full of holes

@@ -8,6 +8,8 @@
 /// \endcode
 /// An array never holds none: adding it raises NSInvalidArgumentException. Indexes outside raise NSRangeException. An
 /// array must not change while it is iterated.
+///
+/// Threads: an immutable array may be used by many threads at once, a mutable one by one at a time.
 #pragma once
 
 #include <initializer_list>

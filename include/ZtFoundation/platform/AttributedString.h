@@ -6,6 +6,8 @@
 ///   title->attributesAtIndex_effectiveRange(1, &where);   // `bold`, and where becomes {0, 2}
 /// \endcode
 /// A host may derive from the class.
+///
+/// Threads: one object may be used by many threads at once while nobody changes its attributes.
 #pragma once
 
 #include <initializer_list>

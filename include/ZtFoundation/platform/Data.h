@@ -1,5 +1,12 @@
 /// \file Data.h
 /// `NSData` and `NSMutableData`: byte buffers.
+/// \code
+///   Ref<NSMutableData> buffer = NSMutableData::data();
+///   buffer->appendBytes_length("abc", 3);
+///   if (!buffer->writeToFile_atomically("/tmp/abc", true)) NSLog("not saved");
+///   Ref<NSData> contents = NSData::dataWithContentsOfFile("/tmp/abc");
+/// \endcode
+/// Threads: an immutable buffer may be used by many threads at once, a mutable one by one at a time.
 #pragma once
 
 #include <cstddef>

@@ -1,5 +1,11 @@
 /// \file Date.h
 /// `NSDate`: a point in time, as seconds since 1 January 2001 00:00:00 UTC. Immutable.
+/// \code
+///   Ref<NSDate> date = NSDate::dateWithTimeIntervalSince1970(1e9);
+///   date->description();                                // "2001-09-09 01:46:40 +0000"
+///   date->compare(NSDate::date());                      // NSOrderedAscending: it is past
+/// \endcode
+/// Threads: one object may be used by many threads at once.
 #pragma once
 
 #include <ZtFoundation/platform/Object.h>

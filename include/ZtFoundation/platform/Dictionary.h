@@ -10,6 +10,8 @@
 /// Replacing a value keeps the place of its key; a key removed and set again goes to the end. A key may be any object
 /// but a collection and none; a mutable string given as a key is copied. A dictionary must not change while it is
 /// iterated.
+///
+/// Threads: an immutable dictionary may be used by many threads at once, a mutable one by one at a time.
 #pragma once
 
 #include <initializer_list>

@@ -1,5 +1,13 @@
 /// \file Exception.h
 /// `NSException`: what the library raises when a host breaks a rule of the interface.
+/// \code
+///   try {
+///     NSArray::of("only", "two")->objectAtIndex(2);
+///   } catch (const NSException& exception) {
+///     if (exception.name()->isEqual(NSRangeException())) NSLog("%@", exception.reason());
+///   }
+/// \endcode
+/// Threads: one exception may be used by many threads at once.
 #pragma once
 
 #include <exception>

@@ -23,6 +23,12 @@
 /// | -1407 | notAFileErr | EISDIR |
 /// | -5000 | afpAccessDenied | EACCES |
 /// | -128 | userCanceledErr | ECANCELED |
+///
+/// \code
+///   OSStatus status = JxFileOperation::copyFileTo(path, folder);
+///   if (status == fnfErr || status == dirNFErr) NSLog("nothing at %@ or no folder %@", path, folder);
+/// \endcode
+/// Threads: these are constants.
 #pragma once
 
 #include <cstdint>

@@ -39,6 +39,8 @@
 ///   on this volume, else `.tmp-<user number>`. All other folders are the user's.
 /// - By the same rules a trash keeps what was thrown away in its folder `files`, and where that came from in its folder
 ///   `info`.
+///
+/// Threads: these are constants.
 #pragma once
 
 #include <cstdint>

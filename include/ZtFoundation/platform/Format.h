@@ -18,6 +18,8 @@
 ///   `%d(abc)`; one that is not there prints `%d(missing)`. Null objects and texts print `(null)`.
 ///
 /// Nothing depends on the process's locale. Arguments are borrowed for the length of the call.
+///
+/// Threads: any; the objects that are described, and text that is appended to, as for those objects.
 #pragma once
 
 #include <array>

@@ -6,8 +6,11 @@
 ///   rows->addIndex(3);
 ///   for (NSUInteger row = rows->firstIndex(); row != NSNotFound; row = rows->indexGreaterThanIndex(row)) ...
 /// \endcode
-/// Every machine word may be a member. A range that would run past the largest is cut there. Adding and removing take
-/// logarithmic time in the number of ranges, in any order of indexes.
+/// Every machine word may be a member. NSNotFound is one of them: where it is a member, such a loop ends before it. A
+/// range that would run past the largest word is cut there. Adding and removing take logarithmic time in the number
+/// of ranges, in any order of indexes.
+///
+/// Threads: an immutable set may be used by many threads at once, a mutable one by one at a time.
 #pragma once
 
 #include <map>

@@ -3,6 +3,12 @@
 ///
 /// Numbers are equal by value (1 equals 1.0; 2^53 + 1 does not equal 2^53 as a double; NaN equals NaN); a boolean
 /// equals only a boolean.
+/// \code
+///   Ref<NSNumber> age = NSNumber::numberWithInt(42);
+///   age->doubleValue();                                 // 42.0
+///   age->isEqual(NSNumber::numberWithDouble(42));       // true
+/// \endcode
+/// Threads: one object may be used by many threads at once.
 #pragma once
 
 #include <cstdint>

@@ -6,6 +6,11 @@
 /// element and each container of the value, shared ones counted once, when that is more. So a long list of references
 /// to one dictionary is copied, and a few objects that share each other level by level cannot fill the memory. Nobody
 /// may change a value while it is copied.
+/// \code
+///   Ref<NSObject> own = CFPropertyListCreateDeepCopy(settings, NSPropertyListMutableContainersAndLeaves);
+///   Ref<NSObject> sorted = propertyListWithSortedKeys(own);
+/// \endcode
+/// Threads: may be called by any thread.
 #pragma once
 
 #include <ZtFoundation/platform/Object.h>

@@ -1,6 +1,12 @@
 /// \file Set.h
 /// `NSSet` and `NSMutableSet`: collections without duplicates, enumerated in the order in which members were added. Of a
 /// mutable string a set keeps an immutable copy. A member may be any object but a collection and none.
+/// \code
+///   Ref<NSMutableSet> seen = NSMutableSet::set();
+///   seen->addObject("Alice");
+///   seen->containsObject("Bob");                        // false
+/// \endcode
+/// Threads: an immutable set may be used by many threads at once, a mutable one by one at a time.
 #pragma once
 
 #include <initializer_list>

@@ -12,6 +12,8 @@
 /// \endcode
 ///
 /// Indexes and ranges outside of a string raise NSRangeException. No operation depends on the process's locale.
+///
+/// Threads: an immutable string may be used by many threads at once, a mutable one by one at a time.
 #pragma once
 
 #include <compare>

@@ -4,6 +4,7 @@
 ///   NSStringEncoding encoding = CFStringConvertEncodingToNSStringEncoding(CFStringConvertIANACharSetNameToEncoding("shift_jis"));
 ///   Ref<NSString> text = NSString::stringWithData_encoding(data, encoding);
 /// \endcode
+/// Threads: may be called by any thread.
 #pragma once
 
 #include <cstdint>

@@ -9,6 +9,8 @@
 /// \endcode
 /// A file name need not be valid UTF-8: each of its bytes that is not travels as `%XX` in the URL and as the unpaired
 /// surrogate U+DC80 + (byte - 0x80) in the path, which `fileSystemRepresentation` turns back into the byte.
+///
+/// Threads: one object may be used by many threads at once.
 #pragma once
 
 #include <string_view>

@@ -4,6 +4,7 @@
 ///   int port = valueAt<int>(settings, "Servers", 0, "Port").value_or(8080);
 ///   for (const Ref<NSDictionary>& server : each<NSDictionary>(settings->get<NSArray>("Servers"))) { ... }
 /// \endcode
+/// Threads: as for the objects that are read.
 #pragma once
 
 #include <cmath>
