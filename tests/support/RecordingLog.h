@@ -9,7 +9,7 @@
 #include "platform/services/LogSink.h"
 #include "platform/services/Service.h"
 
-namespace ZtFoundation::testing {
+namespace ZtFoundation::test {
 
 class RecordingLog : public LogSink {
  public:
@@ -29,4 +29,4 @@ class RecordingLog : public LogSink {
   ScopedService<LogSink> scope_{*this};
 };
 
-}  // namespace ZtFoundation::testing
+}  // namespace ZtFoundation::test

@@ -19,7 +19,7 @@ class ApplicationLookupTests : public ::testing::Test {
  protected:
   void TearDown() override { EXPECT_THAT(log_.lines(), IsEmpty()); }
 
-  testing::RecordingLog log_;
+  test::RecordingLog log_;
   StandInLaunchServices services_;
 };
 

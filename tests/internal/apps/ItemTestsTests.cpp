@@ -35,7 +35,7 @@ class ItemTestsTests : public ::testing::Test {
  protected:
   void TearDown() override { EXPECT_THAT(log_.lines(), IsEmpty()); }
 
-  testing::RecordingLog log_;
+  test::RecordingLog log_;
   StandInLaunchServices services_;
 };
 

@@ -17,7 +17,7 @@ class LaunchingTests : public ::testing::Test {
  protected:
   void TearDown() override { EXPECT_THAT(log_.lines(), IsEmpty()); }
 
-  testing::RecordingLog log_;
+  test::RecordingLog log_;
   const Ref<NSURL> file_ = NSURL::URLWithString("file:///d/a%20b");
   const Ref<NSURL> application_ = NSURL::URLWithString("file:///x.app");
   const Ref<NSURL> noPath_ = NSURL::URLWithString("file:");

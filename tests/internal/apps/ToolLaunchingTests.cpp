@@ -50,7 +50,7 @@ class ToolLaunchingSteps : public ::testing::Test, public LaunchServices, public
   std::vector<std::string> steps;
   ScopedService<LaunchServices> registry{*this};
   ScopedService<ChildProcesses> processes{*this};
-  ZtFoundation::testing::RecordingLog log;
+  ZtFoundation::test::RecordingLog log;
 };
 
 TEST_F(ToolLaunchingSteps, TheRegistryIsAskedBeforeTheToolIsStarted) {

@@ -18,7 +18,7 @@ namespace ZtFoundation::test {
 namespace {
 
 using namespace JxFileCatalogInformation;
-using ZtFoundation::testing::RecordingLog;
+using ZtFoundation::test::RecordingLog;
 
 // --- Real items
 

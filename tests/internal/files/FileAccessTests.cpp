@@ -40,7 +40,7 @@ namespace {
 
 using namespace JxFileAccessibility;
 using namespace QvFoundationExtensions;
-using ZtFoundation::testing::RecordingLog;
+using ZtFoundation::test::RecordingLog;
 
 // --- Strings
 

@@ -57,7 +57,7 @@ TEST_F(FileExistenceTests, OfPathsAndFileURLs) {
 }
 
 TEST_F(FileExistenceTests, TheSchemeOfAURLIsNotTested) {
-  const ZtFoundation::testing::RecordingLog log;
+  const ZtFoundation::test::RecordingLog log;
   const Ref<NSURL> page =
       NSURL::URLWithString(NSString::stringWithFileSystemRepresentation("http://example.org" + folder / "file"));
   EXPECT_TRUE(exists(page));

@@ -50,7 +50,7 @@ class FileLocksTests : public ::testing::Test {
   }
 
   StandInPlatform platform;
-  ::ZtFoundation::testing::RecordingLog log;
+  ::ZtFoundation::test::RecordingLog log;
   Ref<NSFileManager> files = NSFileManager::defaultManager();
 };
 

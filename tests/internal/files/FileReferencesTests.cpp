@@ -15,7 +15,7 @@ namespace ZtFoundation::test {
 namespace {
 
 using namespace JxFileSystemRepresentation;
-using ZtFoundation::testing::RecordingLog;
+using ZtFoundation::test::RecordingLog;
 
 // --- Real items
 

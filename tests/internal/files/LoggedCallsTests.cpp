@@ -43,7 +43,7 @@ const struct {
 
 TEST(LoggedCalls, SayWhichCallFailedInWhichOperation) {
   StandInPlatform platform;
-  ::ZtFoundation::testing::RecordingLog log;
+  ::ZtFoundation::test::RecordingLog log;
   const LoggedCalls calls("operation:with:");
   Lines expected;
   for (const auto& [name, succeeds] : kCalls) {
@@ -57,7 +57,7 @@ TEST(LoggedCalls, SayWhichCallFailedInWhichOperation) {
 
 TEST(LoggedCalls, AURLHasNoErrorNumber) {
   StandInPlatform platform;
-  ::ZtFoundation::testing::RecordingLog log;
+  ::ZtFoundation::test::RecordingLog log;
   const LoggedCalls calls("operation:");
   EXPECT_EQ(calls.CFURLCreateFromFSRef(kItem)->path()->utf8(), "/x");
   EXPECT_EQ(log.lines(), Lines{});

@@ -24,7 +24,7 @@ class RootVolumeNameTests : public ::testing::Test {
   }
 
   StandInPlatform platform;
-  ::ZtFoundation::testing::RecordingLog log;
+  ::ZtFoundation::test::RecordingLog log;
   Ref<NSFileManager> files = NSFileManager::defaultManager();
 };
 

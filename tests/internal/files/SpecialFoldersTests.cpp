@@ -14,7 +14,7 @@ using Lines = std::vector<std::string>;
 class SpecialFoldersTests : public ::testing::Test {
  protected:
   StandInPlatform platform;
-  ::ZtFoundation::testing::RecordingLog log;
+  ::ZtFoundation::test::RecordingLog log;
   Ref<NSFileManager> files = NSFileManager::defaultManager();
 };
 

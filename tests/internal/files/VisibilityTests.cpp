@@ -206,7 +206,7 @@ TEST_F(VisibilityTests, AFileURLIsJudgedByItsPath) {
 }
 
 TEST_F(VisibilityTests, AnotherURLIsALineInTheLog) {
-  ZtFoundation::testing::RecordingLog log;
+  ZtFoundation::test::RecordingLog log;
   EXPECT_FALSE(isVisibleFileAtURL(manager, NSURL::URLWithString("http://example.org/etc")));
   EXPECT_FALSE(isVisibleFileAtURL(manager, nullptr));
   EXPECT_EQ(log.lines(), (Steps{"IS NOT FILE URL: http://example.org/etc", "IS NOT FILE URL: (null)"}));
@@ -214,7 +214,7 @@ TEST_F(VisibilityTests, AnotherURLIsALineInTheLog) {
 }
 
 TEST_F(VisibilityTests, WithoutAManagerNothingIsVisible) {
-  ZtFoundation::testing::RecordingLog log;
+  ZtFoundation::test::RecordingLog log;
   EXPECT_FALSE(isVisibleFileAtPath(nullptr, "/etc"));
   EXPECT_FALSE(isVisibleFileAtURL(nullptr, NSURL::fileURLWithPath("/etc")));
   EXPECT_FALSE(isVisibleFileAtURL(nullptr, NSURL::URLWithString("http://example.org/etc")));

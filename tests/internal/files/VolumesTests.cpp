@@ -144,7 +144,7 @@ class VolumesTests : public ::testing::Test {
   Calls calls_;
   StandInCatalog catalog_{calls_};
   StandInVolumes volumes_{calls_};
-  testing::RecordingLog log_;
+  test::RecordingLog log_;
 };
 
 const Calls kReference{"CFURLGetFSRef file:///mnt/item", "FSGetCatalogInfo /mnt/item 4"};

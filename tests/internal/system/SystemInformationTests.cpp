@@ -13,9 +13,9 @@
 namespace ZtFoundation {
 namespace {
 
+using test::RecordingLog;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
-using testing::RecordingLog;
 
 const char* const kAdvice = "You should use ZtGestaltPhysicalRAMSizeInMegabytes instead of ZtGestaltPhysicalRAMSize!";
 

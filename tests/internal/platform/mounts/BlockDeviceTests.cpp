@@ -14,7 +14,7 @@
 #include "support/ChildProcess.h"
 #include "support/ScratchFolder.h"
 
-namespace ZtFoundation::testing {
+namespace ZtFoundation::test {
 namespace {
 
 constexpr std::uint16_t kLockedByHardware = kFSVolFlagHardwareLockedMask;
@@ -190,4 +190,4 @@ TEST_F(BlockDeviceTests, AMediumThatCanBeTakenOutIsListed) {
 }
 
 }  // namespace
-}  // namespace ZtFoundation::testing
+}  // namespace ZtFoundation::test

@@ -7,7 +7,7 @@
 
 #include "StandInTable.h"
 
-namespace ZtFoundation::testing {
+namespace ZtFoundation::test {
 namespace {
 
 struct Kind {
@@ -110,4 +110,4 @@ TEST_F(FileSystemTypeTests, WhatOnlyShowsSomethingIsNone) {
 }
 
 }  // namespace
-}  // namespace ZtFoundation::testing
+}  // namespace ZtFoundation::test

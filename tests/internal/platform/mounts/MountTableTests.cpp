@@ -10,7 +10,7 @@
 
 #include "StandInTable.h"
 
-namespace ZtFoundation::testing {
+namespace ZtFoundation::test {
 namespace {
 
 using Roots = std::vector<std::string>;
@@ -94,4 +94,4 @@ TEST_F(MountTableTests, AStartUpVolumeThatTheTableDoesNotHaveIsAskedForItsFacts)
 }
 
 }  // namespace
-}  // namespace ZtFoundation::testing
+}  // namespace ZtFoundation::test

@@ -19,7 +19,7 @@
 #include "support/ChildProcess.h"
 #include "support/ScratchFolder.h"
 
-namespace ZtFoundation::testing {
+namespace ZtFoundation::test {
 namespace {
 
 class MountWatchTests : public RealVolumes {};
@@ -148,4 +148,4 @@ TEST_F(MountWatchTests, ThreadsMayAskWhileVolumesComeAndGo) {
 }
 
 }  // namespace
-}  // namespace ZtFoundation::testing
+}  // namespace ZtFoundation::test

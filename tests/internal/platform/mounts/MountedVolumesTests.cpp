@@ -16,7 +16,7 @@
 #include "support/ChildProcess.h"
 #include "support/ScratchFolder.h"
 
-namespace ZtFoundation::testing {
+namespace ZtFoundation::test {
 namespace {
 
 class MountedVolumesTests : public RealVolumes {};
@@ -347,4 +347,4 @@ TEST_F(StandInVolumesTests, WhatAServersMountLiesOnTellsWhetherItIsASingleFile) 
 }
 
 }  // namespace
-}  // namespace ZtFoundation::testing
+}  // namespace ZtFoundation::test

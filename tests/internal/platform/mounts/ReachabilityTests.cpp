@@ -7,7 +7,7 @@
 
 #include "StandInTable.h"
 
-namespace ZtFoundation::testing {
+namespace ZtFoundation::test {
 namespace {
 
 using Roots = std::vector<std::string>;
@@ -67,4 +67,4 @@ TEST(ReachabilityTests, Hidden) {
 }
 
 }  // namespace
-}  // namespace ZtFoundation::testing
+}  // namespace ZtFoundation::test

@@ -9,7 +9,7 @@
 #include "VolumesHere.h"
 #include "support/PrivateMounts.h"
 
-namespace ZtFoundation::testing {
+namespace ZtFoundation::test {
 
 #define SKIP_WITHOUT(mountPoint) \
   if ((mountPoint).empty()) GTEST_SKIP() << mounts_.whyNot()
@@ -40,4 +40,4 @@ class RealVolumes : public ::testing::Test {
   VolumesHere volumes_;
 };
 
-}  // namespace ZtFoundation::testing
+}  // namespace ZtFoundation::test

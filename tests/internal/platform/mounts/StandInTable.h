@@ -9,7 +9,7 @@
 #include "VolumesHere.h"
 #include "support/ScratchFolder.h"
 
-namespace ZtFoundation::testing {
+namespace ZtFoundation::test {
 
 /// A line of the table. Identifiers are counted from 1 on where a test does not care, and everything lies on the first
 /// line.
@@ -63,4 +63,4 @@ class StandInTable {
   std::unique_ptr<VolumesHere> volumes_;
 };
 
-}  // namespace ZtFoundation::testing
+}  // namespace ZtFoundation::test

@@ -26,7 +26,7 @@
 #include "support/ScratchFolder.h"
 #include "support/SystemCallFilter.h"
 
-namespace ZtFoundation::testing {
+namespace ZtFoundation::test {
 namespace {
 
 class UnmountingTests : public RealVolumes {
@@ -427,4 +427,4 @@ TEST_F(UnmountingProgramTests, NoneOfThemIsLeftAndTheChildrenOfTheHostAreItsOwn)
 }
 
 }  // namespace
-}  // namespace ZtFoundation::testing
+}  // namespace ZtFoundation::test

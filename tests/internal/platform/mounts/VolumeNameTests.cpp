@@ -16,7 +16,7 @@
 #include "support/ChildProcess.h"
 #include "support/ScratchFolder.h"
 
-namespace ZtFoundation::testing {
+namespace ZtFoundation::test {
 namespace {
 
 class VolumeNameTests : public RealVolumes {};
@@ -131,4 +131,4 @@ TEST_F(VolumeNameTests, LongNamesAreCut) {
 }
 
 }  // namespace
-}  // namespace ZtFoundation::testing
+}  // namespace ZtFoundation::test

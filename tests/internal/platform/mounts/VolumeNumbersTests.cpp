@@ -8,7 +8,7 @@
 
 #include "StandInTable.h"
 
-namespace ZtFoundation::testing {
+namespace ZtFoundation::test {
 namespace {
 
 class VolumeNumbersTests : public ::testing::Test {
@@ -97,4 +97,4 @@ TEST_F(VolumeNumbersTests, GoRoundAndLeaveOutThoseInUse) {
 }
 
 }  // namespace
-}  // namespace ZtFoundation::testing
+}  // namespace ZtFoundation::test

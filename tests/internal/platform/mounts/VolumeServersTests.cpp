@@ -18,7 +18,7 @@
 #include "support/ChildProcess.h"
 #include "support/ScratchFolder.h"
 
-namespace ZtFoundation::testing {
+namespace ZtFoundation::test {
 namespace {
 
 using Clock = std::chrono::steady_clock;
@@ -242,4 +242,4 @@ TEST_F(SSHTests, UsersUnmountWhatTheyMountedThemselves) {
 }
 
 }  // namespace
-}  // namespace ZtFoundation::testing
+}  // namespace ZtFoundation::test

@@ -12,7 +12,7 @@
 #include "platform/linux/process/ModuleLoader.h"
 #include "platform/linux/volumes/Volumes.h"
 
-namespace ZtFoundation::testing {
+namespace ZtFoundation::test {
 
 inline constexpr char kMountsModule[] = "libZtFoundationMounts.so";
 
@@ -85,4 +85,4 @@ class VolumesHere {
   std::unique_ptr<Volumes> volumes_;
 };
 
-}  // namespace ZtFoundation::testing
+}  // namespace ZtFoundation::test
