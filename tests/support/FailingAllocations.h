@@ -17,10 +17,10 @@
 
 #include <concepts>
 #include <cstddef>
-#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <type_traits>
 #include <utility>
 #include <vector>
@@ -117,38 +117,40 @@ struct AllocationRules {
   bool keepsMemory = false;               ///< what it allocates is kept for good: no leak
   std::size_t dense = 200;                ///< so many points are tried one by one, then ever fewer
 };
+inline const AllocationRules kNoException;
 
 namespace allocations {
 
 struct Run {
-  enum class End { Returned, NoMemory, Exception } end;
-  std::string answer;  // or what the exception says
-  Count count;
+  enum class End { Returned, NoMemory, Exception } end = End::Returned;
+  std::string answer = "(done)";  // or what the exception says
+  Count count{};
 };
 
-std::string exceptionText();
+/// An operation on a state, whatever their types: each brings this one function with it, so that the many operations are
+/// compiled quickly.
+using Call = void (*)(const void* operation, void* state, Run& run);
 
 template <class State, class Operation>
-Run run(const char* name, State& state, Operation& operation, std::size_t first, Failing mode, std::size_t traced) {
-  Count count{};
-  try {
-    start(name, first, mode, traced);
-    if constexpr (std::is_void_v<std::invoke_result_t<Operation&, State&>>) {
-      operation(state);
-      count = stop();
-      return {Run::End::Returned, "(done)", count};
-    } else {
-      const auto answer = operation(state);
-      count = stop();
-      return {Run::End::Returned, answerText(answer), count};
-    }
-  } catch (const std::bad_alloc&) {
-    count = stop();
-    return {Run::End::NoMemory, {}, count};
-  } catch (...) {
-    count = stop();
-    return {Run::End::Exception, exceptionText(), count};
+void call(const void* operation, void* state, Run& run) {
+  const Operation& perform = *static_cast<const Operation*>(operation);
+  if constexpr (std::is_void_v<std::invoke_result_t<const Operation&, State&>>) {
+    perform(*static_cast<State*>(state));
+    run.count = stop();
+  } else {
+    const auto answer = perform(*static_cast<State*>(state));
+    run.count = stop();
+    run.answer = answerText(answer);
   }
+}
+
+Run runCall(const char* name, Call call, const void* operation, void* state, std::size_t first, Failing mode,
+            std::size_t traced);
+
+template <class State, class Operation>
+Run run(const char* name, State& state, const Operation& operation, std::size_t first, Failing mode,
+        std::size_t traced) {
+  return runCall(name, &call<State, Operation>, &operation, &state, first, mode, traced);
 }
 
 template <class State>
@@ -162,12 +164,27 @@ std::string stateText(const State& state) {
   }
 }
 
-/// An operation and the states that it runs on, whatever their types.
+struct StateKind {
+  std::shared_ptr<void> (*make)();
+  std::string (*text)(const void*);
+};
+
+template <class State>
+inline constexpr StateKind kStatesOf{[] { return std::shared_ptr<void>(std::make_shared<State>()); },
+                                     [](const void* state) { return stateText(*static_cast<const State*>(state)); }};
+
+/// An operation and the states that it runs on.
 struct Trial {
   std::string name;
-  std::function<std::shared_ptr<void>()> makeState;
-  std::function<std::string(const void*)> stateText;
-  std::function<Run(void*, std::size_t first, Failing, std::size_t traced)> run;
+  const StateKind& states;
+  Call call;
+  const void* operation;
+
+  std::shared_ptr<void> makeState() const { return states.make(); }
+  std::string stateText(const void* state) const { return states.text(state); }
+  Run run(void* state, std::size_t first, Failing mode, std::size_t traced) const {
+    return runCall(name.c_str(), call, operation, state, first, mode, traced);
+  }
 };
 
 /// Set in the environment, it has operations tried in processes that have not used the library yet.
@@ -186,15 +203,10 @@ std::size_t tryAllPoints(const Trial& trial, const AllocationRules& rules);
 /// it. Each run must end in std::bad_alloc with the state as it was, or in the right answer, or in a documented one;
 /// leave no memory behind; and the operation must then succeed on the same state. Answers how many points failed.
 template <class State, class Operation>
-std::size_t forEachFailingAllocation(const std::string& name, Operation operation, const AllocationRules& rules = {}) {
-  allocations::Trial trial;
-  trial.name = name;
-  trial.makeState = [] { return std::make_shared<State>(); };
-  trial.stateText = [](const void* state) { return allocations::stateText(*static_cast<const State*>(state)); };
-  trial.run = [&](void* state, std::size_t first, Failing mode, std::size_t traced) {
-    return allocations::run(name.c_str(), *static_cast<State*>(state), operation, first, mode, traced);
-  };
-  return allocations::tryAllPoints(trial, rules);
+std::size_t forEachFailingAllocation(std::string_view name, const Operation& operation,
+                                     const AllocationRules& rules = kNoException) {
+  using namespace allocations;
+  return tryAllPoints({std::string(name), kStatesOf<State>, &call<State, Operation>, &operation}, rules);
 }
 
 /// A table of operations on States of one kind; each line is checked as it is reached.
@@ -207,7 +219,8 @@ std::size_t forEachFailingAllocation(const std::string& name, Operation operatio
 template <class State>
 struct EachOf {
   template <class Operation>
-  void operator()(const std::string& name, Operation operation, const AllocationRules& rules = {}) const {
+  void operator()(std::string_view name, const Operation& operation,
+                  const AllocationRules& rules = kNoException) const {
     forEachFailingAllocation<State>(name, operation, rules);
   }
 };

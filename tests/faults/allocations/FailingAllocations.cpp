@@ -522,6 +522,21 @@ class FirstUse {
 
 }  // namespace
 
+Run runCall(const char* name, Call call, const void* operation, void* state, std::size_t first, Failing mode,
+            std::size_t traced) {
+  Run run;
+  try {
+    start(name, first, mode, traced);
+    call(operation, state, run);
+  } catch (const std::bad_alloc&) {
+    run = {Run::End::NoMemory, {}, stop()};
+  } catch (...) {
+    run = {Run::End::Exception, {}, stop()};
+    run.answer = exceptionText();
+  }
+  return run;
+}
+
 std::size_t tryAllPoints(const Trial& trial, const AllocationRules& rules) {
   if (std::getenv(kFirstUseVariable) != nullptr) {
     FirstUse(trial, rules)();
