@@ -12,6 +12,7 @@
 #include <support/FileTree.h>
 #include <support/PrivateMounts.h>
 #include <support/QuietStandardError.h>
+#include <support/Sanitizers.h>
 
 namespace ZtFoundation::test {
 namespace {
@@ -83,7 +84,7 @@ TEST_F(AllocationFailureVolumes, AfterAChange) {
   const EachOf<JustMounted> each;
   each("JxVolumeCatalogInformation::volumePaths (changed)",
        [](JustMounted&) { return JxVolumeCatalogInformation::volumePaths()->count(); },
-       {.keepsMemory = true, .dense = 2000});
+       {.keepsMemory = true, .dense = kIsSanitized ? 200 : 2000});
   each("JxVolumeCatalogInformation::volumePath (changed)",
        [](JustMounted& m) { return JxVolumeCatalogInformation::volumePath(m.item); }, {.keepsMemory = true});
   each("JxVolumeCatalogInformation::isVolume (changed)",

@@ -8,6 +8,7 @@
 #include "platform/services/FolderListing.h"
 #include "platform/services/Service.h"
 #include "support/ReplacedMethod.h"
+#include "support/Sanitizers.h"
 
 namespace ZtFoundation::test {
 
@@ -284,7 +285,7 @@ TEST_F(UniqueNamesTests, AnyFolderGivesTheAnswerOfTheStepsTakenOneByOne) {
   const auto upTo = [&](int most) { return std::uniform_int_distribution(0, most)(random); };
   const std::u16string letters[] = {u"x", u"\u3042", u"\u00E9", u"_", u" ", u"1"};
   const std::u16string endings[] = {u"", u".jpg", u".1", u"." + repeated(u"e", 245)};
-  for (int round = 0; round < 120; ++round) {
+  for (int round = 0; round < (kIsSanitized ? 40 : 120); ++round) {
     folder = FakeFolder();
     const std::u16string ending = endings[upTo(3)];
     std::u16string base;
