@@ -61,7 +61,9 @@ TEST(DisplayPath, OfTheMachine) {
   EXPECT_EQ(displayPathWithSeparetor("/", " > ")->utf8(), root);
   EXPECT_EQ(displayPathWithSeparetor("/dev/null", " > ")->utf8(), root + " > dev > null");
   EXPECT_EQ(displayPathWithSeparetor("/dev/null", nullptr)->utf8(), root + ":dev:null");
+  ::testing::internal::CaptureStderr();
   EXPECT_FALSE(displayPathWithSeparetor("/no such item", nullptr));
+  EXPECT_EQ(::testing::internal::GetCapturedStderr(), "");
   EXPECT_FALSE(displayPathWithSeparetor("", nullptr));
   EXPECT_FALSE(displayPathWithSeparetor(nullptr, nullptr));
 }
