@@ -2,11 +2,7 @@
 # Builds an application package with the library inside, as another project would from the installed library, then takes
 # that library away, moves the package and runs it: program, library and modules must find each other inside the package.
 set -eu
-
-fail() {
-  echo "$*"
-  exit 1
-}
+. "$ZT_SOURCE_DIR/tests/support/scratch.sh"
 
 if grep -q '^ZT_SANITIZE:STRING=.' "$ZT_BUILD_DIR/CMakeCache.txt"; then
   echo "a program without sanitizers cannot link this build"
@@ -16,8 +12,6 @@ fi
 compiler=$(sed -n 's/^CMAKE_CXX_COMPILER:[A-Z]*=//p' "$ZT_BUILD_DIR/CMakeCache.txt")
 example=$ZT_SOURCE_DIR/examples/sorter.app
 
-scratch=$(mktemp -d)
-trap 'rm -rf "$scratch"' EXIT
 cd "$scratch" || exit 1
 
 cmake --install "$ZT_BUILD_DIR" --prefix "$scratch/installed" >install.log || fail "$(cat install.log)"

@@ -1,9 +1,8 @@
 #!/bin/bash
 # What configuring makes of the wishes of who builds: folders of the installation, flags, a ccache that cannot work. Nothing is built.
 set -eu
+. "$ZT_SOURCE_DIR/tests/support/scratch.sh"
 
-scratch=$(mktemp -d)
-trap 'rm -rf "$scratch"' EXIT
 compiler=$(sed -n 's/^CMAKE_CXX_COMPILER:[A-Z]*=//p' "$ZT_BUILD_DIR/CMakeCache.txt")
 failed=0
 

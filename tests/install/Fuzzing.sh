@@ -2,14 +2,8 @@
 # What scripts/fuzz begins with, keeps and accounts for: with a seed each run begins as the first did, and is no new work. A stand-in of a fuzz target
 # notes what it is given.
 set -eu
+. "$ZT_SOURCE_DIR/tests/support/scratch.sh"
 
-fail() {
-  echo "$*"
-  exit 1
-}
-
-scratch=$(mktemp -d)
-trap 'rm -rf "$scratch"' EXIT
 mkdir -p "$scratch"/project/{scripts,fuzz/corpus/Thing,build/fuzz} "$scratch/temporary"
 cp "$ZT_SOURCE_DIR/scripts/fuzz" "$scratch/project/scripts"
 cd "$scratch/project"

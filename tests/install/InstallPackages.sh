@@ -1,11 +1,10 @@
 #!/bin/bash
 # Which packages scripts/install-packages finds missing. The list of what is installed is made up, and a stand-in of apt-get notes what it is asked for.
 set -eu
+. "$ZT_SOURCE_DIR/tests/support/scratch.sh"
 
 command -v dpkg-query >/dev/null || { echo "this is no Debian system"; exit 77; }
 
-scratch=$(mktemp -d)
-trap 'rm -rf "$scratch"' EXIT
 mkdir "$scratch/dpkg" "$scratch/bin"
 touch "$scratch/dpkg/available"
 

@@ -2,14 +2,13 @@
 # Installs the library into a scratch folder, moves it, and builds the README's example against it as another project
 # would: once found by CMake, once by pkg-config. Both programs must run and print the same. Everybody may use what is installed.
 set -eu
+. "$ZT_SOURCE_DIR/tests/support/scratch.sh"
 
 if grep -q '^ZT_SANITIZE:STRING=.' "$ZT_BUILD_DIR/CMakeCache.txt"; then
   echo "a program without sanitizers cannot link this build"
   exit 77
 fi
 
-scratch=$(mktemp -d)
-trap 'rm -rf "$scratch"' EXIT
 cd "$scratch"
 
 (umask 077 && cmake --install "$ZT_BUILD_DIR" --prefix "$scratch/installed" >install.log) || { cat install.log; exit 1; }

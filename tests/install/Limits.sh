@@ -2,14 +2,8 @@
 # What scripts/limits writes into its page: all cases with the day and the machine, or nothing when it was asked for some of them only. A stand-in of the
 # test program has two cases.
 set -eu
+. "$ZT_SOURCE_DIR/tests/support/scratch.sh"
 
-fail() {
-  echo "$*"
-  exit 1
-}
-
-scratch=$(mktemp -d)
-trap 'rm -rf "$scratch"' EXIT
 mkdir -p "$scratch"/project/{scripts,docs} "$scratch/build/tests"
 cp "$ZT_SOURCE_DIR"/scripts/{limits,pages.py} "$scratch/project/scripts"
 page=$scratch/project/docs/limits.md

@@ -2,9 +2,8 @@
 # What scripts/32-bit says, and by which exit code, where a machine cannot build for 32 bits, and how it tells of the tests. Stand-ins of the
 # programs that it calls bring each case about, so nothing is installed, mounted or built.
 set -eu
+. "$ZT_SOURCE_DIR/tests/support/scratch.sh"
 
-scratch=$(mktemp -d)
-trap 'rm -rf "$scratch"' EXIT
 chmod 755 "$scratch"
 failed=0
 

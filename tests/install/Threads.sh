@@ -2,14 +2,8 @@
 # What scripts/threads writes into its page: what passed and was skipped in all rounds, with the day, the machine and the compiler; nothing when anything
 # failed. Stand-ins of cmake and ctest bring each case about, so nothing is built or run.
 set -eu
+. "$ZT_SOURCE_DIR/tests/support/scratch.sh"
 
-fail() {
-  echo "$*"
-  exit 1
-}
-
-scratch=$(mktemp -d)
-trap 'rm -rf "$scratch"' EXIT
 mkdir -p "$scratch"/project/{scripts,docs} "$scratch/programs"
 cp "$ZT_SOURCE_DIR"/scripts/{threads,pages.py} "$scratch/project/scripts"
 page=$scratch/project/docs/threads.md
