@@ -50,10 +50,13 @@ FSRef::Identity identityOf(const struct statx& status) noexcept {
   return identity;
 }
 
-bool isKeptBySticky(const struct statx& item, const struct statx& folder) noexcept {
+bool isOthersInSticky(const struct statx& item, const struct statx& folder) noexcept {
   const uid_t user = ::geteuid();
-  return (folder.stx_mode & S_ISVTX) != 0 && user != item.stx_uid && user != folder.stx_uid &&
-         !hasCapability(CAP_FOWNER);
+  return (folder.stx_mode & S_ISVTX) != 0 && user != item.stx_uid && user != folder.stx_uid;
+}
+
+bool isKeptBySticky(const struct statx& item, const struct statx& folder) noexcept {
+  return isOthersInSticky(item, folder) && !hasCapability(CAP_FOWNER);
 }
 
 }  // namespace ZtFoundation::detail

@@ -33,6 +33,8 @@ inline std::optional<bool> isMountRoot(const struct statx& status) noexcept {
   return (status.stx_attributes & STATX_ATTR_MOUNT_ROOT) != 0;
 }
 /// In a sticky folder only those who own the item or the folder may take the item away.
+bool isOthersInSticky(const struct statx& item, const struct statx& folder) noexcept;
+/// The same, but who may act for every owner is kept from nothing.
 bool isKeptBySticky(const struct statx& item, const struct statx& folder) noexcept;
 
 }  // namespace ZtFoundation::detail

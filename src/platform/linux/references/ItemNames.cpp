@@ -46,11 +46,19 @@ int askForName(const Renaming& names) {
   return errno == ENOENT ? 0 : errno;
 }
 
-// Else it may get a new name, but not lose the old one.
+// Else it may get a new name, but not lose the old one, nor the new one again. A server need not know the capabilities
+// that a process has here.
 bool mayLoseItsName(const Renaming& names) {
   const auto folder = statusOfDescriptor(names.folder);
   const auto item = statusOfItem(names.folder, names.from);
-  return !folder || !item || !isKeptBySticky(*item, *folder);
+  return !folder || !item || !isOthersInSticky(*item, *folder);
+}
+
+// The new name goes again when the old one stays.
+int giveUpOldName(const Renaming& names) {
+  const int error = errorOf(::unlinkat(names.folder, names.from.c_str(), 0));
+  if (error != 0) ::unlinkat(names.folder, names.to.c_str(), 0);
+  return error;
 }
 
 // For file systems that cannot refuse to replace. A new link never replaces;
@@ -59,9 +67,7 @@ bool mayLoseItsName(const Renaming& names) {
 int renameCautiously(const Renaming& names) {
   if (const int error = askForName(names)) return error;
   if (mayLoseItsName(names)) {
-    if (::linkat(names.folder, names.from.c_str(), names.folder, names.to.c_str(), 0) == 0) {
-      return errorOf(::unlinkat(names.folder, names.from.c_str(), 0));
-    }
+    if (::linkat(names.folder, names.from.c_str(), names.folder, names.to.c_str(), 0) == 0) return giveUpOldName(names);
     if (errno == EEXIST) return EEXIST;
   }
   return errorOf(::renameat(names.folder, names.from.c_str(), names.folder, names.to.c_str()));

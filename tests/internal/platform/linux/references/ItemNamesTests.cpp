@@ -21,8 +21,10 @@
 
 namespace {
 
-int refusal = 0;  // how renaming without replacing is refused
-int renames = 0;  // how often a new name was asked for
+int refusal = 0;       // how renaming without replacing is refused
+int renames = 0;       // how often a new name was asked for
+int links = 0;         // how often a second name was
+std::string keptName;  // cannot be taken away
 bool refusesNames = false;
 bool hasLinks = true;
 bool tellsWhatIsTaken = true;
@@ -60,7 +62,12 @@ extern "C" int renameat2(int from, const char* old, int to, const char* name, un
 }
 
 extern "C" int linkat(int from, const char* old, int to, const char* name, int flags) noexcept {
+  ++links;
   return hasLinks ? static_cast<int>(::syscall(SYS_linkat, from, old, to, name, flags)) : failing(EPERM);
+}
+
+extern "C" int unlinkat(int folder, const char* name, int flags) noexcept {
+  return name == keptName ? failing(EPERM) : static_cast<int>(::syscall(SYS_unlinkat, folder, name, flags));
 }
 
 extern "C" int mkdirat(int folder, const char* name, mode_t mode) noexcept {
@@ -86,6 +93,7 @@ class ItemNamesTests : public testing::Test {
     refusesNames = ignoresCase = remembersNames = false;
     refusal = 0;
     rememberedNames.clear();
+    keptName.clear();
     hasLinks = tellsWhatIsTaken = true;
   }
 
@@ -138,6 +146,27 @@ TEST_F(ItemNamesTests, WhoCannotKnowWhetherANameIsTakenDoesNotTakeIt) {
   EXPECT_EQ(rename("file", "other"), ioErr);
   EXPECT_EQ(contentsOf(folder / "other"), "other");
   EXPECT_EQ(contentsOf(folder / "file"), "text");
+}
+
+TEST_F(ItemNamesTests, AnItemThatCannotLoseItsNameGetsNoOther) {
+  refusal = EINVAL;
+  keptName = "file";
+  EXPECT_EQ(rename("file", "renamed"), permErr);
+  EXPECT_EQ(folder.names(), Names{"file"});
+}
+
+// A server may know nothing of what root may do here, and would keep both names.
+TEST_F(ItemNamesTests, RootGivesAnothersItemInAStickyFolderNoSecondName) {
+  if (::geteuid() != 0) GTEST_SKIP() << "only root can give items away";
+  refusal = EINVAL;
+  ::chmod(folder.path().c_str(), 01777);
+  for (const std::string& item : {folder.path(), folder / "file"}) {
+    ASSERT_EQ(::chown(item.c_str(), 65534, 65534), 0);
+  }
+  links = 0;
+  EXPECT_EQ(rename("file", "renamed"), noErr);
+  EXPECT_EQ(links, 0);
+  EXPECT_EQ(folder.names(), Names{"renamed"});
 }
 
 // There is no way to take a second name away again.
