@@ -98,9 +98,9 @@ class ZT_EXPORT NSFileManager : public NSObject {
   virtual Ref<NSData> contentsAtPath(const Ref<NSString>& path);
   /// Makes a file, or empties the one that exists, and writes `contents` (none: nothing) into it, not atomically. A new
   /// file gets the permissions that the umask leaves unless `attributes` (may be none) has its own; of an existing file
-  /// they are changed only if `attributes` has them. False when it cannot be made or written, or not be given them;
-  /// what was written so far stays. False too, and nothing is written, for a file that is locked and for a new one in a
-  /// locked folder.
+  /// they are changed only if `attributes` has them, before anything is written. False when it cannot be made or
+  /// written; what was written so far stays. False too for a file that is locked, for a new one in a locked folder and
+  /// for one that cannot be given them: nothing is written, and what exists keeps its contents.
   virtual bool createFileAtPath_contents_attributes(const Ref<NSString>& path, const Ref<NSData>& contents,
                                                     const Ref<NSDictionary>& attributes);
 

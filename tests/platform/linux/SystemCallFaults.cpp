@@ -89,6 +89,7 @@ ZT_INTERCEPT(int, stat, kIsWide ? "stat64" : "__stat64_time64", -1, (const char*
 ZT_INTERCEPT(int, lstat, kIsWide ? "lstat64" : "__lstat64_time64", -1, (const char* path, struct stat* status),
              (path, status), noexcept)
 ZT_INTERCEPT(int, statfs, "statfs64", -1, (const char* path, struct statfs* status), (path, status), noexcept)
+ZT_INTERCEPT(int, fstatfs, "fstatfs64", -1, (int file, struct statfs* status), (file, status), noexcept)
 ZT_INTERCEPT(int, fstatvfs, "fstatvfs64", -1, (int file, struct statvfs* status), (file, status), noexcept)
 ZT_INTERCEPT(int, statvfs, "statvfs64", -1, (const char* path, struct statvfs* status), (path, status), noexcept)
 ZT_INTERCEPT(dirent*, readdir, "readdir64", nullptr, (DIR * listing), (listing), )

@@ -5,9 +5,11 @@
 #include <ZtFoundation/platform/Number.h>
 #include <fcntl.h>
 #include <grp.h>
+#include <linux/magic.h>
 #include <linux/posix_acl.h>
 #include <pwd.h>
 #include <sys/statvfs.h>
+#include <sys/vfs.h>
 #include <sys/xattr.h>
 #include <unistd.h>
 
@@ -212,13 +214,26 @@ void giveWantedOwner(int item, uid_t user, gid_t group) noexcept {
   }
 }
 
-// Left out where the file system has no permissions. The calls for an open item do not take a descriptor that was opened
-// with O_PATH.
+// The calls for an open item do not take a descriptor that was opened with O_PATH.
+bool changePermissions(int item, const char* path, mode_t mode) noexcept {
+  return ::fchmod(item, mode) == 0 || (errno == EBADF && ::chmod(path, mode) == 0);
+}
+
+// Some file systems refuse what they do not keep as if it were not permitted.
+bool givePermissionsThatAreKept(int item, const char* path, mode_t mode) noexcept {
+  struct statfs volume;
+  if (::fstatfs(item, &volume) != 0) return false;
+  const mode_t kept = permissionsKeptBy(volume.f_type);
+  return kept == 0 || ((mode & ~kept) != 0 && changePermissions(item, path, mode & kept));
+}
+
+// Left out where the file system has no permissions.
 bool giveWantedPermissions(int item, const char* path, mode_t mode) noexcept {
   struct stat own;
   if (::fstat(item, &own) != 0) return false;
-  return (own.st_mode & kPermissionBits) == mode || ::fchmod(item, mode) == 0 ||
-         (errno == EBADF && ::chmod(path, mode) == 0) || errno == ENOTSUP || errno == ENOSYS;
+  if ((own.st_mode & kPermissionBits) == mode || changePermissions(item, path, mode)) return true;
+  if (errno == EPERM) return givePermissionsThatAreKept(item, path, mode);
+  return errno == ENOTSUP || errno == ENOSYS;
 }
 
 bool giveWantedDate(int item, const char* path, const timespec& modified) noexcept {
@@ -228,6 +243,11 @@ bool giveWantedDate(int item, const char* path, const timespec& modified) noexce
 }
 
 }  // namespace
+
+mode_t permissionsKeptBy(std::intmax_t fileSystem) noexcept {
+  if (fileSystem == MSDOS_SUPER_MAGIC || fileSystem == EXFAT_SUPER_MAGIC) return 0;
+  return fileSystem == FUSE_SUPER_MAGIC ? mode_t{0777} : kPermissionBits;
+}
 
 bool isLeftOut(int error) noexcept {
   return error == EPERM || error == EACCES || error == ENOTSUP || error == ENOSYS || error == EINVAL;
@@ -268,11 +288,13 @@ WantedAttributes::WantedAttributes(const Ref<NSDictionary>& attributes) : user_(
   modified_ = modificationTimeIn(*attributes);
 }
 
-bool WantedAttributes::giveTo(int item) const noexcept {
-  const PathOfDescriptor path(item);
+bool WantedAttributes::giveRightsTo(int item) const noexcept {
   giveWantedOwner(item, user_, group_);
-  return (!permissions_ || giveWantedPermissions(item, path.get(), *permissions_)) &&
-         (!modified_ || giveWantedDate(item, path.get(), *modified_));
+  return !permissions_ || giveWantedPermissions(item, PathOfDescriptor(item).get(), *permissions_);
+}
+
+bool WantedAttributes::giveTo(int item) const noexcept {
+  return giveRightsTo(item) && (!modified_ || giveWantedDate(item, PathOfDescriptor(item).get(), *modified_));
 }
 
 }  // namespace detail

@@ -4,6 +4,7 @@
 
 #include <sys/stat.h>
 
+#include <cstdint>
 #include <optional>
 #include <string>
 
@@ -17,6 +18,10 @@ enum class Contents { New, Same };
 /// Why an attribute is missing on a copy that is good without it: the file system cannot keep it, or the process may not
 /// give it.
 bool isLeftOut(int error) noexcept;
+
+/// The permission bits that a file system of this type (`f_type` of statfs) keeps: FAT and exFAT none. Of what is the
+/// work of a user program only the nine rights are certain.
+mode_t permissionsKeptBy(std::intmax_t fileSystem) noexcept;
 
 /// Which of what the permissions count on a copy has got.
 struct Kept {
@@ -47,8 +52,10 @@ class WantedAttributes {
 
   /// The permission bits, `otherwise` where none are asked for.
   mode_t permissions(mode_t otherwise) const noexcept { return permissions_.value_or(otherwise); }
-  /// To an open item, also one opened with O_PATH where there is "/proc": the owner as far as the process may, a date
-  /// unless it `isLeftOut`, permissions where the file system has some. False on any other failure.
+  /// To an open item, also one opened with O_PATH where there is "/proc": the owner as far as the process may, the
+  /// permissions that the file system keeps. False, on any other failure.
+  bool giveRightsTo(int item) const noexcept;
+  /// These and a date, unless it `isLeftOut`.
   bool giveTo(int item) const noexcept;
 
  private:

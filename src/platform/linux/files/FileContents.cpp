@@ -58,24 +58,23 @@ FileDescriptor makeFile(const std::string& path, mode_t mode) {
   return openToWrite(place.folder.get(), place.name, O_CREAT | O_NOFOLLOW, mode);
 }
 
-// Devices and pipes have nothing to lose.
-bool makeEmpty(int file) {
-  struct stat status;
-  if (::fstat(file, &status) != 0) return false;
-  return !S_ISREG(status.st_mode) || retryInterrupted([&] { return ::ftruncate(file, 0); }) == 0;
-}
-
 bool writeInPlace(const std::string& path, std::string_view bytes) {
-  FileDescriptor file = openEmpty(path, 0600);
-  return file && writeAll(file.get(), bytes) && closeWritten(std::move(file));
+  FileDescriptor file = openUnlocked(path, 0600);
+  return file && makeEmpty(file.get()) && writeAll(file.get(), bytes) && closeWritten(std::move(file));
 }
 
 }  // namespace
 
-FileDescriptor openEmpty(const std::string& path, mode_t mode) {
+FileDescriptor openUnlocked(const std::string& path, mode_t mode) {
   FileDescriptor file = openToWrite(AT_FDCWD, path, 0, 0);
   if (!file && errno == ENOENT) file = makeFile(path, mode);
-  return file && !isLocked(file.get()) && makeEmpty(file.get()) ? std::move(file) : FileDescriptor();
+  return file && !isLocked(file.get()) ? std::move(file) : FileDescriptor();
+}
+
+bool makeEmpty(int file) noexcept {
+  struct stat status;
+  if (::fstat(file, &status) != 0) return false;
+  return !S_ISREG(status.st_mode) || retryInterrupted([&] { return ::ftruncate(file, 0); }) == 0;
 }
 
 bool closeWritten(FileDescriptor file) { return ::close(file.release()) == 0 || errno == EINTR; }

@@ -18,8 +18,11 @@ namespace ZtFoundation::detail {
 std::optional<std::string> readToEnd(int file);
 
 /// The file at `path`, links followed, to be written from its beginning: made with the permissions `mode`, less the
-/// umask, if it is missing, else emptied. Nothing when it cannot be, or it is locked, or missing in a locked folder.
-FileDescriptor openEmpty(const std::string& path, mode_t mode);
+/// umask, if it is missing. Nothing when it cannot be, or it is locked, or missing in a locked folder.
+FileDescriptor openUnlocked(const std::string& path, mode_t mode);
+
+/// Takes the contents of an open file away; devices and pipes have nothing to lose. False on an error.
+bool makeEmpty(int file) noexcept;
 
 /// False on an error; part of the bytes may have been written then.
 bool writeAll(int file, std::string_view bytes);

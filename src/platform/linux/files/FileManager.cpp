@@ -6,6 +6,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <utility>
+
 #include "platform/linux/files/FileAttributes.h"
 #include "platform/linux/files/FileContents.h"
 #include "platform/linux/files/FileDescriptor.h"
@@ -38,10 +40,15 @@ using detail::systemPath;
 
 namespace {
 
-// The folder itself, and not what a link that was put in its place leads to.
+// The folder itself, and not what a link that was put in its place leads to. Who may not read it needs "/proc" to change
+// it.
 FileDescriptor openFolderItself(const std::string& path) {
-  constexpr int flags = O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
-  return FileDescriptor(detail::retryInterrupted([&] { return ::open(path.c_str(), flags); }));
+  constexpr int flags = O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
+  const auto opened = [&](int kind) {
+    return FileDescriptor(detail::retryInterrupted([&] { return ::open(path.c_str(), flags | kind); }));
+  };
+  FileDescriptor folder = opened(O_RDONLY);
+  return folder ? std::move(folder) : opened(O_PATH);
 }
 
 }  // namespace
@@ -82,8 +89,11 @@ bool NSFileManager::createFileAtPath_contents_attributes(const Ref<NSString>& pa
   const auto name = systemPath(path);
   if (!name) return false;
   const detail::WantedAttributes wanted(attributes);
-  FileDescriptor file = detail::openEmpty(*name, wanted.permissions(0666));
-  if (!file || (contents && !detail::writeAll(file.get(), contents->view()))) return false;
+  FileDescriptor file = detail::openUnlocked(*name, wanted.permissions(0666));
+  // Nothing is lost in a file that cannot be given its rights, nor written into one that others may read. Writing takes
+  // some of them away.
+  if (!file || !wanted.giveRightsTo(file.get()) || !detail::makeEmpty(file.get())) return false;
+  if (contents && !detail::writeAll(file.get(), contents->view())) return false;
   return wanted.giveTo(file.get()) && detail::closeWritten(std::move(file));
 }
 

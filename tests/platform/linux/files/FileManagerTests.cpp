@@ -16,6 +16,7 @@
 #include <filesystem>
 #include <limits>
 
+#include "internal/platform/linux/references/CardOfACamera.h"
 #include "platform/linux/SystemCallFaults.h"
 #include "support/ChildProcess.h"
 #include "support/FarDates.h"
@@ -142,7 +143,7 @@ TEST_F(FileManagerTests, AttributesAreForTheNewItemAlone) {
   };
   for (const std::string made : {"new", "new/"}) {
     FaultScript script({});
-    script.before("chmod", [&] { swap("new", "folder"); });
+    script.before("fchmod", [&] { swap("new", "folder"); });
     makeFolder(made, attributes);
     EXPECT_TRUE(std::filesystem::is_symlink(folder / "new"));
     std::filesystem::remove(folder / "new");
@@ -169,15 +170,42 @@ TEST_F(FileManagerTests, PermissionsAreIndependentOfTheUmask) {
   }
 }
 
-TEST_F(FileManagerTests, WithoutProcFilesGetTheirAttributesAsWell) {
+TEST_F(FileManagerTests, WithoutProcItemsGetTheirAttributesAsWell) {
   PrivateMounts mounts;
   if (!mounts.isPossible()) GTEST_SKIP() << mounts.whyNot();
   mounts.bind(mounts.folder("empty"), "/proc");
   const Ref<NSDictionary> attributes = NSDictionary::dictionaryWithEntries(
-      {{NSFilePosixPermissions, 0604}, {NSFileModificationDate, NSDate::dateWithTimeIntervalSince1970(1000)}});
+      {{NSFilePosixPermissions, 0707}, {NSFileModificationDate, NSDate::dateWithTimeIntervalSince1970(1000)}});
   EXPECT_TRUE(manager->createFileAtPath_contents_attributes(folder.string("new"), nullptr, attributes));
-  EXPECT_EQ(modeOf("new"), 0604U);
+  EXPECT_TRUE(makeFolder("new folder", attributes));
+  for (const char* made : {"new", "new folder"}) {
+    EXPECT_EQ(modeOf(made), 0707U) << made;
+    EXPECT_EQ(statusOf(made).st_mtim.tv_sec, 1000) << made;
+  }
+}
+
+// Whoever may not read a folder has its name in "/proc".
+TEST_F(FileManagerTests, AFolderThatItsOwnerMayNotReadGetsItsAttributes) {
+  ::chmod(folder.path().c_str(), 0777);
+  const Ref<NSDictionary> attributes = NSDictionary::dictionaryWithEntries(
+      {{NSFilePosixPermissions, 0311}, {NSFileModificationDate, NSDate::dateWithTimeIntervalSince1970(1000)}});
+  EXPECT_EQ(asOrdinaryUser([&] { return makeFolder("new", attributes); }), 1);
+  EXPECT_EQ(modeOf("new"), 0311U);
   EXPECT_EQ(statusOf("new").st_mtim.tv_sec, 1000);
+}
+
+TEST_F(FileManagerTests, PermissionsAreLeftOutWhereThereAreNone) {
+  PrivateMounts mounts;
+  const CardOfACamera camera(mounts);
+  const std::string card = camera.root.empty() ? mounts.disk({.type = "vfat"}) : camera.root;
+  if (card.empty()) GTEST_SKIP() << "no root, no mount.exfat-fuse or no /dev/fuse here, and no vfat";
+  for (const int mode : {01777, 02775, 0600}) {
+    const auto wanted = NSDictionary::dictionaryWithObject_forKey(mode, NSFilePosixPermissions);
+    const Ref<NSString> item = Ref<NSString>(card + "/" + std::to_string(mode));
+    EXPECT_TRUE(manager->createDirectoryAtPath_attributes(item, wanted)) << std::oct << mode;
+    const Ref<NSString> file = item->stringByAppendingString("file");
+    EXPECT_TRUE(manager->createFileAtPath_contents_attributes(file, nullptr, wanted)) << std::oct << mode;
+  }
 }
 
 TEST_F(FileManagerTests, TheModificationDateIsSetToTheNanosecondThatADateHas) {
@@ -308,8 +336,8 @@ TEST_F(RefusedAttributeTests, WithoutItsPermissionsItIsAFailure) {
     SCOPED_TRACE(std::strerror(error));
     const bool hasPermissions = error != ENOTSUP && error != ENOSYS;
     EXPECT_NE(withFailing("fchmod", error, [&] { return rewriteFile(narrow); }), hasPermissions);
-    EXPECT_EQ(modeOf("file"), 0644U);
-    EXPECT_NE(withFailing("chmod", error, [&] { return makeFolder("new", wide); }), hasPermissions);
+    EXPECT_EQ(contentsOf(folder / "file"), hasPermissions ? "text" : "new");
+    EXPECT_NE(withFailing("fchmod", error, [&] { return makeFolder("new", wide); }), hasPermissions);
     EXPECT_NE(std::filesystem::exists(folder / "new"), hasPermissions);
   }
 }
@@ -328,7 +356,7 @@ TEST_F(RefusedAttributeTests, ADateThatIsRefusedIsLeftOut) {
     SCOPED_TRACE(std::strerror(error));
     EXPECT_EQ(withFailing("futimens", error, [&] { return rewriteFile(dated); }), error != EIO);
     EXPECT_EQ(contentsOf(folder / "file"), "new");
-    EXPECT_EQ(withFailing("utimensat", error, [&] { return makeFolder("new", dated); }), error != EIO);
+    EXPECT_EQ(withFailing("futimens", error, [&] { return makeFolder("new", dated); }), error != EIO);
     EXPECT_EQ(std::filesystem::exists(folder / "new"), error != EIO);
   }
 }
@@ -339,6 +367,27 @@ TEST_F(RefusedAttributeTests, WhoMayOnlyWriteAFileCannotNarrowIt) {
   ::chmod((folder / "file").c_str(), 0666);
   const auto narrow = NSDictionary::dictionaryWithObject_forKey(0600, NSFilePosixPermissions);
   EXPECT_EQ(asOrdinaryUser([&] { return rewriteFile(narrow); }), 0);
+  EXPECT_EQ(contentsOf(folder / "file"), "text");
+  EXPECT_EQ(asOrdinaryUser([&] { return rewriteFile(nullptr); }), 1);
+  EXPECT_EQ(contentsOf(folder / "file"), "new");
+}
+
+// Somebody else could open it in the meantime.
+TEST_F(RefusedAttributeTests, NothingIsWrittenBeforeAFileHasItsRights) {
+  FaultScript script({});
+  unsigned mode = 0;
+  script.before("write", [&] { mode = modeOf("file"); });
+  EXPECT_TRUE(rewriteFile(NSDictionary::dictionaryWithObject_forKey(0600, NSFilePosixPermissions)));
+  EXPECT_EQ(mode, 0600U);
+}
+
+TEST_F(RefusedAttributeTests, WhatWritingTakesAwayIsGivenAgain) {
+  ::chmod(folder.path().c_str(), 0777);
+  const auto wanted = NSDictionary::dictionaryWithObject_forKey(04755, NSFilePosixPermissions);
+  const Ref<NSString> path = folder.string("new");
+  const Ref<NSData> data = NSData::dataWithBytes("new");
+  EXPECT_EQ(asOrdinaryUser([&] { return manager->createFileAtPath_contents_attributes(path, data, wanted); }), 1);
+  EXPECT_EQ(modeOf("new"), 04755U);
 }
 
 // --- Files

@@ -1,6 +1,7 @@
 #include "platform/linux/files/FileAttributes.h"
 
 #include <gtest/gtest.h>
+#include <linux/magic.h>
 
 #include "support/AccessList.h"
 
@@ -30,6 +31,12 @@ TEST(FileAttributesTests, NobodyIsGivenTheRightsOfAnotherOwnerOrGroup) {
   for (const auto& [mode, owner, group, expected] : cases) {
     EXPECT_EQ(permissionsOf(mode, {.owner = owner, .group = group}), expected) << std::oct << mode << owner << group;
   }
+}
+
+TEST(FileAttributesTests, WhatFileSystemsKeepOfPermissions) {
+  for (const long none : {MSDOS_SUPER_MAGIC, EXFAT_SUPER_MAGIC}) EXPECT_EQ(detail::permissionsKeptBy(none), 0U);
+  EXPECT_EQ(detail::permissionsKeptBy(FUSE_SUPER_MAGIC), 0777U);
+  for (const long all : {EXT4_SUPER_MAGIC, TMPFS_MAGIC}) EXPECT_EQ(detail::permissionsKeptBy(all), 07777U);
 }
 
 TEST(FileAttributesTests, NobodyGainsARightWithoutTheAccessList) {
