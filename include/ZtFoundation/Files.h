@@ -467,8 +467,9 @@ ZT_EXPORT Ref<NSString> rootVolumeName(const Ref<NSFileManager>& self);
 //
 // A path names the item itself, also when that is a symbolic link, which has no lock. Failures answer false or none
 // after one line in the platform log: "[NSFileManager <selector>] <call> failed with error: <number>". No receiver
-// answers false or none without one. Operations block as long as the file system does. What is asked of a volume by the path of its
-// root is asked of no server, but the lock of the root folder itself is. Threads: safe, but locking and unlocking read the item's flags and write them back.
+// answers false or none without one. Operations block as long as the file system does. What is asked of a volume by the path of
+// its root is asked of no server, but the lock of the root folder itself and the volume's own trash and temporary folders
+// are. Threads: safe, but locking and unlocking read the item's flags and write them back.
 
 namespace QvFoundationExtensions {
 
@@ -490,8 +491,8 @@ ZT_EXPORT bool unlockFileAtPath(const Ref<NSFileManager>& self, const Ref<NSStri
 
 /// The path of a standard folder; <ZtFoundation/platform/FolderTypes.h> lists types and domains, and where their
 /// folders are. Of `domain` the low 16 bits count. With `create` a missing folder is made with its parents, for its
-/// owner only (mode 0700), but not in a locked folder. A link to a folder is a folder, but not in the place of a trash or
-/// temporary folder that is the volume's own: those must be real ones, and the user's (permErr).
+/// owner only (mode 0700), but not in a locked folder. A link to a folder is a folder; but what is made for the user on a
+/// volume, a trash or temporary folder, has to be a real one and the user's.
 /// \returns none when there is no such type, no such folder in the domain, or it is missing and not made; when the
 /// user's choice of folders or the folder itself cannot be looked at; and when something else is in its place. A folder
 /// whose reference has no URL is logged without a number: "[NSFileManager findFolderForType:inDomain:create:]

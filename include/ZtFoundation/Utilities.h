@@ -291,7 +291,8 @@ class ZT_EXPORT QvElapsedTime : public NSObject {
   /// A new stopwatch of exactly this class, sent `init`; none when that answers none.
   static Ref<QvElapsedTime> elapsedTime();
 
-  /// Reads the time base and starts the measurement; answers the receiver.
+  /// Reads the time base and starts the measurement; answers the receiver. None, and nothing is started, when the root
+  /// class's `init` answers none.
   Ref<QvElapsedTime> init();
   /// Starts the measurement anew.
   void resetEpochTime();

@@ -37,7 +37,7 @@
 ///   folder of an administrator or the user with the sticky bit, else `.Trash-<user number>`. The temporary folder is
 ///   the user's own where that lies on the volume, else `tmp` or `var/tmp` at the volume's root if that is such a folder
 ///   on this volume, else `.tmp-<user number>`. Of these the user's must be real folders that belong to the user (else
-///   -54). All other folders are the user's.
+///   -54, for the last one in question). All other folders are the user's.
 /// - By the same rules a trash keeps what was thrown away in its folder `files`, and where that came from in its folder
 ///   `info`.
 ///
