@@ -17,7 +17,7 @@ namespace {
 
 constexpr std::size_t kLongestTemplate = 64;
 constexpr std::size_t kLongestText = 1 << 16;
-constexpr std::size_t kMostWork = 1 << 24;
+constexpr std::size_t kMostWork = 1 << 18;
 
 enum class Outcome { Filled, Refused, TooMuchToCompare };
 
