@@ -188,11 +188,34 @@ Word markOthers(Word bytes) noexcept {
   return (values | ((values & (kEachByte * 0x7F)) + kEachByte * (0x80 - 10))) & (kEachByte * 0x80);
 }
 
-// Kanji, kana and Hangul syllables are no digits and change no weight of a character before them.
-constexpr bool isEastAsianLetter(char16_t unit) noexcept {
-  return (unit >= 0x4E00 && unit <= 0x9FFF) || (unit >= 0x3041 && unit <= 0x3096) ||
-         (unit >= 0x30A1 && unit <= 0x30FA) || (unit >= 0x3400 && unit <= 0x4DBF) || (unit >= 0xAC00 && unit <= 0xD7A3);
+struct UnitRange {
+  char16_t first, last;
+};
+
+// What names are written in beyond ASCII and is no digit and changes no weight of a character before it; of characters
+// of two units the first one. Those of names that are met most come first. U+0387, which does change an l, is left out.
+constexpr UnitRange kPlainUnits[] = {
+    {0x4E00, 0x9FFF},                                      // Kanji
+    {0x3041, 0x3096}, {0x30A1, 0x30FA}, {0xFF71, 0xFF9D},  // kana
+    {0xAC00, 0xD7A3}, {0x3400, 0x4DBF},                    // Hangul, rare Kanji
+    {0x0388, 0x0482}, {0x048A, 0x052F},                    // Greek, Cyrillic
+    {0x05D0, 0x05EA}, {0x0620, 0x064A},                    // Hebrew, Arabic
+    {0x0904, 0x0939}, {0x0E01, 0x0E30}, {0x0E40, 0x0E46},  // Devanagari, Thai
+    {0xD83C, 0xD83D}, {0x2600, 0x27BF}, {0xFE0F, 0xFE0F},  // emoji
+};
+
+// No digits either.
+constexpr UnitRange kMarks[] = {{0x0300, 0x036F}, {0x093A, 0x0963}, {0x0E31, 0x0E4E}};
+
+template <std::size_t count>
+constexpr bool isIn(const UnitRange (&ranges)[count], char16_t unit) noexcept {
+  return std::any_of(ranges, ranges + count,
+                     [unit](UnitRange range) { return unit >= range.first && unit <= range.last; });
 }
+
+constexpr bool isPlainUnit(char16_t unit) noexcept { return isIn(kPlainUnits, unit); }
+
+constexpr bool isSecondOfTwo(char16_t unit) noexcept { return (unit & 0xFC00) == 0xDC00; }
 
 // A text and the place of its first difference from the other one.
 template <class Unit>
@@ -201,9 +224,7 @@ struct Place {
   const Unit* at;
   const Unit* end;
 
-  bool startsPlainly(const Unit* next) const noexcept {
-    return next >= end || *next < 0x80 || isEastAsianLetter(*next);
-  }
+  bool startsPlainly(const Unit* next) const noexcept { return next >= end || *next < 0x80 || isPlainUnit(*next); }
 
   const Unit* endOfDigits() const noexcept {
     const Unit* next = at;
@@ -253,17 +274,20 @@ template <class Unit>
   return a.startsPlainly(a.at + 1) && b.startsPlainly(b.at + 1) ? orderOf(rankOfA, rankOfB) : kUndecided;
 }
 
-// Digits of other scripts belong to a number too.
+// Whether what stands before `place` may be a digit of another script, which belongs to the number too.
 template <class Unit>
-bool mayEndNumber(Unit unit) noexcept {
-  return sizeof(Unit) > 1 && unit >= 0x80 && !isEastAsianLetter(unit);
+bool mayFollowDigit(const Unit* begin, const Unit* place) noexcept {
+  if (sizeof(Unit) == 1 || place == begin || place[-1] < 0x80) return false;
+  const bool hasTwoUnits = isSecondOfTwo(place[-1]) && place - begin > 1;
+  const auto unit = place[hasTwoUnits ? -2 : -1];
+  return !isPlainUnit(unit) && !isIn(kMarks, unit);
 }
 
 template <class Unit>
 [[gnu::always_inline]] inline int orderAtDifference(const Place<Unit>& a, const Place<Unit>& b) noexcept {
   if (!isDigit(*a.at) && !isDigit(*b.at)) return orderOfCharacters(a, b);
   const Unit* const number = a.startOfDigits();
-  if (number != a.begin && mayEndNumber(number[-1])) return kUndecided;
+  if (mayFollowDigit(a.begin, number)) return kUndecided;
   const bool areNumbers = number != a.at || (isDigit(*a.at) && isDigit(*b.at));
   return areNumbers ? orderOfNumbers(a, b, static_cast<std::size_t>(a.at - number)) : orderOfCharacters(a, b);
 }
