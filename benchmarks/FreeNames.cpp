@@ -1,5 +1,5 @@
-// A free name beside many taken ones, against listing the folder once by readdir, and the library's listing of it
-// against the same and against ls.
+// A free name of either style beside many taken ones, against listing the folder once by readdir, and the library's
+// listing of it against the same and against ls.
 
 #include <ZtFoundation/Files.h>
 #include <ZtFoundation/platform/FileManager.h>
@@ -7,6 +7,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <functional>
 #include <string>
 
 #include "support/Command.h"
@@ -16,7 +17,6 @@
 namespace {
 
 using namespace ZtFoundation;
-using bench::milliseconds;
 using bench::require;
 
 void makeFile(const std::string& path) {
@@ -34,38 +34,75 @@ std::size_t listed(const std::string& path) {
   return count;
 }
 
+const std::size_t kTaken = bench::fullOrQuick(100'000U, 10'000U);
+constexpr std::size_t kRounds = 15;
+
+struct Style {
+  const char* separator;
+  Ref<NSString> (*unusedPath)(const Ref<NSString>&);
+};
+
+// A folder where a file and all names that would come to mind instead of it are taken.
+class FullFolder {
+ public:
+  explicit FullFolder(const Style& style) : style_(style) {
+    makeFile(pathOf(".jpg"));
+    for (std::size_t number = 1; number <= kTaken; ++number) makeFile(numbered(number));
+  }
+
+  const std::string& path() const { return folder_.path(); }
+  std::string names() const {
+    return std::string("Photo") + style_.separator + "1 to Photo" + style_.separator + std::to_string(kTaken);
+  }
+  void findFreeName() const {
+    const Ref<NSString> found = style_.unusedPath(pathOf(".jpg"));
+    require(found && found->utf8() == numbered(kTaken + 1), "finding the free name");
+  }
+  void listByLibrary() const {
+    require(NSFileManager::defaultManager()->directoryContentsAtPath(path())->count() == kTaken + 1, "listing");
+  }
+  void listBySystem() const { require(listed(path()) == kTaken + 3, "listing by readdir"); }
+
+ private:
+  std::string pathOf(const std::string& ending) const { return path() + "/Photo" + ending; }
+  std::string numbered(std::size_t number) const { return pathOf(style_.separator + std::to_string(number) + ".jpg"); }
+
+  Style style_;
+  bench::Scratch folder_;
+};
+
+template <class Work>
+std::function<double()> ofProcessor(Work work) {
+  return [work] { return bench::processorMilliseconds(work); };
+}
+
+template <class Work>
+std::function<double()> thatPasses(Work work) {
+  return [work] { return bench::milliseconds(work); };
+}
+
+void compareFreeNames(const bench::Report& report, const FullFolder& folder) {
+  const auto times = bench::inTurns(
+      kRounds, {ofProcessor([&] { folder.findFreeName(); }), ofProcessor([&] { folder.listBySystem(); })});
+  report.add({"free name beside " + folder.names(), "ms", times[0], "one listing by readdir", times[1], 3});
+}
+
+void compareListings(const bench::Report& report, const FullFolder& folder) {
+  const std::string name = "listing of " + std::to_string(kTaken) + " names";
+  const auto list = [&] { folder.listByLibrary(); };
+  const auto times = bench::inTurns(kRounds, {ofProcessor(list), ofProcessor([&] { folder.listBySystem(); })});
+  report.add({name, "ms", times[0], "readdir, names not kept", times[1]});
+  const auto ls = [&] { bench::runCommand({"ls", "-f", folder.path()}); };
+  const auto withStart = bench::inTurns(kRounds, {thatPasses(list), thatPasses(ls)});
+  report.add({name, "ms", withStart[0], "ls -f", withStart[1]});
+}
+
 }  // namespace
 
 int main() {
-  const std::size_t taken = bench::fullOrQuick(100'000U, 10'000U);
-  const bench::Scratch folder;
-  makeFile(folder.path() + "/Photo.jpg");
-  for (std::size_t number = 1; number <= taken; ++number) {
-    makeFile(folder.path() + "/Photo_" + std::to_string(number) + ".jpg");
-  }
-  const Ref<NSString> path = folder.path(), wanted = folder.path() + "/Photo.jpg";
-  const std::string expected = folder.path() + "/Photo_" + std::to_string(taken + 1) + ".jpg";
-
-  const auto times = bench::inTurns(
-      15, {[&] {
-             return milliseconds([&] {
-               const Ref<NSString> name = JxTalvoZtWdExensions::unusedTalvoFilePath(wanted);
-               require(name && name->utf8() == expected, "finding the free name");
-             });
-           },
-           [&] {
-             return milliseconds([&] {
-               require(NSFileManager::defaultManager()->directoryContentsAtPath(path)->count() == taken + 1, "listing");
-             });
-           },
-           [&] { return milliseconds([&] { require(listed(folder.path()) == taken + 3, "listing by readdir"); }); },
-           [&] { return milliseconds([&] {
-                   bench::runCommand({"ls", "-f", folder.path()});
-                 }); }});
-
+  const FullFolder ours({"_", JxTalvoZtWdExensions::unusedTalvoFilePath});
+  const FullFolder fileManagers({" ", JxTalvoZtWdExensions::unusedFinderFilePath});
   const bench::Report report("Free names and listings");
-  const std::string among = std::to_string(taken) + " taken ones";
-  report.add({"free name beside " + among, "ms", times[0], "one listing by readdir", times[2], 3});
-  report.add({"listing of " + std::to_string(taken) + " names", "ms", times[1], "readdir, names not kept", times[2]});
-  report.add({"listing of " + std::to_string(taken) + " names", "ms", times[1], "ls -f", times[3]});
+  for (const FullFolder* const folder : {&ours, &fileManagers}) compareFreeNames(report, *folder);
+  compareListings(report, ours);
 }
