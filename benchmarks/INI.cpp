@@ -25,14 +25,9 @@ using namespace ZtFoundation;
 
 namespace {
 
+using bench::processorMilliseconds;
 using bench::require;
 using bench::Samples;
-
-// Of the processor, so that other work on the machine counts little.
-template <class Work>
-double milliseconds(Work work) {
-  return bench::processorMilliseconds(work);
-}
 
 // Settings of many windows: a dozen entries each, numbers, switches, titles and paths. `title` comes into each.
 std::string settingsText(std::size_t size, const std::string& title) {
@@ -68,8 +63,8 @@ void runOurs(const std::string& text, Times& times) {
   const Ref<NSData> data = NSData::dataWithBytes(text);
   Ref<NSObject> value;
   Ref<NSData> written;
-  times.read.push_back(milliseconds([&] { value = readOurs(data); }));
-  times.write.push_back(milliseconds([&] { written = writeOurs(value); }));
+  times.read.push_back(processorMilliseconds([&] { value = readOurs(data); }));
+  times.write.push_back(processorMilliseconds([&] { written = writeOurs(value); }));
   require(as<NSDictionary>(value)->count() != 0, "reading");
   require(written && written->length() > text.size() / 2, "writing");
 }
@@ -84,7 +79,7 @@ int look(void* sum, const char* section, const char* name, const char* value) {
 void runInih([[maybe_unused]] const std::string& text, [[maybe_unused]] Times& times) {
 #if ZT_BENCH_HAS_INIH
   unsigned sum = 0;
-  times.read.push_back(milliseconds([&] { ini_parse_string(text.c_str(), look, &sum); }));
+  times.read.push_back(processorMilliseconds([&] { ini_parse_string(text.c_str(), look, &sum); }));
   require(sum != 0, "reading with inih");
 #endif
 }
@@ -93,10 +88,10 @@ void runSimpleIni([[maybe_unused]] const std::string& text, [[maybe_unused]] Tim
 #if ZT_BENCH_HAS_SIMPLEINI
   CSimpleIniCaseA settings(true);
   bool good = false;
-  times.read.push_back(milliseconds([&] { good = settings.LoadData(text) == SI_OK; }));
+  times.read.push_back(processorMilliseconds([&] { good = settings.LoadData(text) == SI_OK; }));
   require(good, "reading with SimpleIni");
   std::string written;
-  times.write.push_back(milliseconds([&] { good = settings.Save(written) == SI_OK; }));
+  times.write.push_back(processorMilliseconds([&] { good = settings.Save(written) == SI_OK; }));
   require(good && written.size() > text.size() / 2, "writing with SimpleIni");
 #endif
 }
@@ -107,13 +102,13 @@ void runGKeyFile([[maybe_unused]] const std::string& original, [[maybe_unused]] 
   std::replace(text.begin(), text.end(), ';', '#');  // its sign of a comment
   const std::unique_ptr<GKeyFile, void (*)(GKeyFile*)> settings(g_key_file_new(), g_key_file_unref);
   bool good = false;
-  times.read.push_back(milliseconds([&] {
+  times.read.push_back(processorMilliseconds([&] {
     good = g_key_file_load_from_data(settings.get(), text.data(), text.size(), G_KEY_FILE_NONE, nullptr) != FALSE;
   }));
   require(good, "reading with GKeyFile");
   gsize length = 0;
   char* written = nullptr;
-  times.write.push_back(milliseconds([&] { written = g_key_file_to_data(settings.get(), &length, nullptr); }));
+  times.write.push_back(processorMilliseconds([&] { written = g_key_file_to_data(settings.get(), &length, nullptr); }));
   require(length > text.size() / 2, "writing with GKeyFile");
   g_free(written);
 #endif

@@ -104,7 +104,9 @@ Converter unicodes() {
 #endif
 
 std::function<double()> nanosecondsPerUnit(const std::function<void(const Sample&)>& work, const Sample& sample) {
-  return [&] { return bench::milliseconds([&] { work(sample); }) * 1e6 / static_cast<double>(sample.units.size()); };
+  return [&] {
+    return bench::processorMilliseconds([&] { work(sample); }) * 1e6 / static_cast<double>(sample.units.size());
+  };
 }
 
 // The faster of both peers is the one to keep up with, so each is.

@@ -56,7 +56,7 @@ Cut cut(const Ref<NSString>& name, std::int16_t code, bool addsUp) {
   Measurer measurer(addsUp);
   const ScopedService<TextMeasurer> scope(measurer);
   Ref<NSString> result;
-  const double taken = bench::milliseconds(
+  const double taken = bench::processorMilliseconds(
       [&] { result = JxTruncateExtensions::truncateControlStringWithDrawingWidth_truncCode(name, 100, code); });
   bench::require(static_cast<bool>(result), "truncation");
   return {static_cast<double>(measurer.measurements), taken};

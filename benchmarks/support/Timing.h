@@ -2,13 +2,13 @@
 #pragma once
 
 #include <malloc.h>
+#include <time.h>
 
 #include <algorithm>
 #include <chrono>
 #include <cstddef>
 #include <cstdio>
 #include <cstdlib>
-#include <ctime>
 #include <functional>
 #include <utility>
 #include <vector>
@@ -26,9 +26,14 @@ double milliseconds(Work&& work) {
 // less.
 template <class Work>
 double processorMilliseconds(Work&& work) {
-  const std::clock_t start = std::clock();
+  const auto taken = [] {
+    timespec time{};
+    ::clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &time);
+    return static_cast<double>(time.tv_sec) * 1e3 + static_cast<double>(time.tv_nsec) * 1e-6;
+  };
+  const double start = taken();
   std::forward<Work>(work)();
-  return static_cast<double>(std::clock() - start) * 1000 / CLOCKS_PER_SEC;
+  return taken() - start;
 }
 
 // That, after what was freed before has been put in order, which the work would pay for otherwise.

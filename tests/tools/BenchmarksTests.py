@@ -5,6 +5,7 @@ import importlib.util
 import json
 import os
 import pathlib
+import re
 import subprocess
 import sys
 import tempfile
@@ -88,6 +89,11 @@ class SourceCase(unittest.TestCase):
     def test_rounds_are_made_where_contenders_take_turns(self):
         self.assertEqual([source.name for source in sorted(FOLDER.rglob("*.[ch]*")) if "++round" in source.read_text()],
                          ["Report.h", "Timing.h"])
+
+    def test_time_that_passes_is_measured_only_where_other_processes_run(self):
+        measuring = {source.stem for source in FOLDER.glob("*.cpp") if re.search(r"\bmilliseconds\((?!\d)", source.read_text())}
+        running = {source.stem for source in FOLDER.glob("*.cpp") if "runCommand(" in source.read_text()}
+        self.assertEqual(measuring, running)
 
 
 class FigureCase(unittest.TestCase):
