@@ -1,5 +1,6 @@
-// How time and memory grow with the size of a file: a music library as XML and binary, and settings as INI text. Time
-// and memory for each megabyte are compared with those of the smallest file; linear growth shows as ratios about 1.
+// How time and memory grow with the size of a file: a music library as XML and binary, settings as INI and OpenStep
+// text. Time and memory for each megabyte are compared with those of the smallest file; linear growth shows as ratios
+// about 1.
 
 #include <sys/mman.h>
 #include <sys/resource.h>
@@ -10,6 +11,7 @@
 #include <functional>
 #include <new>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -27,6 +29,7 @@ using bench::Samples;
 namespace {
 
 constexpr std::size_t kMegabyte = 1000 * 1000;
+constexpr QvPropertyListFormat kOpenStep = 1;
 constexpr QvPropertyListFormat kXML = 100;
 constexpr QvPropertyListFormat kBinary = 200;
 // Tables that outgrow the caches cost some; what grows with the square would be some hundred times as much.
@@ -35,11 +38,12 @@ constexpr double kMostGrowth = 2;
 struct Format {
   const char* name;
   QvPropertyListFormat number;
+  bool isWritten = true;
 };
 
 // What a megabyte of the file costs.
 struct Cost {
-  double reading, writing;  // milliseconds
+  double reading, writing;  // milliseconds; 0 for what is only read
   double memory;            // megabytes
 };
 
@@ -52,19 +56,32 @@ Ref<NSData> write(const Ref<NSObject>& value, QvPropertyListFormat format) {
   return QvPropertyListSerialization::dataFromPropertyList_format_errorDescription(value, format, nullptr);
 }
 
-std::string settings(std::size_t bytes) {
-  std::string text;
+// How one format says what settings consist of; "@" stands for a number that is in the text once.
+struct Settings {
+  std::string_view before, section, entry, betweenSections, after;
+};
+
+constexpr Settings kAsINI{"", "[Section @]\n", "Key@=some value or other @\n", "", ""};
+constexpr Settings kAsOpenStep{"{\n", "\"Section @\" = {\n", "Key@ = \"some value or other @\";\n", "};\n", "};\n}\n"};
+
+void appendNumbered(std::string& text, std::string_view piece, const std::string& number) {
+  for (const char character : piece) character == '@' ? text.append(number) : text.append(1, character);
+}
+
+std::string textOf(const Settings& settings, std::size_t bytes) {
+  std::string text(settings.before);
   text.reserve(bytes + 100);
   for (std::size_t line = 0; text.size() < bytes; ++line) {
-    const std::string number = std::to_string(line);
-    text += line % 50 == 0 ? "[Section " + number + "]\n" : "Key" + number + "=some value or other " + number + "\n";
+    if (line != 0 && line % 50 == 0) text += settings.betweenSections;
+    appendNumbered(text, line % 50 == 0 ? settings.section : settings.entry, std::to_string(line));
   }
-  return text;
+  return text.append(settings.after);
 }
 
 // `bytes` of text; binary is a quarter of the XML that it is made from.
 Ref<NSData> makeInput(QvPropertyListFormat format, std::size_t bytes) {
-  if (format == QvPropertyListINIFormat) return NSData::dataWithString(settings(bytes));
+  if (format == QvPropertyListINIFormat) return NSData::dataWithString(textOf(kAsINI, bytes));
+  if (format == kOpenStep) return NSData::dataWithString(textOf(kAsOpenStep, bytes));
   Ref<NSData> xml = NSData::dataWithString(bench::MediaLibrary::xml(bytes));
   return format == kBinary ? write(read(xml, kXML), kBinary) : xml;
 }
@@ -75,17 +92,22 @@ double peakMegabytes() {
   return static_cast<double>(usage.ru_maxrss) * 1024 / kMegabyte;
 }
 
-Cost costOf(QvPropertyListFormat format, const std::string& file) {
+double timeOfWriting(const Ref<NSObject>& value, QvPropertyListFormat format) {
+  Ref<NSData> output;
+  const double taken = processorMilliseconds([&] { output = write(value, format); });
+  require(static_cast<bool>(output), "writing");
+  return taken;
+}
+
+Cost costOf(const Format& format, const std::string& file) {
   const Ref<NSData> input = NSData::dataWithContentsOfFile(file);
   require(static_cast<bool>(input), "reading the input file");
   const double megabytes = static_cast<double>(input->length()) / kMegabyte;
   const double before = peakMegabytes();
   Ref<NSObject> value;
-  const double reading = processorMilliseconds([&] { value = read(input, format); });
+  const double reading = processorMilliseconds([&] { value = read(input, format.number); });
   require(static_cast<bool>(value), "reading");
-  Ref<NSData> output;
-  const double writing = processorMilliseconds([&] { output = write(value, format); });
-  require(static_cast<bool>(output), "writing");
+  const double writing = format.isWritten ? timeOfWriting(value, format.number) : 0;
   return {reading / megabytes, writing / megabytes, (peakMegabytes() - before) / megabytes};
 }
 
@@ -133,7 +155,7 @@ std::vector<Series> measured(const Format& format, const std::vector<std::size_t
   std::vector<std::function<void()>> contenders;
   for (std::size_t at = 0; at < sizes.size(); ++at) {
     contenders.emplace_back([&, at] {
-      inProcessOfItsOwn([&] { *cost = costOf(format.number, fileOf(sizes[at])); });
+      inProcessOfItsOwn([&] { *cost = costOf(format, fileOf(sizes[at])); });
       result[at].add(*cost);
     });
   }
@@ -149,7 +171,9 @@ void compare(const bench::Report& report, const Format& format, const std::vecto
   for (std::size_t at = 1; at < sizes.size(); ++at) {
     const std::string name = std::string(format.name) + ", " + std::to_string(sizes[at]) + " MB";
     report.add({"read " + name, "ms/MB", series[at].reading, peer, smallest.reading, kMostGrowth});
-    report.add({"write " + name, "ms/MB", series[at].writing, peer, smallest.writing, kMostGrowth});
+    if (format.isWritten) {
+      report.add({"write " + name, "ms/MB", series[at].writing, peer, smallest.writing, kMostGrowth});
+    }
     report.add({"memory " + name, "MB/MB", series[at].memory, peer, smallest.memory, kMostGrowth});
   }
 }
@@ -160,8 +184,8 @@ int main() {
   const bench::Report report("Growth with the size of the file");
   const std::vector<std::size_t> sizes =
       bench::isQuick() ? std::vector<std::size_t>{1, 5, 20} : std::vector<std::size_t>{1, 50, 500};
-  for (const Format& format :
-       {Format{"XML", kXML}, Format{"binary (from XML)", kBinary}, Format{"INI", QvPropertyListINIFormat}}) {
+  for (const Format& format : {Format{"XML", kXML}, Format{"binary (from XML)", kBinary},
+                               Format{"INI", QvPropertyListINIFormat}, Format{"OpenStep text", kOpenStep, false}}) {
     compare(report, format, sizes, 3);
   }
 }
