@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Makes a table, a chart and a page of what the benchmarks measured.
 
-    summarize.py RESULTS                       prints what was missed
+    summarize.py RESULTS                       prints what was missed, and draws benchmarks.svg beside RESULTS
     summarize.py RESULTS --page FOLDER NOTES   also writes benchmarks.md and benchmarks.svg into FOLDER; the file NOTES goes into the page
 
 RESULTS has one comparison a line, in JSON, as benchmarks/support/Report.h writes it.
@@ -217,7 +217,8 @@ def page(rows, notes, is_quick):
 
 <!-- Written by `./bench --page`; what people wrote stands in benchmarks/notes.md. -->
 
-`./bench` installs the peers, builds, runs every comparison and prints what is on this page; `./bench --page` renews the page.
+`./bench` installs the peers, builds, runs every comparison, prints each with its spread, and draws them as `build/benchmarks/benchmarks.svg`;
+`./bench --page` also renews this page and its chart.
 {small}
 - Date: {now:%Y-%m-%d %H:%M} UTC
 - Machine: {machine()}
@@ -257,11 +258,14 @@ def main():
     rows = read_results(options.results)
     if not rows:
         sys.exit("nothing was measured")
+    drawing = pathlib.Path(options.results).with_name("benchmarks.svg")
+    drawing.write_text(chart(rows), encoding="utf-8")
     if options.page:
         folder, notes = map(pathlib.Path, options.page)
         (folder / "benchmarks.md").write_text(page(rows, notes.read_text(encoding="utf-8"), options.quick), encoding="utf-8")
-        (folder / "benchmarks.svg").write_text(chart(rows), encoding="utf-8")
+        (folder / drawing.name).write_text(chart(rows), encoding="utf-8")
     print_summary(rows)
+    print(f"chart: {drawing}")
 
 
 if __name__ == "__main__":

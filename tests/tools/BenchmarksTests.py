@@ -198,17 +198,25 @@ class CommandCase(unittest.TestCase):
         self.assertEqual([line.split(":")[2].split("/")[0].strip() for line in done.stdout.splitlines() if line.startswith("missed")],
                          ["removal", "far too much"])
         self.assertIn("not installed: peer that is missing", done.stdout)
-        self.assertTrue(done.stdout.endswith("6 comparisons, 5 with an aim, 2 missed\n"), done.stdout)
+        self.assertIn("\n6 comparisons, 5 with an aim, 2 missed\n", done.stdout)
+
+    def test_the_chart_is_drawn_beside_the_results(self):
+        done = self.run_script()
+        chart = self.folder / "benchmarks.svg"
+        self.assertTrue(done.stdout.endswith(f"\nchart: {chart}\n"), done.stdout)
+        self.assertEqual(chart.read_text(), summarize.chart(ROWS))
 
     def test_the_page_has_table_chart_and_what_people_wrote(self):
         notes = self.folder / "notes.md"
         notes.write_text("## What falls short\n\nIt rains.\n")
-        self.assertEqual(self.run_script("--page", self.folder, notes).returncode, 0)
-        page = (self.folder / "benchmarks.md").read_text()
+        docs = self.folder / "docs"
+        docs.mkdir()
+        self.assertEqual(self.run_script("--page", docs, notes).returncode, 0)
+        page = (docs / "benchmarks.md").read_text()
         for part in ("It rains.", summarize.table(ROWS), "](benchmarks.svg)", "6 comparisons; of 5 with an aim 3 reach it, 2 miss it"):
             self.assertIn(part, page)
         self.assertNotIn("--quick`):", page)
-        ElementTree.parse(self.folder / "benchmarks.svg")
+        ElementTree.parse(docs / "benchmarks.svg")
 
     def test_small_inputs_are_told(self):
         notes = self.folder / "notes.md"
