@@ -49,8 +49,9 @@ const Question kQuestions[] = {
        const FSVolumeRefNum number = QvFoundationExtensions::volumeRefWithPath(manager(), "/etc");
        return number != 0 ? std::to_string(number) : "";
      }},
+    // "no" also stands for none.
     {"lock of a volume", "open",
-     [] { return QvFoundationExtensions::isVolumeLockedAtPath(manager(), writable()) ? "" : "no"; }},
+     [] { return QvFoundationExtensions::isVolumeLockedAtPath(manager(), writable()) ? "yes" : "no"; }},
 };
 
 class VolumesFaultTests : public testing::TestWithParam<Question> {
