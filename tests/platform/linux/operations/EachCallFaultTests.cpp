@@ -7,6 +7,7 @@
 #include <ZtFoundation/platform/Date.h>
 #include <ZtFoundation/platform/FileErrors.h>
 #include <ZtFoundation/platform/FileManager.h>
+#include <ZtFoundation/platform/FolderTypes.h>
 #include <ZtFoundation/platform/Number.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -22,7 +23,9 @@
 #include <ostream>
 
 #include "platform/linux/SystemCallFaults.h"
+#include "support/ExtendedAttribute.h"
 #include "support/FileTree.h"
+#include "support/QuickFolder.h"
 #include "support/QuietStandardError.h"
 #include "support/ScopedEnvironment.h"
 #include "support/ScratchFolder.h"
@@ -54,22 +57,28 @@ struct Scene : ScratchFolder {
   }
 
   Ref<QvPropertyList> store;
+  ScopedEnvironment environment;
 };
 
-// The items and what files hold.
+// The items, what files hold, and what is locked.
 using Items = std::map<std::string, std::string>;
 constexpr const char* kFolder = "(a folder)";
+constexpr const char* kLocked = " (locked)";
+constexpr const char* kLock = "user.ZtFoundation.locked";
 
 Items itemsIn(const std::string& root) {
   Items items;
   for (const auto& entry : std::filesystem::recursive_directory_iterator(root)) {
     const std::string path = entry.path();
-    items[path.substr(root.size())] = entry.is_directory() ? kFolder : contentsOf(path).value_or("(unreadable)");
+    std::string& text = items[path.substr(root.size())];
+    text = entry.is_directory() ? kFolder : contentsOf(path).value_or("(unreadable)");
+    if (attributeOf(path, kLock)) text.append(kLocked);
   }
   return items;
 }
 
-// Each item is as it was, or has a beginning of what it becomes; and nothing is gone but what goes.
+// Each item is as it was, or has a beginning of what it becomes, or goes and has lost its lock; and nothing is gone but
+// what goes.
 bool isOnItsWay(const Items& now, const Items& before, const Items& whole) {
   const auto isOld = [&](const auto& item) {
     return before.contains(item.first) && before.at(item.first) == item.second;
@@ -77,7 +86,10 @@ bool isOnItsWay(const Items& now, const Items& before, const Items& whole) {
   const auto isBegun = [&](const auto& item) {
     return whole.contains(item.first) && whole.at(item.first).starts_with(item.second);
   };
-  return std::ranges::all_of(now, [&](const auto& item) { return isOld(item) || isBegun(item); }) &&
+  const auto isUnlocked = [&](const auto& item) {
+    return !whole.contains(item.first) && before.contains(item.first) && before.at(item.first) == item.second + kLocked;
+  };
+  return std::ranges::all_of(now, [&](const auto& item) { return isOld(item) || isBegun(item) || isUnlocked(item); }) &&
          std::ranges::all_of(before,
                              [&](const auto& item) { return now.contains(item.first) || !whole.contains(item.first); });
 }
@@ -99,6 +111,17 @@ struct Operation {
   std::function<void(Scene&)> prepare = [](Scene&) {};
   std::function<void(const Scene&, bool success)> check = [](const Scene&, bool) {};
 };
+
+// What it cannot have, this test cannot be about.
+void lockTree(Scene& scene) {
+  if (::setxattr((scene / "tree").c_str(), kLock, "1", 1, 0) != 0) GTEST_SKIP() << kNoAttributes;
+}
+
+void chooseMusicFolder(Scene& scene) {
+  scene.environment.set("HOME", scene.path());
+  scene.environment.set("XDG_CONFIG_HOME", scene.path());
+  writeFile(scene / "user-dirs.dirs", "XDG_MUSIC_DIR=\"$HOME/all/music\"\n");
+}
 
 void openNewStore(Scene& scene) { scene.openStore("made/at once/settings", kXML); }
 
@@ -142,11 +165,11 @@ const Operation kOperations[] = {
      [](const Scene& scene) {
        return JxTalvoZtWdExensions::createFileWithContents_autoname(scene.string("file"), newContents(), true) == noErr;
      }},
-    {"creation of a file with a free name", Rule::Whole,
+    {"creation of a file with a name in the Finder's style", Rule::Whole,
      [](const Scene& scene) {
        return JxTalvoZtWdExensions::createUnusedFinderFile(scene.string("file"), newContents()) != nullptr;
      }},
-    {"creation of a folder with a free name", Rule::Whole,
+    {"creation of a folder with a name in the Finder's style", Rule::Whole,
      [](const Scene& scene) {
        return JxTalvoZtWdExensions::createUnusedFinderFolder(scene.string("tree")) != nullptr;
      }},
@@ -162,6 +185,12 @@ const Operation kOperations[] = {
      [](const Scene& scene) {
        return JxFileOperation::createDirectoryWithRecursively(scene.string("a/b/c"), true) == noErr;
      }},
+    {"creation of a user's folder", Rule::Begun,
+     [](const Scene&) {
+       return QvFoundationExtensions::findFolderForType_inDomain_create(manager(), kMusicDocumentsFolderType,
+                                                                        kUserDomain, true) != nullptr;
+     },
+     chooseMusicFolder},
     {"copy of a file with a status", Rule::Whole,
      [](const Scene& scene) {
        return JxFileOperation::copyFileTo(scene.string("file"), scene.string("new")) == noErr;
@@ -175,7 +204,11 @@ const Operation kOperations[] = {
      [](const Scene& scene) { return JxFileOperation::renameFileTo(scene.string("file"), "renamed") == noErr; }},
     {"removal of a locked folder with a status", Rule::Begun,
      [](const Scene& scene) { return JxFileOperation::removeFileForcefully(scene.string("tree"), true) == noErr; },
-     [](Scene& scene) { ::setxattr((scene / "tree").c_str(), "user.ZtFoundation.locked", "1", 1, 0); }},
+     lockTree},
+    {"move on a disk", Rule::Whole,
+     [](const Scene& scene) {
+       return manager()->movePath_toPath_handler(scene.string("tree"), scene.string("new"), nullptr);
+     }},
     {"links to the files of a folder", Rule::Whole,
      [](const Scene& scene) {
        return manager()->linkPath_toPath_handler(scene.string("tree"), scene.string("new"), nullptr);
@@ -202,12 +235,13 @@ const std::map<Rule, const char*> kOutcomes{
 class EachCallFaultTests : public testing::TestWithParam<Operation> {
  protected:
   EachCallFaultTests() {
-    inMemory_.set("TMPDIR", "/dev/shm");
+    quick_.set("TMPDIR", quickFolder());
     ::umask(022);
     // What is found out once is found out.
     for (const bool isAgain : {false, true}) {
       Scene scene;
       operation.prepare(scene);
+      if (IsSkipped()) return;
       before = itemsIn(scene.path());
       EXPECT_TRUE(operation.run(scene)) << isAgain;
       whole = itemsIn(scene.path());
@@ -253,7 +287,7 @@ class EachCallFaultTests : public testing::TestWithParam<Operation> {
 
  private:
   const QuietStandardError quiet_;
-  ScopedEnvironment inMemory_;
+  ScopedEnvironment quick_;
 };
 
 TEST_P(EachCallFaultTests, TheAnswerIsWhatIsOnTheDisk) {
