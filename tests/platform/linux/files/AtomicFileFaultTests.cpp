@@ -20,6 +20,7 @@
 #include "support/AccessList.h"
 #include "support/ChildProcess.h"
 #include "support/ExtendedAttribute.h"
+#include "support/FileTree.h"
 #include "support/Sanitizers.h"
 #include "support/ScopedEnvironment.h"
 #include "support/ScratchFolder.h"
@@ -112,9 +113,18 @@ void beforeCall(FaultScript& script, const std::string& call, int number, const 
       call, [&script, call, number, action] { number == 1 ? action() : beforeCall(script, call, number - 1, action); });
 }
 
+// Nothing is flushed.
+void expectSaved(Scene& scene) {
+  const FaultScript script({});
+  EXPECT_TRUE(scene.save("new contents")) << "another time it is saved";
+  EXPECT_EQ(contentsOf(scene.file()), "new contents");
+  scene.expectNoLitter(true);
+}
+
 // Saves with one fault; answers which function failed, empty when there are not so many calls.
 std::string saveWithFault(const Situation& situation, Fault fault) {
   Scene scene(situation);
+  const std::size_t files = openDescriptors();
   bool saved;
   std::string faulted;
   {
@@ -127,6 +137,8 @@ std::string saveWithFault(const Situation& situation, Fault fault) {
   EXPECT_EQ(contentsOf(scene.file()), saved ? "new contents" : scene.oldContents());
   scene.expectNoLitter(saved || situation.hasFile);
   if (saved || situation.hasFile) scene.expectMode();
+  EXPECT_EQ(openDescriptors(), files);
+  if (!saved) expectSaved(scene);
   return faulted;
 }
 

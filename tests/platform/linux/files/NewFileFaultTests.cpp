@@ -46,13 +46,21 @@ std::size_t closeThatTells(const std::vector<std::string>& calls) {
   return static_cast<std::size_t>(closed - calls.begin());
 }
 
-// A file is there with all its contents, under the path that is told, or nothing is there.
+// What a file gets that is opened now; /proc need not be mounted.
+int nextDescriptor() {
+  const int descriptor = ::dup(STDERR_FILENO);
+  ::close(descriptor);
+  return descriptor;
+}
+
+// A file is there with all its contents, under the path that is told, or nothing is there and it can be made.
 void tryEachCallIn(const std::string& folder, const std::string& operation) {
   const std::vector<std::string> calls = callsIn(folder);
   const std::size_t closed = closeThatTells(calls);
   for (const int error : kErrors) {
     for (std::size_t at = 0; at < calls.size(); ++at) {
       makeEmpty(folder);
+      const int descriptor = nextDescriptor();
       Ref<NSString> path;
       {
         const FaultScript script({static_cast<int>(at), error, false});
@@ -63,6 +71,8 @@ void tryEachCallIn(const std::string& folder, const std::string& operation) {
       EXPECT_EQ(std::filesystem::is_empty(folder), !path);
       EXPECT_TRUE(calls[at] != "write" || static_cast<bool>(path) == (error == EINTR));
       EXPECT_TRUE(at != closed || static_cast<bool>(path) == (error == EINTR));
+      EXPECT_EQ(nextDescriptor(), descriptor) << "a file is left open";
+      EXPECT_TRUE(path || create(folder)) << "another time it is made";
     }
   }
   report("failing call", operation, static_cast<long>(std::size(kErrors) * calls.size()), "whole, or nothing");

@@ -12,6 +12,7 @@
 #include <cstring>
 
 #include "platform/linux/SystemCallFaults.h"
+#include "support/FileTree.h"
 #include "support/FolderLock.h"
 #include "support/ScratchFolder.h"
 #include "support/Storm.h"
@@ -39,6 +40,7 @@ class SharedFile {
 // Answers which function failed, empty when there are not so many calls.
 std::string saveWithFault(int at, int error, bool persists = false) {
   const SharedFile file;
+  const std::size_t files = openDescriptors();
   bool saved;
   std::string faulted;
   testing::internal::CaptureStderr();
@@ -56,6 +58,7 @@ std::string saveWithFault(int at, int error, bool persists = false) {
   const std::set<std::string> tidy{"settings"};
   EXPECT_TRUE(file.folder.names() == tidy || persists);
   EXPECT_TRUE(isFree(file.folder.path()));
+  EXPECT_EQ(openDescriptors(), files);
   EXPECT_TRUE(file.store->saveMergedChanges()) << "another time it is saved";
   EXPECT_TRUE(isEqual(QvPropertyList::initWithPath(file.path)->values(), both));
   return faulted;
