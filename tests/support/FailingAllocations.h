@@ -115,7 +115,7 @@ struct AllocationRules {
   bool mayChange = false;                 ///< the receiver stays valid but need not stay as it was
   bool throwsAnyway = false;              ///< the operation ends in an exception of its own, with memory and without
   bool keepsMemory = false;               ///< what it allocates is kept for good: no leak
-  std::size_t dense = 200;                ///< so many points are tried one by one, then ever fewer
+  std::size_t dense = 200;                ///< so many points are tried one by one, then ever fewer unless reported
 };
 inline const AllocationRules kNoException;
 

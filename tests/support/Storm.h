@@ -44,12 +44,15 @@ class Storm {
   int rounds_ = 0;
 };
 
+/// Whether the table is wanted, and so everything that it promises.
+inline bool isReporting() { return std::getenv("ZT_FAULTS_REPORT") != nullptr; }
+
 /// A line of the table: what was done to which operation how often, and how it went where no check failed.
 inline void report(const std::string& kind, const std::string& operation, long tried, const std::string& outcome) {
-  const char* const file = std::getenv("ZT_FAULTS_REPORT");
-  if (file == nullptr) return;
+  if (!isReporting()) return;
   const std::string result = testing::Test::HasFailure() ? "FAILED" : outcome;
-  std::ofstream(file, std::ios::app) << kind << '\t' << operation << '\t' << tried << '\t' << result << '\n';
+  std::ofstream(std::getenv("ZT_FAULTS_REPORT"), std::ios::app)
+      << kind << '\t' << operation << '\t' << tried << '\t' << result << '\n';
 }
 
 /// Signals that interrupt this process every few microseconds, with handlers that do not let system calls go on by

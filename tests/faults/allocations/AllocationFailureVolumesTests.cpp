@@ -24,23 +24,25 @@ struct Mounted {
   std::string describe() const { return describeProcess(); }
 };
 
-// The table of mounts has changed each time, so it is read anew.
+// The table of mounts has changed each time, so it is read anew. A process that ends leaves no mount to the others.
 struct JustMounted : Mounted {
-  JustMounted() {
-    static unsigned count = 0;
-    if (!point().empty()) mounts().unmount(point());
-    point() = mounts().memory(++count % 2 == 0 ? "here" : "or rather here");
-  }
+  JustMounted() = default;
+  JustMounted(const JustMounted&) = delete;
+  JustMounted& operator=(const JustMounted&) = delete;
+  ~JustMounted() { mounts().unmount(point_); }
+
   static PrivateMounts& mounts() {
     static PrivateMounts mounts;
     return mounts;
   }
 
  private:
-  static std::string& point() {
-    static std::string point;
-    return point;
+  static std::string nextPoint() {
+    static unsigned count = 0;
+    return mounts().memory(++count % 2 == 0 ? "here" : "or rather here");
   }
+
+  std::string point_ = nextPoint();
 };
 
 class AllocationFailureVolumes : public testing::Test {

@@ -38,6 +38,18 @@ TEST(FailingAllocations, EachAllocationFailsOnceAndThenWithAllAfterIt) {
   EXPECT_EQ(forEachFailingAllocation<Nothing>("three", makeThree), 6U);
 }
 
+TEST(FailingAllocations, OnlyForTheTableEachOfManyFails) {
+  const auto makeMany = [](Nothing&) {
+    for (int i = 0; i < 1000; ++i) std::string(kLong).size();
+  };
+  ScopedEnvironment environment;
+  environment.set("ZT_FAULTS_REPORT", std::nullopt);
+  const std::size_t some = forEachFailingAllocation<Nothing>("many", makeMany, {.dense = 100});
+  EXPECT_TRUE(some > 200 && some < 400) << some;
+  environment.set("ZT_FAULTS_REPORT", "/dev/null");
+  EXPECT_EQ(forEachFailingAllocation<Nothing>("many", makeMany, {.dense = 100}), 2000U);
+}
+
 TEST(FailingAllocations, TheLibraryAsksHere) {
   EXPECT_GT(forEachFailingAllocation<Nothing>("a string", [](Nothing&) { return Ref<NSString>(kLong); }), 0U);
   const auto grow = [](Nothing&) { NSMutableData::dataWithLength(100)->setLength(1000); };
@@ -179,6 +191,18 @@ TEST(FailingAllocations, AFailureThatIsRememberedIsTold) {
     return *made;
   };
   forEachFailingAllocation<Nothing>("repeat", repeat);
+}
+
+TEST(FailingAllocations, AFailureThatIsRememberedIsToldHoweverLateItComes) {
+  ScopedEnvironment environment;
+  environment.set(allocations::kFirstUseVariable, "1");
+  environment.set("ZT_FAULTS_REPORT", "/dev/null");
+  const auto rememberLate = [](Nothing&) {
+    for (int i = 0; i < 1000; ++i) std::string(kLong).size();
+    static const bool got = std::unique_ptr<int>(new (std::nothrow) int(1)) != nullptr;
+    return got;
+  };
+  EXPECT_NONFATAL_FAILURE(forEachFailingAllocation<Nothing>("late", rememberLate), "<returned 1> <returned 0>");
 }
 
 TEST(FailingAllocations, AProcessThatEndsIsTold) {
