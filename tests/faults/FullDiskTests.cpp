@@ -8,6 +8,8 @@
 #include <ZtFoundation/platform/Number.h>
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -16,6 +18,7 @@
 #include <map>
 #include <ostream>
 
+#include "support/ChildProcess.h"
 #include "support/PrivateMounts.h"
 #include "support/ScratchFolder.h"
 #include "support/Storm.h"
@@ -57,7 +60,9 @@ void makeTree(const std::string& root) {
   writeFile(root + "/folder/inner/last", "last");
 }
 
-bool store(const std::string& path, QvPropertyListFormat format) {
+using Save = bool (QvPropertyList::*)();
+
+bool store(const std::string& path, QvPropertyListFormat format, Save save = &QvPropertyList::saveChanges) {
   const Ref<QvPropertyList> list = QvPropertyList::initWithPath_format(stringOf(path), format);
   const Ref<NSMutableDictionary> section = NSMutableDictionary::dictionary();
   section->setObject_forKey(stringOf(newContents()), "Key");
@@ -65,7 +70,7 @@ bool store(const std::string& path, QvPropertyListFormat format) {
   all->setObject_forKey(section, "Section");
   list->setValues(all);
   list->setFormat(format);  // whatever was there
-  return list->saveChanges();
+  return (list.get()->*save)();
 }
 
 bool storedIsWhole(const std::string& path, QvPropertyListFormat format) {
@@ -96,6 +101,7 @@ struct Operation {
   Failure failure;
   std::function<bool(const Place&)> run;      // whether it answered success
   std::function<bool(const Place&)> isWhole;  // whether everything is there that a success promises
+  bool takesBytes = true;
 };
 
 bool hasTree(const std::string& path, const Place& place) { return snapshot(path) == snapshot(place.source + "/tree"); }
@@ -115,6 +121,9 @@ const Operation kOperations[] = {
      [](const Place& place) { return store(place.file(), QvPropertyListINIFormat); },
      [](const Place& place) { return storedIsWhole(place.file(), QvPropertyListINIFormat); }},
     {"settings as XML", true, Failure::LeavesNothing, [](const Place& place) { return store(place.file(), 100); },
+     [](const Place& place) { return storedIsWhole(place.file(), 100); }},
+    {"merged save of settings", false, Failure::LeavesNothing,
+     [](const Place& place) { return store(place.file(), 100, &QvPropertyList::saveMergedChanges); },
      [](const Place& place) { return storedIsWhole(place.file(), 100); }},
     {"settings in a new folder", false, Failure::LeavesWhatIsDone,
      [](const Place& place) { return store(place.disk + "/new/folder/file", 200); },
@@ -144,12 +153,22 @@ const Operation kOperations[] = {
        return QvFoundationExtensions::createDirectoryAtPath_attributes_recursively(
            manager(), stringOf(place.disk + "/a/b/c/d"), nullptr, true);
      },
-     [](const Place& place) { return exists(place.disk + "/a/b/c/d"); }},
+     [](const Place& place) { return exists(place.disk + "/a/b/c/d"); }, false},
     {"creation of folders with a status", false, Failure::LeavesWhatIsDone,
      [](const Place& place) {
        return JxFileOperation::createDirectoryWithRecursively(stringOf(place.disk + "/a/b/c/d"), true) == noErr;
      },
-     [](const Place& place) { return exists(place.disk + "/a/b/c/d"); }},
+     [](const Place& place) { return exists(place.disk + "/a/b/c/d"); }, false},
+    {"link to a file", false, Failure::LeavesNothing,
+     [](const Place& place) {
+       return manager()->linkPath_toPath_handler(stringOf(place.disk + "/full"), stringOf(place.file()), nullptr);
+     },
+     [](const Place& place) { return std::filesystem::equivalent(place.disk + "/full", place.file()); }, false},
+    {"write in place", false, Failure::LeavesWhatIsDone,
+     [](const Place& place) {
+       return NSData::dataWithString(newContents())->writeToFile_atomically(stringOf(place.file()), false);
+     },
+     [](const Place& place) { return contentsOf(place.file()) == newContents(); }},
     {"creation of a file", false, Failure::LeavesWhatIsDone,
      [](const Place& place) {
        return JxFileOperation::createFileWithContents(stringOf(place.file()), NSData::dataWithString(newContents())) ==
@@ -163,6 +182,14 @@ const Operation kOperations[] = {
      },
      [](const Place& place) {
        return contentsOf(place.file()) == oldContents() && contentsOf(place.disk + "/file_1") == newContents();
+     }},
+    {"creation of a file with a name in the Finder's style", true, Failure::LeavesNothing,
+     [](const Place& place) {
+       return JxTalvoZtWdExensions::createUnusedFinderFile(stringOf(place.file()),
+                                                           NSData::dataWithString(newContents())) != nullptr;
+     },
+     [](const Place& place) {
+       return contentsOf(place.file()) == oldContents() && contentsOf(place.disk + "/file 1") == newContents();
      }},
     {"alias, saved", false, Failure::LeavesNothing,
      [](const Place& place) {
@@ -227,8 +254,7 @@ TEST_P(FullDiskTests, AnswersFailureAsLongAsThereIsNoRoom) {
     ++failures;
     ASSERT_LT(pages, 60);
   }
-  const bool needsBytes = std::string_view(GetParam().name).find("folders") == std::string_view::npos;
-  EXPECT_EQ(failures > 0, needsBytes) << "folders in memory take none";
+  EXPECT_EQ(failures > 0, GetParam().takesBytes);
   report("no bytes left", GetParam().name, pages, "failure until there was room, nothing lost");
 }
 
@@ -262,6 +288,41 @@ INSTANTIATE_TEST_SUITE_P(Operations, FullDiskTests, testing::ValuesIn(kOperation
   }
   return name;
 });
+
+// --- Processes that may write only short files
+
+TEST(FileSizeLimitTests, SavesAndCopiesLeaveWhatWasThereWhereTheSignalIsIgnored) {
+  const ScratchFolder folder;
+  writeFile(folder / "source", oldContents());
+  writeFile(folder / "file", "old");
+  const auto before = snapshot(folder.path());
+  const auto work = [&]() -> int {
+    const rlimit limit{kPage, RLIM_INFINITY};
+    ::signal(SIGXFSZ, SIG_IGN);
+    if (::setrlimit(RLIMIT_FSIZE, &limit) != 0) return 1;
+    const Ref<NSString> source = folder.string("source");
+    if (NSData::dataWithString(newContents())->writeToFile_atomically(folder.string("file"), true)) return 2;
+    if (store(folder / "file", 100)) return 3;
+    if (manager()->copyPath_toPath_handler(source, folder.string("copy"), nullptr)) return 4;
+    if (JxFileOperation::copyFileTo(source, folder.string("copy")) == noErr) return 5;
+    if (snapshot(folder.path()) != before) return 6;
+    return NSData::dataWithBytes("new")->writeToFile_atomically(folder.string("file"), true) ? 0 : 7;
+  };
+  EXPECT_EQ(inChild(work), 0);
+  EXPECT_EQ(contentsOf(folder / "file"), "new");
+}
+
+TEST(FileSizeLimitTests, TheSignalEndsOtherProcesses) {
+  const ScratchFolder folder;
+  const auto work = [&]() -> int {
+    const rlimit limit{kPage, RLIM_INFINITY};
+    if (::setrlimit(RLIMIT_FSIZE, &limit) != 0) return 1;
+    NSData::dataWithString(newContents())->writeToFile_atomically(folder.string("file"), true);
+    return 2;
+  };
+  EXPECT_EQ(inChild(work), -1);
+  EXPECT_FALSE(exists(folder / "file"));
+}
 
 // --- What the answers are
 
