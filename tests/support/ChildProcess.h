@@ -40,6 +40,11 @@ int inChild(Work work) {
   return waitForChild(startChild(work));
 }
 
+/// Whether this process may change its root; some containers let nobody do so.
+inline bool mayChangeRoot() {
+  return inChild([] { return ::chroot("/") == 0 ? 0 : 1; }) == 0;
+}
+
 constexpr unsigned kOrdinaryUser = 65534;
 
 /// Runs `work` without any privileges; a process that has none to begin with stays the user that it is.
