@@ -3,7 +3,9 @@
 
 #include <unistd.h>
 
+#include <filesystem>
 #include <string>
+#include <system_error>
 #include <utility>
 #include <vector>
 
@@ -97,13 +99,19 @@ void checkFolders(const std::string& text) {
   require(detail::cacheHome() == (one.empty() ? "/home/me/.cache" : one), "the folder for caches");
 }
 
+bool isProgram(const std::string& path) {
+  std::error_code ignored;
+  return std::filesystem::is_regular_file(path, ignored) && ::access(path.c_str(), X_OK) == 0;
+}
+
 void checkSearch(const std::string& text) {
-  const Variables variables({"PATH=" + text + ":/proc/self"});
-  const std::string found = detail::programNamed("exe");
-  for (const std::string& each : parts(text + ":/proc/self")) {
-    if (found == (each.empty() ? "." : each) + "/exe") return;
+  const std::string list = text + ":/proc/self";  // at the latest there is one
+  const Variables variables({"PATH=" + list});
+  for (const std::string& each : parts(list)) {
+    const std::string program = (each.empty() ? "." : each) + "/exe";
+    if (isProgram(program)) return require(detail::programNamed("exe") == program, "the first program of that name");
   }
-  require(false, "a program is found in one of the folders, at the latest in the last");
+  require(false, "a process has a program");
 }
 
 }  // namespace
