@@ -1,13 +1,18 @@
 // Any bytes in each of the encodings that need no tables, compared with what the C library's converter makes of them,
-// and any units in all encodings: what has a form in an encoding is the same text when it is read again.
+// and any units in all encodings: what has a form in an encoding is the same text when it is read again. Charsets are
+// found by any name; what came out of one is the same text when it is written and read again, however long it is.
 
 #include <iconv.h>
 
+#include <functional>
 #include <optional>
 #include <string>
+#include <string_view>
 
+#include <ZtFoundation/Utilities.h>
 #include <ZtFoundation/platform/Data.h>
 #include <ZtFoundation/platform/String.h>
+#include <ZtFoundation/platform/StringEncoding.h>
 
 #include "Input.h"
 
@@ -38,6 +43,10 @@ constexpr Encoding kEncodings[] = {
     {NSJapaneseEUCStringEncoding, nullptr},
     {kInvalidStringEncoding, nullptr},
 };
+
+// More units than a converter writes at once, in one input of so many.
+constexpr std::size_t kLong = 5000;
+constexpr std::size_t kInputsForALongOne = 16;
 
 // None when the bytes are not valid.
 std::optional<std::u16string> decodedByC(const char* name, std::string_view bytes) {
@@ -86,39 +95,84 @@ std::u16string asReadAgain(NSStringEncoding encoding, std::u16string units) {
   return units;
 }
 
-void readAndWrite(const Encoding& encoding, const Ref<NSString>& text) {
-  const Ref<NSData> bytes = text->dataUsingEncoding(encoding.number);
-  if (!bytes) return;
-  const Ref<NSString> again = NSString::stringWithData_encoding(bytes, encoding.number);
+// None when the encoding has no form of the text.
+Ref<NSString> writtenAndRead(NSStringEncoding encoding, const Ref<NSString>& text) {
+  const Ref<NSData> bytes = text->dataUsingEncoding(encoding);
+  if (!bytes) return nullptr;
+  const Ref<NSString> again = NSString::stringWithData_encoding(bytes, encoding);
   require(static_cast<bool>(again), "what was written can be read");
-  const std::u16string expected = asReadAgain(encoding.number, text->utf16());
+  return again;
+}
+
+void readAndWrite(NSStringEncoding encoding, const Ref<NSString>& text) {
+  const Ref<NSString> again = writtenAndRead(encoding, text);
+  if (!again) return;
+  const std::u16string expected = asReadAgain(encoding, text->utf16());
   require(again->utf16() == withoutMark(expected) || again->utf16() == expected, "and is the same text");
 }
 
-void writeWithLoss(const Encoding& encoding, const Ref<NSString>& text) {
-  const Ref<NSData> bytes = text->dataUsingEncoding_allowLossyConversion(encoding.number, true);
-  require(!bytes || NSString::stringWithData_encoding(bytes, encoding.number),
-          "what was written with loss can be read");
+void writeWithLoss(NSStringEncoding encoding, const Ref<NSString>& text) {
+  const Ref<NSData> bytes = text->dataUsingEncoding_allowLossyConversion(encoding, true);
+  require(!bytes || NSString::stringWithData_encoding(bytes, encoding), "what was written with loss can be read");
+}
+
+void checkEncoding(const Encoding& encoding, std::string_view bytes) {
+  const Ref<NSString> text = decoded(bytes, encoding.number);
+  compare(encoding, bytes, text);
+  if (text) readAndWrite(encoding.number, text);
+  const Ref<NSString> units = unitsIn(bytes);
+  readAndWrite(encoding.number, units);
+  writeWithLoss(encoding.number, units);
+}
+
+Ref<NSString> repeated(const Ref<NSString>& part) {
+  const Ref<NSMutableString> text = NSMutableString::string();
+  while (text->length() < kLong) text->appendString(part);
+  return text;
+}
+
+// Some charsets have one code for two characters, of which one is read again.
+void checkWriting(NSStringEncoding encoding, const Ref<NSString>& text, bool isLong) {
+  const Ref<NSString> again = writtenAndRead(encoding, text);
+  if (!again || again->length() == 0) return;
+  const Ref<NSString> third = writtenAndRead(encoding, again);
+  require(!third || isEqual(third, again), "what was read is the same text when it is read again");
+  if (!isLong || again->length() != text->length()) return;  // a byte order mark goes only from the beginning
+  require(isEqual(writtenAndRead(encoding, repeated(text)), repeated(again)),
+          "many times the same is as one after another");
+}
+
+void checkCharset(std::string_view name, std::string_view bytes) {
+  const NSStringEncoding encoding =
+      CFStringConvertEncodingToNSStringEncoding(CFStringConvertIANACharSetNameToEncoding(name));
+  const Ref<NSString> text = QvFoundationExtensions::initWithData_charset(NSData::dataWithBytes(bytes), name);
+  require(!text || encoding != kInvalidStringEncoding, "only charsets that are known are read");
+  const bool isLong = std::hash<std::string_view>()(bytes) % kInputsForALongOne == 0;
+  if (text) checkWriting(encoding, text, isLong);
+  const Ref<NSString> units = unitsIn(bytes);
+  checkWriting(encoding, units, isLong);
+  writeWithLoss(encoding, units);
+}
+
+void checkNamesOfFiles(std::string_view bytes) {
+  const Ref<NSString> name = NSString::stringWithFileSystemRepresentation(bytes);
+  require(name->fileSystemRepresentation() == bytes, "names of files keep their bytes");
+  require(isEqual(name, NSString::stringWithFileSystemRepresentation(name->fileSystemRepresentation())),
+          "and are the same names again");
 }
 
 }  // namespace
 
-// The first byte chooses the encoding.
+// The first byte chooses the encoding, or a charset whose name ends with the line.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   Input input(data, size);
-  const Encoding& encoding = kEncodings[input.takeByte() % std::size(kEncodings)];
-  const Ref<NSString> text = decoded(input.rest(), encoding.number);
-  compare(encoding, input.rest(), text);
-  if (text) readAndWrite(encoding, text);
-
-  const Ref<NSString> units = unitsIn(input.rest());
-  readAndWrite(encoding, units);
-  writeWithLoss(encoding, units);
-  require(isEqual(NSString::stringWithFileSystemRepresentation(input.rest()),
-                  NSString::stringWithFileSystemRepresentation(
-                      NSString::stringWithFileSystemRepresentation(input.rest())->fileSystemRepresentation())),
-          "names of files keep their bytes");
-  require(NSString::stringWithFileSystemRepresentation(input.rest())->fileSystemRepresentation() == input.rest(),
-          "each byte of them");
+  const std::size_t choice = input.takeByte() % (std::size(kEncodings) + 1);
+  if (choice < std::size(kEncodings)) {
+    checkEncoding(kEncodings[choice], input.rest());
+  } else {
+    const std::string_view name = input.takeUntil('\n');
+    checkCharset(name, input.rest());
+  }
+  checkNamesOfFiles(input.rest());
   return 0;
 }
