@@ -121,10 +121,6 @@ TEST(HugeINITests, ManyLinesAreRead) {
 
 // --- Binary
 
-void append(std::string& bytes, std::uint64_t number, int size) {
-  for (int at = size - 1; at >= 0; --at) bytes += static_cast<char>(number >> (8 * at));
-}
-
 // A file whose root is one leaf: marker, eight bytes of length, contents.
 Ref<NSData> binaryLeaf(char marker, std::size_t count, std::size_t size, char filler) {
   std::string head = "bplist00";
@@ -170,6 +166,59 @@ TEST(HugeBinaryTests, UTF16TextIsRead) {
   ASSERT_TRUE(answer.value) << answer.error;
   EXPECT_EQ(as<NSString>(answer.value)->length(), huge() / 2);
   EXPECT_EQ(as<NSString>(answer.value)->characterAtIndex(huge() / 2 - 1), 0x7575);
+}
+
+void put(unsigned char* bytes, std::uint64_t number, int size) {
+  for (int at = 0; at < size; ++at) bytes[at] = static_cast<unsigned char>(number >> (8 * (size - 1 - at)));
+}
+
+constexpr std::size_t kHeadOfText = 3;
+constexpr std::size_t kLengthOfText = 100;
+constexpr std::size_t kSizeOfText = kHeadOfText + kLengthOfText;
+
+// Its number, and many x.
+std::string numberedText(std::size_t number) {
+  std::string text = std::to_string(number);
+  text.resize(kLengthOfText, 'x');
+  return text;
+}
+
+// An array of so many texts; offsets and references have four bytes.
+Ref<NSData> binaryTexts(std::size_t count) {
+  const std::size_t references = 8 + 10;  // the first object's head
+  const std::size_t texts = references + 4 * count;
+  const std::size_t table = texts + kSizeOfText * count;
+  const std::size_t trailer = table + 4 * (count + 1);
+  return NSData::dataWithLength(trailer + 32, [&](unsigned char* bytes) {
+    std::memcpy(bytes, "bplist00\xAF\x13", 10);
+    put(bytes + 10, count, 8);
+    put(bytes + table, 8, 4);
+    for (std::size_t number = 0; number < count; ++number) {
+      const std::size_t text = texts + kSizeOfText * number;
+      put(bytes + references + 4 * number, number + 1, 4);
+      std::memcpy(bytes + text, "\x5F\x10\x64", kHeadOfText);
+      std::memcpy(bytes + text + kHeadOfText, numberedText(number).data(), kLengthOfText);
+      put(bytes + table + 4 * (number + 1), text, 4);
+    }
+    put(bytes + trailer, 0x0404, 8);
+    put(bytes + trailer + 8, count + 1, 8);
+    put(bytes + trailer + 16, 0, 8);
+    put(bytes + trailer + 24, table, 8);
+  });
+}
+
+TEST(HugeBinaryTests, ManyTextsAreRead) {
+  Case measured("read binary, many strings", inUnits(huge()));
+  const std::size_t count = huge() / (kSizeOfText + 8);
+  const Ref<NSData> bytes = binaryTexts(count);
+  const Answer answer = measured.measure([&] { return read(bytes); });
+  const Ref<NSArray> texts = as<NSArray>(answer.value);
+  ASSERT_TRUE(texts) << answer.error;
+  ASSERT_EQ(texts->count(), count);
+  for (std::size_t number = 0; number < count; ++number) {
+    ASSERT_TRUE(isEqual(texts->objectAtIndex(number), Ref<NSString>(numberedText(number)))) << number;
+  }
+  measured.answer(std::to_string(count) + " values");
 }
 
 TEST(HugeBinaryTests, ALengthBeyondTheFileIsRefusedBeforeMemoryIsTaken) {

@@ -82,6 +82,11 @@ class Case {
   double seconds_ = 0;
 };
 
+/// A number as binary property lists have it, the highest byte first.
+inline void append(std::string& bytes, std::uint64_t number, int size) {
+  for (int at = size - 1; at >= 0; --at) bytes += static_cast<char>(number >> (8 * at));
+}
+
 struct Answer {
   Ref<NSObject> value;
   std::string error;

@@ -1,19 +1,15 @@
-// Ten million keys, ten million elements, containers a million levels deep, strings with every unit there is.
+// Ten million keys, ten million elements, containers a million levels deep.
 
-#include <ZtFoundation/Files.h>
 #include <ZtFoundation/PropertyLists.h>
-#include <ZtFoundation/Text.h>
 #include <ZtFoundation/Utilities.h>
 #include <ZtFoundation/platform/Data.h>
-#include <ZtFoundation/platform/Exception.h>
 #include <ZtFoundation/platform/Number.h>
 
-#include <filesystem>
 #include <functional>
 #include <ostream>
+#include <vector>
 
 #include "limits/Limits.h"
-#include "support/ScratchFolder.h"
 
 namespace ZtFoundation::limits {
 namespace {
@@ -59,6 +55,24 @@ void expectRoundTrip(const char* name, NSUInteger format) {
 TEST(ManyKeysTests, GoThroughXML) { expectRoundTrip("write and read XML", NSPropertyListXMLFormat_v1_0); }
 TEST(ManyKeysTests, GoThroughBinary) { expectRoundTrip("write and read binary", NSPropertyListBinaryFormat_v1_0); }
 
+TEST(ManyKeysTests, AreReadFromOpenStepText) {
+  Case measured("read OpenStep", std::to_string(manyKeys()) + " keys");
+  std::string text = "{";
+  for (std::size_t i = 0; i < manyKeys(); ++i) {
+    const std::string number = std::to_string(i);
+    text.append("key").append(number).append("=").append(number).append(";\n");
+  }
+  text += '}';
+  const Answer answer = measured.measure([&] { return read(text); });
+  const Ref<NSDictionary> many = as<NSDictionary>(answer.value);
+  ASSERT_TRUE(many) << answer.error;
+  EXPECT_EQ(many->count(), manyKeys());
+  for (std::size_t i = 0; i < manyKeys(); ++i) {
+    ASSERT_TRUE(isEqual(many->objectForKey(keyAt(i)), Ref<NSString>(std::to_string(i)))) << i;
+  }
+  measured.answer("all found in " + inUnits(text.size()));
+}
+
 TEST(ManyKeysTests, GoThroughINI) {
   Case measured("write and read INI", std::to_string(manyKeys()) + " keys");
   const Ref<NSDictionary> settings = NSDictionary::dictionaryWithObject_forKey(dictionaryOfMany(), "S");
@@ -74,8 +88,25 @@ TEST(ManyKeysTests, GoThroughINI) {
   });
 }
 
-TEST(ManyElementsTests, GoThroughEveryFormat) {
-  const std::size_t count = sized(10'000'000, 20'000);
+std::size_t manyElements() { return sized(10'000'000, 20'000); }
+
+TEST(ManyElementsTests, AreReadFromOpenStepText) {
+  Case measured("read OpenStep", std::to_string(manyElements()) + " elements");
+  std::string text = "(";
+  for (std::size_t i = 0; i < manyElements(); ++i) text.append(std::to_string(i)).append(",");
+  text.back() = ')';
+  const Answer answer = measured.measure([&] { return read(text); });
+  const Ref<NSArray> many = as<NSArray>(answer.value);
+  ASSERT_TRUE(many) << answer.error;
+  ASSERT_EQ(many->count(), manyElements());
+  for (std::size_t i = 0; i < manyElements(); ++i) {
+    ASSERT_TRUE(isEqual(many->objectAtIndex(i), Ref<NSString>(std::to_string(i)))) << i;
+  }
+  measured.answer("all there in " + inUnits(text.size()));
+}
+
+TEST(ManyElementsTests, GoThroughXMLAndBinary) {
+  const std::size_t count = manyElements();
   Case measured("array: add, write, read, compare, copy", std::to_string(count) + " elements");
   measured.measure([&] {
     const Ref<NSMutableArray> many = NSMutableArray::array();
@@ -100,24 +131,47 @@ std::string repeated(std::string_view part, std::size_t times) {
   return text;
 }
 
+// The objects are of these sizes, and the first is the root.
+void finishBinary(std::string& bytes, const std::vector<std::size_t>& sizes) {
+  const std::size_t table = bytes.size();
+  std::size_t offset = 8;
+  for (const std::size_t size : sizes) {
+    append(bytes, offset, 4);
+    offset += size;
+  }
+  bytes += std::string(6, '\0');
+  append(bytes, 0x0404, 2);
+  append(bytes, sizes.size(), 8);
+  append(bytes, 0, 8);
+  append(bytes, table, 8);
+}
+
 // Each array holds the next one by the reference that follows it.
-std::string deepBinary(std::size_t levels) {
+std::string deepBinaryArrays(std::size_t levels) {
   std::string bytes = "bplist00";
-  const auto append = [&bytes](std::uint64_t number, int size) {
-    for (int at = size - 1; at >= 0; --at) bytes += static_cast<char>(number >> (8 * at));
-  };
   for (std::size_t level = 0; level < levels; ++level) {
     bytes += '\xA1';
-    append(level + 1, 4);
+    append(bytes, level + 1, 4);
   }
   bytes += '\xA0';
-  const std::size_t table = bytes.size();
-  for (std::size_t level = 0; level <= levels; ++level) append(8 + 5 * level, 4);
-  bytes += std::string(6, '\0');
-  append(0x0404, 2);
-  append(levels + 1, 8);
-  append(0, 8);
-  append(table, 8);
+  std::vector<std::size_t> sizes(levels, 5);
+  sizes.push_back(1);
+  finishBinary(bytes, sizes);
+  return bytes;
+}
+
+// All have the one key, which is the last object.
+std::string deepBinaryDictionaries(std::size_t levels) {
+  std::string bytes = "bplist00";
+  for (std::size_t level = 0; level < levels; ++level) {
+    bytes += '\xD1';
+    append(bytes, levels + 1, 4);
+    append(bytes, level + 1, 4);
+  }
+  bytes += "\xD0\x51k";
+  std::vector<std::size_t> sizes(levels, 9);
+  sizes.insert(sizes.end(), {1, 2});
+  finishBinary(bytes, sizes);
   return bytes;
 }
 
@@ -141,7 +195,8 @@ const Nesting kNestings[] = {
     {"OpenStep arrays", [](std::size_t levels) { return repeated("(", levels) + repeated(")", levels); }},
     {"OpenStep dictionaries",
      [](std::size_t levels) { return repeated("{a=", levels) + "b" + repeated(";}", levels); }},
-    {"binary arrays", deepBinary},
+    {"binary arrays", deepBinaryArrays},
+    {"binary dictionaries", deepBinaryDictionaries},
 };
 
 class NestingTests : public testing::TestWithParam<Nesting> {};
@@ -235,185 +290,6 @@ TEST_P(DeepTreeTests, HasDifferences) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Kinds, DeepTreeTests, testing::Bool());
-
-// --- Every unit
-
-constexpr std::size_t kUnits = 0x10000;
-
-Ref<NSString> unit(std::size_t number) {
-  const unichar only = static_cast<unichar>(number);
-  return NSString::stringWithCharacters_length(&only, 1);
-}
-
-// So that no unit meets one that it would pair with.
-Ref<NSString> amid(std::size_t number) {
-  const unichar units[] = {u'a', static_cast<unichar>(number), u'b'};
-  return NSString::stringWithCharacters_length(units, 3);
-}
-
-Ref<NSString> allUnits() {
-  std::u16string units;
-  // From above, so that no two surrogates make a pair.
-  for (std::size_t number = kUnits; number-- > 0;) units += static_cast<char16_t>(number);
-  return NSString::stringWithUnits(UnitView(units.data(), units.size()));
-}
-
-bool isSurrogate(std::size_t number) { return number >= 0xD800 && number <= 0xDFFF; }
-
-// In the two characters of each, not in others.
-bool isInXML(std::size_t number) {
-  return number == 9 || number == 10 || number == 13 || (number >= 0x20 && !isSurrogate(number) && number < 0xFFFE);
-}
-
-TEST(EveryUnitTests, BinaryKeepsIt) {
-  Case measured("every UTF-16 unit through binary, as value and as key", "65,536 units");
-  measured.measure([] {
-    EXPECT_TRUE(isEqual(read(write(allUnits(), NSPropertyListBinaryFormat_v1_0).bytes).value, allUnits()));
-    const Ref<NSMutableDictionary> each = NSMutableDictionary::dictionary();
-    for (std::size_t number = 0; number < kUnits; ++number) each->setObject_forKey(unit(number), amid(number));
-    EXPECT_EQ(each->count(), kUnits);
-    EXPECT_TRUE(isEqual(read(write(each, NSPropertyListBinaryFormat_v1_0).bytes).value, each));
-  });
-  measured.answer("all kept");
-}
-
-TEST(EveryUnitTests, XMLKeepsItOrRefuses) {
-  Case measured("every UTF-16 unit through XML", "65,536 units");
-  std::size_t refused = 0;
-  measured.measure([&] {
-    for (std::size_t number = 0; number < kUnits; ++number) {
-      const Written written = write(amid(number), NSPropertyListXMLFormat_v1_0);
-      ASSERT_EQ(written.bytes != nullptr, isInXML(number)) << number;
-      if (written.bytes) {
-        ASSERT_TRUE(isEqual(read(written.bytes).value, amid(number))) << number;
-      } else {
-        ++refused;
-        ASSERT_NE(written.error, "");
-      }
-    }
-  });
-  measured.answer(std::to_string(refused) + " refused, which XML does not have; all others kept");
-}
-
-TEST(EveryUnitTests, OpenStepReadsItsEscape) {
-  Case measured("every UTF-16 unit as an escape in OpenStep text", "65,536 units");
-  measured.measure([] {
-    for (std::size_t number = 0; number < kUnits; ++number) {
-      char text[16];
-      std::snprintf(text, sizeof text, "\"a\\U%04zxb\"", number);
-      ASSERT_TRUE(isEqual(read(text).value, amid(number))) << number;
-    }
-  });
-  measured.answer("all kept");
-}
-
-TEST(EveryUnitTests, INIKeepsItOrRefuses) {
-  Case measured("every UTF-16 unit through INI text", "65,536 units");
-  std::size_t refused = 0;
-  std::set<std::size_t> lost;
-  measured.measure([&] {
-    for (std::size_t number = 0; number < kUnits; ++number) {
-      const Ref<NSDictionary> section = NSDictionary::dictionaryWithObject_forKey(amid(number), "key");
-      const Ref<NSDictionary> settings = NSDictionary::dictionaryWithObject_forKey(section, "S");
-      QvPropertyListFormat format = QvPropertyListINIFormat;
-      const Ref<NSData> bytes =
-          QvPropertyListSerialization::dataFromPropertyList_format_errorDescription(settings, format, nullptr);
-      ASSERT_EQ(bytes != nullptr, !isSurrogate(number)) << number;
-      refused += bytes ? 0U : 1U;
-      if (!bytes || number == u' ') continue;  // with a blank it gets quotes
-      const Ref<NSObject> read =
-          QvPropertyListSerialization::propertyListFromData_mutabilityOption_format_errorDescription(bytes, 0, &format,
-                                                                                                     nullptr);
-      if (!isEqual(read, settings)) lost.insert(number);
-    }
-  });
-  EXPECT_EQ(lost, (std::set<std::size_t>{0x0A, 0x0D, 0x85, 0x2028, 0x2029})) << "line ends, as documented";
-  measured.answer(std::to_string(refused) +
-                  " refused (unpaired surrogates), 5 line ends divide the value, all others kept");
-}
-
-TEST(EveryUnitTests, EncodingsKeepItOrRefuse) {
-  struct Encoding {
-    NSStringEncoding encoding;
-    const char* name;
-  };
-  for (const Encoding& each :
-       {Encoding{NSUTF8StringEncoding, "UTF-8"}, Encoding{NSUTF16BigEndianStringEncoding, "UTF-16"},
-        Encoding{NSShiftJISStringEncoding, "Shift-JIS"}, Encoding{NSMacOSRomanStringEncoding, "Mac Roman"},
-        Encoding{NSISOLatin1StringEncoding, "Latin-1"}, Encoding{NSJapaneseEUCStringEncoding, "EUC-JP"},
-        Encoding{NSISO2022JPStringEncoding, "ISO-2022-JP"}, Encoding{NSWindowsCP1252StringEncoding, "CP1252"}}) {
-    Case measured(std::string("every UTF-16 unit through ") + each.name, "65,536 units");
-    std::size_t kept = 0;
-    std::size_t changed = 0;
-    measured.measure([&] {
-      for (std::size_t number = 0; number < kUnits; ++number) {
-        const Ref<NSData> bytes = amid(number)->dataUsingEncoding(each.encoding);
-        if (!bytes) continue;
-        const bool isKept = isEqual(NSString::stringWithData_encoding(bytes, each.encoding), amid(number));
-        isKept ? ++kept : ++changed;
-        ASSERT_TRUE(amid(number)->dataUsingEncoding_allowLossyConversion(each.encoding, true)) << number;
-      }
-    });
-    EXPECT_GE(kept, 128U - 3) << each.name;
-    EXPECT_LE(changed, 10U) << each.name;
-    if (each.encoding == NSUTF8StringEncoding) {
-      EXPECT_EQ(kept, kUnits - 2048);
-      EXPECT_EQ(changed, 0U);
-    }
-    measured.answer(std::to_string(kept) + " kept, " + std::to_string(changed) + " read as another, " +
-                    std::to_string(kUnits - kept - changed) + " refused");
-  }
-}
-
-TEST(EveryUnitTests, IsOrderedAndReplaced) {
-  Case measured("every UTF-16 unit through natural comparison, substitution and hexadecimal text", "65,536 units");
-  std::size_t illegal = 0;
-  measured.measure([&] {
-    const Ref<NSString> letter = "m";
-    for (std::size_t number = 0; number < kUnits; ++number) {
-      const Ref<NSString> text = amid(number);
-      ASSERT_EQ(QvFoundationExtensions::naturalCompare(text, text), NSOrderedSame) << number;
-      const auto forth = QvFoundationExtensions::naturalCompare(unit(number), letter);
-      ASSERT_EQ(QvFoundationExtensions::naturalCompare(letter, unit(number)), -forth) << number;
-      const auto filled =
-          JxReplacementExtensions::stringWithParameterArray("a%1b", NSArray::arrayWithObject(unit(number)));
-      ASSERT_TRUE(isEqual(filled, text)) << number;
-      try {
-        QvFoundationExtensions::dataWithHexRepresentation(unit(number));
-      } catch (const NSException&) {
-        ++illegal;
-      }
-    }
-    ASSERT_EQ(QvFoundationExtensions::naturalCompare(allUnits(), allUnits()), NSOrderedSame);
-  });
-  measured.answer(std::to_string(illegal) + " are no hexadecimal digits; ordered and replaced all");
-}
-
-TEST(EveryUnitTests, FileNamesKeepIt) {
-  Case measured("every UTF-16 unit in a file name", "65,536 units");
-  const test::ScratchFolder folder;
-  std::size_t kept = 0;
-  std::set<std::size_t> refused;
-  measured.measure([&] {
-    for (std::size_t number = 0; number < kUnits; ++number) {
-      if (!isFull() && number > 0x400 && (number < 0xDC00 || number > 0xDE00)) continue;
-      const Ref<NSString> path = folder.string("")->stringByAppendingString(amid(number));
-      const bool isMade = NSFileManager::defaultManager()->createFileAtPath_contents_attributes(path, nullptr, nullptr);
-      if (!isMade) {
-        refused.insert(number);
-        continue;
-      }
-      const Ref<NSArray> names = NSFileManager::defaultManager()->directoryContentsAtPath(folder.string(""));
-      ASSERT_EQ(names->count(), 1U) << number;
-      const bool isKept = isEqual(names->objectAtIndex(0), amid(number));
-      ASSERT_EQ(isKept, !isSurrogate(number) || (number >= 0xDC80 && number <= 0xDCFF)) << number;
-      kept += isKept ? 1U : 0U;
-      ASSERT_TRUE(NSFileManager::defaultManager()->removeFileAtPath_handler(path, nullptr)) << number;
-    }
-  });
-  EXPECT_EQ(refused, (std::set<std::size_t>{0, u'/'}));
-  measured.answer(std::to_string(kept) + " kept; U+0000 and / refused; surrogates that stand for no byte as U+FFFD");
-}
 
 }  // namespace
 }  // namespace ZtFoundation::limits
