@@ -1,5 +1,6 @@
 // Immutable values belong to all threads: whatever is asked of one tree by many at once is answered as by one alone.
 
+#include <algorithm>
 #include <atomic>
 #include <cstddef>
 #include <functional>
@@ -13,6 +14,8 @@
 #include <ZtFoundation/Text.h>
 #include <ZtFoundation/Utilities.h>
 #include <ZtFoundation/platform/Array.h>
+#include <ZtFoundation/platform/AttributedString.h>
+#include <ZtFoundation/platform/CharacterSet.h>
 #include <ZtFoundation/platform/Data.h>
 #include <ZtFoundation/platform/Date.h>
 #include <ZtFoundation/platform/Dictionary.h>
@@ -35,11 +38,29 @@ Ref<NSDictionary> tree() {
   all->setObject_forKey("plain", "Text");
   all->setObject_forKey("gr\u00FC\u00DFe \U0001F600", "Wide");
   all->setObject_forKey(NSArray::of(1, -2, 3.5, true, "item 10", "item 9"), "List");
+  all->setObject_forKey(NSArray::of("item 10", "\u00C9t\u00E9 2", "Item 9", "e\u0301te\u0301 1", "item 1a", "\uFF11"),
+                        "Names");
+  all->setObject_forKey(NSDictionary::of({{"first", "1"}, {"second", "two words"}}), "Section");
   all->setObject_forKey(NSData::dataWithString("bytes"), "Data");
   all->setObject_forKey(NSDate::dateWithTimeIntervalSinceReferenceDate(1e9), "Date");
   Ref<NSObject> nested = NSString::string();
   for (int level = 0; level < 40; ++level) nested = NSArray::of(nested);
   all->setObject_forKey(nested, "Nested");
+  return all->copy();
+}
+
+// Values that no property list holds.
+Ref<NSDictionary> others() {
+  const Ref<NSMutableIndexSet> indexes = NSMutableIndexSet::indexSet();
+  for (const NSUInteger index : {3U, 4U, 7U, 100U}) indexes->addIndex(index);
+  const Ref<NSMutableDictionary> all = NSMutableDictionary::dictionary();
+  all->setObject_forKey(NSURL::URLWithString("http://host.example:8080/a%20b/c%C3%BC?query#fragment"), "URL");
+  all->setObject_forKey(indexes->copy(), "Indexes");
+  all->setObject_forKey(
+      NSAttributedString::attributedStringWithRuns({{"gr\u00FC", NSDictionary::of({{"weight", 2}})}, {"n", nullptr}}),
+      "Styled");
+  all->setObject_forKey(NSCharacterSet::characterSetWithCharactersInString("a\u00E9\u6F22\U0001F600"), "Characters");
+  all->setObject_forKey(NSSet::setWithObjects({"member", 7, 2.5}), "Set");
   return all->copy();
 }
 
@@ -49,9 +70,56 @@ std::string written(const Ref<NSObject>& value, NSUInteger format) {
   return {static_cast<const char*>(data->bytes()), data->length()};
 }
 
+std::string writtenAsINI(const Ref<NSDictionary>& settings) {
+  const Ref<NSData> data = QvPropertyListSerialization::dataFromPropertyList_format_errorDescription(
+      settings, QvPropertyListINIFormat, nullptr);
+  return std::string(data->view());
+}
+
+std::string sorted(const Ref<NSArray>& texts) {
+  std::vector<Ref<NSString>> list;
+  for (const Ref<NSObject>& each : *texts) list.push_back(as<NSString>(each));
+  std::sort(list.begin(), list.end(), [](const Ref<NSString>& a, const Ref<NSString>& b) {
+    return QvFoundationExtensions::naturalCompare(a, b) == NSOrderedAscending;
+  });
+  std::string all;
+  for (const Ref<NSString>& each : list) all.append(each->utf8()).append(";");
+  return all;
+}
+
+std::string partsOf(const Ref<NSURL>& url) {
+  std::string all = url->absoluteString()->utf8();
+  for (const Ref<NSString>& part : {url->scheme(), url->host(), url->path(), url->query(), url->fragment(),
+                                    url->lastPathComponent(), url->port()->description()}) {
+    all.append(";").append(part->utf8());
+  }
+  return all;
+}
+
+std::string stretchesOf(const Ref<NSAttributedString>& text) {
+  std::string all = text->string()->utf8();
+  for (NSUInteger index = 0; index < text->length(); ++index) {
+    NSRange range;
+    all.append(text->attributesAtIndex_effectiveRange(index, &range)->description()->utf8());
+    all.append(std::to_string(range.location)).append("+").append(std::to_string(range.length));
+  }
+  return all;
+}
+
+std::string membersOf(const Ref<NSCharacterSet>& characters) {
+  std::string members;
+  const Ref<NSCharacterSet> inverted = characters->invertedSet();
+  for (const char32_t each : {U'a', U'b', U'\u00E9', U'\u6F22', U'\U0001F600'}) {
+    members += characters->longCharacterIsMember(each) ? 'y' : 'n';
+    members += inverted->longCharacterIsMember(each) ? 'y' : 'n';
+  }
+  return members;
+}
+
 struct Question {
   const char* name;
   std::string (*answer)(const Ref<NSDictionary>&);
+  Ref<NSDictionary> (*values)() = tree;
 };
 
 const Question kQuestions[] = {
@@ -76,22 +144,51 @@ const Question kQuestions[] = {
      [](const Ref<NSDictionary>& all) {
        return CFPropertyListCreateDeepCopy(all, NSPropertyListMutableContainersAndLeaves)->description()->utf8();
      }},
-    {"sorting",
+    {"ini",
      [](const Ref<NSDictionary>& all) {
-       const Ref<NSArray> list = valueAt<NSArray>(all, "List");
-       return std::to_string(static_cast<int>(QvFoundationExtensions::naturalCompare(
-           as<NSString>(list->objectAtIndex(4)), as<NSString>(list->objectAtIndex(5)))));
+       return writtenAsINI(NSDictionary::dictionaryWithObject_forKey(valueAt<NSDictionary>(all, "Section"), "Main"));
      }},
-    {"sets",
-     [](const Ref<NSDictionary>& all) {
-       return std::to_string(NSSet::setWithArray(valueAt<NSArray>(all, "List"))->count());
-     }},
+    {"sorting", [](const Ref<NSDictionary>& all) { return sorted(valueAt<NSArray>(all, "Names")); }},
     {"mutableCopy",
      [](const Ref<NSDictionary>& all) {
        const Ref<NSMutableDictionary> copy = all->mutableCopy();
        copy->setObject_forKey("new", "New");
        return copy->description()->utf8();
      }},
+    {"equalityOfOthers", [](const Ref<NSDictionary>& all) { return std::to_string(isEqual(all, others())); }, others},
+    {"hashOfOthers",
+     [](const Ref<NSDictionary>& all) {
+       std::string hashes;
+       for (const auto& [key, value] : *all) hashes.append(std::to_string(value->hash())).append(";");
+       return hashes;
+     },
+     others},
+    {"url", [](const Ref<NSDictionary>& all) { return partsOf(valueAt<NSURL>(all, "URL")); }, others},
+    {"indexSet",
+     [](const Ref<NSDictionary>& all) {
+       const Ref<NSIndexSet> indexes = valueAt<NSIndexSet>(all, "Indexes");
+       std::string told = indexes->description()->utf8();
+       told.append(indexes->mutableCopy()->description()->utf8());
+       for (const NSUInteger each : {indexes->count(), indexes->indexGreaterThanIndex(4), indexes->lastIndex()}) {
+         told.append(std::to_string(each));
+       }
+       return told;
+     },
+     others},
+    {"attributedString",
+     [](const Ref<NSDictionary>& all) { return stretchesOf(valueAt<NSAttributedString>(all, "Styled")); }, others},
+    {"characterSet", [](const Ref<NSDictionary>& all) { return membersOf(valueAt<NSCharacterSet>(all, "Characters")); },
+     others},
+    {"set",
+     [](const Ref<NSDictionary>& all) {
+       const Ref<NSSet> set = valueAt<NSSet>(all, "Set");
+       std::string told = set->description()->utf8();
+       told.append(set->allObjects()->description()->utf8());
+       told += set->containsObject("member") ? 'y' : 'n';
+       told += set->isSubsetOfSet(set->mutableCopy()) ? 'y' : 'n';
+       return told;
+     },
+     others},
 };
 
 class SharedValuesTests : public testing::TestWithParam<Question> {};
@@ -99,10 +196,11 @@ class SharedValuesTests : public testing::TestWithParam<Question> {};
 // The values that threads share have never been asked anything before, so what they keep for themselves is raced for.
 TEST_P(SharedValuesTests, AnswerManyThreadsAsOne) {
   const Question& question = GetParam();
-  const std::string expected = question.answer(tree());
+  const std::string expected = question.answer(question.values());
+  ASSERT_TRUE(isEqual(question.values(), question.values()));
   std::atomic<int> wrong = 0;
   for (int round = 0; round < kRounds; ++round) {
-    const Ref<NSDictionary> shared = tree();
+    const Ref<NSDictionary> shared = question.values();
     std::atomic<std::size_t> waiting = 0;
     std::vector<std::thread> threads;
     for (std::size_t number = 0; number < kThreads; ++number) {
