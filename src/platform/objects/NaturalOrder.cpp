@@ -7,6 +7,8 @@
 #include <cstring>
 #include <string_view>
 
+#include "platform/objects/UTF8.h"
+
 namespace ZtFoundation::detail {
 
 namespace {
@@ -215,8 +217,6 @@ constexpr bool isIn(const UnitRange (&ranges)[count], char16_t unit) noexcept {
 
 constexpr bool isPlainUnit(char16_t unit) noexcept { return isIn(kPlainUnits, unit); }
 
-constexpr bool isSecondOfTwo(char16_t unit) noexcept { return (unit & 0xFC00) == 0xDC00; }
-
 // A text and the place of its first difference from the other one.
 template <class Unit>
 struct Place {
@@ -278,7 +278,7 @@ template <class Unit>
 template <class Unit>
 bool mayFollowDigit(const Unit* begin, const Unit* place) noexcept {
   if (sizeof(Unit) == 1 || place == begin || place[-1] < 0x80) return false;
-  const bool hasTwoUnits = isSecondOfTwo(place[-1]) && place - begin > 1;
+  const bool hasTwoUnits = isLowSurrogate(place[-1]) && place - begin > 1;
   const auto unit = place[hasTwoUnits ? -2 : -1];
   return !isPlainUnit(unit) && !isIn(kMarks, unit);
 }
