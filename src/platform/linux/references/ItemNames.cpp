@@ -37,12 +37,18 @@ struct Renaming {
   std::string to;
 };
 
-// Asked anew: a kernel may remember a name in other case that has just been given up. 0 for a name that is free, EEXIST
-// for one that is taken.
-int askForName(const Renaming& names) {
+// Asked anew: a kernel may remember a name in other case that has just been given up.
+std::optional<struct statx> statusNow(int folder, const std::string& name) {
   struct statx status;
   constexpr int flags = AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT | AT_STATX_FORCE_SYNC;
-  if (::statx(names.folder, names.to.c_str(), flags, STATX_TYPE | STATX_INO, &status) == 0) return EEXIST;
+  constexpr unsigned wanted = STATX_TYPE | STATX_INO | STATX_BTIME;
+  if (::statx(folder, name.c_str(), flags, wanted, &status) != 0) return std::nullopt;
+  return status;
+}
+
+// 0 for a name that is free, EEXIST for one that is taken.
+int askForName(const Renaming& names) {
+  if (statusNow(names.folder, names.to)) return EEXIST;
   return errno == ENOENT ? 0 : errno;
 }
 
@@ -54,16 +60,20 @@ bool mayLoseItsName(const Renaming& names) {
   return !folder || !item || !isOthersInSticky(*item, *folder);
 }
 
-// The new name goes again when the old one stays.
+// The new name goes again when the old one stays. A server may have taken that away although it answers an error, so it
+// is looked for: the item must not lose both.
 int giveUpOldName(const Renaming& names) {
   const int error = errorOf(::unlinkat(names.folder, names.from.c_str(), 0));
-  if (error != 0) ::unlinkat(names.folder, names.to.c_str(), 0);
+  if (error == 0) return 0;
+  const auto old = statusNow(names.folder, names.from);
+  if (!old) return errno == ENOENT ? 0 : error;
+  const auto renamed = statusNow(names.folder, names.to);
+  if (renamed && isSame(old, *renamed)) ::unlinkat(names.folder, names.to.c_str(), 0);
   return error;
 }
 
-// For file systems that cannot refuse to replace. A new link never replaces;
-// where there are no links either, a moment remains in which another process
-// may take the name.
+// For file systems that cannot refuse to replace. A new link never replaces; without one, a moment remains in which
+// another process may take the name.
 int renameCautiously(const Renaming& names) {
   if (const int error = askForName(names)) return error;
   if (mayLoseItsName(names)) {

@@ -24,7 +24,10 @@ namespace {
 int refusal = 0;       // how renaming without replacing is refused
 int renames = 0;       // how often a new name was asked for
 int links = 0;         // how often a second name was
-std::string keptName;  // cannot be taken away
+std::string keptName;  // is told not to be taken away
+int keptError = EPERM;
+bool isKept = true;            // is not taken away either
+bool isToldAfterwards = true;  // what is there then
 bool refusesNames = false;
 bool hasLinks = true;
 bool tellsWhatIsTaken = true;
@@ -67,7 +70,11 @@ extern "C" int linkat(int from, const char* old, int to, const char* name, int f
 }
 
 extern "C" int unlinkat(int folder, const char* name, int flags) noexcept {
-  return name == keptName ? failing(EPERM) : static_cast<int>(::syscall(SYS_unlinkat, folder, name, flags));
+  if (name == keptName && isKept) return failing(keptError);
+  const long result = ::syscall(SYS_unlinkat, folder, name, flags);
+  if (name != keptName) return static_cast<int>(result);
+  tellsWhatIsTaken = isToldAfterwards;
+  return failing(keptError);
 }
 
 extern "C" int mkdirat(int folder, const char* name, mode_t mode) noexcept {
@@ -94,7 +101,8 @@ class ItemNamesTests : public testing::Test {
     refusal = 0;
     rememberedNames.clear();
     keptName.clear();
-    hasLinks = tellsWhatIsTaken = true;
+    keptError = EPERM;
+    hasLinks = tellsWhatIsTaken = isKept = isToldAfterwards = true;
   }
 
   OSErr rename(const std::string& item, const std::string& name) {
@@ -153,6 +161,27 @@ TEST_F(ItemNamesTests, AnItemThatCannotLoseItsNameGetsNoOther) {
   keptName = "file";
   EXPECT_EQ(rename("file", "renamed"), permErr);
   EXPECT_EQ(folder.names(), Names{"file"});
+}
+
+// What is removed by a server whose answer is lost is missing when it is asked again, or the call fails.
+TEST_F(ItemNamesTests, AnItemDoesNotLoseBothNames) {
+  constexpr struct {
+    int error;
+    bool isTold;
+    OSErr answer;
+  } kReplies[] = {{ENOENT, true, noErr}, {EIO, true, noErr}, {ETIMEDOUT, false, ioErr}};
+  for (const auto& reply : kReplies) {
+    SCOPED_TRACE(std::strerror(reply.error));
+    refusal = EINVAL;
+    keptName = "file";
+    keptError = reply.error;
+    isKept = false;
+    isToldAfterwards = reply.isTold;
+    EXPECT_EQ(rename("file", "renamed"), reply.answer);
+    EXPECT_EQ(folder.names(), Names{"renamed"});
+    tellsWhatIsTaken = true;
+    std::filesystem::rename(folder / "renamed", folder / "file");
+  }
 }
 
 // A server may know nothing of what root may do here, and would keep both names.
