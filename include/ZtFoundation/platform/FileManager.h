@@ -45,7 +45,7 @@ class NSDictionary;
 // Keys of the attributes for new items. Others, and values of another kind than told here, are ignored.
 
 /// A number: the permission bits, independent of the umask. An operation that cannot set them answers false, except where
-/// the file system has none.
+/// the file system has none, and for all but the nine rights where it is the work of a user program (FUSE).
 ZT_EXPORT extern const std::string_view NSFilePosixPermissions;
 /// A date, set where the process may and the file system can.
 ZT_EXPORT extern const std::string_view NSFileModificationDate;
@@ -98,9 +98,10 @@ class ZT_EXPORT NSFileManager : public NSObject {
   virtual Ref<NSData> contentsAtPath(const Ref<NSString>& path);
   /// Makes a file, or empties the one that exists, and writes `contents` (none: nothing) into it, not atomically. A new
   /// file gets the permissions that the umask leaves unless `attributes` (may be none) has its own; of an existing file
-  /// they are changed only if `attributes` has them, before anything is written. False when it cannot be made or
-  /// written; what was written so far stays. False too for a file that is locked, for a new one in a locked folder and
-  /// for one that cannot be given them: nothing is written, and what exists keeps its contents.
+  /// they are changed only if `attributes` has them, before anything is written. False when it cannot be made, written
+  /// or given its date; what was written so far stays. False too for a file that is locked, for a new one in a locked
+  /// folder and for one that cannot be given its permissions: nothing is written, what exists keeps its contents, and a
+  /// new file stays empty.
   virtual bool createFileAtPath_contents_attributes(const Ref<NSString>& path, const Ref<NSData>& contents,
                                                     const Ref<NSDictionary>& attributes);
 

@@ -88,10 +88,15 @@ std::optional<Kept> copyOwner(const struct stat& from, int to) {
   return Kept{.owner = false, .group = own.st_gid == from.st_gid || giveOwner(to, static_cast<uid_t>(-1), from.st_gid)};
 }
 
+std::optional<mode_t> permissionsOf(int item) noexcept {
+  struct stat status;
+  if (::fstat(item, &status) != 0) return std::nullopt;
+  return status.st_mode & kPermissionBits;
+}
+
 bool setPermissions(int file, mode_t mode) {
-  struct stat own;
-  if (::fstat(file, &own) != 0) return false;
-  return (own.st_mode & kPermissionBits) == mode || ::fchmod(file, mode) == 0;
+  const auto own = permissionsOf(file);
+  return own && (*own == mode || ::fchmod(file, mode) == 0);
 }
 
 // --- Extended attributes
@@ -229,9 +234,7 @@ bool givePermissionsThatAreKept(int item, const char* path, mode_t mode) noexcep
 
 // Left out where the file system has no permissions.
 bool giveWantedPermissions(int item, const char* path, mode_t mode) noexcept {
-  struct stat own;
-  if (::fstat(item, &own) != 0) return false;
-  if ((own.st_mode & kPermissionBits) == mode || changePermissions(item, path, mode)) return true;
+  if (changePermissions(item, path, mode)) return true;
   if (errno == EPERM) return givePermissionsThatAreKept(item, path, mode);
   return errno == ENOTSUP || errno == ENOSYS;
 }
@@ -288,9 +291,18 @@ WantedAttributes::WantedAttributes(const Ref<NSDictionary>& attributes) : user_(
   modified_ = modificationTimeIn(*attributes);
 }
 
+bool WantedAttributes::givePermissions(int item, mode_t added) const noexcept {
+  if (!permissions_) return true;
+  const auto own = permissionsOf(item);
+  if (!own || *own == *permissions_) return own.has_value();
+  return giveWantedPermissions(item, PathOfDescriptor(item).get(), *permissions_ & (*own | added));
+}
+
+bool WantedAttributes::takeRightsFrom(int item) const noexcept { return givePermissions(item, 0); }
+
 bool WantedAttributes::giveRightsTo(int item) const noexcept {
   giveWantedOwner(item, user_, group_);
-  return !permissions_ || giveWantedPermissions(item, PathOfDescriptor(item).get(), *permissions_);
+  return givePermissions(item, kPermissionBits);
 }
 
 bool WantedAttributes::giveTo(int item) const noexcept {

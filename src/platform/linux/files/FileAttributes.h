@@ -52,6 +52,9 @@ class WantedAttributes {
 
   /// The permission bits, `otherwise` where none are asked for.
   mode_t permissions(mode_t otherwise) const noexcept { return permissions_.value_or(otherwise); }
+  /// Of an open item the permissions that are not asked for; none are added. False where permissions are asked for that
+  /// the item does not have and cannot be given.
+  bool takeRightsFrom(int item) const noexcept;
   /// To an open item, also one opened with O_PATH where there is "/proc": the owner as far as the process may, the
   /// permissions that the file system keeps. False, on any other failure.
   bool giveRightsTo(int item) const noexcept;
@@ -59,6 +62,9 @@ class WantedAttributes {
   bool giveTo(int item) const noexcept;
 
  private:
+  /// Of those that the item does not have yet, only the ones in `added`.
+  bool givePermissions(int item, mode_t added) const noexcept;
+
   uid_t user_;
   gid_t group_;
   std::optional<mode_t> permissions_;

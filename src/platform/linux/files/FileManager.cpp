@@ -90,9 +90,10 @@ bool NSFileManager::createFileAtPath_contents_attributes(const Ref<NSString>& pa
   if (!name) return false;
   const detail::WantedAttributes wanted(attributes);
   FileDescriptor file = detail::openUnlocked(*name, wanted.permissions(0666));
-  // Nothing is lost in a file that cannot be given its rights, nor written into one that others may read. Writing takes
-  // some of them away.
-  if (!file || !wanted.giveRightsTo(file.get()) || !detail::makeEmpty(file.get())) return false;
+  // Nothing is lost in a file that cannot be given its rights. Who gets rights has none to the old contents, and who
+  // loses them has none to the new ones. Writing takes some of them away.
+  if (!file || !wanted.takeRightsFrom(file.get()) || !detail::makeEmpty(file.get())) return false;
+  if (!wanted.giveRightsTo(file.get())) return false;
   if (contents && !detail::writeAll(file.get(), contents->view())) return false;
   return wanted.giveTo(file.get()) && detail::closeWritten(std::move(file));
 }

@@ -141,10 +141,10 @@ TEST_F(FileManagerTests, AttributesAreForTheNewItemAlone) {
     std::filesystem::rename(folder / made, folder / "taken");
     std::filesystem::create_symlink(victim, folder / made);
   };
-  for (const std::string made : {"new", "new/"}) {
+  for (const auto& [made, call] : {std::pair("new", "open"), std::pair("new/", "open"), std::pair("new", "fchmod")}) {
     FaultScript script({});
-    script.before("fchmod", [&] { swap("new", "folder"); });
-    makeFolder(made, attributes);
+    script.before(call, [&] { swap("new", "folder"); });
+    EXPECT_EQ(makeFolder(made, attributes), std::string_view(call) == "fchmod") << made;
     EXPECT_TRUE(std::filesystem::is_symlink(folder / "new"));
     std::filesystem::remove(folder / "new");
     std::filesystem::remove(folder / "taken");
@@ -192,6 +192,7 @@ TEST_F(FileManagerTests, AFolderThatItsOwnerMayNotReadGetsItsAttributes) {
   EXPECT_EQ(asOrdinaryUser([&] { return makeFolder("new", attributes); }), 1);
   EXPECT_EQ(modeOf("new"), 0311U);
   EXPECT_EQ(statusOf("new").st_mtim.tv_sec, 1000);
+  ::chmod((folder / "new").c_str(), 0700);  // else only root could remove it
 }
 
 TEST_F(FileManagerTests, PermissionsAreLeftOutWhereThereAreNone) {
@@ -370,6 +371,38 @@ TEST_F(RefusedAttributeTests, WhoMayOnlyWriteAFileCannotNarrowIt) {
   EXPECT_EQ(contentsOf(folder / "file"), "text");
   EXPECT_EQ(asOrdinaryUser([&] { return rewriteFile(nullptr); }), 1);
   EXPECT_EQ(contentsOf(folder / "file"), "new");
+}
+
+TEST_F(RefusedAttributeTests, WhoMayOnlyWriteAFileCannotWidenIt) {
+  if (::geteuid() != 0) GTEST_SKIP() << "only root can be another user";
+  ::chmod(folder.path().c_str(), 0777);
+  ::chmod((folder / "file").c_str(), 0666);
+  const auto wide = NSDictionary::dictionaryWithObject_forKey(0777, NSFilePosixPermissions);
+  EXPECT_EQ(asOrdinaryUser([&] { return rewriteFile(wide); }), 0);
+  EXPECT_EQ(contentsOf(folder / "file"), "text");
+  EXPECT_EQ(modeOf("file"), 0666U);
+}
+
+TEST_F(RefusedAttributeTests, OldContentsAreShownToNobodyElse) {
+  const auto wide = NSDictionary::dictionaryWithEntries({{NSFilePosixPermissions, 0644}, {NSFileOwnerAccountID, 1234}});
+  ::chmod((folder / "file").c_str(), 0600);
+  FaultScript script({});
+  struct stat status {};
+  script.before("ftruncate", [&] { status = statusOf("file"); });
+  EXPECT_TRUE(rewriteFile(wide));
+  EXPECT_EQ(status.st_mode & 07777, 0600U);
+  EXPECT_EQ(status.st_uid, ::geteuid());
+  EXPECT_EQ(modeOf("file"), 0644U);
+}
+
+TEST_F(RefusedAttributeTests, WhatCannotBeEmptiedStaysHidden) {
+  const auto wide = NSDictionary::dictionaryWithObject_forKey(0644, NSFilePosixPermissions);
+  EXPECT_FALSE(withFailing("ftruncate", EIO, [&] {
+    ::chmod((folder / "file").c_str(), 0600);
+    return rewriteFile(wide);
+  }));
+  EXPECT_EQ(contentsOf(folder / "file"), "text");
+  EXPECT_EQ(modeOf("file"), 0600U);
 }
 
 // Somebody else could open it in the meantime.
