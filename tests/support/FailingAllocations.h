@@ -109,13 +109,22 @@ inline std::string answerText(const std::u16string& answer) {
 inline std::string answerText(Class answer) { return answerText(class_getName(answer)); }
 inline std::string answerText(SEL answer) { return answerText(NSStringFromSelector(answer)); }
 
+/// What an operation that got no memory leaves, and what the same call then does when there is some again.
+enum class Leaves {
+  Nothing,    ///< the receiver as it was; the same call succeeds
+  Part,       ///< what is done is done; the same call goes on from there
+  PartOrAll,  ///< the same, but once all is done the same call may answer something else, and changes nothing
+  Rest,       ///< nothing, if there was memory to take it back; else something that may be in the way of the same call
+  Anything    ///< the test itself looks at it
+};
+
 /// What may be different from the rule of docs/faults.md, each with its reason beside the case.
 struct AllocationRules {
   std::vector<std::string> documented{};  ///< further answers that lack of memory may give; "*" for any
-  bool mayChange = false;                 ///< the receiver stays valid but need not stay as it was
-  bool throwsAnyway = false;              ///< the operation ends in an exception of its own, with memory and without
-  bool keepsMemory = false;               ///< what it allocates is kept for good: no leak
-  std::size_t dense = 200;                ///< so many points are tried one by one, then ever fewer unless reported
+  Leaves leaves = Leaves::Nothing;
+  bool throwsAnyway = false;  ///< the operation ends in an exception of its own, with memory and without
+  bool keepsMemory = false;   ///< what it allocates is kept for good: no leak
+  std::size_t dense = 200;    ///< so many points are tried one by one, then ever fewer unless reported
 };
 inline const AllocationRules kNoException;
 
@@ -200,8 +209,8 @@ std::size_t tryAllPoints(const Trial& trial, const AllocationRules& rules);
 }  // namespace allocations
 
 /// Runs `operation` on a new State for each of its allocations, letting that one fail, and then that one and all after
-/// it. Each run must end in std::bad_alloc with the state as it was, or in the right answer, or in a documented one;
-/// leave no memory behind; and the operation must then succeed on the same state. Answers how many points failed.
+/// it. Each run must leave no memory behind and end in the right answer; or in std::bad_alloc or a documented answer,
+/// with the state as it was, and then the operation must succeed on it. Answers how many points failed.
 template <class State, class Operation>
 std::size_t forEachFailingAllocation(std::string_view name, const Operation& operation,
                                      const AllocationRules& rules = kNoException) {

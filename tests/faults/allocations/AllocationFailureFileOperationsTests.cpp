@@ -87,13 +87,14 @@ TEST_F(AllocationFailureFileOperations, Statuses) {
        answering([](Changes& c) { return createDirectoryWithRecursively(c.missing, false); }));
   // Folders made so far stay.
   each("JxFileOperation::createDirectoryWithRecursively (several)",
-       answering([](Changes& c) { return createDirectoryWithRecursively(c.deepMissing, true); }), {.mayChange = true});
+       answering([](Changes& c) { return createDirectoryWithRecursively(c.deepMissing, true); }),
+       {.leaves = Leaves::Part});
   each("JxFileOperation::renameFileTo", answering([](Changes& c) { return renameFileTo(c.file, c.name); }));
   each("JxFileOperation::removeFileForcefully",
        answering([](Changes& c) { return removeFileForcefully(c.file, false); }));
   // The lock is taken away first.
   each("JxFileOperation::removeFileForcefully (locked)",
-       answering([](Changes& c) { return removeFileForcefully(c.locked, true); }), {.mayChange = true});
+       answering([](Changes& c) { return removeFileForcefully(c.locked, true); }), {.leaves = Leaves::Part});
   each("JxTalvoZtWdExensions::createFileWithContents_autoname",
        answering([](Changes& c) { return createFileWithContents_autoname(c.file, c.data, true); }));
   each("JxTalvoZtWdExensions::copyFileTo_autoname",
@@ -117,7 +118,7 @@ TEST_F(AllocationFailureFileOperations, Making) {
          return QvFoundationExtensions::createDirectoryAtPath_attributes_recursively(c.files, c.deepMissing, nullptr,
                                                                                      true);
        },
-       {.mayChange = true});
+       {.leaves = Leaves::Part});
   each("NSData::writeToFile_atomically", [](Changes& c) { return c.data->writeToFile_atomically(c.file, true); });
   each("NSData::writeToFile_atomically (new)",
        [](Changes& c) { return c.data->writeToFile_atomically(c.missing, true); });
@@ -163,93 +164,101 @@ TEST_F(AllocationFailureFileOperations, SingleItems) {
        [](Changes& c) { return c.files->removeFileAtPath_handler(c.file, nullptr); });
   each("NSFileManager::removeFileAtPath_handler (locked)",
        [](Changes& c) { return c.files->removeFileAtPath_handler(c.locked, c.witness); });
+  // That it is gone is told afterwards.
+  each("NSFileManager::removeFileAtPath_handler (told)",
+       [](Changes& c) { return c.files->removeFileAtPath_handler(c.file, c.witness); }, {.leaves = Leaves::PartOrAll});
 }
 
-// --- Folders
-
-using Operation = std::function<bool(Changes&)>;
-
-// What is left after each allocation has failed once.
-template <class Check>
-void checkAfterEachFailure(const char* name, const Operation& operation, Check check) {
-  if (std::getenv(allocations::kFirstUseVariable) != nullptr) return;  // the library is not to be used in this process
-  for (std::size_t at = 1;; ++at) {
-    Changes changes;
-    const allocations::Run run = allocations::run(name, changes, operation, at, Failing::One, 0);
-    SCOPED_TRACE(testing::Message() << name << ", allocation " << at);
-    check(changes, run.end == allocations::Run::End::NoMemory);
-    if (run.count.failed == 0 || testing::Test::HasFailure()) return;
-  }
+TEST_F(AllocationFailureFileOperations, FilesUnderFreeNames) {
+  const EachOf<Changes> each;
+  // What was begun is taken back. Where memory is still missing then, the hidden file may stay.
+  each("JxTalvoZtWdExensions::createUnusedFinderFile",
+       [](Changes& c) { return JxTalvoZtWdExensions::createUnusedFinderFile(c.file, c.data) != nullptr; },
+       {.leaves = Leaves::Rest});
 }
 
 // What was begun is taken back. Where memory is still missing then, some of it may stay.
-struct EachTakenBack {
-  void operator()(const char* name, const Operation& operation) const {
-    EachOf<Changes>()(name, operation, {.mayChange = true});
-    const std::string before = Changes().describe();
-    checkAfterEachFailure(name, operation, [&](const Changes& changes, bool hasFailed) {
-      if (hasFailed) {
-        EXPECT_EQ(changes.describe(), before);
-      }
-    });
-  }
-};
-
-TEST_F(AllocationFailureFileOperations, FilesUnderFreeNames) {
-  const EachTakenBack each;
-  each("JxTalvoZtWdExensions::createUnusedFinderFile",
-       [](Changes& c) { return JxTalvoZtWdExensions::createUnusedFinderFile(c.file, c.data) != nullptr; });
-}
-
 TEST_F(AllocationFailureFileOperations, CopiesOfFolders) {
-  const EachTakenBack each;
+  const EachOf<Changes> each;
   each("NSFileManager::copyPath_toPath_handler (folder)",
-       [](Changes& c) { return c.files->copyPath_toPath_handler(c.folder, c.missing, nullptr); });
+       [](Changes& c) { return c.files->copyPath_toPath_handler(c.folder, c.missing, nullptr); },
+       {.leaves = Leaves::Rest});
   each("NSFileManager::copyPath_toPath_handler (folder, told)",
-       [](Changes& c) { return c.files->copyPath_toPath_handler(c.folder, c.missing, c.witness); });
+       [](Changes& c) { return c.files->copyPath_toPath_handler(c.folder, c.missing, c.witness); },
+       {.leaves = Leaves::Rest});
   each("NSFileManager::linkPath_toPath_handler (folder)",
-       [](Changes& c) { return c.files->linkPath_toPath_handler(c.folder, c.missing, nullptr); });
+       [](Changes& c) { return c.files->linkPath_toPath_handler(c.folder, c.missing, nullptr); },
+       {.leaves = Leaves::Rest});
 }
 
-// What is gone is gone, and nothing outside of the folder is touched.
+// --- Removals of folders, moves to another volume
+
+template <class State>
+using Operation = std::function<bool(State&)>;
+
+// What is left after each allocation has failed, alone and with all after it.
+template <class State, class Check>
+void checkAfterEachFailure(const char* name, const Operation<State>& operation, Check check) {
+  if (std::getenv(allocations::kFirstUseVariable) != nullptr) return;  // the library is not to be used in this process
+  for (const Failing mode : {Failing::One, Failing::AllFrom}) {
+    for (std::size_t at = 1;; ++at) {
+      State state;
+      const allocations::Run run = allocations::run(name, state, operation, at, mode, 0);
+      SCOPED_TRACE(testing::Message() << name << ", allocation " << at
+                                      << (mode == Failing::One ? "" : " and all after"));
+      check(state, run.end == allocations::Run::End::NoMemory, mode);
+      if (run.count.failed == 0 || testing::Test::HasFailure()) break;
+    }
+  }
+}
+
+// What is gone is gone, and nothing outside of the folder is touched. That the last item is gone is told afterwards.
 TEST_F(AllocationFailureFileOperations, RemovalsOfFolders) {
-  const Operation remove = [](Changes& c) { return c.files->removeFileAtPath_handler(c.folder, c.witness); };
+  const Operation<Changes> remove = [](Changes& c) { return c.files->removeFileAtPath_handler(c.folder, c.witness); };
   const char* const name = "NSFileManager::removeFileAtPath_handler (folder)";
-  EachOf<Changes>()(name, remove, {.mayChange = true});
+  EachOf<Changes>()(name, remove, {.leaves = Leaves::PartOrAll});
   const auto outside = [] {
     std::filesystem::remove_all(FileTree::root() + "/folder");
     return describeTree(FileTree::root());
   };
-  const std::size_t descriptors = openDescriptors();
   const FileTree whole;
   const std::string others = outside();
-  checkAfterEachFailure(name, remove, [&](const Changes&, bool) {
-    EXPECT_EQ(outside(), others);
-    EXPECT_EQ(openDescriptors(), descriptors);
-  });
+  checkAfterEachFailure(name, remove, [&](const Changes&, bool, Failing) { EXPECT_EQ(outside(), others); });
 }
 
-// The item is whole at one of its places, or at both.
+// A folder and the place on another volume that it moves to.
+struct ToMove : Changes {
+  inline static std::string target;
+  static std::string source() { return FileTree::root() + "/folder"; }
+
+  Ref<NSString> to = NSString::stringWithFileSystemRepresentation(target);
+
+  ToMove() { std::filesystem::remove_all(target); }
+  bool isThere() const { return std::filesystem::exists(target); }
+  std::string describe() const { return Changes::describe() + (isThere() ? describeTree(target) : "not there"); }
+};
+
+// The item is whole at one of its places, or at both. A copy that is not taken back is in the way of the same call.
 TEST_F(AllocationFailureFileOperations, MovesToAnotherVolume) {
   PrivateMounts mounts;
-  const std::string volume = mounts.memory("another volume");
-  if (volume.empty()) GTEST_SKIP() << mounts.whyNot();
-  const std::string target = volume + "/moved";
-  const Ref<NSString> to = NSString::stringWithFileSystemRepresentation(target);
-  const Operation move = [&](Changes& c) { return c.files->movePath_toPath_handler(c.folder, to, c.witness); };
+  if (!mounts.isPossible()) GTEST_SKIP() << mounts.whyNot();
+  ToMove::target = mounts.memory("another volume") + "/moved";
+  const Operation<ToMove> move = [](ToMove& m) { return m.files->movePath_toPath_handler(m.folder, m.to, m.witness); };
+  const char* const name = "NSFileManager::movePath_toPath_handler (volumes)";
+  EachOf<ToMove>()(name, move, {.leaves = Leaves::Anything});
   const FileTree whole;
-  const std::string contents = describeTree(FileTree::root() + "/folder");
+  const std::string contents = describeTree(ToMove::source());
+  const auto isWholeAt = [&](const std::string& place) {
+    return std::filesystem::exists(place) && describeTree(place) == contents;
+  };
   const std::size_t descriptors = openDescriptors();
-  checkAfterEachFailure("NSFileManager::movePath_toPath_handler (volumes)", move, [&](const Changes&, bool hasFailed) {
-    const bool isThere = std::filesystem::exists(target);
-    if (isThere) {
-      EXPECT_EQ(describeTree(target), contents);
-    } else {
-      EXPECT_EQ(describeTree(FileTree::root() + "/folder"), contents);
-    }
-    EXPECT_TRUE(hasFailed || (isThere && !std::filesystem::exists(FileTree::root() + "/folder")));
+  checkAfterEachFailure(name, move, [&](ToMove& m, bool hasFailed, Failing mode) {
+    const bool isCopied = isWholeAt(ToMove::target);
+    EXPECT_TRUE(isCopied || isWholeAt(ToMove::source()));
+    EXPECT_TRUE(isCopied || hasFailed);
+    EXPECT_TRUE(isCopied == m.isThere() || mode == Failing::AllFrom);
     EXPECT_EQ(openDescriptors(), descriptors);
-    std::filesystem::remove_all(target);
+    EXPECT_TRUE(m.isThere() || (move(m) && isWholeAt(ToMove::target)));
   });
 }
 

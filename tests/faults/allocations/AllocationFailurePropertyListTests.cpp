@@ -239,9 +239,9 @@ TEST(AllocationFailurePropertyList, Store) {
   each("QvPropertyList::initWithPath (no file)",
        [](S& s) { return QvPropertyList::initWithPath(s.folder.string("none"))->values(); });
   each("QvPropertyList::hasUnsavedChanges", [](S& s) { return s.store->hasUnsavedChanges(); });
-  each("QvPropertyList::saveChanges", [](S& s) { return s.store->saveChanges(); }, {.documented = {"0"}});
-  each("QvPropertyList::synchronize", [](S& s) { return s.store->synchronize(); }, {.documented = {"0"}});
-  each("QvPropertyList::saveMergedChanges", [](S& s) { return s.store->saveMergedChanges(); }, {.documented = {"0"}});
+  each("QvPropertyList::saveChanges", [](S& s) { return s.store->saveChanges(); });
+  each("QvPropertyList::synchronize", [](S& s) { return s.store->synchronize(); });
+  each("QvPropertyList::saveMergedChanges", [](S& s) { return s.store->saveMergedChanges(); });
   each("QvPropertyList::discardChanges", [](S& s) { s.store->discardChanges(); });
   each("QvPropertyList::readError", [](S& s) { return s.store->readError(); });
   each("QvPropertyList::classObject", [](S&) { return QvPropertyList::classObject(); });

@@ -92,7 +92,7 @@ TEST_F(AllocationFailureStore, Values) {
 // Telling the observers is all that can fail when the file is saved, and then the store is saved as well.
 struct EachSave {
   void operator()(const char* name, const std::function<bool(Changed&)>& save) const {
-    EachOf<Changed>()(name, save, {.mayChange = true});
+    EachOf<Changed>()(name, save, {.leaves = Leaves::Part});
     if (std::getenv(allocations::kFirstUseVariable) != nullptr)
       return;  // the library is not to be used in this process
     for (const Failing mode : {Failing::One, Failing::AllFrom}) {
@@ -139,7 +139,7 @@ struct Shared : Unobserved {
 // What others have written may have been taken in; a repetition takes in the rest.
 TEST_F(AllocationFailureStore, Merging) {
   EachOf<Shared>()("QvPropertyList::saveMergedChanges (changed by others)",
-                   [](Shared& s) { return s.store->saveMergedChanges(); }, {.mayChange = true});
+                   [](Shared& s) { return s.store->saveMergedChanges(); }, {.leaves = Leaves::Part});
   if (std::getenv(allocations::kFirstUseVariable) != nullptr) return;  // the library is not to be used in this process
   for (std::size_t at = 1;; ++at) {
     Shared shared;

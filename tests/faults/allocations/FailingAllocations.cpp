@@ -362,10 +362,12 @@ class Points {
   std::string complaintAbout(std::size_t k, Failing mode, bool& goesOn) {
     const auto state = trial_.makeState();
     const std::string before = trial_.stateText(state.get());
-    const Run failed = trial_.run(state.get(), k, mode, 0);
-    goesOn = failed.count.failed > 0;
-    const std::string complaint = complaintAbout(failed, before, trial_.stateText(state.get()));
-    return complaint.empty() && failed.end == Run::End::NoMemory ? complaintAboutRepetition(state.get()) : complaint;
+    const Run run = trial_.run(state.get(), k, mode, 0);
+    const std::string after = trial_.stateText(state.get());
+    goesOn = run.count.failed > 0;
+    if (isRight(run)) return after == normalState_ ? "" : changed("state, rightly and now", normalState_, after);
+    const std::string complaint = complaintAbout(run);
+    return complaint.empty() ? complaintAboutRest(state.get(), leavesAt(mode), before, after) : complaint;
   }
 
   // Looks twice: the first failure may fill what is filled on first use.
@@ -380,31 +382,32 @@ class Points {
     return complaint;
   }
 
-  std::string complaintAbout(const Run& run, const std::string& before, const std::string& after) const {
-    switch (run.end) {
-      case Run::End::NoMemory:
-        if (run.count.failed == 0) return "std::bad_alloc although nothing failed";
-        return rules_.mayChange || before == after ? "" : changed("receiver before and after", before, after);
-      case Run::End::Returned:
-        if (run.answer == normal_.answer && !rules_.throwsAnyway) {
-          return after == normalState_ ? "" : changed("state, rightly and now", normalState_, after);
-        }
-        return isDocumented(run.answer) ? "" : changed("answer, rightly and now", normal_.answer, run.answer);
-      case Run::End::Exception:
-        if (rules_.throwsAnyway && run.answer == normal_.answer) return "";
-        return isDocumented(run.answer) ? "" : changed("exception", normal_.answer, run.answer);
-    }
-    return "";
+  bool isRight(const Run& run) const { return run.end == normal_.end && run.answer == normal_.answer; }
+
+  // How it may end for want of memory.
+  std::string complaintAbout(const Run& run) const {
+    const bool isAllowed = run.end == Run::End::NoMemory || isDocumented(run.answer);
+    if (!isAllowed) return changed("answer", normal_.answer, run.answer);
+    return run.count.failed == 0 ? "no memory although nothing failed" : "";
+  }
+
+  Leaves leavesAt(Failing mode) const {
+    if (rules_.leaves != Leaves::Rest) return rules_.leaves;
+    return mode == Failing::One ? Leaves::Nothing : Leaves::Anything;
+  }
+
+  std::string complaintAboutRest(void* state, Leaves leaves, const std::string& before,
+                                 const std::string& after) const {
+    if (leaves == Leaves::Anything) return "";
+    if (leaves == Leaves::Nothing && before != after) return changed("before and after", before, after);
+    return complaintAboutRepetition(state, leaves == Leaves::PartOrAll && after == normalState_);
   }
 
   // What failed for want of memory works on the same receiver when there is some again.
-  std::string complaintAboutRepetition(void* state) const {
-    if (rules_.mayChange) return "";
+  std::string complaintAboutRepetition(void* state, bool isDone) const {
     const Unwatched unwatched;  // so that what the first attempt has left behind stays known
     const Run again = trial_.run(state, 0, Failing::One, 0);
-    if (again.end != normal_.end || again.answer != normal_.answer) {
-      return changed("repetition", normal_.answer, again.answer);
-    }
+    if (!isDone && !isRight(again)) return changed("repetition", normal_.answer, again.answer);
     const std::string after = trial_.stateText(state);
     return after == normalState_ ? "" : changed("state after repetition", normalState_, after);
   }

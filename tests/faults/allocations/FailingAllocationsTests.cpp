@@ -136,7 +136,7 @@ void loseABlock() {
 
 TEST(FailingAllocations, ALeakIsToldOnceWithItsPlace) {
   const auto leak = [](Nothing&) { loseABlock(); };
-  EXPECT_NONFATAL_FAILURE(forEachFailingAllocation<Nothing>("leak", leak, {.mayChange = true}), "leak of 4 bytes");
+  EXPECT_NONFATAL_FAILURE(forEachFailingAllocation<Nothing>("leak", leak, {.leaves = Leaves::Part}), "leak of 4 bytes");
 }
 
 TEST(FailingAllocations, ALeakIsToldAlsoWhereTheRepetitionSucceeds) {
@@ -150,6 +150,90 @@ TEST(FailingAllocations, AChangedReceiverIsTold) {
     std::string(kLong).size();
   };
   EXPECT_NONFATAL_FAILURE(forEachFailingAllocation<Text>("change", change), "<before> <before!>");
+}
+
+// The first half in any case, then both.
+void appendTwice(Text& t) {
+  if (t.text == "before") t.text.append("!");
+  std::string(kLong).size();
+  t.text.append("!");
+}
+
+TEST(FailingAllocations, WhatIsDoneMayStayWhereTheSameCallGoesOn) {
+  const auto append = [](Text& t) { appendTwice(t); };
+  EXPECT_EQ(forEachFailingAllocation<Text>("append", append, {.leaves = Leaves::Part}), 2U);
+  const auto appendOnce = [](Text& t) {
+    if (t.text != "before") return false;
+    appendTwice(t);
+    return true;
+  };
+  EXPECT_NONFATAL_FAILURE(forEachFailingAllocation<Text>("append", appendOnce, {.leaves = Leaves::Part}),
+                          "repetition: <1> <0>");
+  EXPECT_NONFATAL_FAILURE(forEachFailingAllocation<Text>("append", appendOnce, {.leaves = Leaves::PartOrAll}),
+                          "repetition: <1> <0>");
+  EXPECT_EQ(forEachFailingAllocation<Text>("append", appendOnce, {.leaves = Leaves::Anything}), 2U);
+}
+
+TEST(FailingAllocations, WhatIsDoneTwiceIsTold) {
+  const auto change = [](Text& t) {
+    t.text.append("!");
+    std::string(kLong).size();
+  };
+  EXPECT_NONFATAL_FAILURE(forEachFailingAllocation<Text>("change", change, {.leaves = Leaves::Part}),
+                          "state after repetition: <before!> <before!!>");
+}
+
+TEST(FailingAllocations, WhereAllIsDoneTheSameCallMayAnswerOtherwise) {
+  const auto changeOnce = [](Text& t) {
+    if (t.text != "before") return false;
+    t.text.append("!");
+    std::string(kLong).size();
+    return true;
+  };
+  EXPECT_EQ(forEachFailingAllocation<Text>("change", changeOnce, {.leaves = Leaves::PartOrAll}), 2U);
+  EXPECT_NONFATAL_FAILURE(forEachFailingAllocation<Text>("change", changeOnce, {.leaves = Leaves::Part}),
+                          "repetition: <1> <0>");
+}
+
+TEST(FailingAllocations, ARestMayStayOnlyWhereThereIsNoMemoryToTakeItBack) {
+  const auto change = [](Text& t) {
+    t.text.append("!");
+    try {
+      std::string(kLong).size();
+    } catch (const std::bad_alloc&) {
+      std::string(kLong).size();
+      t.text.pop_back();
+      throw;
+    }
+  };
+  EXPECT_EQ(forEachFailingAllocation<Text>("change", change, {.leaves = Leaves::Rest}), 2U);
+  EXPECT_NONFATAL_FAILURE(forEachFailingAllocation<Text>("change", change), "and all after it failing: before and");
+  const auto leave = [](Text& t) {
+    t.text.append("!");
+    std::string(kLong).size();
+  };
+  EXPECT_NONFATAL_FAILURE(forEachFailingAllocation<Text>("leave", leave, {.leaves = Leaves::Rest}),
+                          "allocation 1 failing: before and after: <before> <before!>");
+}
+
+TEST(FailingAllocations, ADocumentedAnswerLeavesTheReceiverAndIsGoneWithMemory) {
+  const AllocationRules mayBeTwo{.documented = {"2"}};
+  const auto change = [](Text& t) {
+    t.text.append("!");
+    return std::unique_ptr<int>(new (std::nothrow) int(1)) ? 1 : 2;
+  };
+  EXPECT_NONFATAL_FAILURE(forEachFailingAllocation<Text>("change", change, mayBeTwo), "<before> <before!>");
+  struct Spoilt {
+    bool isSpoilt = false;
+  };
+  const auto spoil = [](Spoilt& s) {
+    s.isSpoilt = s.isSpoilt || std::unique_ptr<int>(new (std::nothrow) int(1)) == nullptr;
+    return s.isSpoilt ? 2 : 1;
+  };
+  EXPECT_NONFATAL_FAILURE(forEachFailingAllocation<Spoilt>("spoil", spoil, mayBeTwo), "repetition: <1> <2>");
+  int count = 0;
+  const auto anyway = [&count](Nothing&) { return ++count > 2 ? 2 : 1; };
+  EXPECT_NONFATAL_FAILURE(forEachFailingAllocation<Nothing>("anyway", anyway, mayBeTwo), "although nothing failed");
 }
 
 TEST(FailingAllocations, AWrongAnswerIsTold) {
