@@ -241,7 +241,7 @@ ZT_EXPORT bool isUnmountableVolume(const Ref<NSString>& self);
 /// Unmounts the volume with this root path, and ejects its medium where it can be taken out. Waits for it, and never
 /// for a password.
 /// \returns true when it is unmounted; false when it is in use, the process may not, or there is no such volume. "/" is
-/// always in use.
+/// always in use. Where memory runs out (std::bad_alloc) it may be unmounted already.
 ZT_EXPORT bool unmountVolume(const Ref<NSString>& self);
 /// The size of the item's volume, and what an ordinary process may still use of it, in bytes. Either pointer may be
 /// null.
