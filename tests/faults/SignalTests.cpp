@@ -289,7 +289,7 @@ class SignalTests : public testing::TestWithParam<Operation> {};
 TEST_P(SignalTests, ChangeNothing) {
   const Operation& operation = GetParam();
   ScopedEnvironment where;
-  where.set("TMPDIR", "/dev/shm");
+  where.set("TMPDIR", folderInMemory());
   const ScratchFolder here;
   where.set("TMPDIR", "/tmp");
   const ScratchFolder there;

@@ -26,6 +26,11 @@ inline std::string quickFolder() {
   return takesAttributes("/dev/shm") ? "/dev/shm" : std::filesystem::temp_directory_path().string();
 }
 
+/// A folder in memory, where flushing takes no time, whether or not it takes attributes; else the temporary folder.
+inline std::string folderInMemory() {
+  return ::access("/dev/shm", W_OK | X_OK) == 0 ? "/dev/shm" : std::filesystem::temp_directory_path().string();
+}
+
 inline constexpr char kNoAttributes[] = "no extended attributes on this file system";
 
 }  // namespace ZtFoundation::test

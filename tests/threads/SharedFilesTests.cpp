@@ -11,6 +11,8 @@
 #include <ZtFoundation/platform/Dictionary.h>
 #include <ZtFoundation/platform/Values.h>
 
+#include "support/QuickFolder.h"
+#include "support/ScopedEnvironment.h"
 #include "support/ScratchFolder.h"
 
 namespace ZtFoundation {
@@ -54,7 +56,16 @@ void addAndSaveAtOnce(const std::vector<Ref<NSString>>& paths, QvPropertyListFor
   EXPECT_EQ(failed, 0);
 }
 
-class SharedFilesTests : public testing::TestWithParam<QvPropertyListFormat> {
+// Where flushing takes no time, however busy the disk is.
+class InMemory {
+ protected:
+  InMemory() { environment_.set("TMPDIR", test::folderInMemory()); }
+
+ private:
+  test::ScopedEnvironment environment_;
+};
+
+class SharedFilesTests : InMemory, public testing::TestWithParam<QvPropertyListFormat> {
  protected:
   const test::ScratchFolder folder;
 };
