@@ -18,6 +18,7 @@
 #include <vector>
 
 #include "support/ChildProcess.h"
+#include "support/QuickFolder.h"
 #include "support/QuietStandardError.h"
 #include "support/ScopedEnvironment.h"
 #include "support/ScratchFolder.h"
@@ -39,9 +40,13 @@ bool exists(const std::string& path) {
   return ::lstat(path.c_str(), &status) == 0;
 }
 
-// Sends SIGKILL to processes that do `work` again and again, at any time in it.
+constexpr int kLeast = 3;  // however slow the machine is
+
+// `while (killer.goesOn())`: sends SIGKILL to processes that do `work` again and again, at any time in it.
 class Killer {
  public:
+  bool goesOn() { return (storm_.goesOn() || met_ < kLeast) && !testing::Test::HasFatalFailure(); }
+
   template <class Work>
   void killDuring(Work work) {
     const pid_t child = startChild([&]() -> int {
@@ -49,24 +54,34 @@ class Killer {
       }
       return 1;
     });
-    ::usleep(std::uniform_int_distribution<unsigned>(0, kIsSanitized ? 30000 : 8000)(random_));
+    ::usleep(std::uniform_int_distribution<unsigned>(0, most_)(random_));
     ::kill(child, SIGKILL);
-    ASSERT_EQ(waitForChild(child), -1) << "it failed before";
+    ASSERT_EQ(signalThatEnded(child), SIGKILL) << "it failed before";
     ++killed_;
   }
+
+  // Whether the last one left what only a process in the middle of its work leaves. If not, the next has more time.
+  void note(bool wasInTheMiddle) {
+    met_ += wasInTheMiddle ? 1 : 0;
+    most_ = wasInTheMiddle ? kMost : most_ + most_ / 16;
+  }
+
   int killed() const { return killed_; }
 
  private:
-  std::mt19937 random_{20240229};
-  int killed_ = 0;
-};
+  static constexpr unsigned kMost = kIsSanitized ? 30000 : 8000;  // microseconds
 
-constexpr int kLeast = 3;  // however slow the machine is
+  Storm storm_;
+  std::mt19937 random_{20240229};
+  unsigned most_ = kMost;
+  int killed_ = 0;
+  int met_ = 0;
+};
 
 class KillTests : public testing::Test {
  protected:
   // What syncs to a disk makes few rounds in the time.
-  KillTests() { inMemory_.set("TMPDIR", "/dev/shm"); }
+  KillTests() { inMemory_.set("TMPDIR", folderInMemory()); }
 
   void tell(const char* operation, const Killer& killer, const char* outcome) {
     report("kill", operation, killer.killed(), outcome);
@@ -125,16 +140,16 @@ TEST_P(KilledStoreTests, LeavesOldOrNewSettings) {
   const ScratchFolder folder;
   const std::string path = folder / "made/at/once/settings";
   Killer killer;
-  Storm storm;
   int last = 0;
-  while (storm.goesOn() || killer.killed() < kLeast) {
-    if (storm.rounds() % 20 == 0) {
+  while (killer.goesOn()) {
+    if (killer.killed() % 20 == 0) {
       std::filesystem::remove_all(folder / "made");
       last = 0;
     }
     killer.killDuring([&, next = last]() mutable { return saveSettings(path, GetParam(), ++next); });
     const int found = savedNumber(path, GetParam().format);
-    ASSERT_GE(found, last) << "round " << storm.rounds();
+    ASSERT_GE(found, last) << "round " << killer.killed();
+    killer.note(found > last);
     last = found;
   }
   ASSERT_TRUE(saveSettings(path, GetParam(), last + 1));
@@ -246,13 +261,13 @@ TEST_F(KillTests, ACopyOfAFileIsABeginningOfIt) {
   writeFile(folder / "from", text);
   ::chmod((folder / "from").c_str(), 0644);
   Killer killer;
-  Storm storm;
-  while (storm.goesOn() || killer.killed() < kLeast) {
+  while (killer.goesOn()) {
     killer.killDuring([&] {
       return manager()->copyPath_toPath_handler(folder.string("from"), folder.string("to"), nullptr) &&
              remove(folder / "to");
     });
     ASSERT_TRUE(readWhole(folder / "from") == text);
+    killer.note(exists(folder / "to"));
     if (!exists(folder / "to")) continue;
     const std::string copy = readWhole(folder / "to");
     ASSERT_TRUE(text.starts_with(copy));
@@ -277,13 +292,14 @@ TEST_F(KillTests, AFileThatIsWrittenInPlaceHoldsABeginning) {
            JxFileOperation::createFileWithContents(path, contents) == noErr &&
            contents->writeToFile_atomically(path, false);
   };
+  ASSERT_TRUE(write());
   Killer killer;
-  Storm storm;
-  while (storm.goesOn() || killer.killed() < kLeast) {
+  while (killer.goesOn()) {
     killer.killDuring([&] { return write() && remove(folder / "file"); });
-    if (exists(folder / "file")) {
-      ASSERT_TRUE(text.starts_with(readWhole(folder / "file")));
-    }
+    const bool isThere = exists(folder / "file");
+    const std::string found = isThere ? readWhole(folder / "file") : "";
+    ASSERT_TRUE(text.starts_with(found));
+    killer.note(isThere && found != text);
     ASSERT_TRUE(write());
     ASSERT_TRUE(readWhole(folder / "file") == text);
   }
@@ -300,12 +316,14 @@ TEST_F(KillTests, AFileUnderAFreeNameIsWhole) {
   const std::string& text = largeText();
   const Ref<NSData> contents = NSData::dataWithBytes(text);
   Killer killer;
-  Storm storm;
-  while (storm.goesOn() || killer.killed() < kLeast) {
-    killer.killDuring([&] {
+  while (killer.goesOn()) {
+    killer.killDuring([&, last = Ref<NSString>()]() mutable {
       const Ref<NSString> path = JxTalvoZtWdExensions::createUnusedFinderFile(folder.string("file"), contents);
-      return path && remove(path->fileSystemRepresentation());
+      const bool isRemoved = !last || remove(last->fileSystemRepresentation());
+      last = path;
+      return path && isRemoved;
     });
+    killer.note(!folder.names().empty());
     for (const std::string& name : folder.names()) {
       ASSERT_TRUE(readWhole(folder / name) == text);
       ASSERT_TRUE(remove(folder / name));
@@ -318,13 +336,13 @@ TEST_F(KillTests, ACopyOfAFolderHoldsNothingElse) {
   const ScratchFolder folder;
   makeTree(folder / "from");
   Killer killer;
-  Storm storm;
-  while (storm.goesOn() || killer.killed() < kLeast) {
+  while (killer.goesOn()) {
     killer.killDuring([&] {
       return manager()->copyPath_toPath_handler(folder.string("from"), folder.string("to"), nullptr) &&
              remove(folder / "to");
     });
     ASSERT_TRUE(isTree(folder / "from"));
+    killer.note(exists(folder / "to") && !isTree(folder / "to"));
     if (!exists(folder / "to")) continue;
     struct stat status;
     for (const auto& entry : std::filesystem::recursive_directory_iterator(folder / "to")) {
@@ -353,14 +371,14 @@ TEST_F(KillTests, AMoveToAnotherDiskHasAWholeOneOnEitherSide) {
   ASSERT_EQ(::stat(here.path().c_str(), &first) + ::stat(there.path().c_str(), &second), 0);
   if (first.st_dev == second.st_dev) GTEST_SKIP() << "/tmp and /dev/shm are the same file system";
   Killer killer;
-  Storm storm;
-  while (storm.goesOn() || killer.killed() < kLeast) {
+  while (killer.goesOn()) {
     makeTree(here / "tree");
     killer.killDuring([&] {
       return manager()->movePath_toPath_handler(here.string("tree"), there.string("tree"), nullptr) &&
              manager()->movePath_toPath_handler(there.string("tree"), here.string("tree"), nullptr);
     });
-    ASSERT_TRUE(isTree(here / "tree") || isTree(there / "tree")) << "round " << storm.rounds();
+    ASSERT_TRUE(isTree(here / "tree") || isTree(there / "tree")) << "round " << killer.killed();
+    killer.note(exists(here / "tree") && exists(there / "tree"));
     if (exists(there / "tree")) {
       ASSERT_TRUE(remove(there / "tree"));
     }
@@ -375,8 +393,7 @@ TEST_F(KillTests, AMoveOnADiskIsDoneOrNot) {
   const ScratchFolder folder;
   makeTree(folder / "a");
   Killer killer;
-  Storm storm;
-  while (storm.goesOn() || killer.killed() < kLeast) {
+  while (killer.goesOn()) {
     const std::string name = *folder.names().begin();
     const std::string other = name == "a" ? "b" : "a";
     killer.killDuring([&] {
@@ -385,6 +402,7 @@ TEST_F(KillTests, AMoveOnADiskIsDoneOrNot) {
     });
     ASSERT_EQ(folder.names().size(), 1U);
     ASSERT_TRUE(isTree(folder / *folder.names().begin()));
+    killer.note(exists(folder / other));
   }
   tell("move on one disk and back", killer, "under the old name or the new one, whole");
 }
@@ -393,14 +411,16 @@ TEST_F(KillTests, ARemovalCanBeMadeAgain) {
   const ScratchFolder folder;
   makeTree(folder / "kept");
   Killer killer;
-  Storm storm;
-  while (storm.goesOn() || killer.killed() < kLeast) {
+  while (killer.goesOn()) {
     killer.killDuring([&] {
-      return manager()->copyPath_toPath_handler(folder.string("kept"), folder.string("tree"), nullptr) &&
-             ::symlink((folder / "kept").c_str(), (folder / "tree/link").c_str()) == 0 && remove(folder / "tree");
+      return manager()->copyPath_toPath_handler(folder.string("kept"), folder.string("copy"), nullptr) &&
+             ::symlink((folder / "kept").c_str(), (folder / "copy/link").c_str()) == 0 &&
+             ::rename((folder / "copy").c_str(), (folder / "tree").c_str()) == 0 && remove(folder / "tree");
     });
-    if (exists(folder / "tree")) {
-      ASSERT_TRUE(remove(folder / "tree"));
+    killer.note(exists(folder / "tree") && !isTree(folder / "tree"));
+    for (const char* left : {"copy", "tree"}) {
+      if (!exists(folder / left)) continue;
+      ASSERT_TRUE(remove(folder / left));
     }
     ASSERT_EQ(folder.names(), Names{"kept"});
     ASSERT_TRUE(isTree(folder / "kept"));
@@ -412,13 +432,13 @@ TEST_F(KillTests, CreationOfFoldersCanGoOn) {
   const ScratchFolder folder;
   const std::string path = folder / "a/b/c/d/e/f/g/h/i/j/k/l/m/n/o/p";
   Killer killer;
-  Storm storm;
   const auto create = [&] {
     return QvFoundationExtensions::createDirectoryAtPath_attributes_recursively(manager(), stringOf(path), nullptr,
                                                                                 true);
   };
-  while (storm.goesOn() || killer.killed() < kLeast) {
+  while (killer.goesOn()) {
     killer.killDuring([&] { return create() && remove(folder / "a"); });
+    killer.note(exists(folder / "a") && !exists(path));
     ASSERT_TRUE(create());
     ASSERT_TRUE(std::filesystem::is_directory(path));
     ASSERT_TRUE(remove(folder / "a"));

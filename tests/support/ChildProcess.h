@@ -27,12 +27,24 @@ pid_t startChild(Work work) {
   ::_exit(status);
 }
 
-/// The exit status, -1 when the process was killed.
-inline int waitForChild(pid_t child) {
+/// As waitpid tells it.
+inline int statusOfChild(pid_t child) {
   int status = 0;
   while (::waitpid(child, &status, 0) < 0) {
   }
+  return status;
+}
+
+/// The exit status, -1 when the process was killed.
+inline int waitForChild(pid_t child) {
+  const int status = statusOfChild(child);
   return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+/// The signal that has killed the process, 0 when it has exited.
+inline int signalThatEnded(pid_t child) {
+  const int status = statusOfChild(child);
+  return WIFSIGNALED(status) ? WTERMSIG(status) : 0;
 }
 
 template <class Work>
