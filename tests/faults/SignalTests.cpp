@@ -184,7 +184,8 @@ bool openModules(const Place&) {
            const auto day = NSString::stringWithBytes_length_encoding(bytes, 2, NSShiftJISStringEncoding);
            if (!day || day->utf8() != "\xE6\x97\xA5") return 1;
            const Ref<NSArray> volumes = JxVolumeCatalogInformation::volumePaths();
-           return volumes && volumes->count() > 0 ? 0 : 2;
+           if (!volumes || volumes->count() == 0) return 2;
+           return storm.count() > 0 ? 0 : 3;
          }) == 0;
 }
 
@@ -312,6 +313,7 @@ TEST_P(SignalTests, ChangeNothing) {
     std::filesystem::remove_all(place.here);
     std::filesystem::remove_all(place.there);
   }
+  EXPECT_GT(signals, 0);
   report("signals", operation.name, signals, "as without signals, " + std::to_string(storm.rounds()) + " rounds");
 }
 
@@ -339,6 +341,7 @@ TEST(SignalsWhileUnmountingTests, ChangeNothing) {
     ASSERT_TRUE(isUnmounted);
     EXPECT_FALSE(JxVolumeCatalogInformation::isVolume(stringOf(disk)));
   }
+  EXPECT_GT(signals, 0);
   report("signals", "unmounting", signals, "as without signals, " + std::to_string(storm.rounds()) + " rounds");
 }
 

@@ -1,8 +1,10 @@
 // A signal that breaks into one call of an operation, whichever it is, changes nothing: the call is made again.
 
 #include <ZtFoundation/Files.h>
+#include <ZtFoundation/PropertyLists.h>
 #include <ZtFoundation/platform/Array.h>
 #include <ZtFoundation/platform/Data.h>
+#include <ZtFoundation/platform/Dictionary.h>
 #include <ZtFoundation/platform/FileErrors.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -11,6 +13,7 @@
 #include <cerrno>
 #include <filesystem>
 #include <functional>
+#include <optional>
 #include <ostream>
 #include <vector>
 
@@ -41,16 +44,50 @@ void makeTree(const std::string& root) {
   std::filesystem::resize_file(root + "/holes", 1 << 17);
 }
 
-bool always(const ScratchFolder&) { return true; }
+// A folder with some items, and another one on another disk, where the machine has two.
+struct Scene : ScratchFolder {
+  Scene() {
+    writeFile(*this / "file", "old");
+    makeTree(*this / "tree");
+    ScopedEnvironment where;
+    where.set("TMPDIR", path().starts_with("/dev/shm/") ? "/tmp" : folderInMemory());
+    there.emplace();
+  }
+
+  bool hasTwoDisks() const {
+    struct stat first {
+    }, second{};
+    return ::stat(path().c_str(), &first) + ::stat(there->path().c_str(), &second) == 0 &&
+           first.st_dev != second.st_dev;
+  }
+
+  std::optional<ScratchFolder> there;
+};
+
+bool always(const Scene&) { return true; }
+
+bool addAndSave(const Ref<QvPropertyList>& store, const char* key) {
+  as<NSMutableDictionary>(store->values())->setObject_forKey("value", key);
+  return store->saveMergedChanges();
+}
+
+// Both have read the file before either of them changes it.
+bool saveByTwo(const Ref<NSString>& path) {
+  const Ref<QvPropertyList> first = QvPropertyList::initWithPath(path);
+  const Ref<QvPropertyList> second = QvPropertyList::initWithPath(path);
+  return addAndSave(first, "first") && addAndSave(second, "second");
+}
+
+enum class Need { Nothing, Attributes, TwoDisks };
 
 struct Operation {
   friend void PrintTo(const Operation& operation, std::ostream* stream) { *stream << operation.name; }
 
   const char* name;
   int calls;  // there are that many at least, so that they do come by here
-  std::function<bool(const ScratchFolder&)> run;
-  std::function<bool(const ScratchFolder&)> check = always;
-  bool needsAttributes = false;
+  std::function<bool(const Scene&)> run;
+  std::function<bool(const Scene&)> check = always;
+  Need need = Need::Nothing;
 };
 
 const Operation kOperations[] = {
@@ -104,6 +141,19 @@ const Operation kOperations[] = {
      [](const ScratchFolder& folder) {
        return manager()->movePath_toPath_handler(folder.string("tree"), folder.string("moved"), nullptr);
      }},
+    {"move to another disk", 20,
+     [](const Scene& scene) {
+       return manager()->movePath_toPath_handler(scene.string("tree"), scene.there->string("moved"), nullptr);
+     },
+     [](const Scene& scene) {
+       return scene.names().size() == 1 && contentsOf(*scene.there / "moved/large") == std::string(kLarge, 'l');
+     },
+     Need::TwoDisks},
+    {"merged saves of settings", 20, [](const ScratchFolder& folder) { return saveByTwo(folder.string("settings")); },
+     [](const ScratchFolder& folder) {
+       const auto values = QvPropertyList::initWithPath(folder.string("settings"))->values();
+       return isEqual(values, NSDictionary::of({{"first", "value"}, {"second", "value"}}));
+     }},
     {"removal", 10,
      [](const ScratchFolder& folder) { return manager()->removeFileAtPath_handler(folder.string("tree"), nullptr); },
      [](const ScratchFolder& folder) { return folder.names().size() == 1; }},
@@ -115,7 +165,7 @@ const Operation kOperations[] = {
               QvFoundationExtensions::unlockFileAtPath(manager(), file) &&
               !QvFoundationExtensions::isFileLockedAtPath(manager(), file);
      },
-     always, true},
+     always, Need::Attributes},
     {"rename", 3,
      [](const ScratchFolder& folder) {
        return JxFileOperation::renameFileTo(folder.string("file"), "renamed") == noErr;
@@ -147,25 +197,32 @@ const Operation kOperations[] = {
      }},
 };
 
-class InterruptedCallTests : public testing::TestWithParam<Operation> {};
+class InterruptedCallTests : public testing::TestWithParam<Operation> {
+ protected:
+  InterruptedCallTests() { quick_.set("TMPDIR", quickFolder()); }
+
+  void SetUp() override {
+    const Need need = GetParam().need;
+    if (need == Need::Attributes && !takesAttributes(quickFolder())) GTEST_SKIP() << kNoAttributes;
+    if (need == Need::TwoDisks && !Scene().hasTwoDisks()) GTEST_SKIP() << "this machine has one file system";
+  }
+
+ private:
+  ScopedEnvironment quick_;
+};
 
 TEST_P(InterruptedCallTests, AreMadeAgain) {
   const Operation& operation = GetParam();
-  ScopedEnvironment quick;
-  quick.set("TMPDIR", quickFolder());
-  if (operation.needsAttributes && !takesAttributes(quickFolder())) GTEST_SKIP() << kNoAttributes;
   // Whether the answer is right with the call `at` interrupted, or none.
   const auto runWith = [&](int at, std::vector<std::string>& calls) {
-    const ScratchFolder folder;
-    writeFile(folder / "file", "old");
-    makeTree(folder / "tree");
+    const Scene scene;
     bool isRight;
     {
       const FaultScript script({at, EINTR, false});
-      isRight = operation.run(folder);
+      isRight = operation.run(scene);
       calls = script.calls();
     }
-    return isRight && operation.check(folder);
+    return isRight && operation.check(scene);
   };
   std::vector<std::string> calls;
   std::vector<std::string> again;
