@@ -214,7 +214,7 @@ class Replacement {
   // A folder that may not be read cannot be flushed alone.
   bool flushFolder() const {
     const bool isReadable = (::fcntl(folder(), F_GETFL) & O_PATH) == 0;
-    return isReadable ? flush(folder()) : ::syncfs(written_.get()) == 0;
+    return isReadable ? flush(folder()) : retryInterrupted([&] { return ::syncfs(written_.get()); }) == 0;
   }
 
   // The device did not take the folder's change. Nobody can say what a crash would leave now, but until then the file

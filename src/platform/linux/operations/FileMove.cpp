@@ -71,7 +71,7 @@ Outcome copyAndRemove(const OpenPath& source, const OpenPath& target, FileOperat
   if (copy.error != 0) return {copy.error, true};
   if (!copy.isComplete) return {EIO, true};
   // The only copy there will be is on its device before the source goes.
-  const int error = errorOf(::syncfs(folder.get()));
+  const int error = errorOf(retryInterrupted([&] { return ::syncfs(folder.get()); }));
   return {error != 0 ? error : removeCopied(source.place, std::move(copied))};
 }
 

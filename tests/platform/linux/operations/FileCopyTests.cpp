@@ -427,7 +427,7 @@ TEST_F(FileCopyTests, AFolderIsNotCopiedIntoItself) {
 TEST_F(FileCopyTests, DeepFoldersAreCopiedInFewDescriptors) {
   constexpr int kDepth = 10000;
   ScopedEnvironment inMemory;
-  inMemory.set("TMPDIR", "/dev/shm");
+  inMemory.set("TMPDIR", folderInMemory());
   ScratchFolder deep;
   const auto work = [&]() -> int {
     const rlimit few{64, 64};
@@ -459,7 +459,7 @@ TEST_F(FileCopyTests, ManyFilesWithSeveralNamesInADeepFolderTakeLittleMemory) {
   constexpr int kDepth = 200;
   constexpr int kFiles = 400;
   ScopedEnvironment inMemory;
-  inMemory.set("TMPDIR", "/dev/shm");
+  inMemory.set("TMPDIR", folderInMemory());
   ScratchFolder deep;
   const auto work = [&]() -> int {
     if (::chdir(deep.path().c_str()) != 0 || ::mkdir("from", 0755) != 0 || ::chdir("from") != 0) return 1;

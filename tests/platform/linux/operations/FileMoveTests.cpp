@@ -13,6 +13,7 @@
 
 #include "platform/linux/SystemCallFaults.h"
 #include "support/ChildProcess.h"
+#include "support/QuickFolder.h"
 #include "support/ScopedEnvironment.h"
 #include "support/ScratchFolder.h"
 
@@ -103,7 +104,7 @@ class FileMoveToAnotherVolumeTests : public testing::Test {
   void SetUp() override {
     ::umask(022);
     ScopedEnvironment inMemory;
-    inMemory.set("TMPDIR", "/dev/shm");
+    inMemory.set("TMPDIR", folderInMemory());
     other.emplace();
     struct stat first {};
     struct stat second {};

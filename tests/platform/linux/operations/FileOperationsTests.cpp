@@ -19,6 +19,7 @@
 
 #include "platform/linux/SystemCallFaults.h"
 #include "support/ChildProcess.h"
+#include "support/QuickFolder.h"
 #include "support/ScopedEnvironment.h"
 #include "support/ScratchFolder.h"
 
@@ -123,7 +124,7 @@ TEST_F(FileOperationsTests, ACopyTellsItsItemsAndBytes) {
 // Whether the kernel copies inside one file system, or all goes through memory to another.
 TEST_F(FileOperationsTests, ALongFileIsToldInParts) {
   ScopedEnvironment inMemory;
-  inMemory.set("TMPDIR", "/dev/shm");
+  inMemory.set("TMPDIR", folderInMemory());
   const ScratchFolder other;
   const Ref<NSString> copied = other.string("copied");
   for (const Ref<NSString>& from : {folder.string("from/large"), copied}) {
@@ -648,7 +649,7 @@ TEST_F(FileOperationsTests, AFolderThatMayNotBeReadIsToldBeforeItsError) {
 
 TEST_F(FileOperationsTests, AMoveToAnotherVolumeRemovesNothingThatItCouldNotCopy) {
   ScopedEnvironment inMemory;
-  inMemory.set("TMPDIR", "/dev/shm");
+  inMemory.set("TMPDIR", folderInMemory());
   const ScratchFolder other;
   struct stat first {};
   struct stat second {};

@@ -14,6 +14,7 @@
 #include <thread>
 
 #include "support/ChildProcess.h"
+#include "support/QuickFolder.h"
 #include "support/ScopedEnvironment.h"
 #include "support/ScratchFolder.h"
 
@@ -159,7 +160,7 @@ TEST_F(FileRemovalTests, MountedFileSystemsAreNotEntered) {
 
 TEST_F(FileRemovalTests, ManyNamesAndDeepFoldersGo) {
   ScopedEnvironment inMemory;
-  inMemory.set("TMPDIR", "/dev/shm");
+  inMemory.set("TMPDIR", folderInMemory());
   ScratchFolder deep;
   makeFolder("many");
   for (int i = 0; i < 5000; ++i) write(std::to_string(i).insert(0, 100, 'n').insert(0, "many/"), "");

@@ -29,7 +29,7 @@ namespace {
 // Those that wait: for a device, a server or another process. Closing is no call to repeat.
 const std::set<std::string> kInterruptible{"open",      "openat",          "read",       "pread", "write", "pwrite",
                                            "ftruncate", "copy_file_range", "getdents64", "fsync", "flock", "fgetxattr",
-                                           "close",     "getxattrat",      "statvfs"};
+                                           "close",     "getxattrat",      "statvfs",    "syncfs"};
 
 Ref<NSFileManager> manager() { return NSFileManager::defaultManager(); }
 
