@@ -1,6 +1,7 @@
 // What is made on first use is first used by many threads at once, each thing in a process that has not used it before.
 
 #include <atomic>
+#include <cstdlib>
 #include <string>
 #include <thread>
 #include <vector>
@@ -23,7 +24,10 @@
 #include <ZtFoundation/platform/Exception.h>
 #include <ZtFoundation/platform/FileManager.h>
 #include <ZtFoundation/platform/Notification.h>
+#include <ZtFoundation/platform/Number.h>
 #include <ZtFoundation/platform/PropertyListSerialization.h>
+#include <ZtFoundation/platform/StringEncoding.h>
+#include <ZtFoundation/platform/Task.h>
 #include <ZtFoundation/platform/ValueTransformer.h>
 
 #include "support/ChildProcess.h"
@@ -52,6 +56,55 @@ std::string decoded(const char* bytes, const char* charset) {
   return text(QvFoundationExtensions::stringWithData_charset(NSData::dataWithString(bytes), charset));
 }
 
+std::string pathOfAlias() {
+  AliasHandle alias = nullptr;
+  if (!JxFileSystemRepresentation::pathStringToAlias("/usr", &alias)) return "(none)";
+  const Ref<NSString> path = JxFileSystemRepresentation::pathStringFromAliasHandle(alias);
+  DisposeHandle(alias);
+  return text(path);
+}
+
+std::string pathOfOpenFolder() {
+  const int folder = ::open("/usr", O_RDONLY | O_CLOEXEC);
+  const Ref<NSString> path = QvFoundationExtensions::pathForFileDescriptor(NSFileManager::defaultManager(), folder);
+  ::close(folder);
+  return text(path);
+}
+
+std::string temporaryFolder() {
+  const Ref<NSString> path = QvFoundationExtensions::uniqueTemporaryPathWithPrefix_suffix_pathExtension(
+      NSFileManager::defaultManager(), nullptr, nullptr, nullptr);
+  return text(path->stringByDeletingLastPathComponent());
+}
+
+// Each thread makes one of its own.
+std::string folderOfNewFile() {
+  const Ref<NSString> wanted = Ref<NSString>(std::getenv("HOME"))->stringByAppendingPathComponent("new");
+  const Ref<NSString> made = JxTalvoZtWdExensions::createUnusedFinderFile(wanted, nullptr);
+  return made ? text(made->stringByDeletingLastPathComponent()) : "(none)";
+}
+
+std::string savedTogether() {
+  const Ref<NSString> path = Ref<NSString>(std::getenv("HOME"))->stringByAppendingPathComponent("settings");
+  const Ref<QvPropertyList> store = QvPropertyList::initWithPath(path);
+  store->setValues(NSDictionary::dictionaryWithObject_forKey("value", "key"));
+  return std::to_string(store->saveMergedChanges());
+}
+
+std::string endOfProgram() {
+  const Ref<NSTask> program = NSTask::launchedTaskWithLaunchPath_arguments("/bin/true", nullptr);
+  program->waitUntilExit();
+  return std::to_string(program->isRunning());
+}
+
+// A string tells nothing of itself, and the root class takes nothing.
+std::string toldAndMadeAgain() {
+  const Ref<NSDictionary> told = NSDictionary::dictionaryWithObject_forKey("NSObject", "ClassForPlistRep");
+  const Ref<NSArray> values = NSArray::of("text", told);
+  return text(JxPropertyListExtensions::propertyListRepresentation(values)->description()) +
+         text(JxPropertyListExtensions::arrayFromPropertyListRepresentation(values)->description());
+}
+
 // What is the same object each time is told by its address.
 const FirstUse kFirstUses[] = {
     {"emptyString", [] { return address(NSString::string().get()); }},
@@ -59,6 +112,11 @@ const FirstUse kFirstUses[] = {
     {"whitespaceAndNewlineSet", [] { return address(NSCharacterSet::whitespaceAndNewlineCharacterSet().get()); }},
     {"newlineSet", [] { return address(NSCharacterSet::newlineCharacterSet().get()); }},
     {"letters", [] { return std::to_string(NSCharacterSet::letterCharacterSet()->characterIsMember(u'\x3042')); }},
+    {"digits", [] { return std::to_string(NSCharacterSet::decimalDigitCharacterSet()->characterIsMember(u'\x0663')); }},
+    {"alphanumerics",
+     [] { return std::to_string(NSCharacterSet::alphanumericCharacterSet()->characterIsMember(u'\x0663')); }},
+    {"booleans",
+     [] { return address(NSNumber::numberWithBool(true).get()) + address(NSNumber::numberWithBool(false).get()); }},
     {"exceptionNames", [] { return address(&NSInvalidArgumentException()) + address(&NSRangeException()); }},
     {"defaultCenter", [] { return address(NSNotificationCenter::defaultCenter()); }},
     {"defaultManager", [] { return address(NSFileManager::defaultManager().get()); }},
@@ -72,6 +130,7 @@ const FirstUse kFirstUses[] = {
     {"asciiOrder", [] { return naturalOrder("a 10", "a 9"); }},
     {"charset", [] { return decoded("\xC4\xE3", "gb2312"); }},
     {"shiftJIS", [] { return text(detail::decodeSJIS("\x82\xA0", 2)); }},
+    {"systemEncoding", [] { return std::to_string(CFStringGetSystemEncoding()); }},
     {"decomposition", [] { return std::to_string(QvFoundationExtensions::containsString("e\u0301", "\u00E9")); }},
     {"truncation",
      [] { return text(JxTruncateExtensions::truncateControlStringWithDrawingWidth_truncCode("Name", 1000, 0)); }},
@@ -84,6 +143,14 @@ const FirstUse kFirstUses[] = {
     {"systemVersion", [] { return std::to_string(ZtGestaltOSVersion()); }},
     {"memory", [] { return std::to_string(ZtGestaltPhysicalRAMSizeInMegabytes()); }},
     {"identifier", [] { return std::to_string(ZtIdentifierString()->length()); }},
+    {"stopwatch", [] { return std::to_string(QvElapsedTime::elapsedTime()->elapsedMillisecondsAsUInt32() < 60000); }},
+    {"alias", pathOfAlias},
+    {"openFolder", pathOfOpenFolder},
+    {"temporaryFolder", temporaryFolder},
+    {"newFile", folderOfNewFile},
+    {"saveLock", savedTogether},
+    {"program", endOfProgram},
+    {"selectorsOfRepresentations", toldAndMadeAgain},
     {"binaryFile",
      [] {
        const Ref<NSData> data = NSPropertyListSerialization::dataFromPropertyList_format_errorDescription(
