@@ -6,9 +6,12 @@
 #include <ZtFoundation/platform/Array.h>
 #include <ZtFoundation/platform/Data.h>
 #include <ZtFoundation/platform/FileManager.h>
+#include <ZtFoundation/platform/Format.h>
+#include <ZtFoundation/platform/StringEncoding.h>
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstring>
 #include <filesystem>
 #include <ostream>
@@ -39,6 +42,13 @@ Ref<NSData> repeated(std::size_t size, std::string_view before, std::string_view
   });
 }
 
+constexpr std::string_view kJapanese = "\u65E5\u672C\u8A9E";
+
+// Of UTF-8 without pairs of surrogates.
+std::size_t unitsOf(std::string_view utf8) {
+  return static_cast<std::size_t>(std::ranges::count_if(utf8, [](char byte) { return (byte & 0xC0) != 0x80; }));
+}
+
 // ASCII only.
 Ref<NSString> textOf(const Ref<NSData>& bytes) { return NSString::stringWithASCII(bytes->view()); }
 
@@ -56,11 +66,13 @@ const Input kInputs[] = {
     {"XML, one data element", "<plist><data>\n", "AAECAwQFBgcICQoLDA0ODxAREhMUFRYXGBkaGxwdHh8g\n", "</data></plist>",
      0},
     {"XML, one string", "<plist><string>", "plain text ", "</string></plist>", 0},
+    {"XML, one string of Japanese", "<plist><string>", kJapanese, "</string></plist>", 0},
     {"XML, many integers", "<plist><array>", "<integer>42</integer>\n", "</array></plist>", 1},
     {"XML, many strings", "<plist><array>", "<string>one of many strings of some length</string>", "</array></plist>",
      1},
     {"OpenStep, one data element", "<", "000102030405060708090a0b ", ">", 0},
     {"OpenStep, one string", "\"", "plain text ", "\"", 0},
+    {"OpenStep, one string of Japanese", "\"", kJapanese, "\"", 0},
     {"OpenStep, many strings", "(", "\"one of many strings of some length\", ", ")", 1},
 };
 
@@ -77,7 +89,7 @@ TEST_P(HugeTextTests, IsRead) {
     EXPECT_EQ(as<NSArray>(answer.value)->count(), parts * input.valuesPerPart);
     measured.answer(std::to_string(parts) + " values");
   } else if (const Ref<NSString> text = as<NSString>(answer.value)) {
-    EXPECT_EQ(text->length(), parts * input.part.size());
+    EXPECT_EQ(text->length(), parts * unitsOf(input.part));
     measured.answer(std::to_string(text->length()) + " characters");
   } else {
     const NSUInteger length = as<NSData>(answer.value)->length();
@@ -90,24 +102,33 @@ INSTANTIATE_TEST_SUITE_P(Texts, HugeTextTests, testing::ValuesIn(kInputs));
 
 // --- INI text
 
-Ref<NSObject> readINI(const Ref<NSData>& bytes) {
-  QvPropertyListFormat format = QvPropertyListINIFormat;
-  return QvPropertyListSerialization::propertyListFromData_mutabilityOption_format_errorDescription(bytes, 0, &format,
-                                                                                                    nullptr);
-}
-
 Ref<NSDictionary> sectionOf(const Ref<NSObject>& settings) {
   return as<NSDictionary>(as<NSDictionary>(settings)->objectForKey("S"));
 }
 
-TEST(HugeINITests, OneValueIsRead) {
-  Case measured("read INI, one value", inUnits(huge()));
-  const Ref<NSData> bytes = repeated(huge(), "[S]\nkey=", "abcdefghij", "\n");
+struct Value {
+  friend void PrintTo(const Value& value, std::ostream* stream) { *stream << value.name; }
+
+  const char* name;
+  std::string_view part;
+};
+
+class HugeINIValueTests : public testing::TestWithParam<Value> {};
+
+TEST_P(HugeINIValueTests, IsRead) {
+  constexpr std::string_view kBefore = "[S]\nkey=";
+  Case measured(std::string("read INI, one ") + GetParam().name, inUnits(huge()));
+  const Ref<NSData> bytes = repeated(huge(), kBefore, GetParam().part, "\n");
+  const std::size_t parts = (bytes->length() - kBefore.size() - 1) / GetParam().part.size();
   const Ref<NSObject> settings = measured.measure([&] { return readINI(bytes); });
   ASSERT_TRUE(settings);
-  EXPECT_EQ(as<NSString>(sectionOf(settings)->objectForKey("key"))->length(), bytes->length() - 9);
-  measured.answer(std::to_string(bytes->length() - 9) + " characters");
+  const std::size_t length = as<NSString>(sectionOf(settings)->objectForKey("key"))->length();
+  EXPECT_EQ(length, parts * unitsOf(GetParam().part));
+  measured.answer(std::to_string(length) + " characters");
 }
+
+INSTANTIATE_TEST_SUITE_P(Values, HugeINIValueTests,
+                         testing::Values(Value{"value", "abcdefghij"}, Value{"value of Japanese", kJapanese}));
 
 TEST(HugeINITests, ManyLinesAreRead) {
   Case measured("read INI, the same lines again and again", inUnits(huge()));
@@ -154,15 +175,16 @@ TEST(HugeBinaryTests, DataIsReadAndWritten) {
 
 TEST(HugeBinaryTests, ASCIITextIsRead) {
   Case measured("read binary, one string of ASCII", inUnits(huge()));
-  const Answer answer = measured.measure([&] { return read(binaryLeaf('\x5F', huge(), huge(), 's')); });
+  const Ref<NSData> bytes = binaryLeaf('\x5F', huge(), huge(), 's');
+  const Answer answer = measured.measure([&] { return read(bytes); });
   ASSERT_TRUE(answer.value) << answer.error;
   EXPECT_EQ(as<NSString>(answer.value)->length(), huge());
 }
 
 TEST(HugeBinaryTests, UTF16TextIsRead) {
   Case measured("read binary, one string of UTF-16", inUnits(huge()));
-  const Answer answer =
-      measured.measure([&] { return read(binaryLeaf('\x6F', huge() / 2, huge() & ~std::size_t{1}, 'u')); });
+  const Ref<NSData> bytes = binaryLeaf('\x6F', huge() / 2, huge() & ~std::size_t{1}, 'u');
+  const Answer answer = measured.measure([&] { return read(bytes); });
   ASSERT_TRUE(answer.value) << answer.error;
   EXPECT_EQ(as<NSString>(answer.value)->length(), huge() / 2);
   EXPECT_EQ(as<NSString>(answer.value)->characterAtIndex(huge() / 2 - 1), 0x7575);
@@ -225,8 +247,8 @@ TEST(HugeBinaryTests, ALengthBeyondTheFileIsRefusedBeforeMemoryIsTaken) {
   Case measured("read binary that claims 2^62 bytes", "62 bytes");
   for (const char marker : {'\x4F', '\x5F', '\x6F', '\x7F', '\xAF', '\xDF'}) {
     for (const unsigned shift : {31U, 32U, 33U, 40U, 61U, 62U, 63U}) {
-      const Answer answer =
-          measured.measure([&] { return read(binaryLeaf(marker, std::size_t(std::uint64_t{1} << shift), 8, 'x')); });
+      const Ref<NSData> bytes = binaryLeaf(marker, std::size_t(std::uint64_t{1} << shift), 8, 'x');
+      const Answer answer = measured.measure([&] { return read(bytes); });
       if constexpr (kIsWide) {
         EXPECT_FALSE(answer.value) << shift;
         EXPECT_NE(answer.error, "") << shift;
@@ -255,7 +277,8 @@ Ref<NSString> longText(std::size_t size) {
 
 TEST(HugeOutputTests, XMLTextIsWritten) {
   Case measured("write XML, one string", inUnits(huge()));
-  const Written written = measured.measure([&] { return write(longText(huge()), NSPropertyListXMLFormat_v1_0); });
+  const Ref<NSString> text = longText(huge());
+  const Written written = measured.measure([&] { return write(text, NSPropertyListXMLFormat_v1_0); });
   ASSERT_TRUE(written.bytes) << written.error;
   EXPECT_GT(written.bytes->length(), huge());
   measured.answer("writes " + inUnits(written.bytes->length()));
@@ -265,10 +288,7 @@ TEST(HugeOutputTests, INIIsWritten) {
   Case measured("write INI, one value", inUnits(huge()));
   const Ref<NSDictionary> settings = NSDictionary::dictionaryWithObject_forKey(
       NSDictionary::dictionaryWithObject_forKey(longText(huge()), "key"), "S");
-  const Ref<NSData> bytes = measured.measure([&] {
-    return QvPropertyListSerialization::dataFromPropertyList_format_errorDescription(settings, QvPropertyListINIFormat,
-                                                                                     nullptr);
-  });
+  const Ref<NSData> bytes = measured.measure([&] { return writeINI(settings); });
   ASSERT_TRUE(bytes);
   EXPECT_GT(bytes->length(), huge());
   measured.answer("writes " + inUnits(bytes->length()));
@@ -300,6 +320,64 @@ TEST(HugeCharsetTests, ShiftJISIsDecodedAndEncoded) {
   ASSERT_TRUE(again);
   EXPECT_TRUE(again->isEqual(bytes));
   measured.answer(std::to_string(text->length()) + " characters, all kept");
+}
+
+struct Encoding {
+  friend void PrintTo(const Encoding& one, std::ostream* stream) { *stream << one.name; }
+
+  const char* name;
+  NSStringEncoding encoding;
+  std::string_view part;
+  std::size_t unitsOfPart;
+};
+
+class HugeEncodingTests : public testing::TestWithParam<Encoding> {};
+
+TEST_P(HugeEncodingTests, IsDecodedAndEncoded) {
+  const Encoding& each = GetParam();
+  Case measured(std::string("read and write ") + each.name, inUnits(huge()));
+  const Ref<NSData> bytes = repeated(huge(), "", each.part, "");
+  const Ref<NSString> text = measured.measure([&] { return NSString::stringWithData_encoding(bytes, each.encoding); });
+  ASSERT_TRUE(text);
+  EXPECT_EQ(text->length(), bytes->length() / each.part.size() * each.unitsOfPart);
+  const Ref<NSData> again = measured.measure([&] { return text->dataUsingEncoding(each.encoding); });
+  ASSERT_TRUE(again);
+  EXPECT_TRUE(again->isEqual(bytes));
+  measured.answer(std::to_string(text->length()) + " characters, all kept");
+}
+
+INSTANTIATE_TEST_SUITE_P(Unicode, HugeEncodingTests,
+                         testing::Values(Encoding{"UTF-8", NSUTF8StringEncoding, kJapanese, unitsOf(kJapanese)},
+                                         Encoding{"UTF-16", NSUTF16BigEndianStringEncoding,
+                                                  std::string_view("\x65\xE5\x67\x2C\0 ", 6), 3}));
+
+// --- Formats
+
+TEST(HugeFormatTests, OneTextIsPrinted) {
+  Case measured("format one string", inUnits(huge()));
+  const Ref<NSString> text = longText(huge());
+  const Ref<NSString> printed = measured.measure([&] { return NSString::stringWithFormat("<%@", text); });
+  EXPECT_EQ(printed->length(), huge() + 1);
+  EXPECT_TRUE(printed->hasPrefix("<x"));
+  EXPECT_TRUE(printed->hasSuffix("xx"));
+  measured.answer("writes " + inUnits(printed->length()));
+}
+
+// One in the format, one among the arguments.
+TEST(HugeFormatTests, LargerWidthsCountAsTheLargest) {
+  const std::size_t pairs = huge() / (2 * kMaximumFormatWidth);
+  Case measured("format numbers wider than 2^31 units", std::to_string(2 * pairs) + " numbers");
+  std::string format;
+  for (std::size_t pair = 0; pair < pairs; ++pair) format += "%1$2147483649d%1$*2$d";
+  const Ref<NSString> printed =
+      measured.measure([&] { return NSString::stringWithFormat(format, 7, (std::int64_t{1} << 40)); });
+  ASSERT_EQ(printed->length(), 2 * pairs * kMaximumFormatWidth);
+  for (std::size_t end = kMaximumFormatWidth; end <= printed->length(); end += kMaximumFormatWidth) {
+    EXPECT_EQ(printed->characterAtIndex(end - 2), u' ') << end;
+    EXPECT_EQ(printed->characterAtIndex(end - 1), u'7') << end;
+  }
+  measured.answer("writes " + inUnits(printed->length()) + ", of which each takes " +
+                  std::to_string(kMaximumFormatWidth) + " units");
 }
 
 // --- Hexadecimal text
@@ -353,7 +431,8 @@ TEST(HugeHexTests, MoreGivesNone) {
   const auto dataFrom = [&](const Ref<NSString>& text) {
     return measured.measure([&] { return QvFoundationExtensions::dataWithHexRepresentation(text); });
   };
-  EXPECT_FALSE(measured.measure([] { return QvFoundationExtensions::hexRepresentation(exes(kHexLimit)); }));
+  const Ref<NSData> bytes = exes(kHexLimit);
+  EXPECT_FALSE(measured.measure([&] { return QvFoundationExtensions::hexRepresentation(bytes); }));
   EXPECT_FALSE(dataFrom(sevens(kHexLimit)));
   EXPECT_FALSE(dataFrom(QvFoundationExtensions::hexRepresentation(exes(kHexLimit / 2))));
   measured.answer("none");

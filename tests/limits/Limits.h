@@ -3,7 +3,7 @@
 /// `ZT_LIMITS_FULL` in the environment the real one, for which `scripts/limits` starts a process each.
 #pragma once
 
-#include <ZtFoundation/platform/PropertyListSerialization.h>
+#include <ZtFoundation/PropertyLists.h>
 #include <gtest/gtest.h>
 #include <time.h>
 
@@ -113,6 +113,17 @@ inline Written write(const Ref<NSObject>& value, NSUInteger format) {
   written.bytes = NSPropertyListSerialization::dataFromPropertyList_format_errorDescription(value, format, &error);
   if (error) written.error = error->utf8();
   return written;
+}
+
+inline Ref<NSObject> readINI(const Ref<NSData>& bytes) {
+  QvPropertyListFormat format = QvPropertyListINIFormat;
+  return QvPropertyListSerialization::propertyListFromData_mutabilityOption_format_errorDescription(bytes, 0, &format,
+                                                                                                    nullptr);
+}
+
+inline Ref<NSData> writeINI(const Ref<NSDictionary>& settings) {
+  return QvPropertyListSerialization::dataFromPropertyList_format_errorDescription(settings, QvPropertyListINIFormat,
+                                                                                   nullptr);
 }
 
 }  // namespace ZtFoundation::limits
