@@ -112,26 +112,34 @@ TEST_F(LongNameTests, DeepFoldersAreMadeAndRemovedAsFarAsPathsGo) {
   });
 }
 
-TEST_F(LongNameTests, SelectorsClassesAndKeysHaveNoLimit) {
-  Case measured("selector, class and key of that length", "65,535 bytes");
+TEST_F(LongNameTests, SelectorsAndClassesHaveNoLimit) {
+  Case measured("selector and class with a name of that length", "65,535 bytes");
+  const Ref<NSString> name = textOf(kLong);
   measured.measure([&] {
-    const SEL selector = NSSelectorFromString(textOf(kLong));
+    const SEL selector = NSSelectorFromString(name);
     ASSERT_TRUE(selector);
-    EXPECT_EQ(NSStringFromSelector(selector)->length(), kLong);
-    EXPECT_EQ(NSSelectorFromString(textOf(kLong)), selector);
+    EXPECT_TRUE(isEqual(NSStringFromSelector(selector), name));
+    EXPECT_EQ(NSSelectorFromString(name), selector);
     EXPECT_FALSE(respondsToSelector(manager, selector));
-    EXPECT_EQ(NSClassFromString(textOf(kLong)), nullptr);
-    const Ref<NSDictionary> value = NSDictionary::dictionaryWithObject_forKey(Ref<NSString>("value"), textOf(kLong));
+    const Class known = NSClassFromString(name);  // where the tests are repeated
+    const Class made = known != nullptr ? known : registerSubclass(NSObject::classObject(), name);
+    ASSERT_TRUE(made);
+    EXPECT_EQ(NSClassFromString(name), made);
+    EXPECT_TRUE(isEqual(NSStringFromClass(made), name));
+    EXPECT_EQ(NSClassFromString(name->stringByAppendingString("n")), nullptr);
+  });
+}
+
+TEST_F(LongNameTests, KeysHaveNoLimit) {
+  Case measured("key of that length in XML, binary, OpenStep and INI", "65,535 bytes");
+  const Ref<NSDictionary> value = NSDictionary::dictionaryWithObject_forKey(Ref<NSString>("value"), textOf(kLong));
+  measured.measure([&] {
     for (const NSUInteger format : {NSPropertyListXMLFormat_v1_0, NSPropertyListBinaryFormat_v1_0}) {
       EXPECT_TRUE(isEqual(read(write(value, format).bytes).value, value));
     }
+    EXPECT_TRUE(isEqual(read("{" + std::string(kLong, 'n') + " = value;}").value, value));
     const Ref<NSDictionary> settings = NSDictionary::dictionaryWithObject_forKey(value, textOf(kLong));
-    QvPropertyListFormat format = QvPropertyListINIFormat;
-    const Ref<NSData> bytes =
-        QvPropertyListSerialization::dataFromPropertyList_format_errorDescription(settings, format, nullptr);
-    EXPECT_TRUE(isEqual(QvPropertyListSerialization::propertyListFromData_mutabilityOption_format_errorDescription(
-                            bytes, 0, &format, nullptr),
-                        settings));
+    EXPECT_TRUE(isEqual(readINI(writeINI(settings)), settings));
   });
 }
 
