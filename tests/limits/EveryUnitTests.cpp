@@ -7,12 +7,15 @@
 #include <ZtFoundation/platform/Data.h>
 #include <ZtFoundation/platform/Exception.h>
 #include <ZtFoundation/platform/Format.h>
+#include <ZtFoundation/platform/Log.h>
 #include <ZtFoundation/platform/StringEncoding.h>
 #include <ZtFoundation/platform/URL.h>
 
+#include <ostream>
 #include <set>
 
 #include "limits/Limits.h"
+#include "support/ScopedEnvironment.h"
 #include "support/ScratchFolder.h"
 
 // The parts of Fontconfig's patterns are known by their distance, so the sanitizer finds no pointer to them.
@@ -63,19 +66,22 @@ TEST(EveryUnitTests, BinaryKeepsIt) {
   measured.answer("all kept");
 }
 
+Ref<NSDictionary> dictionaryOf(const Ref<NSString>& key, const Ref<NSObject>& value) {
+  return NSDictionary::dictionaryWithObject_forKey(value, key);
+}
+
 TEST(EveryUnitTests, XMLKeepsItOrRefuses) {
-  Case measured("every UTF-16 unit through XML", "65,536 units");
+  Case measured("every UTF-16 unit through XML, as value and as key", "65,536 units");
   std::size_t refused = 0;
   measured.measure([&] {
     for (std::size_t number = 0; number < kUnits; ++number) {
-      const Written written = write(amid(number), NSPropertyListXMLFormat_v1_0);
-      ASSERT_EQ(written.bytes != nullptr, isInXML(number)) << number;
-      if (written.bytes) {
-        ASSERT_TRUE(isEqual(read(written.bytes).value, amid(number))) << number;
-      } else {
-        ++refused;
-        ASSERT_NE(written.error, "");
+      for (const Ref<NSDictionary>& value : {dictionaryOf("key", amid(number)), dictionaryOf(amid(number), "value")}) {
+        const Written written = write(value, NSPropertyListXMLFormat_v1_0);
+        ASSERT_EQ(written.bytes != nullptr, isInXML(number)) << number;
+        ASSERT_EQ(written.error.empty(), isInXML(number)) << number;
+        ASSERT_TRUE(!written.bytes || isEqual(read(written.bytes).value, value)) << number;
       }
+      refused += isInXML(number) ? 0U : 1U;
     }
   });
   measured.answer(std::to_string(refused) + " refused, which XML does not have; all others kept");
@@ -93,62 +99,153 @@ TEST(EveryUnitTests, OpenStepReadsItsEscape) {
   measured.answer("all kept");
 }
 
-TEST(EveryUnitTests, INIKeepsItOrRefuses) {
-  Case measured("every UTF-16 unit through INI text", "65,536 units");
-  std::size_t refused = 0;
-  std::set<std::size_t> lost;
-  measured.measure([&] {
+// As it stands in the text, but for the two that have to be escaped there.
+TEST(EveryUnitTests, OpenStepReadsItAsItStands) {
+  Case measured("every UTF-16 unit as it stands in OpenStep text, as value and as key", "65,536 units");
+  measured.measure([] {
     for (std::size_t number = 0; number < kUnits; ++number) {
-      const Ref<NSDictionary> section = NSDictionary::dictionaryWithObject_forKey(amid(number), "key");
-      const Ref<NSDictionary> settings = NSDictionary::dictionaryWithObject_forKey(section, "S");
-      QvPropertyListFormat format = QvPropertyListINIFormat;
-      const Ref<NSData> bytes =
-          QvPropertyListSerialization::dataFromPropertyList_format_errorDescription(settings, format, nullptr);
-      ASSERT_EQ(bytes != nullptr, !isSurrogate(number)) << number;
-      refused += bytes ? 0U : 1U;
-      if (!bytes || number == u' ') continue;  // with a blank it gets quotes
-      const Ref<NSObject> read =
-          QvPropertyListSerialization::propertyListFromData_mutabilityOption_format_errorDescription(bytes, 0, &format,
-                                                                                                     nullptr);
-      if (!isEqual(read, settings)) lost.insert(number);
+      const auto utf8 = amid(number)->strictUTF8();
+      ASSERT_EQ(utf8.has_value(), !isSurrogate(number)) << number;
+      if (!utf8 || number == u'"' || number == u'\\') continue;
+      const std::string quoted = "\"" + *utf8 + "\"";
+      ASSERT_TRUE(isEqual(read("{" + quoted + " = " + quoted + ";}").value, dictionaryOf(amid(number), amid(number))))
+          << number;
     }
   });
-  EXPECT_EQ(lost, (std::set<std::size_t>{0x0A, 0x0D, 0x85, 0x2028, 0x2029})) << "line ends, as documented";
-  measured.answer(std::to_string(refused) +
-                  " refused (unpaired surrogates), 5 line ends divide the value, all others kept");
+  measured.answer("all kept; UTF-8 has no surrogates");
 }
 
-TEST(EveryUnitTests, EncodingsKeepItOrRefuse) {
-  struct Encoding {
-    NSStringEncoding encoding;
-    const char* name;
-  };
-  for (const Encoding& each :
-       {Encoding{NSUTF8StringEncoding, "UTF-8"}, Encoding{NSUTF16BigEndianStringEncoding, "UTF-16"},
-        Encoding{NSShiftJISStringEncoding, "Shift-JIS"}, Encoding{NSMacOSRomanStringEncoding, "Mac Roman"},
-        Encoding{NSISOLatin1StringEncoding, "Latin-1"}, Encoding{NSJapaneseEUCStringEncoding, "EUC-JP"},
-        Encoding{NSISO2022JPStringEncoding, "ISO-2022-JP"}, Encoding{NSWindowsCP1252StringEncoding, "CP1252"}}) {
-    Case measured(std::string("every UTF-16 unit through ") + each.name, "65,536 units");
-    std::size_t kept = 0;
-    std::size_t changed = 0;
-    measured.measure([&] {
-      for (std::size_t number = 0; number < kUnits; ++number) {
-        const Ref<NSData> bytes = amid(number)->dataUsingEncoding(each.encoding);
-        if (!bytes) continue;
-        const bool isKept = isEqual(NSString::stringWithData_encoding(bytes, each.encoding), amid(number));
-        isKept ? ++kept : ++changed;
-        ASSERT_TRUE(amid(number)->dataUsingEncoding_allowLossyConversion(each.encoding, true)) << number;
-      }
-    });
-    EXPECT_GE(kept, 128U - 3) << each.name;
-    EXPECT_LE(changed, 10U) << each.name;
-    if (each.encoding == NSUTF8StringEncoding) {
-      EXPECT_EQ(kept, kUnits - 2048);
-      EXPECT_EQ(changed, 0U);
+// --- INI text
+
+// Those of which there is another after writing and reading, or none; `refused` counts those that were not written.
+template <class Settings>
+std::set<std::size_t> lostByINI(Settings settingsWith, std::size_t& refused) {
+  std::set<std::size_t> lost;
+  for (std::size_t number = 0; number < kUnits; ++number) {
+    const Ref<NSDictionary> settings = settingsWith(amid(number));
+    const Ref<NSData> bytes = writeINI(settings);
+    EXPECT_EQ(bytes != nullptr, !isSurrogate(number)) << number;
+    if (!bytes) {
+      ++refused;
+    } else if (!isEqual(readINI(bytes), settings)) {
+      lost.insert(number);
     }
-    measured.answer(std::to_string(kept) + " kept, " + std::to_string(changed) + " read as another, " +
-                    std::to_string(kUnits - kept - changed) + " refused");
   }
+  return lost;
+}
+
+const std::set<std::size_t> kLineEnds{0x0A, 0x0D, 0x85, 0x2028, 0x2029};
+
+std::set<std::size_t> lineEndsAnd(std::size_t other) {
+  std::set<std::size_t> units = kLineEnds;
+  units.insert(other);
+  return units;
+}
+
+TEST(EveryUnitTests, ValuesOfINIKeepItOrRefuse) {
+  Case measured("every UTF-16 unit in values of INI text", "65,536 units");
+  std::size_t refused = 0;
+  const auto lost = measured.measure([&] {
+    return lostByINI([](const auto& text) { return dictionaryOf("S", dictionaryOf("key", text)); }, refused);
+  });
+  EXPECT_EQ(lost, lineEndsAnd(u' ')) << "with a blank it gets quotes";
+  measured.answer(std::to_string(refused) +
+                  " refused (unpaired surrogates), 5 line ends divide the value, a blank adds quotes, all others kept");
+}
+
+TEST(EveryUnitTests, KeysOfINIKeepItOrRefuse) {
+  Case measured("every UTF-16 unit in keys of INI text", "65,536 units");
+  std::size_t refused = 0;
+  const auto lost = measured.measure([&] {
+    return lostByINI([](const auto& text) { return dictionaryOf("S", dictionaryOf(text, "value")); }, refused);
+  });
+  EXPECT_EQ(lost, lineEndsAnd(u'=')) << "which ends the key";
+  measured.answer(std::to_string(refused) +
+                  " refused (unpaired surrogates), 5 line ends and = divide the key, all others kept");
+}
+
+TEST(EveryUnitTests, SectionsOfINIKeepItOrRefuse) {
+  Case measured("every UTF-16 unit in names of sections of INI text", "65,536 units");
+  std::size_t refused = 0;
+  const auto lost = measured.measure([&] {
+    return lostByINI([](const auto& text) { return dictionaryOf(text, dictionaryOf("key", "value")); }, refused);
+  });
+  EXPECT_EQ(lost, kLineEnds);
+  measured.answer(std::to_string(refused) +
+                  " refused (unpaired surrogates), 5 line ends divide the name, all others kept");
+}
+
+// --- Encodings
+
+struct Encoding {
+  friend void PrintTo(const Encoding& one, std::ostream* stream) { *stream << one.name; }
+
+  NSStringEncoding encoding;
+  const char* name;
+};
+
+class EveryUnitEncodedTests : public testing::TestWithParam<Encoding> {};
+
+TEST_P(EveryUnitEncodedTests, IsKeptOrRefused) {
+  const NSStringEncoding encoding = GetParam().encoding;
+  Case measured(std::string("every UTF-16 unit through ") + GetParam().name, "65,536 units");
+  std::size_t kept = 0;
+  std::size_t changed = 0;
+  measured.measure([&] {
+    for (std::size_t number = 0; number < kUnits; ++number) {
+      const Ref<NSData> bytes = amid(number)->dataUsingEncoding(encoding);
+      if (!bytes) continue;
+      const bool isKept = isEqual(NSString::stringWithData_encoding(bytes, encoding), amid(number));
+      isKept ? ++kept : ++changed;
+      ASSERT_TRUE(amid(number)->dataUsingEncoding_allowLossyConversion(encoding, true)) << number;
+    }
+  });
+  EXPECT_GE(kept, 128U - 3);
+  EXPECT_LE(changed, 10U);
+  if (encoding == NSUTF8StringEncoding) {
+    EXPECT_EQ(kept, kUnits - 2048);
+    EXPECT_EQ(changed, 0U);
+  }
+  measured.answer(std::to_string(kept) + " kept, " + std::to_string(changed) + " read as another, " +
+                  std::to_string(kUnits - kept - changed) + " refused");
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Encodings, EveryUnitEncodedTests,
+    testing::Values(Encoding{NSUTF8StringEncoding, "UTF-8"}, Encoding{NSUTF16BigEndianStringEncoding, "UTF-16"},
+                    Encoding{NSShiftJISStringEncoding, "Shift-JIS"}, Encoding{NSMacOSRomanStringEncoding, "Mac Roman"},
+                    Encoding{NSISOLatin1StringEncoding, "Latin-1"}, Encoding{NSJapaneseEUCStringEncoding, "EUC-JP"},
+                    Encoding{NSISO2022JPStringEncoding, "ISO-2022-JP"},
+                    Encoding{NSWindowsCP1252StringEncoding, "CP1252"}));
+
+// --- What is made of text
+
+// What the log shows of a unit between others.
+std::string asLogged(std::size_t number) {
+  if ((number < 0x20 && number != u'\n' && number != u'\t') || number == 0x7F) {
+    char shown[8];
+    std::snprintf(shown, sizeof shown, "a\\x%02zxb", number);
+    return shown;
+  }
+  return amid(number)->utf8();
+}
+
+TEST(EveryUnitTests, LogLinesKeepIt) {
+  Case measured("every UTF-16 unit in a line of the log", "65,536 units");
+  testing::internal::CaptureStderr();
+  measured.measure([] {
+    for (std::size_t number = 0; number < kUnits; ++number) NSLog("%@", amid(number));
+  });
+  const std::string log = testing::internal::GetCapturedStderr();
+  std::string_view rest = log;
+  for (std::size_t number = 0; number < kUnits; ++number) {
+    const std::string shown = "] " + asLogged(number) + "\n";
+    const std::size_t end = rest.find("b\n") + 2;
+    ASSERT_TRUE(rest.substr(0, end).ends_with(shown)) << number << ": " << rest.substr(0, end);
+    rest.remove_prefix(end);
+  }
+  EXPECT_EQ(rest, "");
+  measured.answer("all kept, but 31 control characters as \\x1b, and unpaired surrogates as U+FFFD");
 }
 
 TEST(EveryUnitTests, IsOrderedAndReplaced) {
@@ -175,7 +272,7 @@ TEST(EveryUnitTests, IsOrderedAndReplaced) {
   measured.answer(std::to_string(illegal) + " are no hexadecimal digits; ordered and replaced all");
 }
 
-// What has no place in a file name has none in the URL of a file.
+// Surrogates are for bytes that are no UTF-8; those that stand for no byte have no place in the URL of a file.
 TEST(EveryUnitTests, URLsKeepIt) {
   Case measured("every UTF-16 unit in the URL of a file, there and back", "65,536 units");
   std::set<std::size_t> lost;
@@ -198,6 +295,8 @@ TEST(EveryUnitTests, URLsKeepIt) {
 
 TEST(EveryUnitTests, PascalStringsKeepIt) {
   Case measured("every UTF-16 unit in a Pascal string", "65,536 units");
+  test::ScopedEnvironment environment;
+  environment.set("LC_ALL", "C");  // where the encoding is that of no language
   const NSStringEncoding encoding = CFStringConvertEncodingToNSStringEncoding(CFStringGetSystemEncoding());
   std::size_t kept = 0;
   measured.measure([&] {
