@@ -78,7 +78,7 @@ std::string textOf(const Settings& settings, std::size_t bytes) {
   return text.append(settings.after);
 }
 
-// `bytes` of text; binary is a quarter of the XML that it is made from.
+// `bytes` of text; binary is about three tenths of the XML that it is made from.
 Ref<NSData> makeInput(QvPropertyListFormat format, std::size_t bytes) {
   if (format == QvPropertyListINIFormat) return NSData::dataWithString(textOf(kAsINI, bytes));
   if (format == kOpenStep) return NSData::dataWithString(textOf(kAsOpenStep, bytes));
