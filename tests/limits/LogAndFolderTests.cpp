@@ -16,6 +16,7 @@
 
 #include "limits/Limits.h"
 #include "support/ChildProcess.h"
+#include "support/QuickFolder.h"
 #include "support/ScopedEnvironment.h"
 #include "support/ScratchFolder.h"
 
@@ -125,9 +126,7 @@ TEST(LogLimitsTests, ManyShortLinesAreWhole) {
 // A process each, since memory is that of the process.
 class LargeFolderTests : public testing::Test {
  protected:
-  LargeFolderTests() {
-    if (::access("/dev/shm", W_OK) == 0) inMemory_.set("TMPDIR", "/dev/shm");
-  }
+  LargeFolderTests() { inMemory_.set("TMPDIR", test::folderInMemory()); }
 
   void SetUp() override {
     many_.emplace();
