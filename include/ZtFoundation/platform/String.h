@@ -269,7 +269,7 @@ class ZT_EXPORT NSString : public NSObject {
   /// The same from bytes.
   static Ref<NSString> stringWithBytes_length_encoding(const void* bytes, NSUInteger length, NSStringEncoding encoding);
   /// The text encoded, none when a character has no form in `encoding` and loss is not allowed; with loss each becomes
-  /// one "?".
+  /// one "?", or what the encoding has for that (GB_2312-80 has none).
   Ref<NSData> dataUsingEncoding_allowLossyConversion(NSStringEncoding encoding, bool allowLossyConversion) const;
   /// The same without loss.
   Ref<NSData> dataUsingEncoding(NSStringEncoding encoding) const;

@@ -79,11 +79,13 @@ bool isShiftJIS(const std::string& charset) { return equalIgnoringCase(charset, 
 void stopAtMissing(const void*, UConverterFromUnicodeArgs*, const UChar*, int32_t, UChar32, UConverterCallbackReason,
                    UErrorCode*) {}
 
-void replaceMissing(const void*, UConverterFromUnicodeArgs* arguments, const UChar*, int32_t, UChar32,
+// The mark goes through the same converter. Where it has no form either, the charset has a mark of its own.
+void replaceMissing(const void*, UConverterFromUnicodeArgs* arguments, const UChar*, int32_t, UChar32 missing,
                     UConverterCallbackReason reason, UErrorCode* status) {
   if (reason > UCNV_IRREGULAR) return;
   *status = U_ZERO_ERROR;
   static const UChar mark[] = u"?";
+  if (missing == *mark) return ucnv_cbFromUWriteSub(arguments, 0, status);
   const UChar* from = mark;
   ucnv_cbFromUWriteUChars(arguments, &from, mark + 1, 0, status);
 }

@@ -55,6 +55,23 @@ TEST(CharsetsTests, WhatTheCharsetLacksIsOneMarkAnywhere) {
   }
 }
 
+TEST(CharsetsTests, WhereTheMarkIsMissingTooTheCharsetHasItsOwn) {
+  for (const char* charset : {"GB_2312-80", "chinese", "csISO58GB231280", "iso-ir-58"}) {
+    SCOPED_TRACE(charset);
+    const NSStringEncoding encoding =
+        CFStringConvertEncodingToNSStringEncoding(CFStringConvertIANACharSetNameToEncoding(charset));
+    for (const auto& [text, length] :
+         {std::pair(std::u16string(u"a?\u4E00"), 3), {repeated(u"\U0001F600", 1), 10001}}) {
+      EXPECT_FALSE(Ref<NSString>(text)->dataUsingEncoding_allowLossyConversion(encoding, false));
+      const Ref<NSData> bytes = Ref<NSString>(text)->dataUsingEncoding_allowLossyConversion(encoding, true);
+      ASSERT_TRUE(bytes);
+      const Ref<NSString> again = QvFoundationExtensions::initWithData_charset(bytes, charset);
+      ASSERT_TRUE(again);
+      EXPECT_EQ(again->length(), length);
+    }
+  }
+}
+
 // Lines that go on: they give nothing to write, so that reading goes on to the end of what is given at once.
 TEST(CharsetsTests, WhatIsNoCharacterMayLieAnywhere) {
   std::string bytes = "x";
