@@ -31,6 +31,7 @@
 #include <ZtFoundation/platform/ValueTransformer.h>
 
 #include "support/ChildProcess.h"
+#include "support/QuickFolder.h"
 #include "support/ScopedEnvironment.h"
 #include "support/ScratchFolder.h"
 
@@ -194,8 +195,9 @@ int answersDiffer(const FirstUse& use) {
 class FirstUseTests : public testing::TestWithParam<FirstUse> {};
 
 TEST_P(FirstUseTests, ThreadsGetWhatLaterCallersGet) {
-  const test::ScratchFolder scratch;
   test::ScopedEnvironment environment;
+  environment.set("TMPDIR", test::folderInMemory());  // who saves together waits for the others' disk
+  const test::ScratchFolder scratch;
   for (const char* name : {"HOME", "XDG_DATA_HOME", "XDG_CONFIG_HOME", "XDG_CACHE_HOME", "XDG_DATA_DIRS"}) {
     environment.set(name, scratch.path());
   }

@@ -100,8 +100,8 @@ class ZT_EXPORT NSFileManager : public NSObject {
   /// file gets the permissions that the umask leaves unless `attributes` (may be none) has its own; of an existing file
   /// they are changed only if `attributes` has them, before anything is written. False when it cannot be made, written
   /// or given its date; what was written so far stays. False too for a file that is locked, for a new one in a locked
-  /// folder and for one that cannot be given its permissions: nothing is written, what exists keeps its contents, and a
-  /// new file stays empty.
+  /// folder and for one that cannot be given its permissions: nothing is written, what exists keeps its contents unless
+  /// more permissions are refused only now that it is empty, and a new file stays empty.
   virtual bool createFileAtPath_contents_attributes(const Ref<NSString>& path, const Ref<NSData>& contents,
                                                     const Ref<NSDictionary>& attributes);
 

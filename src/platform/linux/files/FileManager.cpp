@@ -90,7 +90,7 @@ bool NSFileManager::createFileAtPath_contents_attributes(const Ref<NSString>& pa
   if (!name) return false;
   const detail::WantedAttributes wanted(attributes);
   FileDescriptor file = detail::openUnlocked(*name, wanted.permissions(0666));
-  // Nothing is lost in a file that cannot be given its rights. Who gets rights has none to the old contents, and who
+  // Nothing is lost in a file whose rights cannot be changed. Who gets rights has none to the old contents, and who
   // loses them has none to the new ones. Writing takes some of them away.
   if (!file || !wanted.takeRightsFrom(file.get()) || !detail::makeEmpty(file.get())) return false;
   if (!wanted.giveRightsTo(file.get())) return false;

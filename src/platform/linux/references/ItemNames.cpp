@@ -61,7 +61,7 @@ bool mayLoseItsName(const Renaming& names) {
 }
 
 // The new name goes again when the old one stays. A server may have taken that away although it answers an error, so it
-// is looked for: the item must not lose both.
+// is looked for: the item must not lose both. It may keep both where each name has a number of its own.
 int giveUpOldName(const Renaming& names) {
   const int error = errorOf(::unlinkat(names.folder, names.from.c_str(), 0));
   if (error == 0) return 0;

@@ -301,14 +301,16 @@ TEST_F(FileManagerTests, WhoMayNotGiveFoldersAwayMakesThemAllTheSame) {
 
 class RefusedAttributeTests : public FileManagerTests {
  protected:
-  /// The first call of the function `name` in `work` fails.
+  /// The first call of the function `name` in `work` fails, or the one after `earlier` others.
   template <class Work>
-  bool withFailing(const std::string& name, int error, Work work) const {
+  bool withFailing(const std::string& name, int error, Work work, int earlier = 0) const {
     int at = 0;
     {
       const FaultScript probe({});
       EXPECT_TRUE(work());
-      at = static_cast<int>(std::ranges::find(probe.calls(), name) - probe.calls().begin());
+      auto call = std::ranges::find(probe.calls(), name);
+      for (; earlier > 0; --earlier) call = std::find(call + 1, probe.calls().end(), name);
+      at = static_cast<int>(call - probe.calls().begin());
     }
     restore();
     const FaultScript script({at, error, false});
@@ -402,6 +404,19 @@ TEST_F(RefusedAttributeTests, WhatCannotBeEmptiedStaysHidden) {
     return rewriteFile(wide);
   }));
   EXPECT_EQ(contentsOf(folder / "file"), "text");
+  EXPECT_EQ(modeOf("file"), 0600U);
+}
+
+TEST_F(RefusedAttributeTests, NothingIsWrittenWithoutWiderPermissions) {
+  const auto wide = NSDictionary::dictionaryWithObject_forKey(0644, NSFilePosixPermissions);
+  EXPECT_FALSE(withFailing(
+      "fchmod", EIO,
+      [&] {
+        ::chmod((folder / "file").c_str(), 0600);
+        return rewriteFile(wide);
+      },
+      1));
+  EXPECT_EQ(contentsOf(folder / "file"), "");
   EXPECT_EQ(modeOf("file"), 0600U);
 }
 

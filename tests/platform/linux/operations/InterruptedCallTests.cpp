@@ -44,13 +44,18 @@ void makeTree(const std::string& root) {
   std::filesystem::resize_file(root + "/holes", 1 << 17);
 }
 
+std::string folderOnAnotherDisk(const std::string& here) {
+  const std::string other = here.starts_with("/dev/shm/") ? "/tmp" : folderInMemory();
+  return ::access(other.c_str(), W_OK | X_OK) == 0 ? other : std::filesystem::path(here).parent_path().string();
+}
+
 // A folder with some items, and another one on another disk, where the machine has two.
 struct Scene : ScratchFolder {
   Scene() {
     writeFile(*this / "file", "old");
     makeTree(*this / "tree");
     ScopedEnvironment where;
-    where.set("TMPDIR", path().starts_with("/dev/shm/") ? "/tmp" : folderInMemory());
+    where.set("TMPDIR", folderOnAnotherDisk(path()));
     there.emplace();
   }
 
