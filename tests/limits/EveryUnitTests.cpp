@@ -245,7 +245,7 @@ TEST(EveryUnitTests, LogLinesKeepIt) {
     rest.remove_prefix(end);
   }
   EXPECT_EQ(rest, "");
-  measured.answer("all kept, but 31 control characters as \\x1b, and unpaired surrogates as U+FFFD");
+  measured.answer("all kept, but 31 control characters as hexadecimal digits, and unpaired surrogates as U+FFFD");
 }
 
 TEST(EveryUnitTests, IsOrderedAndReplaced) {
