@@ -20,6 +20,7 @@
 #include "platform/services/BundleCode.h"
 #include "platform/services/LocalClock.h"
 #include "support/ChildProcess.h"
+#include "support/OwnPath.h"
 
 namespace ZtFoundation::test {
 namespace {
@@ -98,6 +99,7 @@ const std::vector<Use>& uses() {
 
 // Work that takes a lock cannot end while that is held here.
 TEST(ForkSafeLocks, WhatTheyGuardIsUsedUnderThem) {
+  if (!knowsItsOwnPath()) GTEST_SKIP() << kNoOwnPath;
   for (std::mutex& lock : detail::forkSafeLocks) lock.lock();
   std::atomic<std::size_t> started = 0;
   std::vector<std::atomic<bool>> ended(uses().size());

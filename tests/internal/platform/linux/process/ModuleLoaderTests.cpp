@@ -10,6 +10,7 @@
 
 #include "platform/services/Unicode.h"
 #include "support/ChildProcess.h"
+#include "support/OwnPath.h"
 #include "support/ScratchFolder.h"
 
 namespace ZtFoundation::test {
@@ -23,6 +24,7 @@ TEST(ModuleLoader, FindsModulesBesideTheLibrary) {
 
 // The loader knows a program by what it was called, which here lies elsewhere or nowhere.
 TEST(ModuleLoader, WhereTheLibraryLiesDoesNotDependOnThePresentFolder) {
+  if (!knowsItsOwnPath()) GTEST_SKIP() << kNoOwnPath;
   const ScratchFolder folder;
   std::filesystem::create_directory(folder / "lib");
   writeFile(folder / (std::string("lib/") + kModule), "no code");
